@@ -1,0 +1,56 @@
+# The front door: each target sets up what it needs. CMake presets are behind it.
+BUILD := cmake --build
+JOBS ?= $(shell nproc)
+
+.PHONY: help setup demo test check mips-test bench lint format install clean
+
+help:
+	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
+	@echo "make test       build with sanitizers and run every test"
+	@echo "make check      exported symbols, run-time dependencies, headers alone in C99 and C++17"
+	@echo "make mips-test  the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
+	@echo "make bench      the library beside its yardsticks"
+	@echo "make lint       formatting and static analysis"
+	@echo "make install    the release build, to PREFIX (/usr/local) below DESTDIR"
+
+setup:
+	@scripts/setup
+
+demo: setup
+	@cmake --preset release >/dev/null && $(BUILD) --preset release -j $(JOBS) -- --quiet
+	@host/sandbox scripts/demo build/release
+
+test: setup
+	cmake --preset dev
+	$(BUILD) --preset dev -j $(JOBS)
+	ctest --preset dev
+
+check: setup
+	cmake --preset release
+	$(BUILD) --preset release -j $(JOBS)
+	scripts/check-library build/release
+	scripts/check-headers
+
+mips-test: setup
+	cmake --preset mips
+	$(BUILD) --preset mips -j $(JOBS)
+	ctest --preset mips
+
+bench: setup
+	cmake --preset release
+	$(BUILD) --preset release -j $(JOBS)
+	scripts/bench build/release
+
+lint: setup
+	scripts/lint
+
+format:
+	git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format-14 -i
+
+install: setup
+	cmake --preset release $(if $(PREFIX),-DCMAKE_INSTALL_PREFIX=$(PREFIX))
+	$(BUILD) --preset release -j $(JOBS)
+	cmake --install build/release
+
+clean:
+	rm -rf build

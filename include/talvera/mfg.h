@@ -1,0 +1,126 @@
+/* Manufacturing data and device identity.
+ *
+ * The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
+ * it) holds one file, "/mfg/mfg.dat", of 131072 bytes. Its last 256 bytes are the info record:
+ * base MAC address, number of MAC addresses, serial number. mfg_init() hands that identity, and
+ * the wireless calibration, to the platform driver behind "/dev/talvera".
+ *
+ * Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...") and,
+ * for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked: callers serialise writes,
+ * each of which rewrites the whole file.
+ */
+#ifndef TALVERA_MFG_H
+#define TALVERA_MFG_H
+
+#include <stdint.h>
+
+#include "talvera/api.h"
+
+TALVERA_BEGIN_DECLS
+
+/* ---- Info record ---------------------------------------------------------------------------- */
+
+/** Size of the info record in bytes. */
+#define MFG_INFO_SIZE 256
+
+/** Byte offsets in the info record. Bytes that no field covers are carried unchanged. */
+enum mfg_info_offset {
+  MFG_INFO_MAC = 0,            /**< 6 bytes: base MAC address, OUI first */
+  MFG_INFO_TIME = 12,          /**< 4 bytes: last write, in seconds since 1904-01-01 00:00 UTC */
+  MFG_INFO_WRITE_COUNT = 16,   /**< 2 bytes: number of writes, modulo 65536 */
+  MFG_INFO_DEVICE_TYPE = 20,   /**< 1 byte: type code handed to the driver; 40 by default */
+  MFG_INFO_WLCAL_PRESENT = 40, /**< 4 bytes: not 0 when the file holds wireless calibration */
+  MFG_INFO_MAC_COUNT = 46,     /**< 1 byte: MAC addresses owned, from the base on; 16 by default */
+  MFG_INFO_SERIAL = 67,        /**< 16 bytes: decimal digits, NUL-terminated */
+  MFG_INFO_CHECKSUM = 254      /**< 2 bytes: makes the sum of the 128 big-endian words 0 */
+};
+
+/** Reads the info record.
+ *
+ *  A record that is missing, unreadable, all zeros or of wrong checksum is replaced by the default
+ *  one: MAC 02:5A:30:96:02:D0, 16 addresses, type code 40, serial number 1234567890. An empty
+ * serial number is derived from the MAC address. Neither is written back.
+ *
+ *  @param[out] record  room for MFG_INFO_SIZE bytes
+ *  @return 0, always
+ */
+TALVERA_API int mfg_info_read(unsigned char *record) TALVERA_NONNULL(1);
+
+/** Stamps the record (time, write counter, checksum) and writes it.
+ *
+ *  @param[in,out] record  MFG_INFO_SIZE bytes
+ *  @return 0, or -1 with errno set when the file cannot be mounted, opened, read or written
+ */
+TALVERA_API int mfg_info_write(unsigned char *record) TALVERA_NONNULL(1);
+
+/** Copies the base MAC address.
+ *
+ *  @param record    MFG_INFO_SIZE bytes
+ *  @param[out] mac  room for 6 bytes
+ */
+TALVERA_API void mfg_get_macaddr(const unsigned char *record, unsigned char *mac)
+    TALVERA_NONNULL(1, 2);
+
+/** @return the number of MAC addresses that the device owns, 0 to 255
+ *  @param record  MFG_INFO_SIZE bytes */
+TALVERA_API int mfg_num_macaddr(const unsigned char *record) TALVERA_NONNULL(1);
+
+/** Prepares the factory file and hands identity and calibration to the platform driver.
+ *
+ *  To be called once at system start. An empty or missing file becomes an erased one (131072 bytes
+ *  of 0xFF); a file with content is never overwritten. The identity is sent with TVRA_INFO_SET;
+ *  the calibration with TVRA_WLCAL_SET, when the record says that there is one. Failures are
+ *  logged and do not stop what follows.
+ */
+TALVERA_API void mfg_init(void);
+
+/* ---- Platform device ------------------------------------------------------------------------ */
+
+/** Commands of "/dev/talvera": the target's values (32-bit MIPS encoding, type 'M', write) on every
+ *  platform. */
+#define TVRA_INFO_SET 0x80284D00U  /**< argument: struct tvra_info */
+#define TVRA_WLCAL_GET 0x80084D03U /**< argument: struct tvra_wlcal; the driver fills the buffer \
+                                    */
+#define TVRA_WLCAL_SET 0x80084D04U /**< argument: struct tvra_wlcal; null and 0 drop what it has \
+                                    */
+
+/** Bytes of wireless calibration data. */
+#define TVRA_WLCAL_SIZE 1792
+
+/** Identity handed to the driver, in the processor's own byte order. */
+struct tvra_info {
+  uint32_t device_type; /**< type code of the info record */
+  char serial[24];      /**< decimal digits, NUL-terminated */
+  uint8_t mac[6];       /**< base MAC address */
+  uint8_t padding[2];
+  uint32_t mac_count; /**< number of MAC addresses */
+};
+
+/** Calibration transfer. On the 32-bit target 8 bytes. */
+struct tvra_wlcal {
+  void *buffer;    /**< data, or null */
+  uint32_t length; /**< bytes in the buffer; TVRA_WLCAL_GET sets it to what the driver holds */
+};
+
+/** Opens "/dev/talvera" on first use, close-on-exec.
+ *
+ *  Opens are not counted: one tvra_close() closes the device, however many opens came before.
+ *
+ *  @return the device's descriptor, which stays the library's; negative with errno set on failure
+ */
+TALVERA_API int tvra_open(void);
+
+/** Closes the device, if it is open. */
+TALVERA_API void tvra_close(void);
+
+/** Opens the device, runs one command and closes the device again.
+ *
+ *  @param request          one of the TVRA_ commands
+ *  @param[in,out] argument record that the command takes
+ *  @return the result of ioctl() (-1 with errno set on failure), or tvra_open()'s negative result
+ */
+TALVERA_API int tvra_ioctl(unsigned int request, void *argument);
+
+TALVERA_END_DECLS
+
+#endif

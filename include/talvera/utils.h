@@ -1,0 +1,188 @@
+/* File and system helpers that every gateway program needs.
+ *
+ * None of the file helpers keeps state or logs: a failure is told by the return value, with errno
+ * as the failing system call (POSIX, Linux) left it. Heap blocks handed out come from malloc and
+ * are the caller's to free.
+ *
+ * A path built from two parts ("directory/name") is cut to 4095 characters, a path built from a
+ * format to 255, as snprintf cuts.
+ */
+#ifndef TALVERA_UTILS_H
+#define TALVERA_UTILS_H
+
+#include <dirent.h>
+#include <stdint.h>
+#include <sys/types.h>
+
+#include "talvera/api.h"
+
+TALVERA_BEGIN_DECLS
+
+/** @return 1 if @p path can be opened as a directory, else 0 */
+TALVERA_API int dir_exists(const char *path) TALVERA_NONNULL(1);
+
+/** @return 1 if stat() succeeds on @p path (which follows symbolic links), else 0 */
+TALVERA_API int uf_path_exists(const char *path) TALVERA_NONNULL(1);
+
+/** Lists the regular files of a directory, in byte order of their names.
+ *
+ *  Only entries that the file system itself reports as regular files (DT_REG) are listed: not
+ *  directories, symbolic links, devices, nor entries of unknown type.
+ *
+ *  @param directory  path of the directory
+ *  @param[out] list  receives an array of heap entries, to be released with
+ *                    uf_free_dirent_list(); null when the result is below 1
+ *  @return number of entries; 0 for none; -1 with errno set when the directory cannot be read
+ */
+TALVERA_API int uf_get_dirent_list(const char *directory, struct dirent ***list)
+    TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
+
+/** Frees the first @p count entries and the array, and sets @p *list to null.
+ *
+ *  @param[in,out] list  address of the pointer that uf_get_dirent_list() set; null is ignored
+ *  @param count         what uf_get_dirent_list() returned
+ */
+TALVERA_API void uf_free_dirent_list(struct dirent ***list, int count);
+
+/** @return 1 if one of the first @p count entries of @p list is named exactly @p name, else 0;
+ *          0 when @p count is below 1 */
+TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name);
+
+/** Counts entries by name.
+ *
+ *  @param list       entries, as uf_get_dirent_list() gives them
+ *  @param count      how many of them to ask about
+ *  @param predicate  called once for each entry's name
+ *  @return number of entries for which @p predicate returned non-zero; 0 when @p count is below 1
+ */
+TALVERA_API int uf_filtered_file_count(struct dirent *const *list, int count,
+                                       int (*predicate)(const char *name));
+
+/** Opens "directory/name" read-only.
+ *
+ *  @return the descriptor, or -1 with errno set
+ */
+TALVERA_API int uf_open(const char *directory, const char *name)
+    TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
+
+/** @return the size in bytes of the open file @p fd, or 0 with errno set when fstat() fails */
+TALVERA_API long uf_fsize(int fd);
+
+/** Reads a whole file.
+ *
+ *  A file that gets shorter after its size was taken keeps the call reading: it asks again until
+ *  the bytes are there.
+ *
+ *  @param directory    path of the directory
+ *  @param name         name of the file in it
+ *  @param[out] buffer  receives a heap block of exactly @p *length bytes, without a terminator,
+ *                      for the caller to free; null on failure
+ *  @param[out] length  receives the file's size in bytes; 0 on failure
+ *  @return 0, or -1 when the file cannot be opened, is empty, cannot be read, or memory runs out;
+ *          also when open() gives descriptor 0, which is meant: programs that closed their standard
+ *          input do not get it back as a data file
+ */
+TALVERA_API int uf_readall(const char *directory, const char *name, unsigned char **buffer,
+                           unsigned int *length) TALVERA_NONNULL(1, 2, 3, 4) TALVERA_MUST_USE;
+
+/** Reads exactly @p length bytes, going on after short reads and EINTR.
+ *
+ *  @param fd           open descriptor, read from its current position
+ *  @param[out] buffer  room for @p length bytes
+ *  @param length       bytes wanted; 0 returns 0 at once
+ *  @return bytes read, fewer than @p length only at end of file; -1 with errno set on any other
+ *          failure, even when some bytes had arrived
+ */
+TALVERA_API int uf_full_read(int fd, void *buffer, unsigned int length);
+
+/** Writes exactly @p length bytes, going on after short writes and EINTR.
+ *
+ *  @param fd      open descriptor, written at its current position
+ *  @param buffer  @p length bytes
+ *  @param length  bytes to write; 0 returns 0 at once
+ *  @return bytes written, fewer than @p length only when write() returned 0; -1 with errno set on
+ *          any other failure, even when some bytes had gone out
+ */
+TALVERA_API int uf_full_write(int fd, const void *buffer, unsigned int length);
+
+/** A file mapped whole. Owned by the caller; filled by filemap_open(). */
+struct filemap {
+  int32_t fd;   /**< descriptor of the file; -1 when closed */
+  char *path;   /**< heap copy of the path, freed by filemap_close() */
+  void *map;    /**< shared mapping of the whole file; (void *)-1 when nothing is mapped */
+  int32_t size; /**< bytes mapped; 0 when nothing is mapped */
+};
+
+/** Opens a file and maps all of it, shared.
+ *
+ *  @param path        the file
+ *  @param[out] file   record to fill; on failure it is closed again (fd -1, map (void *)-1)
+ *  @param flags       flags for open(); the same value is passed as creation mode
+ *  @param protection  protection for mmap(), such as PROT_READ
+ *  @return 0, or -1 with errno set; an empty file is a failure, and so is one of 2 GiB or more
+ */
+TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, int protection)
+    TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
+
+/** Unmaps and closes @p file and frees its path.
+ *
+ *  The path field keeps its stale value, so a record must not be closed twice; a failed
+ *  filemap_open() has closed it already.
+ */
+TALVERA_API void filemap_close(struct filemap *file) TALVERA_NONNULL(1);
+
+/** @return 0 when both files have the same size and the same bytes, 1 otherwise and on any error */
+TALVERA_API int file_diff(const char *path1, const char *path2) TALVERA_NONNULL(1, 2);
+
+/** access() on a path built from a format.
+ *
+ *  @param format  printf format of the path
+ *  @param mode    F_OK, or a combination of R_OK, W_OK and X_OK
+ *  @return 0, or -1 with errno set
+ */
+TALVERA_API int file_access(const char *format, int mode, ...) TALVERA_PRINTF(1, 3);
+
+/** Removes what a symbolic link points to, and nothing else.
+ *
+ *  This is not unlink(): for a link the target is removed (a relative target counts from the
+ *  current directory, of which 128 characters count) and the link stays; a path that is no
+ *  link is left alone.
+ *
+ *  @param path  the link
+ *  @return unlink()'s result for the target: 0, or -1 with errno set; -1 for a path that is not a
+ *          symbolic link; 40960 when @p path does not exist; not 0 and otherwise without meaning
+ *          when @p path is null
+ */
+TALVERA_API int file_delete(const char *path);
+
+/** Opens a file and writes a string with one write().
+ *
+ *  @param path    the file
+ *  @param flags   flags for open(), such as O_WRONLY | O_TRUNC
+ *  @param mode    creation mode, before the umask
+ *  @param string  text to write, without its terminator; null gives -1
+ *  @return bytes written, which one short write may make fewer than the string's length; -1 with
+ *          errno set
+ */
+TALVERA_API int file_write_string(const char *path, int flags, mode_t mode, const char *string)
+    TALVERA_NONNULL(1);
+
+/** file_write_string() at the end of an existing file whose path is built from a format.
+ *
+ *  Mind the order: the string comes between the format and the format's arguments. A missing file
+ *  is not created.
+ *
+ *  @param path_format  printf format of the path
+ *  @param string       text to append; null gives -1
+ *  @return as file_write_string()
+ */
+TALVERA_API int file_append_write(const char *path_format, const char *string, ...)
+    TALVERA_PRINTF(1, 3);
+
+/** As file_append_write(), but creates the file (mode 0660 before the umask) or empties it. */
+TALVERA_API int file_create_write(const char *path_format, const char *string, ...)
+    TALVERA_PRINTF(1, 3);
+
+TALVERA_END_DECLS
+
+#endif

@@ -1,0 +1,87 @@
+// Whole-file reading and exact-length transfers.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <climits>
+
+#include "internal/owners.h"
+#include "talvera/utils.h"
+
+namespace {
+
+constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
+
+// Moves exactly `length` bytes with `transfer` (read or write), which gets the bytes done so far.
+template <typename Transfer>
+int transfer_fully(unsigned int length, Transfer transfer) {
+  unsigned int done = 0;
+  while (done < length) {
+    const ssize_t moved = transfer(done);
+    if (moved == 0) break;
+    if (moved > 0) {
+      done += static_cast<unsigned int>(moved);
+    } else if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return static_cast<int>(done);
+}
+
+// Reads until `size` bytes are there. An early end of file is asked again: the file may be in the
+// middle of being rewritten.
+bool read_whole(int fd, unsigned char *buffer, std::size_t size) {
+  for (std::size_t done = 0; done < size;) {
+    const ssize_t got = ::read(fd, buffer + done, size - done);
+    if (got >= 0) {
+      done += static_cast<std::size_t>(got);
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" int uf_open(const char *directory, const char *name) {
+  char path[kJoinedPathSize];
+  std::snprintf(path, sizeof path, "%s/%s", directory, name);
+  return open(path, O_RDONLY);
+}
+
+extern "C" long uf_fsize(int fd) {
+  struct stat status;
+  return fstat(fd, &status) == 0 ? static_cast<long>(status.st_size) : 0;
+}
+
+extern "C" int uf_readall(const char *directory, const char *name, unsigned char **buffer,
+                          unsigned int *length) {
+  *buffer = nullptr;
+  *length = 0;
+  const talvera::UniqueFd file(uf_open(directory, name));
+  if (file.get() < 1) return -1;
+  const long size = uf_fsize(file.get());
+  if (size < 1) return -1;
+  if (size > INT_MAX) {  // beyond what the 32-bit target can hold
+    errno = EFBIG;
+    return -1;
+  }
+  const auto bytes = static_cast<std::size_t>(size);
+  talvera::MallocPtr<unsigned char> content(static_cast<unsigned char *>(std::malloc(bytes)));
+  if (content == nullptr || !read_whole(file.get(), content.get(), bytes)) return -1;
+  *buffer = content.release();
+  *length = static_cast<unsigned int>(bytes);
+  return 0;
+}
+
+extern "C" int uf_full_read(int fd, void *buffer, unsigned int length) {
+  auto *bytes = static_cast<unsigned char *>(buffer);
+  return transfer_fully(length,
+                        [=](unsigned int done) { return ::read(fd, bytes + done, length - done); });
+}
+
+extern "C" int uf_full_write(int fd, const void *buffer, unsigned int length) {
+  const auto *bytes = static_cast<const unsigned char *>(buffer);
+  return transfer_fully(
+      length, [=](unsigned int done) { return ::write(fd, bytes + done, length - done); });
+}

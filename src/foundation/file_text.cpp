@@ -1,0 +1,64 @@
+// Formatted paths, one-write text files, and removal of link targets.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+
+#include "internal/format.h"
+#include "internal/owners.h"
+#include "talvera/utils.h"
+
+namespace {
+
+constexpr mode_t kTextMode = 0660;
+constexpr int kMissingPath = 0xA000;  // file_delete's answer when there is nothing at the path
+constexpr std::size_t kLongestTarget = 128;  // characters of a link's target that are followed
+
+}  // namespace
+
+extern "C" int file_access(const char *format, int mode, ...) {
+  std::va_list arguments;
+  va_start(arguments, mode);
+  const talvera::FormattedPath path(format, arguments);
+  va_end(arguments);
+  return access(path.c_str(), mode);
+}
+
+extern "C" int file_write_string(const char *path, int flags, mode_t mode, const char *string) {
+  if (string == nullptr) return -1;
+  const talvera::UniqueFd file(open(path, flags, mode));
+  if (!file.valid()) return -1;
+  return static_cast<int>(write(file.get(), string, std::strlen(string)));
+}
+
+extern "C" int file_append_write(const char *path_format, const char *string, ...) {
+  if (string == nullptr) return -1;
+  std::va_list arguments;
+  va_start(arguments, string);
+  const talvera::FormattedPath path(path_format, arguments);
+  va_end(arguments);
+  return file_write_string(path.c_str(), O_WRONLY | O_APPEND, kTextMode, string);
+}
+
+extern "C" int file_create_write(const char *path_format, const char *string, ...) {
+  if (string == nullptr) return -1;
+  std::va_list arguments;
+  va_start(arguments, string);
+  const talvera::FormattedPath path(path_format, arguments);
+  va_end(arguments);
+  return file_write_string(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kTextMode, string);
+}
+
+// Deliberately not unlink(): only what a symbolic link points to is removed. For anything else the
+// target stays empty, and unlink of the empty string fails with nothing removed.
+extern "C" int file_delete(const char *path) {
+  char target[kLongestTarget + 1] = {};
+  if (path == nullptr) return kMissingPath;
+  struct stat status;
+  if (lstat(path, &status) != 0) return kMissingPath;
+  if (S_ISLNK(status.st_mode)) {
+    const ssize_t length = readlink(path, target, kLongestTarget);
+    target[length > 0 ? length : 0] = '\0';
+  }
+  return unlink(target);
+}

@@ -1,0 +1,32 @@
+// Text of a fixed greatest size, built from a printf format and cut when it does not fit.
+#pragma once
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace talvera {
+
+inline constexpr std::size_t kPathSize = 256;     // a path built from a caller's format
+inline constexpr std::size_t kCommandSize = 512;  // a shell command
+
+template <std::size_t Size>
+class FormattedText {
+ public:
+  // Formats with the caller's argument list, which is used up and stays the caller's to end.
+  __attribute__((format(printf, 2, 0))) FormattedText(const char *format, std::va_list arguments) {
+    length_ = std::vsnprintf(text_, Size, format, arguments);
+    if (length_ < 0) text_[0] = '\0';
+  }
+
+  [[nodiscard]] const char *c_str() const { return text_; }
+  // What vsnprintf returned: the whole text's length even when it was cut, negative on failure.
+  [[nodiscard]] int length() const { return length_; }
+
+ private:
+  char text_[Size];
+  int length_;
+};
+
+using FormattedPath = FormattedText<kPathSize>;
+
+}  // namespace talvera

@@ -1,0 +1,100 @@
+// The info record at the end of the manufacturing file: checksum, default record, derived serial
+// number.
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "internal/big_endian.h"
+#include "mfg/mfg_file.h"
+#include "talvera/mfg.h"
+
+namespace talvera::mfg {
+namespace {
+
+constexpr std::size_t kMacSize = 6;
+constexpr std::size_t kSerialSize = 16;
+constexpr std::uint32_t kEpochOffset = 2082844800;  // seconds from 1904-01-01 to 1970-01-01
+
+struct SerialRange {
+  std::uint32_t oui;
+  std::uint32_t first_serial;  // what MAC address OUI-00-00-00 stands for
+};
+constexpr std::array<SerialRange, 3> kSerialRanges{{
+    {0x025A31, 0},
+    {0x025A32, 0x1000000},
+    {0x025A33, 0x2000000},
+}};
+
+std::uint16_t word_sum(const std::uint8_t *record) {
+  std::uint16_t sum = 0;
+  for (std::size_t i = 0; i < MFG_INFO_SIZE; i += 2)
+    sum += load_be16(record + i);
+  return sum;
+}
+
+void set_checksum(std::uint8_t *record) {
+  store_be16(record + MFG_INFO_CHECKSUM, 0);
+  store_be16(record + MFG_INFO_CHECKSUM, static_cast<std::uint16_t>(-word_sum(record)));
+}
+
+// An all-zero record sums to 0 as well, but nobody has written it.
+bool is_valid(const std::uint8_t *record) {
+  static constexpr std::uint8_t kZeros[MFG_INFO_SIZE] = {};
+  return word_sum(record) == 0 && std::memcmp(record, kZeros, MFG_INFO_SIZE) != 0;
+}
+
+void set_serial(std::uint8_t *record, long long serial) {
+  std::snprintf(reinterpret_cast<char *>(record + MFG_INFO_SERIAL), kSerialSize, "%lld", serial);
+}
+
+void set_default(std::uint8_t *record) {
+  static constexpr std::uint8_t kDefaultMac[kMacSize] = {0x02, 0x5A, 0x30, 0x96, 0x02, 0xD0};
+  std::memset(record, 0, MFG_INFO_SIZE);
+  std::memcpy(record + MFG_INFO_MAC, kDefaultMac, kMacSize);
+  record[MFG_INFO_DEVICE_TYPE] = 40;
+  record[MFG_INFO_MAC_COUNT] = 16;
+  set_serial(record, 1234567890);
+  set_checksum(record);
+}
+
+long long serial_from_mac(const std::uint8_t *mac) {
+  const std::uint32_t oui = load_be32(mac) >> 8;
+  const std::uint32_t low = load_be32(mac + 2) & 0xFFFFFF;
+  for (const SerialRange &range : kSerialRanges) {
+    if (range.oui == oui) return range.first_serial + low;
+  }
+  return static_cast<long long>(oui) << 24 | low;
+}
+
+}  // namespace
+}  // namespace talvera::mfg
+
+using namespace talvera;
+
+extern "C" int mfg_info_read(unsigned char *record) {
+  if (mfg::range_read(record, mfg::kInfoOffset, MFG_INFO_SIZE) != 0 || !mfg::is_valid(record)) {
+    mfg::set_default(record);
+  }
+  if (record[MFG_INFO_SERIAL] == '\0') {
+    mfg::set_serial(record, mfg::serial_from_mac(record + MFG_INFO_MAC));
+    mfg::set_checksum(record);
+  }
+  return 0;
+}
+
+extern "C" int mfg_info_write(unsigned char *record) {
+  store_be32(record + MFG_INFO_TIME, static_cast<std::uint32_t>(time(nullptr)) + mfg::kEpochOffset);
+  store_be16(record + MFG_INFO_WRITE_COUNT,
+             static_cast<std::uint16_t>(load_be16(record + MFG_INFO_WRITE_COUNT) + 1));
+  mfg::set_checksum(record);
+  return mfg::range_write(record, mfg::kInfoOffset, MFG_INFO_SIZE);
+}
+
+extern "C" void mfg_get_macaddr(const unsigned char *record, unsigned char *mac) {
+  std::memcpy(mac, record + MFG_INFO_MAC, mfg::kMacSize);
+}
+
+extern "C" int mfg_num_macaddr(const unsigned char *record) {
+  return record[MFG_INFO_MAC_COUNT];
+}

@@ -1,0 +1,17 @@
+// Failure messages of the manufacturing store.
+#include "mfg/log.h"
+
+#include <syslog.h>
+
+#include <cstring>
+
+#include "internal/owners.h"
+
+namespace talvera::mfg {
+
+void log_failure(const char *operation) {
+  const ErrnoKeeper keep;
+  syslog(LOG_ERR, "MFG: %s failed: %s", operation, std::strerror(errno));
+}
+
+}  // namespace talvera::mfg

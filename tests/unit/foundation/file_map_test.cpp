@@ -1,0 +1,132 @@
+// Mapped files and the comparison of files.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "support/system_double.h"
+#include "talvera/utils.h"
+
+namespace talvera::test {
+namespace {
+
+TEST(FileMap, MapsSharedAndClosesOnce) {
+  const TempDir dir;
+  const std::string path = dir.write("file", "0123456789");
+  const int before = open_descriptors();
+  SystemDouble system;
+  filemap file;
+  ASSERT_EQ(filemap_open(path.c_str(), &file, O_RDWR, PROT_READ | PROT_WRITE), 0);
+  EXPECT_EQ(file.size, 10);
+  EXPECT_EQ(file.path, path);
+  EXPECT_NE(file.path, path.c_str());
+  static_cast<char *>(file.map)[9] = 'X';
+  filemap_close(&file);
+  EXPECT_EQ(read_file(path), "012345678X");
+  EXPECT_EQ(file.fd, -1);
+  EXPECT_EQ(file.map, MAP_FAILED);
+  EXPECT_EQ(file.size, 0);
+  EXPECT_EQ(system.count("munmap"), 1);
+  EXPECT_EQ(open_descriptors(), before);
+
+  // The flags double as creation mode: O_CREAT | O_RDWR is 0102, or 0402 on the target.
+  const std::string made = dir / "made";
+  EXPECT_EQ(filemap_open(made.c_str(), &file, O_CREAT | O_RDWR, PROT_READ), -1);
+  struct stat status;
+  ASSERT_EQ(stat(made.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, (O_CREAT | O_RDWR) & 0777U & ~022U);
+}
+
+TEST(FileMap, FailureLeavesTheRecordClosed) {
+  const TempDir dir;
+  dir.write("file", "0123456789");
+  dir.write("empty", "");
+  struct Case {
+    const char *name;
+    const char *call;  // that fails
+    int error;
+  };
+  for (const Case &c : {Case{"missing", "", ENOENT},
+                        {"empty", "", 0},
+                        {"file", "fstat", EIO},
+                        {"file", "strdup", ENOMEM},
+                        {"file", "mmap", EACCES}}) {
+    SCOPED_TRACE(std::string(c.name) + ' ' + c.call);
+    const int before = open_descriptors();
+    const std::string path = dir / c.name;
+    SystemDouble system;
+    if (*c.call != '\0') system.fail(c.call, c.error);
+    filemap file = {7, nullptr, nullptr, 7};
+    errno = 0;
+    EXPECT_EQ(filemap_open(path.c_str(), &file, O_RDONLY, PROT_READ), -1);
+    EXPECT_EQ(errno, c.error);
+    EXPECT_EQ(file.fd, -1);
+    EXPECT_EQ(file.map, MAP_FAILED);
+    EXPECT_EQ(file.size, 0);
+    system.forget();
+    EXPECT_EQ(open_descriptors(), before);
+  }
+}
+
+TEST(FileDiff, ComparesSizeAndEveryByte) {
+  const TempDir dir;
+  const auto page = static_cast<std::size_t>(getpagesize());
+  const std::string zeros(600 * page + 5, '\0');  // beyond the largest window
+  const std::string base = dir.write("base", zeros);
+  const std::string empty = dir.write("empty", "");
+  const auto differs = [&](const std::string &content) {
+    return file_diff(base.c_str(), dir.write("other", content).c_str());
+  };
+  EXPECT_EQ(differs(zeros), 0);
+  EXPECT_EQ(differs(zeros + '\0'), 1);
+  EXPECT_EQ(differs(zeros.substr(1)), 1);
+  EXPECT_EQ(differs(""), 1);
+  for (const std::size_t at : {std::size_t{0}, page - 1, page, 2 * page - 1, 255 * page,
+                               511 * page - 1, 511 * page, zeros.size() - 1}) {
+    SCOPED_TRACE(at);
+    std::string content = zeros;
+    content[at] = 1;
+    EXPECT_EQ(differs(content), 1);
+  }
+  EXPECT_EQ(file_diff(empty.c_str(), dir.write("other", "").c_str()), 0);
+  EXPECT_EQ(file_diff(base.c_str(), (dir / "missing").c_str()), 1);
+  EXPECT_EQ(file_diff((dir / "missing").c_str(), base.c_str()), 1);
+}
+
+TEST(FileDiff, FailuresCountAsDifferent) {
+  const TempDir dir;
+  const auto page = static_cast<std::size_t>(getpagesize());
+  const std::string one = dir.write("one", std::string(page + 1, 'x'));
+  const std::string two = dir.write("two", std::string(page + 1, 'x'));
+  const int before = open_descriptors();
+  struct Case {
+    const char *call;
+    int skip;
+  };
+  for (const Case &c : {Case{"open", 0},
+                        {"open", 1},
+                        {"fstat", 0},
+                        {"fstat", 1},
+                        {"mmap", 0},
+                        {"mmap", 1},
+                        {"mmap", 2},
+                        {"mmap", 3}}) {
+    SCOPED_TRACE(std::string(c.call) + ' ' + std::to_string(c.skip));
+    SystemDouble system;
+    system.fail(c.call, ENOMEM, c.skip);
+    EXPECT_EQ(file_diff(one.c_str(), two.c_str()), 1);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(system.count("munmap"), std::string(c.call) == "mmap" ? c.skip : 0);
+    system.forget();
+    EXPECT_EQ(open_descriptors(), before);
+  }
+  SystemDouble system;
+  EXPECT_EQ(file_diff(one.c_str(), two.c_str()), 0);
+  EXPECT_EQ(system.count("mmap"), 4);
+  EXPECT_EQ(system.count("munmap"), 4);
+}
+
+}  // namespace
+}  // namespace talvera::test

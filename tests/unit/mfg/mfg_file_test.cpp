@@ -1,0 +1,238 @@
+// Opening, mounting and range access of the manufacturing file, seen through the info record and
+// mfg_init(), with every step made to fail.
+#include <fcntl.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "talvera/mfg.h"
+#include "unit/mfg/fixture.h"
+
+namespace talvera::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class MfgFile : public MfgTest {
+ protected:
+  unsigned char record[MFG_INFO_SIZE] = {};
+};
+
+std::string open_call(int flags) {
+  char text[64];
+  std::snprintf(text, sizeof text, "open /mfg/mfg.dat %#o 0600", static_cast<unsigned>(flags));
+  return text;
+}
+
+TEST_F(MfgFile, EachAccessMountsAndUnmounts) {
+  write_content(std::string(kMfgFileSize, '\xFF'));
+  mfg_info_read(record);
+  EXPECT_THAT(system.calls(),
+              ElementsAre("mount mtd:mfg /mfg jffs2 0x401", open_call(O_RDONLY), "umount2 /mfg 2"));
+  system.clear_records();
+  EXPECT_EQ(mfg_info_write(record), 0);
+  EXPECT_THAT(system.calls(),
+              ElementsAre("mount mtd:mfg /mfg jffs2 0x400", open_call(O_RDWR), "umount2 /mfg 2"));
+  EXPECT_THAT(system.log(), IsEmpty());
+  static_assert(MS_RDONLY == 1 && MS_NOATIME == 0x400 && MNT_DETACH == 2);
+}
+
+TEST_F(MfgFile, WritesTheWholeFileAndChangesOnlyTheRange) {
+  std::string before;
+  for (std::size_t i = 0; i < kMfgFileSize; ++i)
+    before += static_cast<char>(i * 7 + i / 256);
+  write_content(before);
+  EXPECT_EQ(mfg_info_write(record), 0);
+  const std::string after = content();
+  ASSERT_EQ(after.size(), kMfgFileSize);
+  EXPECT_TRUE(after.compare(0, kMfgFileSize - 256, before, 0, kMfgFileSize - 256) == 0);
+  EXPECT_EQ(std::memcmp(after.data() + kMfgFileSize - 256, record, 256), 0);
+
+  // A file of another size is managed by its first 131072 bytes.
+  write_content(before + "tail");
+  EXPECT_EQ(mfg_info_write(record), 0);
+  EXPECT_EQ(content().substr(kMfgFileSize), "tail");
+}
+
+// A mount that fails, since somebody has mounted the partition already, is no obstacle; by design
+// the partition is unmounted all the same.
+TEST_F(MfgFile, WorksOnAMountedPartition) {
+  write_content(std::string(kMfgFileSize, '\xFF'));
+  ASSERT_EQ(mount("mtd:mfg", "/mfg", "jffs2", 0, nullptr), 0);
+  EXPECT_EQ(mfg_info_write(record), 0);
+  EXPECT_THAT(logged(3), ElementsAre("MFG: mount failed: " + std::string(std::strerror(EBUSY))));
+  EXPECT_FALSE(system.platform().mounted());
+}
+
+TEST_F(MfgFile, FailedOpenLeavesNothingMounted) {
+  EXPECT_EQ(mfg_info_write(record), -1);  // there is no file
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_THAT(logged(3), ElementsAre("MFG: open failed: " + std::string(std::strerror(ENOENT))));
+  EXPECT_EQ(system.calls().back(), "umount2 /mfg 2");
+
+  // What another had mounted before is not unmounted by an open that fails.
+  system.clear_records();
+  ASSERT_EQ(mount("mtd:mfg", "/mfg", "jffs2", 0, nullptr), 0);
+  EXPECT_EQ(mfg_info_write(record), -1);
+  EXPECT_TRUE(system.platform().mounted());
+  umount2("/mfg", 0);
+}
+
+TEST_F(MfgFile, EveryFailingStepOfAWriteIsReported) {
+  struct Case {
+    const char *call;
+    int skip;
+    const char *logged;  // operation of the message, or none
+  };
+  // Seeks to the start of the file, before reading and before writing.
+  for (const Case &c : {Case{"open", 0, "open"},
+                        {"lseek", 0, ""},
+                        {"malloc", 0, ""},
+                        {"read", 0, "read"},
+                        {"lseek", 1, ""},
+                        {"write", 0, "write"}}) {
+    SCOPED_TRACE(std::string(c.call) + ' ' + std::to_string(c.skip));
+    const std::string before(kMfgFileSize, 'x');
+    write_content(before);
+    system.clear_records();
+    system.fail(c.call, ENOSPC, c.skip);
+    EXPECT_EQ(mfg_info_write(record), -1);
+    EXPECT_EQ(errno, ENOSPC);
+    Texts messages;
+    if (*c.logged != '\0') {
+      messages.push_back(std::string("MFG: ") + c.logged + " failed: " + std::strerror(ENOSPC));
+    }
+    EXPECT_EQ(logged(3), messages);
+    EXPECT_EQ(system.calls().back(), "umount2 /mfg 2");
+    system.forget();
+    EXPECT_TRUE(content() == before);
+  }
+}
+
+TEST_F(MfgFile, ShortFilesAreRefused) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, kMfgFileSize - 1}) {
+    SCOPED_TRACE(size);
+    write_content(std::string(size, '\0'));
+    system.clear_records();
+    EXPECT_EQ(mfg_info_write(record), -1);
+    EXPECT_THAT(logged(3), ElementsAre("MFG: read failed: " + std::string(std::strerror(EIO))));
+    EXPECT_EQ(content().size(), size);
+    mfg_info_read(record);  // the default, with the same message
+    EXPECT_EQ(record[1], 0x5A);
+    EXPECT_EQ(logged(3).size(), 2U);
+  }
+  write_content(std::string(kMfgFileSize, '\0'));
+  system.clear_records();
+  system.shorten("write", 1000);
+  system.answer("write", 0);
+  EXPECT_EQ(mfg_info_write(record), -1);
+  EXPECT_THAT(logged(3), ElementsAre("MFG: write failed: " + std::string(std::strerror(EIO))));
+}
+
+TEST_F(MfgFile, InterruptedTransfersGoOn) {
+  write_content(std::string(kMfgFileSize, 'x'));
+  for (const char *call : {"read", "write"}) {
+    system.shorten(call, 1000);
+    system.fail(call, EINTR);
+  }
+  EXPECT_EQ(mfg_info_write(record), 0);
+  EXPECT_EQ(content().size(), kMfgFileSize);
+}
+
+// ---- mfg_init -------------------------------------------------------------------------------
+
+TEST_F(MfgFile, InitMakesAnErasedFileOnAnEmptyPartition) {
+  mfg_init();
+  EXPECT_EQ(system.calls()[0], "mount mtd:mfg /mfg jffs2 0x400");
+  EXPECT_EQ(system.calls()[1], open_call(O_WRONLY | O_CREAT));
+  EXPECT_EQ(system.count("write"), 128);
+  EXPECT_TRUE(content() == std::string(kMfgFileSize, '\xFF'));
+  struct stat status;
+  ASSERT_EQ(stat(path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+
+  const auto &identity = system.platform().identity;
+  ASSERT_TRUE(identity);
+  EXPECT_EQ(identity->device_type, 40U);
+  EXPECT_STREQ(identity->serial, "1234567890");
+  EXPECT_EQ(std::memcmp(identity->mac, "\x02\x5A\x30\x96\x02\xD0", 6), 0);
+  EXPECT_EQ(identity->mac_count, 16U);
+  // No calibration: the driver is not even told to drop it.
+  EXPECT_EQ(system.count("ioctl"), 1);
+  EXPECT_THAT(system.log(), IsEmpty());
+}
+
+TEST_F(MfgFile, InitNeverOverwritesContent) {
+  write_content("x");
+  mfg_init();
+  EXPECT_EQ(content(), "x");
+  ASSERT_TRUE(system.platform().identity);
+  EXPECT_STREQ(system.platform().identity->serial, "1234567890");
+
+  system.fail("fstat", EIO);  // a size that cannot be told is not an empty file
+  mfg_init();
+  EXPECT_EQ(content(), "x");
+}
+
+TEST_F(MfgFile, InitHandsOverStoredIdentityAndCalibration) {
+  mfg_info_read(record);
+  std::memcpy(record, "\x02\x5A\x32\x00\x00\x05", 6);
+  record[MFG_INFO_DEVICE_TYPE] = 200;
+  record[MFG_INFO_MAC_COUNT] = 255;
+  record[MFG_INFO_WLCAL_PRESENT + 3] = 1;
+  std::memset(record + MFG_INFO_SERIAL, 0, 16);
+  std::memset(record + 83, 'Z', 20);  // what follows the serial number is not part of it
+  std::string all(kMfgFileSize, '\xFF');
+  for (std::size_t i = 0; i < TVRA_WLCAL_SIZE; ++i)
+    all[0x1F800 + i] = static_cast<char>(i);
+  write_content(all);
+  ASSERT_EQ(mfg_info_write(record), 0);
+  system.clear_records();
+
+  mfg_init();
+  const auto &identity = system.platform().identity;
+  ASSERT_TRUE(identity);
+  EXPECT_EQ(identity->device_type, 200U);
+  EXPECT_STREQ(identity->serial, "16777221");
+  EXPECT_EQ(identity->mac[5], 5);
+  EXPECT_EQ(identity->mac_count, 255U);
+  ASSERT_TRUE(system.platform().calibration);
+  const auto &calibration = *system.platform().calibration;
+  EXPECT_EQ(calibration.size(), std::size_t{TVRA_WLCAL_SIZE});
+  EXPECT_EQ(std::memcmp(calibration.data(), all.data() + 0x1F800, TVRA_WLCAL_SIZE), 0);
+  EXPECT_TRUE(content().substr(0, kMfgFileSize - 256) == all.substr(0, kMfgFileSize - 256));
+
+  // An unreadable calibration area is sent all the same; refused commands are logged.
+  system.clear_records();
+  system.platform().calibration.reset();
+  system.fail("read", EIO, 1);
+  mfg_init();
+  EXPECT_TRUE(system.platform().calibration);
+  system.clear_records();
+  system.fail("ioctl", EPERM, 0, 2);
+  mfg_init();
+  EXPECT_THAT(logged(3), ElementsAre("MFG: TVRA_INFO_SET ioctl failed: Operation not permitted",
+                                     "MFG: TVRA_WLCAL_SET ioctl failed: Operation not permitted"));
+}
+
+TEST_F(MfgFile, InitGoesOnAfterEveryFailure) {
+  system.fail("mount", EPERM);
+  system.fail("open", EPERM);
+  mfg_init();
+  EXPECT_THAT(logged(3), ElementsAre("MFG: mount failed: Operation not permitted",
+                                     "MFG: open failed: Operation not permitted",
+                                     "MFG: open failed: No such file or directory"));
+  EXPECT_TRUE(system.platform().identity);
+
+  // A flash that fills up while the file is made.
+  system.clear_records();
+  system.fail("write", ENOSPC, 5);
+  mfg_init();
+  EXPECT_EQ(content().size(), 5U * 1024);
+  EXPECT_EQ(logged(3).front(), "MFG: write failed: No space left on device");
+}
+
+}  // namespace
+}  // namespace talvera::test
