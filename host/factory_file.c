@@ -18,14 +18,16 @@ static int parse_mac(const char *text, unsigned char *mac) {
              &bytes[5]) != 6) {
     return -1;
   }
-  for (i = 0; i < 6; i++) mac[i] = (unsigned char)bytes[i];
+  for (i = 0; i < 6; i++)
+    mac[i] = (unsigned char)bytes[i];
   return 0;
 }
 
 static void set_checksum(unsigned char *record) {
   unsigned sum = 0;
   int i;
-  for (i = 0; i < MFG_INFO_CHECKSUM; i += 2) sum += record[i] << 8 | record[i + 1];
+  for (i = 0; i < MFG_INFO_CHECKSUM; i += 2)
+    sum += record[i] << 8 | record[i + 1];
   sum = 0x10000 - (sum & 0xFFFF);
   record[MFG_INFO_CHECKSUM] = (unsigned char)(sum >> 8);
   record[MFG_INFO_CHECKSUM + 1] = (unsigned char)sum;
