@@ -8,6 +8,7 @@
 #define TALVERA_STRUTIL_H
 
 #include "talvera/api.h"
+#include "talvera/args.h"
 #include "talvera/encode.h"
 #include "talvera/scan.h"
 
