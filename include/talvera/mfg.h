@@ -76,13 +76,15 @@ TALVERA_API void mfg_init(void);
 
 /* ---- Platform device ------------------------------------------------------------------------ */
 
-/** Commands of "/dev/talvera": the target's values (32-bit MIPS encoding, type 'M', write) on every
- *  platform. */
-#define TVRA_INFO_SET 0x80284D00U  /**< argument: struct tvra_info */
-#define TVRA_WLCAL_GET 0x80084D03U /**< argument: struct tvra_wlcal; the driver fills the buffer \
-                                    */
-#define TVRA_WLCAL_SET 0x80084D04U /**< argument: struct tvra_wlcal; null and 0 drop what it has \
-                                    */
+/* Commands of "/dev/talvera": the target's values (32-bit MIPS encoding, type 'M', write) on every
+ * platform. */
+
+/** Takes struct tvra_info. */
+#define TVRA_INFO_SET 0x80284D00U
+/** Takes struct tvra_wlcal; the driver fills the buffer and sets the length to what it holds. */
+#define TVRA_WLCAL_GET 0x80084D03U
+/** Takes struct tvra_wlcal; a null buffer and length 0 make the driver drop what it has. */
+#define TVRA_WLCAL_SET 0x80084D04U
 
 /** Bytes of wireless calibration data. */
 #define TVRA_WLCAL_SIZE 1792
