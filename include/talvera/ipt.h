@@ -1,5 +1,13 @@
 /* Firewall rules: packet-filter rules as records, rendered into iptables command lines and run.
  *
+ *   ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
+ *                                                 "192.168.1.10", 80);
+ *   if (rule != NULL) error = ipt_process_rule(rule);
+ *   ...
+ *   rule->command = IPT_COMMAND_DELETE;   // the same record takes the rule out again
+ *   error = ipt_process_rule(rule);
+ *   ipt_rule_free(rule);
+ *
  * A command line has five sections, written in this order: table, command with chain and command
  * argument, parameters, matches, target. Each section holds at most 63 characters, shared by all of
  * its items, and everything in front of the target at most 191.
@@ -270,6 +278,136 @@ TALVERA_API int ipt_set_chain_policy(uint32_t chain, uint32_t policy);
  *          no rule is equal to none
  */
 TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b);
+
+/* ---- User-level values ------------------------------------------------------------------------
+ */
+
+/** Takes a leading "!" and the spaces behind it off a text.
+ *
+ *  @param bit           number of the bit to set in @p mask when there is a "!"; 8 and more set
+ * none
+ *  @param[in,out] mask  negation mask; other bits stay
+ *  @param text          user-level text, or null
+ *  @param[out] result   receives a pointer into @p text, or null when that is null
+ */
+TALVERA_API void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *text,
+                                   const char **result) TALVERA_NONNULL(2, 4);
+
+/** @return a heap copy of @p text for the caller to free, when it is "tcp", "udp", "icmp" or "ALL"
+ *          in exactly this case, or a decimal number; else, and when memory runs out, null */
+TALVERA_API char *ipt_make_protocol_value(const char *text) TALVERA_MUST_USE;
+
+/** @return 1 when @p text is digits only, or empty; 2 when something else follows a leading digit;
+ *          -1 when it does not begin with a digit, or is null */
+TALVERA_API int ipt_check_port_input(const char *text);
+
+/** Makes a port or port range as iptables wants it.
+ *
+ *  @param text  "a", "a-b" or "a b", which gives "a", "a:b" and "a:b". Of several separators one
+ *               is replaced: the first "-", or with no "-" the first space
+ *  @return a heap string for the caller to free; null when @p text does not begin with a digit,
+ *          when it is neither digits only nor holds a separator, and when memory runs out
+ */
+TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
+
+/** Tells which internal ports an external port or port range goes to.
+ *
+ *  @param external       "a" or "a:b", as ipt_make_port_value() gives it
+ *  @param internal_port  the internal port that the first external port goes to
+ *  @param[out] buffer    room for @p size bytes; for one port receives the internal port, for a
+ *                        range "first-last", terminated and cut when it does not fit; for a range
+ *                        that begins at @p internal_port nothing is written: no translation needed
+ *  @param size           bytes of room
+ *  @return 0; -1 when @p external is neither
+ */
+TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
+                                   size_t size);
+
+/* ---- Ready-made rules --------------------------------------------------------------------------
+ */
+
+/* Each returns a new rule, to be released with ipt_rule_free(), or null when a text cannot be used
+ * or memory runs out. Texts are copied. */
+
+/** Makes the rule of a pinhole: connections to a port of the gateway go to a host inside.
+ *
+ *  Destination, protocol and external port may begin with "!", but a negated protocol comes out
+ *  without it. An unknown protocol leaves the protocol's place empty, which iptables refuses.
+ *
+ *  @param command        one of enum ipt_command
+ *  @param destination    address of the gateway that the connection is for; null leaves its place
+ *                        empty
+ *  @param protocol       what ipt_make_protocol_value() takes
+ *  @param external_port  what ipt_make_port_value() takes
+ *  @param internal_host  address of the host; with ":" and ports it is cut to 31 characters
+ *  @param internal_port  the host's port, the first one for a range
+ */
+TALVERA_API ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destination,
+                                            const char *protocol, const char *external_port,
+                                            const char *internal_host,
+                                            int internal_port) TALVERA_MUST_USE;
+
+/** Makes the rule that hides what leaves through an interface behind that interface's address.
+ *
+ *  @param command    IPT_COMMAND_APPEND or IPT_COMMAND_INSERT turns NAT on, IPT_COMMAND_DELETE off
+ *  @param interface  name of the interface
+ */
+TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
+                                              const char *interface) TALVERA_MUST_USE;
+
+/** Makes the rule that does NAT for a range of inner addresses.
+ *
+ *  @param command       one of enum ipt_command
+ *  @param destination   address that packets go to; may begin with "!"
+ *  @param source_range  "first-last" addresses that they come from; may begin with "!"
+ */
+TALVERA_API ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
+                                            const char *source_range) TALVERA_MUST_USE;
+
+/* ---- Names --------------------------------------------------------------------------------------
+ */
+
+/** The gateway's own chains. */
+TALVERA_API extern const char nm_tai_mangle_prerouting_chain_name[28];
+TALVERA_API extern const char nm_tai_filter_sbl_chain_name[21];
+TALVERA_API extern const char nm_tai_filter_input_chain_name[23];
+TALVERA_API extern const char nm_tai_filter_forward_chain_name[25];
+TALVERA_API extern const char nm_tai_nat_prerouting_chain_name[25];
+
+/** A TCP flag. */
+typedef struct ipt_tcp_flag {
+  const char *name;
+  uint8_t value; /**< the library's own bit, not that of the TCP header */
+} ipt_tcp_flag;
+
+/** SYN, ACK, FIN, RST, URG, PSH, and NONE and ALL, which both stand for all six. */
+TALVERA_API extern const ipt_tcp_flag flags[8];
+
+/** Checks an argument of "--tcp-flags": two lists of flags, such as "SYN,ACK,FIN SYN".
+ *
+ *  @param text  names from the table `flags` in any case, with commas between them; lists with
+ *               spaces between them. What follows the 48th character is not looked at
+ *  @return 0 when there are exactly two lists and no flag is in one list twice (NONE and ALL stand
+ *          alone); else -1
+ */
+TALVERA_API int check_tcp_flags(const char *text);
+
+/** @return the number of an IP protocol by its name in any case (the keywords of IANA's registry of
+ *          Assigned Internet Protocol Numbers), 0 for "none", -1 for unknown names */
+TALVERA_API int wkp_prot_from_name(const char *name);
+
+/** Formats one address record of the captive portal as "192.168.1.0/24".
+ *
+ *  @param records      records of 10 characters, without separators: eight hexadecimal digits of an
+ *                      IPv4 address, most significant first, and a prefix length of two decimal
+ *                      digits. Malformed digits count as far as they can be read
+ *  @param[out] buffer  receives the text, terminated and cut to @p size bytes
+ *  @param size         bytes of room; 20 hold any well-formed record
+ *  @param index        number of the record, from 0
+ *  @return the length of the whole text, also when it was cut
+ */
+TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,
+                                           unsigned int index) TALVERA_NONNULL(1);
 
 TALVERA_END_DECLS
 

@@ -33,8 +33,8 @@ static_assert(kLongestUntargeted + kSectionSize <= IPT_LINE_SIZE);
 
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
-// The line in the caller's buffer. It cannot outgrow it: a section adds at most 63 characters, or 63
-// and a name when it fails, and no section follows one that ends behind character 191.
+// The line in the caller's buffer. It cannot outgrow it: a section adds at most 63 characters, or
+// 63 and a name when it fails, and no section follows one that ends behind character 191.
 class Line {
  public:
   explicit Line(char *buffer) : start_(buffer), end_(buffer) {}
