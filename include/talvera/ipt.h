@@ -139,7 +139,8 @@ enum ipt_option {
   IPT_OPTION_STATE = 17          /**< "--state", of IPT_MATCH_STATE */
 };
 
-/** Bits of an item's negation mask: what gets a "!" in front. */
+/** Bits of an item's negation mask: what gets a "!" in front. In front of a value ("-d ! 10.0.0.1")
+ *  is where the gateway's iptables wants it; newer ones want it in front of the option word. */
 enum ipt_negation {
   IPT_NEGATE_NOTHING = 0x01, /**< carried, never rendered */
   IPT_NEGATE_VALUE = 0x02,
