@@ -2,7 +2,7 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test bench lint format install clean \
+.PHONY: help setup demo test check mips-test bench lint fuzz format install clean \
 	target-toolchain target-test target-lab
 
 help:
@@ -14,6 +14,7 @@ help:
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
 	@echo "make bench      the library beside its yardsticks"
 	@echo "make lint       formatting and static analysis"
+	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
 	@echo "make install    the release build, to PREFIX (/usr/local) below DESTDIR"
 
 setup:
@@ -56,6 +57,13 @@ bench: setup
 
 lint: setup
 	scripts/lint
+
+# Seconds for each fuzz target.
+FUZZ_SECONDS ?= 60
+fuzz: setup
+	cmake --preset fuzz
+	$(BUILD) --preset fuzz -j $(JOBS)
+	scripts/fuzz $(FUZZ_SECONDS)
 
 format:
 	git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format-14 -i
