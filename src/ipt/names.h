@@ -29,25 +29,26 @@ class Names {
 };
 
 // Names one behind the other, separated by NUL: an array of pointers would cost the loader a
-// relocation for each name.
+// relocation for each name. An aggregate, which the compiler puts into read-only memory.
 template <std::size_t Size>
-class NameTable {
- public:
+struct NameTable {
   static_assert(Size < 256);
 
-  consteval explicit NameTable(const char (&names)[Size]) {
-    for (std::size_t i = 0; i < Size; ++i) {
-      text_[i] = names[i];
-      if (names[i] == '\0') starts_[++count_] = static_cast<std::uint8_t>(i + 1);
-    }
-  }
+  constexpr operator Names() const { return {text.data(), starts.data(), count}; }
 
-  constexpr operator Names() const { return {text_.data(), starts_.data(), count_}; }
-
- private:
-  std::array<char, Size> text_{};
-  std::array<std::uint8_t, kMostNames + 1> starts_{};
-  std::uint32_t count_ = 0;
+  std::array<char, Size> text;
+  std::array<std::uint8_t, kMostNames + 1> starts;
+  std::uint32_t count;
 };
+
+template <std::size_t Size>
+consteval NameTable<Size> name_table(const char (&names)[Size]) {
+  NameTable<Size> table{};
+  for (std::size_t i = 0; i < Size; ++i) {
+    table.text[i] = names[i];
+    if (names[i] == '\0') table.starts[++table.count] = static_cast<std::uint8_t>(i + 1);
+  }
+  return table;
+}
 
 }  // namespace talvera::ipt

@@ -14,175 +14,181 @@ namespace {
 
 constexpr std::size_t kBuckets = 27;  // "a" to "z", and one for everything else
 
+// With its name inside: a pointer would cost more room, and the loader a relocation.
+struct Protocol {
+  char name[16];
+  std::uint8_t number;
+};
+
 // By bucket; within a bucket in the order in which names are looked up.
-constexpr ust_entry kProtocols[] = {
+constexpr Protocol kProtocols[] = {
     // a
-    {13, "ARGUS"},
-    {51, "AH"},
-    {93, "AX.25"},
-    {104, "ARIS"},
-    {107, "A/N"},
+    {"ARGUS", 13},
+    {"AH", 51},
+    {"AX.25", 93},
+    {"ARIS", 104},
+    {"A/N", 107},
     // b
-    {10, "BBN-RCC-MON"},
-    {49, "BNA"},
-    {76, "BR-SAT-MON"},
+    {"BBN-RCC-MON", 10},
+    {"BNA", 49},
+    {"BR-SAT-MON", 76},
     // c
-    {7, "CBT"},
-    {16, "CHAOS"},
-    {62, "CFTP"},
-    {72, "CPNX"},
-    {73, "CPHB"},
-    {110, "Compaq-Peer"},
-    {126, "CRTP"},
-    {127, "CRUDP"},
+    {"CBT", 7},
+    {"CHAOS", 16},
+    {"CFTP", 62},
+    {"CPNX", 72},
+    {"CPHB", 73},
+    {"Compaq-Peer", 110},
+    {"CRTP", 126},
+    {"CRUDP", 127},
     // d
-    {19, "DCN-MEAS"},
-    {33, "DCCP"},
-    {37, "DDP"},
-    {48, "DSR"},
-    {86, "DGP"},
-    {116, "DDX"},
+    {"DCN-MEAS", 19},
+    {"DCCP", 33},
+    {"DDP", 37},
+    {"DSR", 48},
+    {"DGP", 86},
+    {"DDX", 116},
     // e
-    {8, "EGP"},
-    {14, "EMCON"},
-    {50, "ESP"},
-    {88, "EIGRP"},
-    {97, "ETHERIP"},
-    {98, "ENCAP"},
+    {"EGP", 8},
+    {"EMCON", 14},
+    {"ESP", 50},
+    {"EIGRP", 88},
+    {"ETHERIP", 97},
+    {"ENCAP", 98},
     // f
-    {125, "FIRE"},
-    {133, "FC"},
+    {"FIRE", 125},
+    {"FC", 133},
     // g
-    {3, "GGP"},
-    {47, "GRE"},
-    {100, "GMTP"},
+    {"GGP", 3},
+    {"GRE", 47},
+    {"GMTP", 100},
     // h
-    {0, "HOPOPT"},
-    {20, "HMP"},
-    {139, "HIP"},
+    {"HOPOPT", 0},
+    {"HMP", 20},
+    {"HIP", 139},
     // i
-    {1, "ICMP"},
-    {2, "IGMP"},
-    {4, "IPINIP"},
-    {4, "IPv4"},
-    {9, "IGP"},
-    {28, "IRTP"},
-    {29, "ISO-TP4"},
-    {35, "IDPR"},
-    {38, "IDPR-CMTP"},
-    {40, "IL"},
-    {41, "IPv6"},
-    {43, "IPv6-Route"},
-    {44, "IPv6-Frag"},
-    {45, "IDRP"},
-    {52, "I-NLSP"},
-    {58, "IPv6-ICMP"},
-    {59, "IPv6-NoNxt"},
-    {60, "IPv6-Opts"},
-    {67, "IPPC"},
-    {71, "IPCV"},
-    {80, "ISO-IP"},
-    {84, "IPTM"},
-    {94, "IPIP"},
-    {101, "IFMP"},
-    {108, "IPComp"},
-    {111, "IPX-in-IP"},
-    {117, "IATP"},
-    {124, "ISIS-OVER-IPV4"},
-    {129, "IPLT"},
+    {"ICMP", 1},
+    {"IGMP", 2},
+    {"IPINIP", 4},
+    {"IPv4", 4},
+    {"IGP", 9},
+    {"IRTP", 28},
+    {"ISO-TP4", 29},
+    {"IDPR", 35},
+    {"IDPR-CMTP", 38},
+    {"IL", 40},
+    {"IPv6", 41},
+    {"IPv6-Route", 43},
+    {"IPv6-Frag", 44},
+    {"IDRP", 45},
+    {"I-NLSP", 52},
+    {"IPv6-ICMP", 58},
+    {"IPv6-NoNxt", 59},
+    {"IPv6-Opts", 60},
+    {"IPPC", 67},
+    {"IPCV", 71},
+    {"ISO-IP", 80},
+    {"IPTM", 84},
+    {"IPIP", 94},
+    {"IFMP", 101},
+    {"IPComp", 108},
+    {"IPX-in-IP", 111},
+    {"IATP", 117},
+    {"ISIS-OVER-IPV4", 124},
+    {"IPLT", 129},
     // k
-    {65, "KRYPTOLAN"},
+    {"KRYPTOLAN", 65},
     // l
-    {25, "LEAF-1"},
-    {26, "LEAF-2"},
-    {91, "LARP"},
-    {115, "L2TP"},
+    {"LEAF-1", 25},
+    {"LEAF-2", 26},
+    {"LARP", 91},
+    {"L2TP", 115},
     // m
-    {18, "MUX"},
-    {31, "MFE-NSP"},
-    {32, "MERIT-INP"},
-    {55, "MOBILE"},
-    {92, "MTP"},
-    {95, "MICP"},
-    {135, "Mobility-Header"},
-    {137, "MPLS-in-IP"},
-    {138, "manet"},
+    {"MUX", 18},
+    {"MFE-NSP", 31},
+    {"MERIT-INP", 32},
+    {"MOBILE", 55},
+    {"MTP", 92},
+    {"MICP", 95},
+    {"Mobility-Header", 135},
+    {"MPLS-in-IP", 137},
+    {"manet", 138},
     // n
-    {11, "NVP-II"},
-    {30, "NETBLT"},
-    {54, "NARP"},
-    {85, "NSFNET-IGP"},
+    {"NVP-II", 11},
+    {"NETBLT", 30},
+    {"NARP", 54},
+    {"NSFNET-IGP", 85},
     // o
-    {89, "OSPF"},
-    {89, "OSPFIGP"},
+    {"OSPF", 89},
+    {"OSPFIGP", 89},
     // p
-    {12, "PUP"},
-    {21, "PRM"},
-    {75, "PVP"},
-    {102, "PNNI"},
-    {103, "PIM"},
-    {113, "PGM"},
-    {123, "PTP"},
-    {131, "PIPE"},
+    {"PUP", 12},
+    {"PRM", 21},
+    {"PVP", 75},
+    {"PNNI", 102},
+    {"PIM", 103},
+    {"PGM", 113},
+    {"PTP", 123},
+    {"PIPE", 131},
     // q
-    {106, "QNX"},
+    {"QNX", 106},
     // r
-    {27, "RDP"},
-    {46, "RSVP"},
-    {66, "RVD"},
-    {134, "RSVP-E2E-IGNORE"},
-    {142, "ROHC"},
-    {255, "Reserved"},
+    {"RDP", 27},
+    {"RSVP", 46},
+    {"RVD", 66},
+    {"RSVP-E2E-IGNORE", 134},
+    {"ROHC", 142},
+    {"Reserved", 255},
     // s
-    {5, "ST"},
-    {42, "SDRP"},
-    {53, "SWIPE"},
-    {57, "SKIP"},
-    {64, "SAT-EXPAK"},
-    {69, "SAT-MON"},
-    {77, "SUN-ND"},
-    {82, "SECURE-VMTP"},
-    {90, "Sprite-RPC"},
-    {96, "SCC-SP"},
-    {105, "SCPS"},
-    {109, "SNP"},
-    {118, "STP"},
-    {119, "SRP"},
-    {121, "SMP"},
-    {122, "SM"},
-    {128, "SSCOPMCE"},
-    {130, "SPS"},
-    {132, "SCTP"},
-    {140, "Shim6"},
+    {"ST", 5},
+    {"SDRP", 42},
+    {"SWIPE", 53},
+    {"SKIP", 57},
+    {"SAT-EXPAK", 64},
+    {"SAT-MON", 69},
+    {"SUN-ND", 77},
+    {"SECURE-VMTP", 82},
+    {"Sprite-RPC", 90},
+    {"SCC-SP", 96},
+    {"SCPS", 105},
+    {"SNP", 109},
+    {"STP", 118},
+    {"SRP", 119},
+    {"SMP", 121},
+    {"SM", 122},
+    {"SSCOPMCE", 128},
+    {"SPS", 130},
+    {"SCTP", 132},
+    {"Shim6", 140},
     // t
-    {6, "TCP"},
-    {23, "TRUNK-1"},
-    {24, "TRUNK-2"},
-    {39, "TP++"},
-    {56, "TLSP"},
-    {84, "TTP"},
-    {87, "TCF"},
+    {"TCP", 6},
+    {"TRUNK-1", 23},
+    {"TRUNK-2", 24},
+    {"TP++", 39},
+    {"TLSP", 56},
+    {"TTP", 84},
+    {"TCF", 87},
     // u
-    {17, "UDP"},
-    {120, "UTI"},
-    {136, "UDPLite"},
+    {"UDP", 17},
+    {"UTI", 120},
+    {"UDPLite", 136},
     // v
-    {70, "VISA"},
-    {81, "VMTP"},
-    {83, "VINES"},
-    {112, "VRRP"},
+    {"VISA", 70},
+    {"VMTP", 81},
+    {"VINES", 83},
+    {"VRRP", 112},
     // w
-    {74, "WSN"},
-    {78, "WB-MON"},
-    {79, "WB-EXPAK"},
-    {141, "WESP"},
+    {"WSN", 74},
+    {"WB-MON", 78},
+    {"WB-EXPAK", 79},
+    {"WESP", 141},
     // x
-    {15, "XNET"},
-    {22, "XNS-IDP"},
-    {36, "XTP"},
+    {"XNET", 15},
+    {"XNS-IDP", 22},
+    {"XTP", 36},
     // no letter
-    {34, "3PC"},
-    {143, "-252"},
+    {"3PC", 34},
+    {"-252", 143},
 };
 
 constexpr std::size_t bucket_of(char lower_case) {
@@ -190,30 +196,34 @@ constexpr std::size_t bucket_of(char lower_case) {
                                                 : kBuckets - 1;
 }
 
-constexpr std::size_t bucket_of(const ust_entry &entry) {
-  const char first = entry.name[0];
+constexpr std::size_t bucket_of(const Protocol &protocol) {
+  const char first = protocol.name[0];
   return bucket_of(first >= 'A' && first <= 'Z' ? static_cast<char>(first - 'A' + 'a') : first);
 }
 
-static_assert(std::is_sorted(std::begin(kProtocols), std::end(kProtocols),
-                             [](const ust_entry &a, const ust_entry &b) {
-                               return bucket_of(a) < bucket_of(b);
-                             }));
-
-// Where each bucket begins in the table, and the end of the last one.
-constexpr std::array<std::uint8_t, kBuckets + 1> kStarts = [] {
-  std::array<std::uint8_t, kBuckets + 1> starts{};
-  for (const ust_entry &entry : kProtocols) {
-    for (std::size_t i = bucket_of(entry) + 1; i < starts.size(); ++i)
-      ++starts[i];
-  }
-  return starts;
+constexpr std::size_t kLargestBucket = [] {
+  std::array<std::size_t, kBuckets> sizes{};
+  for (const Protocol &protocol : kProtocols)
+    ++sizes[bucket_of(protocol)];
+  return *std::max_element(sizes.begin(), sizes.end());
 }();
 
-ust_table bucket(std::size_t index) {
-  return {kProtocols + kStarts[index],
-          static_cast<std::uint32_t>(kStarts[index + 1] - kStarts[index])};
-}
+// The entries of one bucket, for the look-ups of value tables.
+class Bucket {
+ public:
+  explicit Bucket(std::size_t number) {
+    for (const Protocol &protocol : kProtocols) {
+      if (bucket_of(protocol) == number) {
+        entries_[count_++] = {protocol.number, protocol.name};
+      }
+    }
+  }
+  [[nodiscard]] ust_table table() const { return {entries_.data(), count_}; }
+
+ private:
+  std::array<ust_entry, kLargestBucket> entries_;
+  std::uint32_t count_ = 0;
+};
 
 }  // namespace
 
@@ -221,7 +231,8 @@ extern "C" int wkp_prot_from_name(const char *name) {
   if (name == nullptr) return -1;
   if (strcasecmp(name, "none") == 0) return 0;
   const int first = std::tolower(static_cast<unsigned char>(name[0]));
-  const ust_table table = bucket(bucket_of(static_cast<char>(first)));
+  const Bucket bucket(bucket_of(static_cast<char>(first)));
+  const ust_table table = bucket.table();
   const int index = ust_lookup_index_by_name_i(&table, name);
   return ust_lookup_value_by_index(&table, static_cast<unsigned int>(index));
 }

@@ -77,14 +77,13 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
                                            const char *protocol, const char *external_port,
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
+  ipt::Draft draft;
   // The protocol's "!" sets a bit that nothing renders: a negated protocol is meant to come out
   // without it.
   std::uint8_t mask = 0;
   protocol = without_not(ipt::kNothingBit, mask, protocol);
   char *port = ipt_make_port_value(without_not(ipt::kOptionValueBit, mask, external_port));
   if (port == nullptr) return nullptr;
-
-  ipt::Draft draft;
   char *protocol_value = draft.copy(ipt::is_protocol(protocol) ? protocol : nullptr);
   draft.add_param(IPT_PARAM_PROTOCOL, mask, protocol_value, IPT_OPTION_DPORT, port);
   mask = 0;

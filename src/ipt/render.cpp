@@ -11,18 +11,18 @@
 namespace talvera::ipt {
 namespace {
 
-// The first name of a table stands for "none". Where something must be rendered in its place it is
-// that word, which makes iptables refuse the command: an empty chain would mean all of them.
-constexpr NameTable kTables("filter\0raw\0conntrack\0mangle\0nat");
-constexpr NameTable kChains("none\0PREROUTING\0INPUT\0FORWARD\0OUTPUT\0POSTROUTING");
-constexpr NameTable kCommands("none\0A\0I\0D\0R\0F\0Z\0N\0X\0P");
-constexpr NameTable kTargets(
+// Number 0 is "none" in all but the first. Where something must be rendered for it, it is that word,
+// so that iptables refuses the command: without a chain it could mean all of them.
+constexpr auto kTables = name_table("filter\0raw\0conntrack\0mangle\0nat");
+constexpr auto kChains = name_table("none\0PREROUTING\0INPUT\0FORWARD\0OUTPUT\0POSTROUTING");
+constexpr auto kCommands = name_table("none\0A\0I\0D\0R\0F\0Z\0N\0X\0P");
+constexpr auto kTargets = name_table(
     "\0ACCEPT\0DROP\0QUEUE\0RETURN\0REJECT\0JUMP\0CLASSIFY\0DNAT\0SNAT\0DSCP\0MARK\0MASQUERADE\0"
     "NETMAP\0REDIRECT\0SAME\0ULOG");
-constexpr NameTable kParams("none\0p\0s\0d\0i\0o\0f");
-constexpr NameTable kMatches(
-    "none\0state\0iprange\0mport\0conntrack\0dscp\0helper\0mac\0mark\0tos");
-constexpr NameTable kOptions(
+constexpr auto kParams = name_table("none\0p\0s\0d\0i\0o\0f");
+constexpr auto kMatches =
+    name_table("none\0state\0iprange\0mport\0conntrack\0dscp\0helper\0mac\0mark\0tos");
+constexpr auto kOptions = name_table(
     "\0--dport\0--sport\0--tcp-flags\0--tcp-option\0--syn\0! --syn\0--icmp-type\0--helper\0"
     "--src-range\0! --src-range\0--dst-range\0! --dst-range\0--mac-source\0--sports\0--dports\0"
     "--ports\0--state");
