@@ -61,8 +61,8 @@ void take_destination(const char *header, char (&destination)[kDestinationSize])
 }
 
 bool is_time(const char *token) {
-  return netu_atoipv4(token, nullptr) != 1 && netu_atoipv6(token, nullptr) != 1 &&
-         std::strstr(token, "ms") == nullptr && std::strchr(token, '!') == nullptr;
+  return std::strstr(token, "ms") == nullptr && std::strchr(token, '!') == nullptr &&
+         netu_atoipv4(token, nullptr) != 1 && netu_atoipv6(token, nullptr) != 1;
 }
 
 void append_time(tr_hop &hop, const char *token) {
