@@ -11,7 +11,7 @@
 
 namespace {
 
-static_assert(sizeof(netu_linuxif_stats) == 3 * 14 * 4);
+static_assert(sizeof(netu_linuxif_stats) == std::size_t{3} * 14 * 4);
 
 // The files' names, in the order of netu_stat; a table of arrays needs no relocations.
 constexpr char kFiles[NETU_STAT_COUNT][17] = {
