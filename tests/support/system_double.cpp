@@ -208,6 +208,12 @@ void record_log(const char *channel, int level, const char *format, std::va_list
   errno = error;
 }
 
+void print_log(std::FILE *stream) {
+  if (active == nullptr) return;
+  for (const LogLine &line : records->log)
+    std::fprintf(stream, "%s %d %s\n", line.channel.c_str(), line.level, line.text.c_str());
+}
+
 std::time_t double_time() {
   return active != nullptr ? fixed_time : 0;
 }
