@@ -37,24 +37,26 @@ void store_le32(unsigned char *bytes, std::uint32_t value) {
 using State = std::uint32_t[4];
 using Block = std::uint32_t[16];
 
-// What a round mixes of the words x, y and z. G is a sum instead of RFC 1321's "or" of the same two
-// terms, which have no bit in common: the second one need not wait for x.
+// What a round adds to a sum, mixed of the words x, y and z. Each step waits for the x of the step
+// before, so x comes last. In G the two terms have no bit in common and can be added one by one.
 struct F {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return z ^ (x & (y ^ z));
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (z ^ (x & (y ^ z)));
   }
 };
 struct G {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return (x & z) + (y & ~z);
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (y & ~z) + (x & z);
   }
 };
 struct H {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) { return x ^ y ^ z; }
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (x ^ (y ^ z));
+  }
 };
 struct I {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return y ^ (x | ~z);
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (y ^ (x | ~z));
   }
 };
 
@@ -67,8 +69,10 @@ void round(State &state, const Block &block) {
   const auto step = [&block](std::uint32_t &w, std::uint32_t x, std::uint32_t y, std::uint32_t z,
                              unsigned i, int shift) {
     const std::uint32_t word = block[(First + Stride * i) % 16] + kSines[16 * Number + i];
-    w = x + std::rotl(w + word + Mix::mix(x, y, z), shift);
+    w = x + std::rotl(Mix::add(w + word, x, y, z), shift);
   };
+  // Word numbers and sines become constants of the code.
+#pragma GCC unroll 4
   for (unsigned i = 0; i < 16; i += 4) {
     step(a, b, c, d, i, S1);
     step(d, a, b, c, i + 1, S2);
