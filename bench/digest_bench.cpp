@@ -22,46 +22,61 @@ void over(benchmark::State &state, Digest digest) {
   state.SetBytesProcessed(state.iterations() * size);
 }
 
-// The table loop that one would write without the library, for one check at a time.
-struct PlainTable {
-  explicit PlainTable(std::uint32_t reflected) {
+// The table loops that one would write without the library.
+template <typename Word, bool kMsbFirst>
+class PlainTable {
+ public:
+  explicit PlainTable(std::uint32_t polynomial) {
     for (std::uint32_t i = 0; i < 256; ++i) {
-      std::uint32_t crc = i;
+      std::uint32_t crc = kMsbFirst ? i << (kWidth - 8) : i;
       for (int bit = 0; bit < 8; ++bit) {
-        crc = crc >> 1 ^ ((crc & 1) != 0 ? reflected : 0);
+        const bool out = (crc >> (kMsbFirst ? kWidth - 1 : 0) & 1) != 0;
+        crc = (kMsbFirst ? crc << 1 : crc >> 1) ^ (out ? polynomial : 0);
       }
-      entries[i] = crc;
+      entries_[i] = static_cast<Word>(crc);
     }
   }
-  __attribute__((noinline)) std::uint32_t run(std::uint32_t crc, const unsigned char *data,
-                                              unsigned size) const {
+  [[gnu::noinline]] Word run(Word crc, const unsigned char *data, unsigned size) const {
     for (unsigned i = 0; i < size; ++i) {
-      crc = entries[(crc ^ data[i]) & 0xFF] ^ crc >> 8;
+      if constexpr (kMsbFirst) {
+        crc = static_cast<Word>(entries_[data[i] ^ crc >> (kWidth - 8)] ^ crc << 8);
+      } else {
+        crc = static_cast<Word>(entries_[(crc ^ data[i]) & 0xFF] ^ crc >> 8);
+      }
     }
     return crc;
   }
-  std::uint32_t entries[256];
+
+ private:
+  static constexpr unsigned kWidth = sizeof(Word) * 8;
+  Word entries_[256];
 };
 
 template <auto Function>
-void crc(benchmark::State &state) {
+void ours(benchmark::State &state) {
   over(state, [](const unsigned char *data, unsigned size) {
     benchmark::DoNotOptimize(Function(0, data, size));
   });
 }
-BENCHMARK(crc<crc32_le>)->Name("crc32_le")->Arg(64)->Arg(65536);
-BENCHMARK(crc<crc32_be>)->Name("crc32_be")->Arg(64)->Arg(65536);
-BENCHMARK(crc<crc16_le>)->Name("crc16_le")->Arg(64)->Arg(65536);
-BENCHMARK(crc<crc16_be>)->Name("crc16_be")->Arg(64)->Arg(65536);
-BENCHMARK(crc<crc8>)->Name("crc8")->Arg(64)->Arg(65536);
 
-void plain_table_crc(benchmark::State &state) {
-  const PlainTable table(0xEDB88320);
+template <typename Word, bool kMsbFirst, std::uint32_t kPolynomial>
+void plain(benchmark::State &state) {
+  const PlainTable<Word, kMsbFirst> table(kPolynomial);
   over(state, [&](const unsigned char *data, unsigned size) {
     benchmark::DoNotOptimize(table.run(0, data, size));
   });
 }
-BENCHMARK(plain_table_crc)->Arg(64)->Arg(65536);
+
+BENCHMARK(ours<crc32_le>)->Name("crc32_le")->Arg(64)->Arg(65536);
+BENCHMARK(plain<std::uint32_t, false, 0xEDB88320>)->Name("crc32_le_plain")->Arg(64)->Arg(65536);
+BENCHMARK(ours<crc32_be>)->Name("crc32_be")->Arg(64)->Arg(65536);
+BENCHMARK(plain<std::uint32_t, true, 0x04C11DB7>)->Name("crc32_be_plain")->Arg(64)->Arg(65536);
+BENCHMARK(ours<crc16_le>)->Name("crc16_le")->Arg(64)->Arg(65536);
+BENCHMARK(plain<std::uint16_t, false, 0x8408>)->Name("crc16_le_plain")->Arg(64)->Arg(65536);
+BENCHMARK(ours<crc16_be>)->Name("crc16_be")->Arg(64)->Arg(65536);
+BENCHMARK(plain<std::uint16_t, true, 0x1021>)->Name("crc16_be_plain")->Arg(64)->Arg(65536);
+BENCHMARK(ours<crc8>)->Name("crc8")->Arg(64)->Arg(65536);
+BENCHMARK(plain<std::uint8_t, true, 0xD5>)->Name("crc8_plain")->Arg(64)->Arg(65536);
 
 void zlib_crc32(benchmark::State &state) {
   over(state, [](const unsigned char *data, unsigned size) {

@@ -87,7 +87,7 @@ void round(State &state, const Block &block) {
 
 void add_block(State &state, const unsigned char *bytes) {
   Block block;
-  for (unsigned i = 0; i < 16; ++i) {
+  for (std::size_t i = 0; i < 16; ++i) {
     block[i] = load_le32(bytes + 4 * i);
   }
   State mixed;
@@ -109,7 +109,12 @@ std::size_t pending(const md5_context &context) {
 }  // namespace
 
 extern "C" void MD5CInit(md5_context *context) {
-  *context = {.state = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476}, .count = {}, .buffer = {}};
+  context->state[0] = 0x67452301;
+  context->state[1] = 0xEFCDAB89;
+  context->state[2] = 0x98BADCFE;
+  context->state[3] = 0x10325476;
+  context->count[0] = 0;
+  context->count[1] = 0;
 }
 
 extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length) {
@@ -149,7 +154,7 @@ extern "C" void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *co
   store_le32(context->buffer + kLengthOffset + 4, context->count[1]);
   add_block(context->state, context->buffer);
 
-  for (unsigned i = 0; i < 4; ++i) {
+  for (std::size_t i = 0; i < 4; ++i) {
     store_le32(digest + 4 * i, context->state[i]);
   }
   *context = {};
