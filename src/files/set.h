@@ -17,7 +17,9 @@ inline constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
 // Memory for `count` objects, to be filled by the caller; null with errno set when there is none.
 template <typename T>
 MallocPtr<T> allocate(std::size_t count) {
-  return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * sizeof(T) : sizeof(T))));
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
+  constexpr std::size_t kSize = sizeof(T);
+  return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
 }
 
 // A set with room for `count` items, for the caller to fill; null with errno set when memory runs
