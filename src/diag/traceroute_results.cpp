@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "internal/number32.h"
+#include "internal/integer32.h"
 #include "internal/streams.h"
 #include "talvera/ipdiag.h"
 #include "talvera/netu.h"
@@ -137,7 +137,7 @@ extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
   const FilePtr file = diag::open_work_file(name, "status");
   if (file == nullptr) return -1;
   char line[diag::kStatusLineSize];
-  if (diag::read_line(file.get(), line)) *time = parse_int32(line);
+  if (diag::read_line(file.get(), line)) *time = parse_integer32(line, 10).to_signed();
   return 0;
 }
 
