@@ -49,6 +49,8 @@ class SystemDouble {
   void answer(const char *call, long result, int skip = 0, int times = 1);
   // The call is made for at most `bytes` bytes.
   void shorten(const char *call, std::size_t bytes, int skip = 0, int times = 1);
+  // Right before a call is made, once, something else happens.
+  void before(const char *call, void (*event)(), int skip = 0);
   // Takes back all of these that are left.
   void forget();
 
