@@ -1,5 +1,6 @@
 // Hexadecimal digits and the hexadecimal text of bytes.
 #include "internal/alias.h"
+#include "internal/ascii.h"
 #include "talvera/strutil.h"
 
 namespace {
@@ -9,11 +10,8 @@ constexpr char kDigits[] = "0123456789abcdef";
 }  // namespace
 
 extern "C" int hex(int ch) {
-  const auto c = static_cast<signed char>(ch);
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
+  const int value = talvera::digit_value(static_cast<char>(ch));
+  return value < 16 ? value : -1;
 }
 
 extern "C" void GN_HexToString(const unsigned char *in, char *out, char delim, int digits) {
