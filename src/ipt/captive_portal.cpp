@@ -1,0 +1,27 @@
+// Address records of the captive portal.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "talvera/ipt.h"
+
+namespace {
+
+constexpr std::size_t kAddressDigits = 8;
+constexpr std::size_t kRecordSize = 10;  // with two digits of prefix length
+
+}  // namespace
+
+extern "C" int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,
+                                          unsigned int index) {
+  const std::size_t offset = kRecordSize * index;
+  const std::size_t length = strnlen(records, offset + kRecordSize);
+  char record[kRecordSize + 1] = {};  // stays empty from where the records end
+  if (length > offset) std::memcpy(record, records + offset, length - offset);
+
+  const int prefix_length = std::atoi(record + kAddressDigits);
+  record[kAddressDigits] = '\0';
+  const auto address = static_cast<unsigned>(std::strtoul(record, nullptr, 16));
+  return std::snprintf(buffer, size, "%u.%u.%u.%u/%d", address >> 24, address >> 16 & 0xFF,
+                       address >> 8 & 0xFF, address & 0xFF, prefix_length);
+}

@@ -1,0 +1,44 @@
+// Comparing two rules.
+#include <cstring>
+
+#include "ipt/items.h"
+#include "talvera/ipt.h"
+
+namespace talvera::ipt {
+namespace {
+
+bool same_text(const char *a, const char *b) {
+  if (a == b) return true;
+  return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
+}
+
+bool same_item(const ipt_param &a, const ipt_param &b) {
+  return a.item == b.item && a.negation == b.negation && a.option == b.option &&
+         same_text(a.value, b.value) && same_text(a.option_value, b.option_value);
+}
+
+bool same_items(const list_obj *a, const list_obj *b) {
+  if (item_count(a) != item_count(b)) return false;
+  for (std::uint32_t i = 0; i < item_count(a); ++i) {
+    if (!same_item(item_at(a, i), item_at(b, i))) return false;
+  }
+  return true;
+}
+
+bool same_rule(const ipt_rule &a, const ipt_rule &b) {
+  return a.table == b.table && a.chain == b.chain && a.command == b.command &&
+         same_text(a.command_argument, b.command_argument) && a.target == b.target &&
+         a.mask == b.mask && same_text(a.target_argument, b.target_argument) &&
+         same_items(a.params, b.params) && same_items(a.matches, b.matches);
+}
+
+}  // namespace
+}  // namespace talvera::ipt
+
+using namespace talvera;
+
+extern "C" int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b) {
+  if (rule_a == nullptr || rule_b == nullptr) return 1;
+  if (rule_a == rule_b) return 0;
+  return ipt::same_rule(*rule_a, *rule_b) ? 0 : 1;
+}

@@ -1,0 +1,110 @@
+// The rule record: making it, adding items, freeing it.
+#include <cstdlib>
+
+#include "internal/owners.h"
+#include "ipt/items.h"
+#include "ipt/rule_ptr.h"
+#include "talvera/ipt.h"
+#include "talvera/list.h"
+#include "talvera/sdb.h"
+
+namespace talvera::ipt {
+namespace {
+
+static_assert(sizeof(void *) != 4 || (sizeof(ipt_rule) == 36 && sizeof(ipt_param) == 20));
+
+// What sets parameters and matches apart.
+struct ItemKind {
+  std::uint32_t count;  // item numbers from here on are invalid
+  const char *label;    // in messages about a list or a number
+  const char *name;     // in messages about an item
+};
+
+list_obj *make_list() {
+  MallocPtr<list_obj> list(static_cast<list_obj *>(std::calloc(1, sizeof(list_obj))));
+  if (list == nullptr || list_init(list.get()) < 0) return nullptr;
+  return list.release();
+}
+
+// Appends an item, whose strings it takes over, to the list in `slot`, which is made if it is
+// missing. Returns the heap copy that the list now holds, or null.
+void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
+  MallocPtr<char> value(item.value);
+  MallocPtr<char> option_value(item.option_value);
+  if (slot == nullptr) return nullptr;
+  if (*slot == nullptr) *slot = make_list();
+  if (*slot == nullptr) {
+    sdb_log(SDB_LOG_INFO, "ipt: can't initialize %s list for item %d", kind.label,
+            static_cast<int>(item.item));
+    return nullptr;
+  }
+  if (item.item >= kind.count) {
+    sdb_log(SDB_LOG_INFO, "ipt: invalid %s item specified", kind.label);
+    return nullptr;
+  }
+  MallocPtr<void> added(std::malloc(sizeof item));
+  if (added == nullptr) return nullptr;
+  std::memcpy(added.get(), &item, sizeof item);
+  if (list_append(*slot, added.get()) < 0) {
+    sdb_log(SDB_LOG_INFO, "ipt: failed to add a %s to rule", kind.name);
+    return nullptr;
+  }
+  (void)value.release();
+  (void)option_value.release();
+  return added.release();
+}
+
+void free_items(list_obj *list) {
+  if (list == nullptr) return;
+  for (std::uint32_t i = 0; i < list_size(list); ++i) {
+    const ipt_param item = item_at(list, i);
+    std::free(item.value);
+    std::free(item.option_value);
+    std::free(list_get_at(list, i));
+  }
+  list_destroy(list);
+  std::free(list);
+}
+
+}  // namespace
+}  // namespace talvera::ipt
+
+using namespace talvera;
+
+extern "C" ipt_rule *ipt_simplerule_init(void) {
+  return static_cast<ipt_rule *>(std::calloc(1, sizeof(ipt_rule)));
+}
+
+extern "C" ipt_rule *ipt_rule_init(void) {
+  ipt::RulePtr rule(ipt_simplerule_init());
+  if (rule == nullptr) return nullptr;
+  rule->params = ipt::make_list();
+  if (rule->params == nullptr) return nullptr;
+  rule->matches = ipt::make_list();
+  if (rule->matches == nullptr) return nullptr;
+  return rule.release();
+}
+
+extern "C" void ipt_rule_free(ipt_rule *rule) {
+  if (rule == nullptr) return;
+  const ErrnoKeeper keep;
+  std::free(rule->command_argument);
+  ipt::free_items(rule->params);
+  ipt::free_items(rule->matches);
+  std::free(rule->target_argument);
+  std::free(rule);
+}
+
+extern "C" ipt_param *ipt_rule_add_param(ipt_rule *rule, uint32_t item, uint8_t negation,
+                                         char *value, uint32_t option, char *option_value) {
+  return static_cast<ipt_param *>(ipt::add_item(rule != nullptr ? &rule->params : nullptr,
+                                                {7, "param", "parameter"},
+                                                {item, negation, value, option, option_value}));
+}
+
+extern "C" ipt_match *ipt_rule_add_match(ipt_rule *rule, uint32_t item, uint8_t negation,
+                                         uint32_t option, char *option_value) {
+  return static_cast<ipt_match *>(ipt::add_item(rule != nullptr ? &rule->matches : nullptr,
+                                                {10, "match", "match"},
+                                                {item, negation, nullptr, option, option_value}));
+}

@@ -1,0 +1,58 @@
+// The TCP flags and the check of a "--tcp-flags" argument.
+#include <strings.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "talvera/ipt.h"
+
+// "NONE" is meant to have the same bits as "ALL": both exclude every other flag of their list.
+extern "C" const ipt_tcp_flag flags[] = {
+    {"SYN", 0x01}, {"ACK", 0x02}, {"FIN", 0x04},  {"RST", 0x08},
+    {"URG", 0x10}, {"PSH", 0x20}, {"NONE", 0x3F}, {"ALL", 0x3F},
+};
+
+// The same table under a name that no program can claim: one that has a `flags` of its own takes
+// the exported name.
+extern "C" const ipt_tcp_flag ipt_own_flags[std::size(flags)]
+    __attribute__((alias("flags"), visibility("hidden")));
+
+namespace {
+
+constexpr std::size_t kTextSize = 49;
+
+// 0 for an unknown name.
+std::uint8_t bits_of(const char *name) {
+  for (const ipt_tcp_flag &flag : ipt_own_flags) {
+    if (strcasecmp(flag.name, name) == 0) return flag.value;
+  }
+  return 0;
+}
+
+// The bits of all flags in a list; 0 for a list that is empty, has an unknown flag, or one twice.
+std::uint8_t bits_of_list(char *list) {
+  std::uint8_t bits = 0;
+  char *rest = nullptr;
+  for (char *name = strtok_r(list, ",", &rest); name != nullptr;
+       name = strtok_r(nullptr, ",", &rest)) {
+    const std::uint8_t added = bits_of(name);
+    if (added == 0 || (bits & added) != 0) return 0;
+    bits |= added;
+  }
+  return bits;
+}
+
+}  // namespace
+
+extern "C" int check_tcp_flags(const char *text) {
+  if (text == nullptr) return -1;
+  char copy[kTextSize];
+  std::snprintf(copy, sizeof copy, "%s", text);
+  char *rest = nullptr;
+  char *mask = strtok_r(copy, " ", &rest);
+  char *comparison = strtok_r(nullptr, " ", &rest);
+  if (comparison == nullptr || strtok_r(nullptr, " ", &rest) != nullptr) return -1;
+  return bits_of_list(mask) != 0 && bits_of_list(comparison) != 0 ? 0 : -1;
+}

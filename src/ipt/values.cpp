@@ -1,0 +1,90 @@
+// User-level values: negation, protocols, ports and port ranges.
+#include "ipt/values.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "talvera/ipt.h"
+
+namespace talvera::ipt {
+namespace {
+
+enum PortInput { kNoPort = -1, kPlainNumber = 1, kNumberAndMore = 2 };
+
+// Reads a number as "%d" does and moves behind it. What exceeds 32 bits is the nearest that does
+// not, as on the target, where long has no more.
+bool read_int(const char *&text, std::int32_t &value) {
+  char *end = nullptr;
+  const long number = std::strtol(text, &end, 10);
+  if (end == text) return false;
+  text = end;
+  value = static_cast<std::int32_t>(std::clamp<long>(number, INT32_MIN, INT32_MAX));
+  return true;
+}
+
+}  // namespace
+
+bool is_protocol(const char *text) {
+  if (text == nullptr || *text == '\0') return false;
+  for (const char *name : {"tcp", "udp", "icmp", "ALL"}) {
+    if (std::strcmp(text, name) == 0) return true;
+  }
+  return ipt_check_port_input(text) == kPlainNumber;
+}
+
+}  // namespace talvera::ipt
+
+using namespace talvera;
+
+extern "C" void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *text,
+                                  const char **result) {
+  *result = text;
+  if (text == nullptr || *text != '!') return;
+  if (bit < 8) *mask = static_cast<uint8_t>(*mask | 1U << bit);
+  *result = text + 1 + std::strspn(text + 1, " ");
+}
+
+extern "C" char *ipt_make_protocol_value(const char *text) {
+  return ipt::is_protocol(text) ? strdup(text) : nullptr;
+}
+
+extern "C" int ipt_check_port_input(const char *text) {
+  if (text == nullptr) return ipt::kNoPort;
+  const std::size_t digits = std::strspn(text, "0123456789");
+  if (text[digits] == '\0') return ipt::kPlainNumber;
+  return digits > 0 ? ipt::kNumberAndMore : ipt::kNoPort;
+}
+
+extern "C" char *ipt_make_port_value(const char *text) {
+  const int kind = ipt_check_port_input(text);
+  if (kind == ipt::kNoPort) return nullptr;
+  if (kind == ipt::kPlainNumber) return strdup(text);
+  const char *separator = std::strchr(text, '-');
+  if (separator == nullptr) separator = std::strchr(text, ' ');
+  if (separator == nullptr) return nullptr;
+  char *value = strdup(text);
+  if (value != nullptr) value[separator - text] = ':';
+  return value;
+}
+
+extern "C" int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
+                                  size_t size) {
+  const int kind = ipt_check_port_input(external);
+  if (kind == ipt::kPlainNumber) {
+    std::snprintf(buffer, size, "%d", internal_port);
+    return 0;
+  }
+  if (kind == ipt::kNoPort || std::strchr(external, ':') == nullptr) return -1;
+  std::int32_t low = 0;
+  std::int32_t high = 0;
+  if (!ipt::read_int(external, low)) return -1;
+  if (low == internal_port) return 0;
+  if (*external++ != ':' || !ipt::read_int(external, high)) return -1;
+  const std::uint32_t ports = static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
+  const auto last = static_cast<std::int32_t>(static_cast<std::uint32_t>(internal_port) + ports);
+  std::snprintf(buffer, size, "%d-%d", internal_port, static_cast<int>(last));
+  return 0;
+}

@@ -1,0 +1,91 @@
+// Running rules: what is printed and run, and what comes back.
+#include "unit/ipt/fixture.h"
+
+namespace talvera::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+constexpr int kExit4 = 4 << 8;
+
+class Process : public testing::Test {
+ protected:
+  Process() {
+    system.answer("system", 0, 0, kAlways);
+    CaptureStdout();
+  }
+  ~Process() override { GetCapturedStdout(); }
+
+  SystemDouble system;
+};
+
+TEST_F(Process, PrintsAndRunsTheLineAndReturnsItsResult) {
+  const RulePtr rule = make_rule({4, 5, 1, nullptr, {{5, 0, "ppp0", 0, nullptr}}, {}, 12, nullptr});
+  EXPECT_EQ(ipt_process_rule(rule.get()), 0);
+  EXPECT_EQ(GetCapturedStdout(),
+            "CWS ipt: invoking rule \"iptables -t nat -A POSTROUTING  -o ppp0 -j MASQUERADE  \"\n");
+  CaptureStdout();
+  rule->command = IPT_COMMAND_DELETE;
+  EXPECT_EQ(ipt_process_rule(rule.get()), 0);
+  EXPECT_THAT(system.calls(),
+              ElementsAre("system iptables -t nat -A POSTROUTING  -o ppp0 -j MASQUERADE  ",
+                          "system iptables -t nat -D POSTROUTING  -o ppp0 -j MASQUERADE  "));
+  system.forget();
+  system.answer("system", kExit4);
+  EXPECT_EQ(ipt_process_rule(rule.get()), 4);
+}
+
+// The line is a format.
+TEST_F(Process, TwoPercentSignsRunAsOne) {
+  const RulePtr rule = make_rule({0, 2, 1, nullptr, {{5, 0, "a%%b", 0, nullptr}}, {}, 0, nullptr});
+  EXPECT_EQ(ipt_process_rule(rule.get()), 0);
+  EXPECT_THAT(system.calls(), ElementsAre("system iptables -t filter -A INPUT  -o a%b"));
+  EXPECT_EQ(GetCapturedStdout(),
+            "CWS ipt: invoking rule \"iptables -t filter -A INPUT  -o a%%b\"\n");
+  CaptureStdout();
+}
+
+TEST_F(Process, RunsNothingThatCannotBeRendered) {
+  const RulePtr rule = make_rule({0, 2, 10, nullptr, {}, {}, 0, nullptr});
+  EXPECT_EQ(ipt_process_rule(rule.get()), 2012);
+  EXPECT_EQ(ipt_process_rule(nullptr), 2012);
+  EXPECT_EQ(ipt_flush_chain(6), 2012);
+  EXPECT_EQ(GetCapturedStdout(), "");
+  CaptureStdout();
+  EXPECT_THAT(system.calls(), IsEmpty());
+}
+
+TEST_F(Process, FlushAndPolicy) {
+  EXPECT_EQ(ipt_flush_chain(2), 0);
+  EXPECT_EQ(ipt_flush_chain(5), 0);
+  EXPECT_EQ(ipt_set_chain_policy(2, 1), 0);
+  EXPECT_EQ(ipt_set_chain_policy(3, 2), 0);
+  EXPECT_EQ(ipt_set_chain_policy(4, 1), 0);
+  EXPECT_THAT(system.calls(), ElementsAre("system iptables -t filter -F INPUT ",
+                                          "system iptables -t filter -F POSTROUTING ",
+                                          "system iptables -t filter -P INPUT ACCEPT",
+                                          "system iptables -t filter -P FORWARD DROP",
+                                          "system iptables -t filter -P OUTPUT ACCEPT"));
+  system.forget();
+  system.answer("system", kExit4, 0, 2);
+  EXPECT_EQ(ipt_flush_chain(2), 4);
+  EXPECT_EQ(ipt_set_chain_policy(2, 1), 4);
+
+  system.clear_records();
+  for (const auto &[chain, policy] : {std::pair(0U, 1U), {1, 1}, {5, 1}, {2, 0}, {2, 3}})
+    EXPECT_EQ(ipt_set_chain_policy(chain, policy), 2012);
+  system.fail("calloc", ENOMEM);
+  EXPECT_EQ(ipt_flush_chain(2), 2012);
+  for (const char *call : {"calloc", "strdup"}) {
+    system.forget();
+    system.fail(call, ENOMEM);
+    EXPECT_EQ(ipt_set_chain_policy(2, 1), 2012);
+  }
+  EXPECT_THAT(system.calls(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace talvera::test

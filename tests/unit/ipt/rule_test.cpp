@@ -1,0 +1,186 @@
+// The rule record: what its makers give, who owns the strings, what is left when memory runs out.
+// Strings that are freed twice or not at all are found by the sanitizers.
+#include "unit/ipt/fixture.h"
+
+namespace talvera::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+LogLine info(const char *text) {
+  return {"sdb", 6, text};
+}
+
+TEST(Rule, NewRecordsAreZero) {
+  const RulePtr simple(ipt_simplerule_init());
+  const ipt_rule zero = {};
+  EXPECT_EQ(std::memcmp(simple.get(), &zero, sizeof zero), 0);
+
+  const RulePtr rule(ipt_rule_init());
+  EXPECT_EQ(list_size(rule->params), 0U);
+  EXPECT_EQ(list_size(rule->matches), 0U);
+  EXPECT_EQ(ipt_rule_compare(simple.get(), rule.get()), 0);
+  ipt_rule_free(nullptr);
+}
+
+TEST(Rule, ItemsKeepWhatTheyWereGivenInOrder) {
+  const RulePtr rule(ipt_simplerule_init());
+  char *value = heap("tcp");
+  char *option_value = heap("80");
+  ipt_param *param = ipt_rule_add_param(rule.get(), 6, 0xA5, value, 99, option_value);
+  ipt_match *match = ipt_rule_add_match(rule.get(), 9, 0x5A, 98, nullptr);
+  ASSERT_NE(param, nullptr);
+  ASSERT_NE(match, nullptr);
+  EXPECT_EQ(param->item, 6U);
+  EXPECT_EQ(param->negation, 0xA5);
+  EXPECT_EQ(param->value, value);
+  EXPECT_EQ(param->option, 99U);
+  EXPECT_EQ(param->option_value, option_value);
+  EXPECT_EQ(match->item, 9U);
+  EXPECT_EQ(match->negation, 0x5A);
+  EXPECT_EQ(match->value, nullptr);
+  EXPECT_EQ(match->option, 98U);
+  EXPECT_EQ(match->option_value, nullptr);
+
+  EXPECT_NE(ipt_rule_add_param(rule.get(), 0, 0, nullptr, 0, nullptr), nullptr);
+  EXPECT_NE(ipt_rule_add_match(rule.get(), 0, 0, 0, heap("")), nullptr);
+  EXPECT_EQ(list_get_at(rule->params, 0), param);
+  EXPECT_EQ(list_get_at(rule->matches, 0), match);
+  EXPECT_EQ(list_size(rule->params), 2U);
+  EXPECT_EQ(list_size(rule->matches), 2U);
+  rule->command_argument = heap("1");
+  rule->target_argument = heap("192.168.1.2");
+}
+
+TEST(Rule, RefusedItemsAreLoggedAndTheirStringsFreed) {
+  SystemDouble system;
+  const RulePtr rule(ipt_simplerule_init());
+  EXPECT_EQ(ipt_rule_add_param(rule.get(), 7, 0, heap("tcp"), 1, heap("80")), nullptr);
+  EXPECT_EQ(ipt_rule_add_match(rule.get(), 10, 0, 17, heap("NEW")), nullptr);
+  EXPECT_EQ(ipt_rule_add_match(rule.get(), 0xFFFFFFFF, 0, 17, heap("NEW")), nullptr);
+  EXPECT_THAT(system.log(), ElementsAre(info("ipt: invalid param item specified"),
+                                        info("ipt: invalid match item specified"),
+                                        info("ipt: invalid match item specified")));
+  EXPECT_EQ(list_size(rule->params), 0U);
+
+  // A list takes nothing while it is iterated; the rule's end closes what is still open.
+  system.clear_records();
+  list_iterator_start(rule->params);
+  list_iterator_start(rule->matches);
+  EXPECT_EQ(ipt_rule_add_param(rule.get(), 1, 0, heap("tcp"), 1, heap("80")), nullptr);
+  EXPECT_EQ(ipt_rule_add_match(rule.get(), 1, 0, 17, heap("NEW")), nullptr);
+  EXPECT_THAT(system.log(), ElementsAre(info("ipt: failed to add a parameter to rule"),
+                                        info("ipt: failed to add a match to rule")));
+  list_iterator_stop(rule->params);
+  EXPECT_NE(ipt_rule_add_param(rule.get(), 1, 0, heap("tcp"), 1, heap("80")), nullptr);
+
+  EXPECT_EQ(ipt_rule_add_param(nullptr, 1, 0, heap("tcp"), 1, heap("80")), nullptr);
+  EXPECT_EQ(ipt_rule_add_match(nullptr, 1, 0, 17, heap("NEW")), nullptr);
+}
+
+TEST(Rule, MemoryRunningOut) {
+  SystemDouble system;
+  system.fail("calloc", ENOMEM);
+  EXPECT_EQ(ipt_simplerule_init(), nullptr);
+  for (const int step : {0, 1, 2}) {  // the record, its two lists
+    system.fail("calloc", ENOMEM, step);
+    EXPECT_EQ(ipt_rule_init(), nullptr);
+  }
+  const RulePtr rule(ipt_simplerule_init());
+  char *strings[] = {heap("tcp"), heap("80"), heap("NEW")};
+  system.fail("calloc", ENOMEM, 0, 2);
+  EXPECT_EQ(ipt_rule_add_param(rule.get(), 8, 0, strings[0], 1, strings[1]), nullptr);
+  EXPECT_EQ(ipt_rule_add_match(rule.get(), 3, 0, 17, strings[2]), nullptr);
+  EXPECT_THAT(system.log(), ElementsAre(info("ipt: can't initialize param list for item 8"),
+                                        info("ipt: can't initialize match list for item 3")));
+
+  // With the lists there, first the item and then the list's element have no memory.
+  const RulePtr listed(ipt_rule_init());
+  system.clear_records();
+  for (const int step : {0, 1}) {
+    char *value = heap("tcp");
+    system.fail("malloc", ENOMEM, step);
+    EXPECT_EQ(ipt_rule_add_param(listed.get(), 1, 0, value, 0, nullptr), nullptr);
+  }
+  EXPECT_THAT(system.log(), ElementsAre(info("ipt: failed to add a parameter to rule")));
+  EXPECT_EQ(list_size(listed->params), 0U);
+}
+
+struct Difference {
+  const char *what;
+  void (*make)(ipt_rule &rule);
+};
+
+void replace(char *&string, const char *text) {
+  std::free(string);
+  string = heap(text);
+}
+
+ipt_param &param(ipt_rule &rule, std::uint32_t position) {
+  return *static_cast<ipt_param *>(list_get_at(rule.params, position));
+}
+
+ipt_match &match(ipt_rule &rule) {
+  return *static_cast<ipt_match *>(list_get_at(rule.matches, 0));
+}
+
+TEST(Compare, FindsEveryDifference) {
+  const RuleText text = {4,
+                         1,
+                         1,
+                         "3",
+                         {{1, 0, "tcp", 1, "80"}, {3, 0, "10.0.0.1", 0, nullptr}},
+                         {{1, 0, nullptr, 17, "NEW"}},
+                         8,
+                         "192.168.1.2:80"};
+  const RulePtr a = make_rule(text);
+  EXPECT_EQ(ipt_rule_compare(a.get(), make_rule(text).get()), 0);
+  EXPECT_EQ(ipt_rule_compare(a.get(), a.get()), 0);
+  EXPECT_EQ(ipt_rule_compare(a.get(), nullptr), 1);
+  EXPECT_EQ(ipt_rule_compare(nullptr, a.get()), 1);
+  EXPECT_EQ(ipt_rule_compare(nullptr, nullptr), 1);
+
+  static const Difference differences[] = {
+      {"table", [](ipt_rule &rule) { rule.table = 0x104; }},
+      {"chain", [](ipt_rule &rule) { rule.chain = 2; }},
+      {"command", [](ipt_rule &rule) { rule.command = 3; }},
+      {"command argument", [](ipt_rule &rule) { replace(rule.command_argument, "4"); }},
+      {"no command argument", [](ipt_rule &rule) { replace(rule.command_argument, nullptr); }},
+      {"target", [](ipt_rule &rule) { rule.target = 9; }},
+      {"mask", [](ipt_rule &rule) { rule.mask = 0x80; }},
+      {"target argument", [](ipt_rule &rule) { replace(rule.target_argument, ""); }},
+      {"item", [](ipt_rule &rule) { param(rule, 1).item = 2; }},
+      {"negation", [](ipt_rule &rule) { param(rule, 0).negation = 1; }},
+      {"option", [](ipt_rule &rule) { param(rule, 0).option = 2; }},
+      {"value", [](ipt_rule &rule) { replace(param(rule, 0).value, "TCP"); }},
+      {"no value", [](ipt_rule &rule) { replace(param(rule, 1).value, nullptr); }},
+      {"option value", [](ipt_rule &rule) { replace(param(rule, 0).option_value, "8"); }},
+      {"empty option value", [](ipt_rule &rule) { replace(param(rule, 1).option_value, ""); }},
+      {"order", [](ipt_rule &rule) { std::swap(param(rule, 0), param(rule, 1)); }},
+      {"one more", [](ipt_rule &rule) { ipt_rule_add_param(&rule, 1, 0, nullptr, 0, nullptr); }},
+      {"match", [](ipt_rule &rule) { match(rule).item = 4; }},
+      {"match option", [](ipt_rule &rule) { match(rule).option = 16; }},
+      {"match state", [](ipt_rule &rule) { replace(match(rule).option_value, "new"); }},
+      {"match more", [](ipt_rule &rule) { ipt_rule_add_match(&rule, 1, 0, 0, nullptr); }},
+  };
+  for (const Difference &difference : differences) {
+    SCOPED_TRACE(difference.what);
+    const RulePtr b = make_rule(text);
+    difference.make(*b);
+    EXPECT_EQ(ipt_rule_compare(a.get(), b.get()), 1);
+    EXPECT_EQ(ipt_rule_compare(b.get(), a.get()), 1);
+  }
+}
+
+TEST(Compare, MissingListsAreEmpty) {
+  const RulePtr simple(ipt_simplerule_init());
+  const RulePtr rule(ipt_rule_init());
+  EXPECT_EQ(ipt_rule_compare(simple.get(), rule.get()), 0);
+  ipt_rule_add_match(rule.get(), 1, 0, 0, nullptr);
+  EXPECT_EQ(ipt_rule_compare(simple.get(), rule.get()), 1);
+  EXPECT_EQ(ipt_rule_compare(rule.get(), simple.get()), 1);
+}
+
+}  // namespace
+}  // namespace talvera::test
