@@ -12,8 +12,10 @@ constexpr char kUrandom[] = "/dev/urandom";
 
 // A byte that cannot be read is deliberately 0xFF, what EOF is as a byte, and no failure.
 int read_device(const char *device, void *buffer, std::size_t length) {
+  char drawn[64];  // a small buffer: little more entropy is drawn than is asked for
   const talvera::FilePtr stream(std::fopen(device, "r"));
   if (stream == nullptr) return -1;
+  std::setvbuf(stream.get(), drawn, _IOFBF, sizeof drawn);
   auto *bytes = static_cast<std::uint8_t *>(buffer);
   for (std::size_t i = 0; i < length; ++i)
     bytes[i] = static_cast<std::uint8_t>(std::fgetc(stream.get()));

@@ -27,14 +27,15 @@ const sockaddr *address_of(const ipc_msgq &queue) {
 
 // A record with the queue's address and no socket yet; null for a name that the path cannot hold.
 MallocPtr<ipc_msgq> make_record(const char *name) {
-  if (name == nullptr || std::strlen(name) >= sizeof(sockaddr_un::sun_path)) {
+  const std::size_t length = name != nullptr ? std::strlen(name) : 0;
+  if (name == nullptr || length >= sizeof(sockaddr_un::sun_path)) {
     errno = name == nullptr ? EINVAL : ENAMETOOLONG;
     return nullptr;
   }
   MallocPtr<ipc_msgq> queue(static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq))));
   if (queue == nullptr) return nullptr;
   queue->address.sun_family = AF_UNIX;
-  std::strcpy(queue->address.sun_path, name);
+  std::memcpy(queue->address.sun_path, name, length);
   return queue;
 }
 
