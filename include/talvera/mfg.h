@@ -1,13 +1,19 @@
 /* Manufacturing data and device identity.
  *
  * The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
- * it) holds one file, "/mfg/mfg.dat", of 131072 bytes. Its last 256 bytes are the info record:
- * base MAC address, number of MAC addresses, serial number. mfg_init() hands that identity, and
- * the wireless calibration, to the platform driver behind "/dev/talvera".
+ * it) holds one file, "/mfg/mfg.dat", of 131072 bytes:
  *
- * Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...") and,
- * for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked: callers serialise writes,
- * each of which rewrites the whole file.
+ *   0x18000  16384 bytes  certificate slot 2
+ *   0x1C000  14336 bytes  certificate slot 1
+ *   0x1F800   1792 bytes  wireless calibration
+ *   0x1FF00    256 bytes  info record: base MAC address, number of MAC addresses, serial number
+ *
+ * mfg_init() hands that identity, and the wireless calibration, to the platform driver behind
+ * "/dev/talvera". <talvera/ccert.h> works on the content of the certificate slots.
+ *
+ * Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
+ * "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked: callers
+ * serialise writes, each of which rewrites the whole file.
  */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H
@@ -73,6 +79,89 @@ TALVERA_API int mfg_num_macaddr(const unsigned char *record) TALVERA_NONNULL(1);
  *  logged and do not stop what follows.
  */
 TALVERA_API void mfg_init(void);
+
+/* ---- Wireless calibration ------------------------------------------------------------------- */
+
+/** Reads a range of the wireless calibration: from the file when the info record says that the file
+ *  holds one, else from the driver.
+ *
+ *  The driver's data is not checked against @p offset: what lies past the length that it reports
+ *  reads as zeros.
+ *
+ *  @param[out] buf  room for @p len bytes
+ *  @param offset    first byte, counted from the start of the calibration
+ *  @param len       bytes wanted
+ *  @return 0; -1 with errno EINVAL when the range ends past TVRA_WLCAL_SIZE or the driver has fewer
+ *          than @p len bytes; -1 with another errno when the file or the driver fails
+ */
+TALVERA_API int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int len)
+    TALVERA_NONNULL(1);
+
+/** Writes a range of the wireless calibration to the file, marks it present in the info record
+ * (which is rewritten only when it was not) and sends the whole calibration to the driver.
+ *
+ *  The later steps are taken even when the write failed.
+ *
+ *  @param data    @p len bytes
+ *  @param offset  where they go, counted from the start of the calibration
+ *  @param len     number of bytes
+ *  @return 0, or -1 with errno set: EINVAL, with nothing done, when the range ends past
+ *          TVRA_WLCAL_SIZE; else the outcome of the last write to the file. A driver that refuses
+ *          the data is logged and no failure.
+ */
+TALVERA_API int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int len)
+    TALVERA_NONNULL(1);
+
+/** Marks the calibration absent in the info record, if it was present, and tells the driver to drop
+ *  what it has. The calibration bytes stay in the file. */
+TALVERA_API void mfg_wlcal_clear(void);
+
+/* ---- Certificate slots ---------------------------------------------------------------------- */
+
+/** Sizes in bytes of what mfg_ccert_set() writes. */
+#define MFG_CCERT_MIN_SIZE 20
+#define MFG_CCERT_MAX_SIZE 14336
+
+/** Greatest blob size that a size query of mfg_ccert_get() accepts; deliberately below what can be
+ *  written. */
+#define MFG_CCERT_MAX_QUERY_SIZE 8000
+
+/** Argument of mfg_ccert_get(). All that it points to stays the caller's. */
+struct mfg_ccert_get_info {
+  unsigned char **data; /**< address of the pointer to the caller's buffer; null: size query */
+  uint32_t *len; /**< in: bytes to read, 0 for a size query; out: the size found by a query */
+  uint32_t slot; /**< 1 or 2; slot 0 has no area */
+};
+
+/** Argument of mfg_ccert_set(). Unlike in struct mfg_ccert_get_info, the first two fields hold the
+ *  values themselves. */
+struct mfg_ccert_set_info {
+  const unsigned char *data; /**< the blob */
+  uint32_t len;              /**< its size, MFG_CCERT_MIN_SIZE to MFG_CCERT_MAX_SIZE */
+  uint32_t slot;             /**< 1 or 2; slot 0 has no area */
+};
+
+/** Reads the start of a certificate slot, or asks for the size of the blob in it.
+ *
+ *  With @c data set, reads @c *len bytes from the start of the slot into @c *data, whatever they
+ *  are. With @c data null and @c *len 0, sets @c *len to the total length that the blob in the slot
+ *  states (0 when there is no such slot or it cannot be read) and accepts 1 to
+ *  MFG_CCERT_MAX_QUERY_SIZE; an erased slot fails.
+ *
+ *  @param[in,out] info  request
+ *  @return 0; -1 with errno EIO and a log line when the request is malformed or the size not
+ *          accepted; -1 with errno EINVAL when the range ends past the file, as more than one byte
+ *          of slot 0 does; -1 with another errno when the file cannot be read
+ */
+TALVERA_API int mfg_ccert_get(struct mfg_ccert_get_info *info);
+
+/** Writes a blob to the start of a certificate slot. Its content is not checked.
+ *
+ *  @param info  blob, size and slot
+ *  @return 0; -1 with errno EIO and a log line when a field is out of its range or a pointer null;
+ *          -1 with errno EINVAL for slot 0; -1 with another errno when the file cannot be written
+ */
+TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 
 /* ---- Platform device ------------------------------------------------------------------------ */
 

@@ -11,6 +11,7 @@
 #define TALVERA_UTILS_H
 
 #include <dirent.h>
+#include <stddef.h>
 #include <stdint.h>
 #include <sys/types.h>
 
@@ -182,6 +183,51 @@ TALVERA_API int file_append_write(const char *path_format, const char *string, .
 /** As file_append_write(), but creates the file (mode 0660 before the umask) or empties it. */
 TALVERA_API int file_create_write(const char *path_format, const char *string, ...)
     TALVERA_PRINTF(1, 3);
+
+/* ---- Commands ---------------------------------------------------------------------------------
+ */
+
+/** Runs a shell command with system().
+ *
+ *  A failure is logged with sdb_log() at SDB_LOG_DEBUG: "sdb_system (ret <code>): <command>".
+ *
+ *  @param format  printf format of the command, which is cut to 511 characters
+ *  @return 0 when the command succeeded; its exit code; or errno when it could not be run (of
+ *          system(), POSIX). A command that was killed by a signal counts as one that succeeded.
+ */
+TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
+
+/* ---- Attributes of sysfs ------------------------------------------------------------------------
+ */
+
+/** Reads the first line of an attribute file.
+ *
+ *  The text is cut at its first carriage return or line feed and otherwise not terminated: pass a
+ *  buffer of zeros and, as @p size, at least one byte less than it has. Mind the order: the
+ *  format's arguments come last. A read error is logged to syslog at LOG_WARNING ("error reading
+ *  sysfs attribute (<path>)").
+ *
+ *  @param path_format  printf format of the path, which is cut to 255 characters
+ *  @param[out] buf     room for @p size bytes; null is a programming error and aborts the process,
+ *                      in every kind of build
+ *  @param size         bytes to read at most
+ *  @return bytes read, what was cut off included; -1 with errno set when the file cannot be opened
+ *          (buffer untouched) or read (buffer emptied)
+ */
+TALVERA_API int sysfs_get_attr(const char *path_format, char *buf, size_t size, ...)
+    TALVERA_PRINTF(1, 4);
+
+/** Writes an attribute file.
+ *
+ *  Failures are logged to syslog: "error opening sysfs attribute file (<path>) for writing" at
+ *  LOG_INFO, "error writing sysfs attribute (<path>)" at LOG_WARNING.
+ *
+ *  @param path_format  printf format of the path, which is cut to 255 characters
+ *  @param value        text to write; no line feed is added
+ *  @return 0, or 1 with errno set when the file cannot be opened or the kernel refuses the value
+ */
+TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) TALVERA_PRINTF(1, 3)
+    TALVERA_NONNULL(2);
 
 TALVERA_END_DECLS
 

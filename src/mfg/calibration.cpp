@@ -1,18 +1,56 @@
-// The wireless calibration area of the manufacturing file and the driver's copy of it.
+// The wireless calibration: its area of the manufacturing file, the flag in the info record that
+// says whether the area is valid, and the driver's copy.
 #include "mfg/calibration.h"
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 
+#include "internal/big_endian.h"
 #include "mfg/log.h"
 #include "mfg/mfg_file.h"
 #include "talvera/mfg.h"
 
 namespace talvera::mfg {
+namespace {
 
 static_assert(sizeof(void *) != 4 || sizeof(tvra_wlcal) == 8);
 
+using Calibration = std::array<std::uint8_t, TVRA_WLCAL_SIZE>;
+
+bool is_present(const std::uint8_t *record) {
+  return load_be32(record + MFG_INFO_WLCAL_PRESENT) != 0;
+}
+
+// Sums that wrap 32 bits lie outside as well.
+bool check_range(unsigned int offset, unsigned int length) {
+  if (offset <= TVRA_WLCAL_SIZE && length <= TVRA_WLCAL_SIZE - offset) return true;
+  errno = EINVAL;
+  return false;
+}
+
+std::int32_t file_offset(unsigned int offset) {
+  return kWlcalOffset + static_cast<std::int32_t>(offset);
+}
+
+int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int length) {
+  Calibration data = {};  // the driver may fill less than is copied
+  tvra_wlcal transfer = {};
+  transfer.buffer = data.data();
+  transfer.length = TVRA_WLCAL_SIZE;
+  if (tvra_ioctl(TVRA_WLCAL_GET, &transfer) < 0) return -1;
+  if (transfer.length < length) {
+    errno = EINVAL;
+    return -1;
+  }
+  std::memcpy(buffer, data.data() + offset, length);
+  return 0;
+}
+
+}  // namespace
+
 void push_calibration(bool present) {
-  std::array<std::uint8_t, TVRA_WLCAL_SIZE> data = {};
+  Calibration data = {};
   tvra_wlcal transfer = {};
   if (present) {
     // Sent even when the read failed.
@@ -24,3 +62,40 @@ void push_calibration(bool present) {
 }
 
 }  // namespace talvera::mfg
+
+using namespace talvera;
+
+extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int len) {
+  if (!mfg::check_range(offset, len)) return -1;
+  std::uint8_t record[MFG_INFO_SIZE];
+  mfg_info_read(record);
+  if (!mfg::is_present(record)) return mfg::get_from_driver(buf, offset, len);
+  return mfg::range_read(buf, mfg::file_offset(offset), len);
+}
+
+extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int len) {
+  if (!mfg::check_range(offset, len)) return -1;
+  // A failed write stops neither the flag nor the push.
+  int result = mfg::range_write(data, mfg::file_offset(offset), len);
+  int error = errno;
+  std::uint8_t record[MFG_INFO_SIZE];
+  mfg_info_read(record);
+  if (!mfg::is_present(record)) {
+    store_be32(record + MFG_INFO_WLCAL_PRESENT, 1);
+    result = mfg_info_write(record);
+    error = errno;
+  }
+  mfg::push_calibration(true);
+  errno = error;
+  return result;
+}
+
+extern "C" void mfg_wlcal_clear(void) {
+  std::uint8_t record[MFG_INFO_SIZE];
+  mfg_info_read(record);
+  if (mfg::is_present(record)) {
+    store_be32(record + MFG_INFO_WLCAL_PRESENT, 0);
+    mfg_info_write(record);
+  }
+  mfg::push_calibration(false);
+}

@@ -8,7 +8,9 @@ namespace talvera::mfg {
 
 inline constexpr std::int32_t kFileSize = 0x20000;  // fixed, whatever the file's own size is
 
-// The area of the file that the library manages, by offset from its start.
+// Areas of the file, by offset from its start.
+inline constexpr std::int32_t kCertSlot1Offset = kFileSize - 16384;
+inline constexpr std::int32_t kCertSlot2Offset = kFileSize - 32768;
 inline constexpr std::int32_t kWlcalOffset = kFileSize - 2048;
 inline constexpr std::int32_t kInfoOffset = -256;  // counted back from the end
 

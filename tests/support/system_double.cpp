@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <utility>
 
 namespace talvera::test {
@@ -39,6 +40,8 @@ std::time_t fixed_time = 0;
 struct Records {
   Texts calls;
   std::vector<LogLine> log;
+  std::map<std::string, std::string> values;
+  std::map<std::string, std::string> redirections;
   host::Platform platform;
 };
 Records *records = nullptr;
@@ -73,7 +76,7 @@ std::ostream &operator<<(std::ostream &out, const LogLine &line) {
 
 SystemDouble::SystemDouble() {
   if (active != nullptr) std::abort();
-  records = new Records{{}, {}, host::Platform(flash_.path())};
+  records = new Records{{}, {}, {}, {}, host::Platform(flash_.path())};
   active = this;
 }
 
@@ -110,6 +113,14 @@ void SystemDouble::forget() {
 
 void SystemDouble::set_time(std::time_t now) {
   fixed_time = now;
+}
+
+void SystemDouble::set_value(const std::string &key, const std::string &value) {
+  records->values[key] = value;
+}
+
+void SystemDouble::redirect(const std::string &path, const std::string &target) {
+  records->redirections[path] = target;
 }
 
 const Texts &SystemDouble::calls() const {
@@ -190,6 +201,20 @@ void record_log(const char *channel, int level, const char *format, std::va_list
 
 std::time_t double_time() {
   return active != nullptr ? fixed_time : 0;
+}
+
+const char *double_value(const char *key) {
+  if (active == nullptr) return nullptr;
+  const Quiet quiet;
+  const auto value = records->values.find(key);
+  return value != records->values.end() ? value->second.c_str() : nullptr;
+}
+
+const char *redirected(const char *path) {
+  if (active == nullptr) return path;
+  const Quiet quiet;
+  const auto redirection = records->redirections.find(path);
+  return redirection != records->redirections.end() ? redirection->second.c_str() : path;
 }
 
 host::Platform *active_platform() {

@@ -52,6 +52,10 @@ class SystemDouble {
   void forget();
 
   void set_time(std::time_t now);
+  // What sdb_get() gives for a key; all other keys are unknown (ENOENT).
+  void set_value(const std::string &key, const std::string &value);
+  // Opens of `path`, if it is exactly that, open `target` instead.
+  void redirect(const std::string &path, const std::string &target);
 
   // The recorded calls (those whose arguments matter), each as its name and arguments.
   [[nodiscard]] const Texts &calls() const;
@@ -98,6 +102,12 @@ void record_log(const char *channel, int level, const char *format, std::va_list
 
 // The time that set_time() has set, or 0.
 std::time_t double_time();
+
+// The value that set_value() has set, or null.
+const char *double_value(const char *key);
+
+// Where redirect() has sent a path, or the path itself.
+const char *redirected(const char *path);
 
 // The platform, or null without a double.
 host::Platform *active_platform();

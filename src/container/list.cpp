@@ -1,0 +1,262 @@
+// The list and its elements: life, attributes, insertion and removal by position, the spare
+// records.
+#include "talvera/list.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <initializer_list>
+
+namespace {
+
+// The record's size on the 32-bit target.
+static_assert(sizeof(void *) != 4 || (sizeof(list_obj) == 64 && sizeof(list_elem) == 12));
+
+// Null only where the caller says that it copes.
+list_elem *allocate_element() {
+  return static_cast<list_elem *>(std::malloc(sizeof(list_elem)));
+}
+
+list_elem *take_element(list_obj &list) {
+  if (list.spare_count > 0) return list.spares[--list.spare_count];
+  return allocate_element();
+}
+
+// Gives an element back, with its datum when that is the list's own.
+void drop_element(list_obj &list, list_elem *element) {
+  if (list.attrs.copy_data != 0) std::free(element->data);
+  if (list.spare_count < LIST_SPARES_MAX) {
+    list.spares[list.spare_count++] = element;
+  } else {
+    std::free(element);
+  }
+}
+
+void join(list_elem *left, list_elem *right) {
+  left->next = right;
+  right->prev = left;
+}
+
+void insert_between(list_elem *left, list_elem *element, list_elem *right) {
+  join(left, element);
+  join(element, right);
+}
+
+std::uint32_t middle_position(std::uint32_t count) {
+  return (count - 1) / 2;
+}
+
+list_elem *forward(list_elem *element, std::uint32_t steps) {
+  for (; steps > 0; --steps) {
+    element = element->next;
+  }
+  return element;
+}
+
+list_elem *backward(list_elem *element, std::uint32_t steps) {
+  for (; steps > 0; --steps) {
+    element = element->prev;
+  }
+  return element;
+}
+
+// The element at a position of the list, reached from the nearest of head, middle and tail.
+// Position -1 is the head sentinel, behind which an insertion at 0 goes, also in an empty list.
+list_elem *element_at(const list_obj &list, std::uint32_t position) {
+  const std::uint64_t count = list.count;
+  const std::uint32_t steps_from_head = position + 1;
+  const std::uint64_t quarters = std::uint64_t{4} * steps_from_head;
+  if (quarters <= count) return forward(list.head, steps_from_head);
+  if (quarters < 2 * count) return backward(list.mid, middle_position(list.count) - position);
+  if (quarters <= 3 * count) return forward(list.mid, position - middle_position(list.count));
+  return backward(list.tail, list.count - position);
+}
+
+void *copy_of(const list_obj &list, const void *data) {
+  const std::uint32_t size = list.attrs.meter(data);
+  return std::memcpy(std::malloc(size), data, size);
+}
+
+void remove_element(list_obj &list, list_elem *element, std::uint32_t position) {
+  const std::uint32_t half = list.count / 2;
+  if (list.count % 2 == 0) {
+    if (position < half) list.mid = list.mid->next;
+  } else {
+    if (position >= half) list.mid = list.mid->prev;
+  }
+  join(element->prev, element->next);
+  drop_element(list, element);
+  --list.count;
+}
+
+}  // namespace
+
+extern "C" int list_init(list_obj *list) {
+  if (list == nullptr) return -1;
+  srandom(static_cast<unsigned>(std::time(nullptr)));
+  *list = {};
+  list->head = allocate_element();
+  list->tail = allocate_element();
+  list->spares = static_cast<list_elem **>(std::malloc(LIST_SPARES_MAX * sizeof(list_elem *)));
+  *list->head = {nullptr, list->tail, nullptr};
+  *list->tail = {nullptr, nullptr, list->head};
+  return 0;
+}
+
+extern "C" void list_destroy(list_obj *list) {
+  list->iterating = 0;
+  list_clear(list);
+  while (list->spare_count > 0) {
+    std::free(list->spares[--list->spare_count]);
+  }
+  std::free(list->spares);
+  std::free(list->head);
+  std::free(list->tail);
+}
+
+extern "C" int list_attributes_comparator(list_obj *list, list_comparator_fn comparator) {
+  if (list == nullptr) return -1;
+  list->attrs.comparator = comparator;
+  return 0;
+}
+
+extern "C" int list_attributes_seeker(list_obj *list, list_seeker_fn seeker) {
+  if (list == nullptr) return -1;
+  list->attrs.seeker = seeker;
+  return 0;
+}
+
+extern "C" int list_attributes_copy(list_obj *list, list_meter_fn meter, int copy_data) {
+  if (list == nullptr || (meter == nullptr && copy_data != 0)) return -1;
+  list->attrs.meter = meter;
+  list->attrs.copy_data = copy_data;
+  return 0;
+}
+
+extern "C" int list_attributes_hash_computer(list_obj *list, list_hashcomputer_fn hash_computer) {
+  if (list == nullptr) return -1;
+  list->attrs.hash_computer = hash_computer;
+  return 0;
+}
+
+extern "C" int list_attributes_serializer(list_obj *list, list_serializer_fn serializer) {
+  if (list == nullptr) return -1;
+  list->attrs.serializer = serializer;
+  return 0;
+}
+
+extern "C" int list_attributes_unserializer(list_obj *list, list_unserializer_fn unserializer) {
+  if (list == nullptr) return -1;
+  list->attrs.unserializer = unserializer;
+  return 0;
+}
+
+extern "C" int list_insert_at(list_obj *list, const void *data, uint32_t position) {
+  if (list->iterating != 0 || position > list->count) return -1;
+  list_elem *element = take_element(*list);
+  if (element == nullptr) return -1;
+  const bool copies = list->attrs.copy_data != 0 && data != nullptr;
+  element->data = copies ? copy_of(*list, data) : const_cast<void *>(data);
+
+  list_elem *left = element_at(*list, position - 1);
+  insert_between(left, element, left->next);
+
+  const std::uint32_t half = list->count / 2;
+  ++list->count;
+  if (list->count == 1) {
+    list->mid = element;
+  } else if (list->count % 2 != 0) {
+    if (position >= half) list->mid = list->mid->next;
+  } else {
+    if (position <= half) list->mid = list->mid->prev;
+  }
+  return 1;
+}
+
+extern "C" int list_append(list_obj *list, const void *data) {
+  return list_insert_at(list, data, list->count);
+}
+
+extern "C" int list_prepend(list_obj *list, const void *data) {
+  return list_insert_at(list, data, 0);
+}
+
+extern "C" void *list_get_at(const list_obj *list, uint32_t position) {
+  if (position >= list->count) return nullptr;
+  return element_at(*list, position)->data;
+}
+
+extern "C" void *list_extract_at(list_obj *list, uint32_t position) {
+  if (list->iterating != 0 || position >= list->count) return nullptr;
+  list_elem *element = element_at(*list, position);
+  void *data = element->data;
+  element->data = nullptr;  // the caller's from now on, not to be freed here
+  remove_element(*list, element, position);
+  return data;
+}
+
+extern "C" void *list_fetch(list_obj *list) {
+  return list_extract_at(list, 0);
+}
+
+extern "C" int list_delete_at(list_obj *list, uint32_t position) {
+  if (list->iterating != 0 || position >= list->count) return -1;
+  remove_element(*list, element_at(*list, position), position);
+  return 0;
+}
+
+extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) {
+  if (list->iterating != 0 || last < first || last >= list->count) return -1;
+  const std::uint32_t removed = last - first + 1;
+  const std::uint32_t left = list->count - removed;
+  if (left == 0) return list_clear(list);
+
+  // Both are looked up by position, before anything is unlinked.
+  list_elem *element = element_at(*list, first);
+  const std::uint32_t middle = middle_position(left);
+  list->mid = element_at(*list, middle < first ? middle : middle + removed);
+
+  list_elem *before = element->prev;
+  for (std::uint32_t i = 0; i < removed; ++i) {
+    list_elem *next = element->next;
+    drop_element(*list, element);
+    element = next;
+  }
+  join(before, element);
+  list->count = left;
+  return 0;
+}
+
+extern "C" int list_clear(list_obj *list) {
+  if (list->iterating != 0) return -1;
+  list_elem *element = list->head->next;
+  while (element != list->tail) {
+    list_elem *next = element->next;
+    drop_element(*list, element);
+    element = next;
+  }
+  join(list->head, list->tail);
+  list->mid = nullptr;
+  list->count = 0;
+  return 0;
+}
+
+extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
+  if (first == nullptr || second == nullptr || destination == nullptr) return -1;
+  if (destination == first || destination == second) return -1;
+  list_init(destination);
+  const std::uint32_t count = first->count + second->count;
+  list_elem *last = destination->head;
+  for (const list_obj *source : {first, second}) {
+    for (const list_elem *from = source->head->next; from != source->tail; from = from->next) {
+      list_elem *element = allocate_element();
+      element->data = from->data;
+      join(last, element);
+      if (destination->count++ == middle_position(count)) destination->mid = element;
+      last = element;
+    }
+  }
+  join(last, destination->tail);
+  return 0;
+}

@@ -1,0 +1,29 @@
+// Shell commands built from a format, their failure noted in the system database's log.
+#include <cstdlib>
+
+#include "internal/format.h"
+#include "internal/owners.h"
+#include "talvera/sdb.h"
+#include "talvera/utils.h"
+
+namespace {
+
+// What a caller gets for a result of system(). A command that a signal killed has no exit code, and
+// deliberately counts as one that succeeded.
+int result_code(int status) {
+  if (status == -1) return errno;
+  return status >> 8 & 0xFF;
+}
+
+}  // namespace
+
+extern "C" int sdb_system(const char *format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const talvera::FormattedText<talvera::kCommandSize> command(format, arguments);
+  va_end(arguments);
+  // A text that cannot be formatted is no command: running the empty one would report success.
+  const int code = result_code(command.length() < 0 ? -1 : std::system(command.c_str()));
+  if (code != 0) sdb_log(SDB_LOG_DEBUG, "sdb_system (ret %d): %s", code, command.c_str());
+  return code;
+}

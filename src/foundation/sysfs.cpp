@@ -1,0 +1,69 @@
+// Attributes of sysfs, and other small text files of the kernel's.
+#include <syslog.h>
+
+#include <algorithm>
+
+#include "internal/format.h"
+#include "internal/streams.h"
+#include "talvera/utils.h"
+
+namespace {
+
+// An attribute is moved by one system call straight between file and caller. Buffered, a value that
+// the kernel refuses would only be noticed at the close, and go unreported.
+talvera::FilePtr open_attribute(const talvera::FormattedPath &path, const char *mode) {
+  talvera::FilePtr stream(std::fopen(path.c_str(), mode));
+  if (stream != nullptr) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+  return stream;
+}
+
+// The check of a programming error, live in every kind of build and the same text in each.
+void require_buffer(const void *buf) {
+  if (buf != nullptr) return;
+  std::fputs("utils: sysfs_get_attr: Assertion `buf != ((void *)0)' failed.\n", stderr);
+  std::abort();
+}
+
+}  // namespace
+
+extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, ...) {
+  require_buffer(buf);
+  std::va_list arguments;
+  va_start(arguments, size);
+  const talvera::FormattedPath path(path_format, arguments);
+  va_end(arguments);
+
+  const talvera::FilePtr attribute = open_attribute(path, "r");
+  if (attribute == nullptr) return -1;
+  const std::size_t length = std::fread(buf, 1, size, attribute.get());
+  if (std::ferror(attribute.get()) != 0) {
+    const talvera::ErrnoKeeper keep;
+    syslog(LOG_WARNING, "error reading sysfs attribute (%s)", path.c_str());
+    buf[0] = '\0';
+    return -1;
+  }
+  char *const end = buf + length;
+  char *const cut = std::find_if(buf, end, [](char c) { return c == '\r' || c == '\n'; });
+  if (cut != end) *cut = '\0';
+  return static_cast<int>(length);
+}
+
+extern "C" int sysfs_set_attr(const char *path_format, const char *value, ...) {
+  std::va_list arguments;
+  va_start(arguments, value);
+  const talvera::FormattedPath path(path_format, arguments);
+  va_end(arguments);
+
+  const talvera::FilePtr attribute = open_attribute(path, "w");
+  if (attribute == nullptr) {
+    const talvera::ErrnoKeeper keep;
+    syslog(LOG_INFO, "error opening sysfs attribute file (%s) for writing", path.c_str());
+    return 1;
+  }
+  if (std::fputs(value, attribute.get()) < 0) {
+    const talvera::ErrnoKeeper keep;
+    syslog(LOG_WARNING, "error writing sysfs attribute (%s)", path.c_str());
+    return 1;
+  }
+  return 0;
+}

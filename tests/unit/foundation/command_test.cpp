@@ -1,0 +1,60 @@
+// Shell commands: result codes, the cut, and the note of a failure.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cwchar>
+#include <string>
+
+#include "support/system_double.h"
+#include "talvera/utils.h"
+
+namespace talvera::test {
+namespace {
+
+TEST(Command, ResultIsTheExitCodeAndFailuresAreLogged) {
+  struct Case {
+    const char *command;
+    int code;
+  };
+  const Case cases[] = {
+      {"exit 0", 0},
+      {"exit 3", 3},
+      {"exit 255", 255},
+      {"kill -9 $$", 0},  // no exit code
+      {"/no/such/program 2>/dev/null", 127},
+  };
+  for (const Case &c : cases) {
+    SystemDouble system;
+    EXPECT_EQ(sdb_system("%s", c.command), c.code) << c.command;
+    std::vector<LogLine> expected;
+    if (c.code != 0) {
+      expected = {{"sdb", 7, "sdb_system (ret " + std::to_string(c.code) + "): " + c.command}};
+    }
+    EXPECT_EQ(system.log(), expected);
+    EXPECT_EQ(system.calls(), Texts({std::string("system ") + c.command}));
+  }
+}
+
+TEST(Command, GivesTheErrorOfACommandThatCannotBeRun) {
+  SystemDouble system;
+  system.fail("system", EAGAIN);
+  EXPECT_EQ(sdb_system("iptables -t %s", "nat"), EAGAIN);
+  EXPECT_EQ(system.log(),
+            std::vector<LogLine>(
+                {{"sdb", 7, "sdb_system (ret " + std::to_string(EAGAIN) + "): iptables -t nat"}}));
+}
+
+TEST(Command, LongCommandsAreCut) {
+  SystemDouble system;
+  system.answer("system", 0, 0, kAlways);
+  EXPECT_EQ(sdb_system("%s%s", std::string(511, 'a').c_str(), "b"), 0);
+  EXPECT_EQ(system.calls(), Texts({"system " + std::string(511, 'a')}));
+
+  system.clear_records();
+  // A character that the locale has no bytes for: there is no text, and nothing is run.
+  EXPECT_EQ(sdb_system("rm -r /tmp/%lc", wint_t{0x20AC}), EILSEQ);
+  EXPECT_EQ(system.calls(), Texts());
+}
+
+}  // namespace
+}  // namespace talvera::test
