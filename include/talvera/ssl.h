@@ -15,8 +15,8 @@
  * the context that SSL_initialize() returns and nowhere else.
  *
  * Connection functions log to the system database's log; certificate tools log nothing. Errors that
- * OpenSSL queues during a call are taken back before the call returns, except by SSL_Nblk_connect(),
- * after which ERR_get_error() tells why a handshake failed.
+ * OpenSSL queues during a call are taken back before the call returns, except by
+ * SSL_Nblk_connect(), after which ERR_get_error() tells why a handshake failed.
  */
 #ifndef TALVERA_SSL_H
 #define TALVERA_SSL_H
@@ -41,11 +41,11 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
 
 /** Makes a client context for one protocol.
  *
- *  The context trusts OpenSSL's default places, the eleven root certificates that the product ships,
- *  and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are read.
- *  It offers all ciphers and presents the device's client certificate. It does not verify the peer
- *  during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries are
- *  on.
+ *  The context trusts OpenSSL's default places, the eleven root certificates that the product
+ * ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
+ * read. It offers all ciphers and presents the device's client certificate. It does not verify the
+ * peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries
+ * are on.
  *
  *  An empty downloaded file counts as an installed certificate. A product key or certificate that
  *  OpenSSL refuses is no failure: the context then lacks the client identity, and what comes after
@@ -115,8 +115,8 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  @param ssl            the connected object
  *  @param expected_name  the name the server must have
  *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* code of
- *          <openssl/x509_vfy.h>, of which 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and
- *          for a server without a certificate
+ *          <openssl/x509_vfy.h>, of which 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name
+ * and for a server without a certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -133,9 +133,9 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
  *     P or p, unless V or v follows  PEM, plain or with trust settings
  *
  * Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
- * read, and neither can a null or any other word: the certificate is missing then, as it is when the
- * file cannot be opened or holds something else. A null path stands for standard input, which is
- * made unbuffered and stays open. */
+ * read, and neither can a null or any other word: the certificate is missing then, as it is when
+ * the file cannot be opened or holds something else. A null path stands for standard input, which
+ * is made unbuffered and stays open. */
 
 /** The hash of a certificate's subject, by which OpenSSL looks certificates up in a directory:
  *  "openssl x509 -subject_hash" prints the same.
@@ -178,8 +178,8 @@ TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long len);
  *                    to free; null on failure
  *  @param dir        path of the directory
  *  @param name       name of the file in it
- *  @return the file's size in bytes; 0 when it cannot be opened or read, is empty, or is read short;
- *          also when open() gives descriptor 0, which is meant
+ *  @return the file's size in bytes; 0 when it cannot be opened or read, is empty, or is read
+ * short; also when open() gives descriptor 0, which is meant
  */
 TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name)
     TALVERA_NONNULL(1, 2, 3) TALVERA_MUST_USE;
@@ -198,7 +198,8 @@ TALVERA_API X509 *uc_make_x509(const unsigned char *der, long len) TALVERA_MUST_
  * conversion of character sets):
  *
  *  @param cert      the certificate
- *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and terminated
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ * terminated
  *  @param len       bytes of room; below 1 nothing is written
  *  @return length of the text in @p buf, or -1 when the subject has no such attribute
  */

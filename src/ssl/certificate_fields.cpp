@@ -19,8 +19,8 @@ int subject_text(X509 *certificate, int nid, char *buffer, int size) {
   return X509_NAME_get_index_by_NID(subject, nid, -1) < 0 ? -1 : 0;
 }
 
-// Prints a date and deliberately releases its object with free(), whatever comes of it: callers know
-// that asking for a date uses the certificate up.
+// Prints a date and deliberately releases its object with free(), whatever comes of it: callers
+// know that asking for a date uses the certificate up.
 int take_date(ASN1_TIME *date, char *buffer, int length) {
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> used_up(date);

@@ -37,24 +37,33 @@ Format format_of(const char *word) {
   if (word == nullptr || *word == '\0') return Format::kUndefined;
   switch (word[0]) {
     case 'D':
-    case 'd': return Format::kDer;
+    case 'd':
+      return Format::kDer;
     case 'T':
-    case 't': return Format::kText;
+    case 't':
+      return Format::kText;
     case 'N':
-    case 'n': return Format::kNetscape;
+    case 'n':
+      return Format::kNetscape;
     case 'S':
-    case 's': return Format::kSmime;
+    case 's':
+      return Format::kSmime;
     case 'M':
-    case 'm': return Format::kMicrosoftBlob;
-    default: break;
+    case 'm':
+      return Format::kMicrosoftBlob;
+    default:
+      break;
   }
   if (names_pkcs12(word)) return Format::kPkcs12;
   switch (word[0]) {
     case 'E':
-    case 'e': return Format::kEngine;
+    case 'e':
+      return Format::kEngine;
     case 'P':
-    case 'p': return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
-    default: return Format::kUndefined;
+    case 'p':
+      return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
+    default:
+      return Format::kUndefined;
   }
 }
 
@@ -74,12 +83,16 @@ X509Ptr read_certificate(const char *path, Format format) {
   const BioPtr in = open_input(path);
   if (in == nullptr) return nullptr;
   switch (format) {
-    case Format::kDer: return X509Ptr(d2i_X509_bio(in.get(), nullptr));
+    case Format::kDer:
+      return X509Ptr(d2i_X509_bio(in.get(), nullptr));
     case Format::kPem:
       return X509Ptr(PEM_read_bio_X509_AUX(in.get(), nullptr, no_pass_phrase, nullptr));
-    case Format::kNetscape: return read_netscape(in.get());
-    case Format::kPkcs12: return read_pkcs12(in.get());
-    default: return nullptr;
+    case Format::kNetscape:
+      return read_netscape(in.get());
+    case Format::kPkcs12:
+      return read_pkcs12(in.get());
+    default:
+      return nullptr;
   }
 }
 

@@ -88,10 +88,11 @@ bool report_product_roots() {
     return false;
   }
   const int number = decimal_int(sku);
-  sdb_log(SDB_LOG_INFO,
-          number == 50 || number == 64
-              ? "SSL: Installed Verisign, Equifax, Thawte, Brio & Arcwy Root CA certificates"
-              : "SSL: Installed Verisign, Equifax, Thawte, Brio, Vasko & Arcwy Root CA certificates");
+  sdb_log(
+      SDB_LOG_INFO,
+      number == 50 || number == 64
+          ? "SSL: Installed Verisign, Equifax, Thawte, Brio & Arcwy Root CA certificates"
+          : "SSL: Installed Verisign, Equifax, Thawte, Brio, Vasko & Arcwy Root CA certificates");
   return true;
 }
 
@@ -105,7 +106,8 @@ bool use_client_identity(SSL_CTX *context) {
          SSL_CTX_check_private_key(context) == 1;
 }
 
-// Deliberately without a result: a step that fails skips the rest, and the context is used as it is.
+// Deliberately without a result: a step that fails skips the rest, and the context is used as it
+// is.
 void arm_context(SSL_CTX *context) {
   if (!use_client_identity(context)) return;
   if (SSL_CTX_set_default_verify_paths(context) != 1) return;

@@ -67,7 +67,8 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
 }
 
-// ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL } -------
+// ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL }
+// -------
 
 namespace {
 
@@ -81,9 +82,9 @@ ASN1_SEQUENCE(NetscapeSequence) = {
   ASN1_SIMPLE(NetscapeSequence, header, ASN1_OCTET_STRING),
   ASN1_OPT(NetscapeSequence, certificate, X509)
 } static_ASN1_SEQUENCE_END(NetscapeSequence)
-// clang-format on
+    // clang-format on
 
-constexpr char kNetscapeHeader[] = "certificate";
+    constexpr char kNetscapeHeader[] = "certificate";
 
 // Deliberately no shortest length: an empty header will do.
 bool is_netscape_header(const ASN1_OCTET_STRING *header) {
@@ -105,7 +106,8 @@ X509Ptr read_netscape(BIO *in) {
   return certificate;
 }
 
-// ---- PKCS#12 -------------------------------------------------------------------------------------
+// ---- PKCS#12
+// -------------------------------------------------------------------------------------
 
 namespace {
 

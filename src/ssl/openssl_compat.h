@@ -1,4 +1,5 @@
-// Where OpenSSL versions decide differently: the library behaves as OpenSSL 1.0 did, on 1.0.2 to 3.x.
+// Where OpenSSL versions decide differently: the library behaves as OpenSSL 1.0 did, on 1.0.2
+// to 3.x.
 #pragma once
 
 #include "ssl/openssl_owners.h"

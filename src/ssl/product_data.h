@@ -1,5 +1,6 @@
-// What a product supplies at build time, embedded by cmake/product-data.cmake: its root certificates.
-// (The client identity, client_cert and client_pvt_key, is part of the public interface.)
+// What a product supplies at build time, embedded by cmake/product-data.cmake: its root
+// certificates. (The client identity, client_cert and client_pvt_key, is part of the public
+// interface.)
 #pragma once
 
 #include <cstddef>
