@@ -9,7 +9,8 @@
 namespace talvera::test {
 
 std::string shell(const std::string &command) {
-  FILE *output = popen((command + " 2>/dev/null").c_str(), "r");
+  // The command is not to see the configuration that a test gives to its own OpenSSL.
+  FILE *output = popen(("unset OPENSSL_CONF; { " + command + "; } 2>/dev/null").c_str(), "r");
   std::string text;
   std::array<char, 4096> buffer;
   while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), output))
