@@ -93,7 +93,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). On success it is left in non-blocking mode, as it is when a step fails; after a failed
- *  wait it is in blocking mode.
+ *  wait it is in blocking mode. A server that closes the connection raises no SIGPIPE during the
+ *  handshake; it does during a later SSL_write(), unless the program ignores the signal.
  *
  *  @param ssl  an object of the context, bound to @p fd
  *  @param fd   connected socket, below FD_SETSIZE

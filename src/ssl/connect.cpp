@@ -7,6 +7,7 @@
 
 #include "internal/decimal_int.h"
 #include "ssl/openssl_owners.h"
+#include "ssl/pipe_signal_block.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -67,6 +68,7 @@ long refuse(long reason) {
 using namespace talvera::ssl;
 
 extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
+  const PipeSignalBlock no_signal;
   timeval budget = kHandshakeBudget;
   for (;;) {
     set_blocking(fd, false);

@@ -2,6 +2,9 @@
 #include "support/certificates.h"
 
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
 
 #include <array>
 #include <cstdio>
@@ -31,6 +34,31 @@ std::string Certificates::issue(const std::string &name, const std::string &subj
   shell("openssl req -new -utf8 -key " + key() + " -subj '" + subject +
         "' | openssl x509 -req -set_serial 7 -CA " + *this / "root.pem" +
         " -CAkey " TALVERA_STAND_INS "/06-brio.key.pem -out " + path + " " + options);
+  return path;
+}
+
+std::string Certificates::issue_named(const std::string &name,
+                                      const std::string &common_name) const {
+  const std::string path = issue(name, "/O=to be replaced");
+  FILE *file = std::fopen(path.c_str(), "r");
+  X509 *certificate = PEM_read_X509(file, nullptr, nullptr, nullptr);
+  std::fclose(file);
+  file = std::fopen(TALVERA_STAND_INS "/06-brio.key.pem", "r");
+  EVP_PKEY *issuer = PEM_read_PrivateKey(file, nullptr, nullptr, nullptr);
+  std::fclose(file);
+
+  X509_NAME *subject = X509_NAME_new();
+  X509_NAME_add_entry_by_NID(subject, NID_commonName, V_ASN1_UTF8STRING,
+                             reinterpret_cast<const unsigned char *>(common_name.data()),
+                             static_cast<int>(common_name.size()), -1, 0);
+  X509_set_subject_name(certificate, subject);
+  EXPECT_GT(X509_sign(certificate, issuer, EVP_sha256()), 0);
+  file = std::fopen(path.c_str(), "w");
+  PEM_write_X509(file, certificate);
+  std::fclose(file);
+  X509_NAME_free(subject);
+  X509_free(certificate);
+  EVP_PKEY_free(issuer);
   return path;
 }
 

@@ -24,6 +24,8 @@ class Certificates {
   // returns its path. Options are those of "openssl x509 -req".
   std::string issue(const std::string &name, const std::string &subject,
                     const std::string &options = "-days 30") const;
+  // The same with a common name of any bytes and any length.
+  std::string issue_named(const std::string &name, const std::string &common_name) const;
   // The key of all of them.
   [[nodiscard]] std::string key() const { return folder_ / "key.pem"; }
 
