@@ -2,15 +2,19 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test bench lint format install clean
+.PHONY: help setup demo test check mips-test bench lint fuzz format install clean \
+	target-toolchain target-test target-lab
 
 help:
 	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
 	@echo "make test       build with sanitizers and run every test"
 	@echo "make check      exported symbols, run-time dependencies, headers alone in C99 and C++17"
 	@echo "make mips-test  the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
+	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
+	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
 	@echo "make bench      the library beside its yardsticks"
 	@echo "make lint       formatting and static analysis"
+	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
 	@echo "make install    the release build, to PREFIX (/usr/local) below DESTDIR"
 
 setup:
@@ -36,6 +40,16 @@ mips-test: setup
 	$(BUILD) --preset mips -j $(JOBS)
 	ctest --preset mips
 
+# The product's kind of machine. Toolchain, kernel and tools are built once, into a cache (see target/).
+target-toolchain:
+	target/toolchain
+
+target-test:
+	target/test
+
+target-lab:
+	target/lab
+
 bench: setup
 	cmake --preset release
 	$(BUILD) --preset release -j $(JOBS)
@@ -43,6 +57,13 @@ bench: setup
 
 lint: setup
 	scripts/lint
+
+# Seconds for each fuzz target.
+FUZZ_SECONDS ?= 60
+fuzz: setup
+	cmake --preset fuzz
+	$(BUILD) --preset fuzz -j $(JOBS)
+	scripts/fuzz $(FUZZ_SECONDS)
 
 format:
 	git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format-14 -i

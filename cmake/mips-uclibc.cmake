@@ -8,7 +8,8 @@ set(CMAKE_CXX_COMPILER ${toolchain}/bin/mips-uclibc-g++)
 set(CMAKE_AR mips-linux-gnu-ar CACHE FILEPATH "")
 set(CMAKE_RANLIB mips-linux-gnu-ranlib CACHE FILEPATH "")
 set(CMAKE_CROSSCOMPILING_EMULATOR
-  ${CMAKE_CURRENT_LIST_DIR}/../host/sandbox qemu-mips -L ${toolchain}/sysroot)
+  ${CMAKE_CURRENT_LIST_DIR}/../host/sandbox qemu-mips -L ${toolchain}/sysroot
+  -E LD_LIBRARY_PATH=${CMAKE_BINARY_DIR})
 set(CMAKE_FIND_ROOT_PATH ${toolchain}/sysroot)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -17,7 +17,7 @@ namespace talvera::host {
 
 class Platform {
  public:
-  // `flash_directory` holds what is on the partition.
+  // `flash_directory` holds what is on the partition; with an empty one there is the driver alone.
   explicit Platform(std::string flash_directory) : flash_(std::move(flash_directory)) {}
 
   // Each call below returns a system call's result, with errno set on failure.

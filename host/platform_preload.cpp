@@ -2,6 +2,7 @@
 //
 //   LD_PRELOAD=.../libtalvera_platform_preload.so TALVERA_FLASH=directory program
 //
+// Without TALVERA_FLASH only the driver is put in front: the partition is then the machine's own.
 // TALVERA_PLATFORM_JOURNAL names a file to which every mount and driver command is appended.
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -21,7 +22,7 @@ using talvera::host::Platform;
 Platform &platform() {
   static Platform instance([] {
     const char *directory = std::getenv("TALVERA_FLASH");
-    return std::string(directory != nullptr ? directory : ".");
+    return std::string(directory != nullptr ? directory : "");
   }());
   return instance;
 }
@@ -82,7 +83,7 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
 
 extern "C" int mount(const char *source, const char *target, const char *type, unsigned long flags,
                      const void *data) noexcept {
-  if (type == nullptr || std::strcmp(type, "jffs2") != 0) {
+  if (platform().flash_directory().empty() || type == nullptr || std::strcmp(type, "jffs2") != 0) {
     using Mount = int(const char *, const char *, const char *, unsigned long, const void *);
     static Mount *const real = next<Mount>("mount");
     return real(source, target, type, flags, data);

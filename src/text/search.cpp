@@ -1,4 +1,5 @@
 // Searches and character sets.
+#include <cctype>
 #include <cstring>
 
 #include "internal/alias.h"
@@ -13,3 +14,22 @@ extern "C" char *strncasestr(const char *haystack, const char *needle, int n) {
   return const_cast<char *>(match);
 }
 TALVERA_ALIAS(strnstr_nocase, strncasestr);
+
+extern "C" char *strmatch_lowercase(const char *s, const char *prefix) {
+  if (s == nullptr || prefix == nullptr) return const_cast<char *>(s);
+  for (; *prefix != '\0'; ++s, ++prefix) {
+    const auto expected = static_cast<unsigned char>(*prefix);
+    const auto c = static_cast<unsigned char>(*s);
+    if (c != expected && std::tolower(c) != expected) return nullptr;
+  }
+  return const_cast<char *>(s);
+}
+
+extern "C" char *GN_StrNotInSet(const char *s, const char *set) {
+  s += std::strspn(s, set);
+  return *s != '\0' ? const_cast<char *>(s) : nullptr;
+}
+
+extern "C" char *GN_StrCharInSet(const char *s, const char *set) {
+  return const_cast<char *>(std::strpbrk(s, set));
+}

@@ -21,6 +21,11 @@ void *malloc(std::size_t size) noexcept {
   return intercept<void *>("malloc", [=] { return next(size); });
 }
 
+void *calloc(std::size_t count, std::size_t size) noexcept {
+  static auto *const next = real<void *(std::size_t, std::size_t)>("calloc");
+  return intercept<void *>("calloc", [=] { return next(count, size); });
+}
+
 char *strdup(const char *text) noexcept {
   static auto *const next = real<char *(const char *)>("strdup");
   return intercept<char *>("strdup", [=] { return next(text); });

@@ -23,6 +23,7 @@ struct Step {
   int times;
   Verdict verdict;
   int error;
+  void (*event)() = nullptr;
 };
 struct Count {
   const char *call;
@@ -107,6 +108,10 @@ void SystemDouble::shorten(const char *call, std::size_t bytes, int skip, int ti
   add_step({call, skip, times, {Verdict::kShorten, static_cast<long>(bytes)}, 0});
 }
 
+void SystemDouble::before(const char *call, void (*event)(), int skip) {
+  add_step({call, skip, 1, {}, 0, event});
+}
+
 void SystemDouble::forget() {
   step_count = 0;
 }
@@ -170,6 +175,10 @@ Verdict judge(const char *call) {
       return {};
     }
     if (step.times > 0) --step.times;
+    if (step.event != nullptr) {
+      const Quiet quiet;
+      step.event();
+    }
     if (step.error != 0) errno = step.error;
     return step.verdict;
   }
@@ -197,6 +206,12 @@ void record_log(const char *channel, int level, const char *format, std::va_list
   const int error = errno;
   records->log.push_back({channel, level, text});
   errno = error;
+}
+
+void print_log(std::FILE *stream) {
+  if (active == nullptr) return;
+  for (const LogLine &line : records->log)
+    std::fprintf(stream, "%s %d %s\n", line.channel.c_str(), line.level, line.text.c_str());
 }
 
 std::time_t double_time() {

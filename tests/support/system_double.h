@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstdio>
 #include <ctime>
 #include <ostream>
 #include <string>
@@ -48,13 +49,15 @@ class SystemDouble {
   void answer(const char *call, long result, int skip = 0, int times = 1);
   // The call is made for at most `bytes` bytes.
   void shorten(const char *call, std::size_t bytes, int skip = 0, int times = 1);
+  // Right before a call is made, once, something else happens.
+  void before(const char *call, void (*event)(), int skip = 0);
   // Takes back all of these that are left.
   void forget();
 
   void set_time(std::time_t now);
   // What sdb_get() gives for a key; all other keys are unknown (ENOENT).
   void set_value(const std::string &key, const std::string &value);
-  // Opens of `path`, if it is exactly that, open `target` instead.
+  // Opens of `path`, if it is exactly that, open `target` instead; likewise the command of a pipe.
   void redirect(const std::string &path, const std::string &target);
 
   // The recorded calls (those whose arguments matter), each as its name and arguments.
@@ -99,6 +102,9 @@ class Quiet {
 // Adds a line to calls() or log(), if a double is there.
 __attribute__((format(printf, 1, 2))) void record(const char *format, ...);
 void record_log(const char *channel, int level, const char *format, std::va_list arguments);
+
+// Prints log(), a line each, if a double is there.
+void print_log(std::FILE *stream);
 
 // The time that set_time() has set, or 0.
 std::time_t double_time();

@@ -64,7 +64,7 @@ TEST(Sysfs, ReadFailures) {
 // A programming error ends the process, in a build without assertions too.
 TEST(Sysfs, NullBufferAborts) {
   EXPECT_EXIT(sysfs_get_attr("%s", nullptr, 4, "/dev/null"), ::testing::KilledBySignal(SIGABRT),
-              "^utils: sysfs_get_attr: Assertion `buf != \\(\\(void \\*\\)0\\)' failed\\.\n$");
+              "^utils: sysfs_get_attr: Assertion `buf != \\(\\(void \\*\\)0\\)' failed\\.\n");
 }
 
 TEST(Sysfs, Writes) {

@@ -25,4 +25,32 @@ TEST(Search, IgnoresCaseWithinABound) {
   EXPECT_EQ(strnstr_nocase, strncasestr);
 }
 
+TEST(Search, PrefixInLowerCase) {
+  const char text[] = "GET /x";
+  EXPECT_EQ(strmatch_lowercase(text, "get"), text + 3);
+  EXPECT_EQ(strmatch_lowercase(text, "GET"), text + 3);
+  EXPECT_EQ(strmatch_lowercase("get", "GET"), nullptr);
+  EXPECT_EQ(strmatch_lowercase(text, "get /x"), text + 6);
+  EXPECT_EQ(strmatch_lowercase(text, "get /x1"), nullptr);
+  EXPECT_EQ(strmatch_lowercase(text, "put"), nullptr);
+  EXPECT_EQ(strmatch_lowercase(text, ""), text);
+  EXPECT_EQ(strmatch_lowercase(text, nullptr), text);
+  EXPECT_EQ(strmatch_lowercase(nullptr, "get"), nullptr);
+  const char latin[] = "\xC9t\xE9";
+  EXPECT_EQ(strmatch_lowercase(latin, "\xC9t\xE9"), latin + 3);
+  EXPECT_EQ(strmatch_lowercase(latin, "\xE9t"), nullptr);
+}
+
+TEST(Search, Sets) {
+  const char text[] = "  a-b";
+  EXPECT_EQ(GN_StrNotInSet(text, " "), text + 2);
+  EXPECT_EQ(GN_StrNotInSet(text, ""), text);
+  EXPECT_EQ(GN_StrNotInSet(text, "ab- "), nullptr);
+  EXPECT_EQ(GN_StrNotInSet("", " "), nullptr);
+  EXPECT_EQ(GN_StrCharInSet(text, "b-"), text + 3);
+  EXPECT_EQ(GN_StrCharInSet(text, "xyz"), nullptr);
+  EXPECT_EQ(GN_StrCharInSet(text, ""), nullptr);
+  EXPECT_EQ(GN_StrCharInSet("", "x"), nullptr);
+}
+
 }  // namespace

@@ -1,0 +1,165 @@
+// The MD5 message digest of RFC 1321.
+#include "talvera/md5.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t kBlockSize = 64;
+constexpr std::size_t kLengthOffset = 56;  // where the bit count is in the last block
+
+// Entry i is the integer part of 2^32 * abs(sin(i + 1)).
+constexpr std::array<std::uint32_t, 64> kSines = {
+    0xD76AA478, 0xE8C7B756, 0x242070DB, 0xC1BDCEEE, 0xF57C0FAF, 0x4787C62A, 0xA8304613, 0xFD469501,
+    0x698098D8, 0x8B44F7AF, 0xFFFF5BB1, 0x895CD7BE, 0x6B901122, 0xFD987193, 0xA679438E, 0x49B40821,
+    0xF61E2562, 0xC040B340, 0x265E5A51, 0xE9B6C7AA, 0xD62F105D, 0x02441453, 0xD8A1E681, 0xE7D3FBC8,
+    0x21E1CDE6, 0xC33707D6, 0xF4D50D87, 0x455A14ED, 0xA9E3E905, 0xFCEFA3F8, 0x676F02D9, 0x8D2A4C8A,
+    0xFFFA3942, 0x8771F681, 0x6D9D6122, 0xFDE5380C, 0xA4BEEA44, 0x4BDECFA9, 0xF6BB4B60, 0xBEBFBC70,
+    0x289B7EC6, 0xEAA127FA, 0xD4EF3085, 0x04881D05, 0xD9D4D039, 0xE6DB99E5, 0x1FA27CF8, 0xC4AC5665,
+    0xF4292244, 0x432AFF97, 0xAB9423A7, 0xFC93A039, 0x655B59C3, 0x8F0CCC92, 0xFFEFF47D, 0x85845DD1,
+    0x6FA87E4F, 0xFE2CE6E0, 0xA3014314, 0x4E0811A1, 0xF7537E82, 0xBD3AF235, 0x2AD7D2BB, 0xEB86D391};
+
+std::uint32_t load_le32(const unsigned char *bytes) {
+  return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
+         static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
+}
+
+void store_le32(unsigned char *bytes, std::uint32_t value) {
+  for (int i = 0; i < 4; ++i) {
+    bytes[i] = static_cast<unsigned char>(value >> 8 * i);
+  }
+}
+
+using State = std::uint32_t[4];
+using Block = std::uint32_t[16];
+
+// What a round mixes of the words x, y and z. G is a sum instead of RFC 1321's "or" of the same two
+// terms, which have no bit in common: the second one need not wait for x.
+struct F {
+  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return z ^ (x & (y ^ z));
+  }
+};
+struct G {
+  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return (x & z) + (y & ~z);
+  }
+};
+struct H {
+  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) { return x ^ y ^ z; }
+};
+struct I {
+  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return y ^ (x | ~z);
+  }
+};
+
+// A round: 16 steps, its `Number` counted from 0. Step i takes the block's word at
+// First + Stride * i, modulo 16; four shifts take turns.
+template <typename Mix, unsigned Number, unsigned First, unsigned Stride, int S1, int S2, int S3,
+          int S4>
+void round(State &state, const Block &block) {
+  auto [a, b, c, d] = state;
+  const auto step = [&block](std::uint32_t &w, std::uint32_t x, std::uint32_t y, std::uint32_t z,
+                             unsigned i, int shift) {
+    const std::uint32_t word = block[(First + Stride * i) % 16] + kSines[16 * Number + i];
+    w = x + std::rotl(w + word + Mix::mix(x, y, z), shift);
+  };
+  for (unsigned i = 0; i < 16; i += 4) {
+    step(a, b, c, d, i, S1);
+    step(d, a, b, c, i + 1, S2);
+    step(c, d, a, b, i + 2, S3);
+    step(b, c, d, a, i + 3, S4);
+  }
+  state[0] = a;
+  state[1] = b;
+  state[2] = c;
+  state[3] = d;
+}
+
+void add_block(State &state, const unsigned char *bytes) {
+  Block block;
+  for (unsigned i = 0; i < 16; ++i) {
+    block[i] = load_le32(bytes + 4 * i);
+  }
+  State mixed;
+  std::copy_n(state, 4, mixed);
+  round<F, 0, 0, 1, 7, 12, 17, 22>(mixed, block);
+  round<G, 1, 1, 5, 5, 9, 14, 20>(mixed, block);
+  round<H, 2, 5, 3, 4, 11, 16, 23>(mixed, block);
+  round<I, 3, 0, 7, 6, 10, 15, 21>(mixed, block);
+  for (unsigned i = 0; i < 4; ++i) {
+    state[i] += mixed[i];
+  }
+}
+
+// Bytes waiting in the buffer.
+std::size_t pending(const md5_context &context) {
+  return context.count[0] / 8 % kBlockSize;
+}
+
+}  // namespace
+
+extern "C" void MD5CInit(md5_context *context) {
+  *context = {.state = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476}, .count = {}, .buffer = {}};
+}
+
+extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length) {
+  if (length == 0) return;
+  std::size_t filled = pending(*context);
+  const std::uint32_t bits = length << 3;
+  context->count[0] += bits;
+  context->count[1] += (length >> 29) + (context->count[0] < bits ? 1 : 0);
+
+  std::size_t left = length;
+  if (filled > 0 && filled + left >= kBlockSize) {
+    const std::size_t missing = kBlockSize - filled;
+    std::memcpy(context->buffer + filled, input, missing);
+    add_block(context->state, context->buffer);
+    input += missing;
+    left -= missing;
+    filled = 0;
+  }
+  if (filled == 0) {
+    for (; left >= kBlockSize; left -= kBlockSize, input += kBlockSize) {
+      add_block(context->state, input);
+    }
+  }
+  std::memcpy(context->buffer + filled, input, left);
+}
+
+extern "C" void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *context) {
+  std::size_t filled = pending(*context);
+  context->buffer[filled++] = 0x80;
+  if (filled > kLengthOffset) {
+    std::memset(context->buffer + filled, 0, kBlockSize - filled);
+    add_block(context->state, context->buffer);
+    filled = 0;
+  }
+  std::memset(context->buffer + filled, 0, kLengthOffset - filled);
+  store_le32(context->buffer + kLengthOffset, context->count[0]);
+  store_le32(context->buffer + kLengthOffset + 4, context->count[1]);
+  add_block(context->state, context->buffer);
+
+  for (unsigned i = 0; i < 4; ++i) {
+    store_le32(digest + 4 * i, context->state[i]);
+  }
+  *context = {};
+}
+
+extern "C" void UTIL_MD5(const char *string, unsigned char digest[MD5_DIGEST_SIZE]) {
+  MD5_digest(reinterpret_cast<const unsigned char *>(string),
+             static_cast<unsigned>(std::strlen(string)), digest);
+}
+
+extern "C" void MD5_digest(const unsigned char *data, unsigned int length,
+                           unsigned char digest[MD5_DIGEST_SIZE]) {
+  md5_context context;
+  MD5CInit(&context);
+  MD5CUpdate(&context, data, length);
+  MD5CFinal(digest, &context);
+}

@@ -1,0 +1,191 @@
+// The loaded copy of the client certificate blob: found, read, checked and asked about.
+#include "mfg/ccert_copy.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "internal/big_endian.h"
+#include "internal/owners.h"
+#include "mfg/ccert_blob.h"
+#include "talvera/mfg.h"
+#include "talvera/sdb.h"
+
+namespace talvera::mfg {
+namespace {
+
+// Start of the loaded copy; the table of contents and the item data follow.
+struct Copy {
+  std::uint32_t length;  // of the whole copy
+  std::uint32_t count;
+  std::uint32_t header_word;
+
+  ccert_toc_item *items() { return reinterpret_cast<ccert_toc_item *>(this + 1); }
+  std::uint8_t *data(const ccert_toc_item &item) {
+    return reinterpret_cast<std::uint8_t *>(this) + item.offset;
+  }
+};
+static_assert(sizeof(Copy) == 12 && sizeof(ccert_toc_item) == kBlobItemSize);
+
+// A copy leaves out the blob's magic and version.
+constexpr std::uint32_t kLeftOut = kBlobHeaderSize - sizeof(Copy);
+
+Copy *loaded = nullptr;
+const ccert_toc_item *certificate = nullptr;
+const ccert_toc_item *key = nullptr;
+int location = 0;
+
+int query_size(unsigned int slot, std::uint32_t *length) {
+  mfg_ccert_get_info info = {nullptr, length, slot};
+  *length = 0;
+  return mfg_ccert_get(&info);
+}
+
+int report_read_failure() {
+  const ErrnoKeeper keep;
+  std::fprintf(stderr, "ccert_get_ccertblob: mfg_ccert_get failed: %s", sdb_strerror(errno));
+  return -1;
+}
+
+// Makes the copy of a consistent blob.
+MallocPtr<Copy> copy_blob(const std::uint8_t *blob, std::uint32_t length) {
+  MallocPtr<Copy> copy(static_cast<Copy *>(std::malloc(length - kLeftOut)));
+  if (copy == nullptr) return copy;
+  copy->length = length - kLeftOut;
+  copy->count = load_be32(blob + kBlobItemCount);
+  copy->header_word = load_be32(blob + kBlobHeaderWord);
+  const std::uint32_t data_offset = kBlobHeaderSize + kBlobItemSize * copy->count;
+  const std::uint8_t *entry = blob + kBlobHeaderSize;
+  for (std::uint32_t i = 0; i < copy->count; ++i, entry += kBlobItemSize) {
+    copy->items()[i] = {load_be32(entry) + data_offset - kLeftOut, load_be32(entry + 4),
+                        load_be32(entry + 8), load_be32(entry + 12)};
+  }
+  std::memcpy(copy->items() + copy->count, blob + data_offset, length - data_offset);
+  return copy;
+}
+
+// Forgets what was loaded without releasing it: addresses in it may still be in use.
+void replace_loaded(Copy *copy) {
+  loaded = copy;
+  certificate = nullptr;
+  key = nullptr;
+  for (std::uint32_t i = 0; i < ccert_get_data_count(); ++i) {
+    const ccert_toc_item *item = loaded->items() + i;
+    switch (item->type) {
+      case CCERT_CERTIFICATE:
+        certificate = item;
+        break;
+      case CCERT_KEY_PLAIN:
+      case CCERT_KEY_PKCS8:
+      case CCERT_KEY_PEM:
+        key = item;
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace
+
+const ccert_toc_item *loaded_key() {
+  return key;
+}
+
+}  // namespace talvera::mfg
+
+using namespace talvera;
+
+extern "C" int ccert_location(void) {
+  for (const unsigned int slot : {2U, 1U}) {
+    std::uint32_t length;
+    if (mfg::query_size(slot, &length) == 0) return static_cast<int>(slot);
+  }
+  return 0;
+}
+
+extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsigned int slot) {
+  std::uint32_t size;
+  if (mfg::query_size(slot, &size) != 0) return mfg::report_read_failure();
+  MallocPtr<unsigned char> content(static_cast<unsigned char *>(std::malloc(size)));
+  if (content == nullptr) return CCERT_NO_MEMORY;
+  unsigned char *buffer = content.get();
+  mfg_ccert_get_info info = {&buffer, &size, slot};
+  if (mfg_ccert_get(&info) != 0) return mfg::report_read_failure();
+  *length = size;
+  *blob = content.release();
+  return 0;
+}
+
+extern "C" int ccert_init(void) {
+  mfg::location = ccert_location();
+  if (mfg::location == 0) return -1;
+  std::uint32_t length;
+  unsigned char *content;
+  const int result =
+      ccert_get_ccertblob(&length, &content, static_cast<unsigned int>(mfg::location));
+  if (result != 0) return result;
+  const MallocPtr<unsigned char> blob(content);
+  // A blob that fails the check counts, deliberately, as nothing to load and not as a failure.
+  if (!mfg::is_consistent(blob.get(), length)) {
+    mfg::replace_loaded(nullptr);
+    return 0;
+  }
+  MallocPtr<mfg::Copy> copy = mfg::copy_blob(blob.get(), length);
+  if (copy == nullptr) return CCERT_NO_MEMORY;
+  mfg::replace_loaded(copy.release());
+  return 0;
+}
+
+extern "C" int ccert_deinit(void) {
+  std::free(mfg::loaded);
+  mfg::replace_loaded(nullptr);
+  return 0;
+}
+
+extern "C" int ccert_get_location(void) {
+  return mfg::location;
+}
+
+extern "C" unsigned int ccert_get_data_count(void) {
+  return mfg::loaded != nullptr ? mfg::loaded->count : 0;
+}
+
+extern "C" struct ccert_toc_item *ccert_get_toc_item_from_index(unsigned int index) {
+  return index < ccert_get_data_count() ? mfg::loaded->items() + index : nullptr;
+}
+
+extern "C" unsigned char *ccert_get_data_from_toc_item(const struct ccert_toc_item *item) {
+  return item != nullptr && mfg::loaded != nullptr ? mfg::loaded->data(*item) : nullptr;
+}
+
+extern "C" int ccert_get_data_from_index(unsigned int index, unsigned char **data, uint32_t *length,
+                                         uint32_t *type, uint32_t *flags) {
+  const ccert_toc_item *item = ccert_get_toc_item_from_index(index);
+  if (item == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
+  *data = ccert_get_data_from_toc_item(item);
+  *length = item->length;
+  if (type != nullptr) *type = item->type;
+  if (flags != nullptr) *flags = item->flags;
+  return 0;
+}
+
+extern "C" int ccert_get_client_cert(unsigned char **certificate, uint32_t *length) {
+  *certificate = ccert_get_data_from_toc_item(mfg::certificate);
+  *length = *certificate != nullptr ? mfg::certificate->length : 0;
+  if (*certificate != nullptr) return 0;
+  errno = ENOENT;
+  return -1;
+}
+
+// Nothing fills the certificate's MAC address and common name: they are held empty.
+extern "C" const unsigned char *ccert_get_mac_address(void) {
+  return nullptr;
+}
+
+extern "C" const char *ccert_get_cert_common_name(void) {
+  return "";
+}

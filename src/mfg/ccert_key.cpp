@@ -1,0 +1,88 @@
+// The private key of the loaded client certificate blob, and the hooks through which encoded keys
+// would have to go.
+#include <cerrno>
+#include <cstring>
+
+#include "internal/big_endian.h"
+#include "internal/owners.h"
+#include "internal/wipe.h"
+#include "mfg/ccert_copy.h"
+#include "talvera/ccert.h"
+
+namespace talvera::mfg {
+namespace {
+
+// An encrypted key starts with the word 1 and another word; the ciphertext follows.
+constexpr std::uint32_t kEncryptedHeaderSize = 8;
+constexpr std::uint32_t kEncryptedFormat = 1;
+
+MallocPtr<unsigned char> copy_of(const ccert_toc_item &item) {
+  MallocPtr<unsigned char> copy(static_cast<unsigned char *>(std::malloc(item.length)));
+  if (copy != nullptr) std::memcpy(copy.get(), ccert_get_data_from_toc_item(&item), item.length);
+  return copy;
+}
+
+void get_plain(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
+  MallocPtr<unsigned char> copy = copy_of(item);
+  if (copy == nullptr) return;
+  *key = copy.release();
+  *length = item.length;
+}
+
+void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
+  const MallocPtr<unsigned char> copy = copy_of(item);
+  if (copy == nullptr) return;
+  if (item.length >= kEncryptedHeaderSize && load_be32(copy.get()) == kEncryptedFormat &&
+      MKEY_Decrypt(copy.get() + kEncryptedHeaderSize, item.length - kEncryptedHeaderSize) == 0) {
+    MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
+  }
+  wipe(copy.get(), item.length);
+}
+
+int not_provided() {
+  errno = ENOSYS;
+  return -1;
+}
+
+}  // namespace
+}  // namespace talvera::mfg
+
+using namespace talvera;
+
+extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *length) {
+  *key = nullptr;
+  *length = 0;
+  const ccert_toc_item *item = mfg::loaded_key();
+  if (item == nullptr) {
+    errno = ENOENT;
+    return -1;
+  }
+  switch (item->type) {
+    case CCERT_KEY_PLAIN:
+      mfg::get_plain(*item, key, length);
+      break;
+    case CCERT_KEY_PKCS8:
+      if ((item->flags & CCERT_FLAG_ENCRYPTED) != 0) {
+        mfg::get_encrypted(*item, key, length);
+      } else {
+        MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
+      }
+      break;
+    default:  // CCERT_KEY_PEM
+      MEAPCA_convertKeyPEM();
+      break;
+  }
+  return 0;
+}
+
+extern "C" int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **, uint32_t *) {
+  return mfg::not_provided();
+}
+
+extern "C" int MEAPCA_convertKeyPEM(void) {
+  return mfg::not_provided();
+}
+
+extern "C" int MKEY_Decrypt(unsigned char *, uint32_t) {
+  return mfg::not_provided();
+}

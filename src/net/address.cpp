@@ -1,0 +1,67 @@
+// IPv4 address arithmetic, and conversion of IPv4 and IPv6 address texts.
+#include <arpa/inet.h>
+
+#include <bit>
+#include <cstdint>
+
+#include "talvera/netu.h"
+
+namespace {
+
+bool parse(const char *text, std::uint32_t &address) {
+  return netu_atoipv4(text, &address) == 1;
+}
+
+// Sets `result` to what `combine` makes of both addresses, if both are valid.
+template <typename Combine>
+int calculate(const char *address_text, const char *mask_text, std::uint32_t *result,
+              Combine combine) {
+  std::uint32_t address;
+  std::uint32_t mask;
+  if (!parse(address_text, address) || !parse(mask_text, mask)) return NETU_INVALID_ADDRESS;
+  *result = combine(address, mask);
+  return 0;
+}
+
+}  // namespace
+
+extern "C" int netu_calc_network(const char *address, const char *mask, std::uint32_t *result) {
+  return calculate(address, mask, result, [](auto a, auto m) { return a & m; });
+}
+
+extern "C" int netu_calc_broadcast(const char *address, const char *mask, std::uint32_t *result) {
+  return calculate(address, mask, result, [](auto a, auto m) { return a | ~m; });
+}
+
+extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32_t *result) {
+  return calculate(address, mask, result, [](auto a, auto m) { return a & ~m; });
+}
+
+// Deliberately any set bit counts: whether the mask is contiguous is not looked at.
+extern "C" unsigned int netu_calc_subnet_prefix(const char *mask_text) {
+  std::uint32_t mask;
+  return parse(mask_text, mask) ? static_cast<unsigned int>(std::popcount(mask)) : 0;
+}
+
+// Deliberately modulo 32: a prefix of 32 gives the empty mask.
+extern "C" std::uint32_t netu_subnet_mask_from_prefix(unsigned int prefix) {
+  return ~(UINT32_MAX >> prefix % 32);
+}
+
+extern "C" int netu_is_empty_ip4addr(const char *text) {
+  if (text == nullptr || *text == '\0') return 1;
+  std::uint32_t address;
+  return parse(text, address) && address == INADDR_ANY ? 1 : 0;
+}
+
+extern "C" int netu_atoipv4(const char *address, void *result) {
+  in_addr scratch;
+  if (address == nullptr) return 0;
+  return inet_pton(AF_INET, address, result != nullptr ? result : &scratch);
+}
+
+extern "C" int netu_atoipv6(const char *address, void *result) {
+  in6_addr scratch;
+  if (address == nullptr) return 0;
+  return inet_pton(AF_INET6, address, result != nullptr ? result : &scratch);
+}

@@ -1,0 +1,44 @@
+// MAC addresses as text, and the names of interfaces.
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "internal/number32.h"
+#include "internal/owners.h"
+#include "talvera/netu.h"
+
+namespace {
+
+constexpr int kMacSize = 6;
+
+}  // namespace
+
+extern "C" char *netu_etoa(const unsigned char *mac, char *text) {
+  std::snprintf(text, NETU_MAC_TEXT_SIZE, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
+                mac[3], mac[4], mac[5]);
+  return text;
+}
+
+extern "C" unsigned char *netu_atoe(const char *text, unsigned char *mac) {
+  for (int i = 0; i < kMacSize; ++i) {
+    char *end;
+    mac[i] = static_cast<unsigned char>(talvera::parse_unsigned32(text, &end, 16));
+    if (*end == '\0') break;
+    text = end + 1;
+  }
+  return mac;
+}
+
+extern "C" int netu_ifindex2name(unsigned int index, char *name) {
+  if (name == nullptr) return -1;
+  const talvera::UniqueFd any(socket(AF_INET, SOCK_DGRAM, 0));
+  if (!any.valid()) return -1;
+  ifreq request{};
+  request.ifr_ifindex = static_cast<int>(index);
+  if (ioctl(any.get(), SIOCGIFNAME, &request) < 0) return -1;
+  std::strncpy(name, request.ifr_name, IFNAMSIZ);
+  return 0;
+}

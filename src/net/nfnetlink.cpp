@@ -1,0 +1,141 @@
+// Netfilter netlink: handles, subsystems, and the way of messages to and from the kernel.
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <ctime>
+
+#include "internal/owners.h"
+#include "net/alignment.h"
+#include "talvera/nfnetlink.h"
+
+namespace talvera::net {
+namespace {
+
+constexpr unsigned kWordBits = 8 * sizeof(void *);
+
+static_assert(sizeof(nfnetlink_callback) == (kWordBits == 32 ? 12 : 24));
+static_assert(sizeof(nfnetlink_subsys) == (kWordBits == 32 ? 16 : 24));
+static_assert(sizeof(sockaddr_nl) == 12);
+static_assert(offsetof(nfnetlink_handle, local) == 4);
+static_assert(offsetof(nfnetlink_handle, peer) == 16);
+static_assert(offsetof(nfnetlink_handle, sequence) == 28);
+static_assert(offsetof(nfnetlink_handle, subsystems) == 32);
+
+int bind_local(const nfnetlink_handle &handle) {
+  return bind(handle.fd, reinterpret_cast<const sockaddr *>(&handle.local), sizeof handle.local);
+}
+
+// Learns the port id that the kernel chose.
+bool read_local(nfnetlink_handle &handle) {
+  socklen_t length = sizeof handle.local;
+  return getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) == 0 &&
+         length == sizeof handle.local;
+}
+
+// Deliberately not for descriptor 0, which counts as no socket.
+void close_socket(int fd) {
+  const ErrnoKeeper keep;
+  if (fd != 0) close(fd);
+}
+
+}  // namespace
+}  // namespace talvera::net
+
+using namespace talvera;
+
+extern "C" nfnetlink_handle *nfnetlink_open() {
+  MallocPtr<nfnetlink_handle> handle(
+      static_cast<nfnetlink_handle *>(std::calloc(1, sizeof(nfnetlink_handle))));
+  if (handle == nullptr) return nullptr;
+  handle->fd = socket(AF_NETLINK, SOCK_RAW, NETLINK_NETFILTER);
+  if (handle->fd < 0) return nullptr;
+  handle->local.nl_family = AF_NETLINK;
+  handle->peer.nl_family = AF_NETLINK;
+  if (net::bind_local(*handle) != 0 || !net::read_local(*handle)) {
+    net::close_socket(handle->fd);
+    return nullptr;
+  }
+  handle->sequence = static_cast<std::uint32_t>(time(nullptr));
+  return handle.release();
+}
+
+extern "C" int nfnetlink_rebind(nfnetlink_handle *handle) {
+  if (handle == nullptr) return -1;
+  const std::uint32_t former = handle->local.nl_groups;
+  for (const nfnetlink_subsys &subsys : handle->subsystems)
+    handle->local.nl_groups |= subsys.subscriptions;
+  if (net::bind_local(*handle) == 0) return 0;
+  handle->local.nl_groups = former;
+  return -1;
+}
+
+extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, unsigned int id,
+                                                   unsigned int callback_count,
+                                                   std::uint32_t subscriptions) {
+  const auto index = static_cast<std::uint8_t>(id);
+  const auto count = static_cast<std::uint8_t>(callback_count);
+  if (handle == nullptr || index >= NFNETLINK_SUBSYSTEMS) {
+    errno = EINVAL;
+    return nullptr;
+  }
+  nfnetlink_subsys &subsys = handle->subsystems[index];
+  if (subsys.callbacks != nullptr) {
+    errno = EBUSY;
+    return nullptr;
+  }
+  // Never of 0 entries: that might be null, and the slot would pass for free.
+  void *callbacks = std::calloc(count != 0 ? count : 1U, sizeof(nfnetlink_callback));
+  if (callbacks == nullptr) return nullptr;
+  subsys = {handle, subscriptions, index, count, static_cast<nfnetlink_callback *>(callbacks)};
+  if (nfnetlink_rebind(handle) != 0) {
+    nfnetlink_subsys_close(&subsys);
+    return nullptr;
+  }
+  return &subsys;
+}
+
+extern "C" int nfnetlink_subsys_close(nfnetlink_subsys *subsys) {
+  if (subsys == nullptr) return -1;
+  const MallocPtr<nfnetlink_callback> callbacks(subsys->callbacks);
+  *subsys = {};
+  return 0;
+}
+
+extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
+  if (handle == nullptr) return -1;
+  for (nfnetlink_subsys &subsys : handle->subsystems)
+    nfnetlink_subsys_close(&subsys);
+  net::close_socket(handle->fd);
+  std::free(handle);
+  return 0;
+}
+
+extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned int length) {
+  if (message == nullptr || data == nullptr) return -1;
+  const std::uint32_t end = message->nlmsg_len;
+  std::memcpy(reinterpret_cast<unsigned char *>(message) + end, data, length);
+  // The first piece is the header, whose length field has just become the message's.
+  if (end != 0) message->nlmsg_len = end + net::aligned(length);
+  return 0;
+}
+
+extern "C" int nfnetlink_send(nfnetlink_handle *handle, const nlmsghdr *message) {
+  if (handle == nullptr || message == nullptr) return -1;
+  return static_cast<int>(sendto(handle->fd, message, message->nlmsg_len, 0,
+                                 reinterpret_cast<const sockaddr *>(&handle->peer),
+                                 sizeof handle->peer));
+}
+
+extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buffer, unsigned int length) {
+  if (handle == nullptr || buffer == nullptr) return -1;
+  sockaddr_nl sender{};
+  socklen_t sender_size = sizeof sender;
+  const ssize_t received =
+      recvfrom(handle->fd, buffer, length, 0, reinterpret_cast<sockaddr *>(&sender), &sender_size);
+  if (received < 0) return -1;
+  if (sender.nl_pid != 0) {
+    errno = ENOMSG;
+    return -1;
+  }
+  return static_cast<int>(received);
+}

@@ -1,0 +1,160 @@
+// The packet log: configuration requests, bound groups, and dispatch of packets to their group.
+#include <arpa/inet.h>
+#include <linux/netfilter/nfnetlink_log.h>
+
+#include <cstddef>
+
+#include "internal/big_endian.h"
+#include "internal/owners.h"
+#include "talvera/nfnetlink.h"
+
+namespace talvera::net {
+namespace {
+
+constexpr unsigned kMessageTypes = 2;  // packets, and configuration, which has no callback
+
+static_assert(sizeof(nfnetlink_log) == 3 * sizeof(void *));
+static_assert(offsetof(nfnetlink_log_group, handler) == 3 * sizeof(void *));
+
+// An attribute with up to 6 bytes of payload, as it goes into a request.
+struct Attribute {
+  nlattr header;
+  std::uint8_t payload[6];
+};
+
+// What a request is about: an address family or a group.
+struct Subject {
+  std::uint8_t family;
+  std::uint16_t group;
+};
+
+int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute) {
+  const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
+                           NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
+  const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
+  struct {
+    nlmsghdr header;
+    std::uint8_t rest[16];
+  } request{};
+  if (nfnetlink_msg_pack(&request.header, &header, sizeof header) != 0 ||
+      nfnetlink_msg_pack(&request.header, &general, sizeof general) != 0 ||
+      nfnetlink_msg_pack(&request.header, &attribute, attribute.header.nla_len) != 0) {
+    return -1;
+  }
+  return nfnetlink_send_wait_ack(&netlink, &request.header);
+}
+
+int command(nfnetlink_log *log, std::uint8_t code, Subject subject) {
+  if (log == nullptr) return -1;
+  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}});
+}
+
+nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) {
+  nfnetlink_log_group *group = log.groups;
+  while (group != nullptr && group->number != number)
+    group = group->next;
+  return group;
+}
+
+// The handler of packet messages: passes one on to its group's handler.
+int dispatch_packet(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
+  const auto *log = static_cast<const nfnetlink_log *>(data);
+  if (message == nullptr || log == nullptr) return -1;
+  const auto *header = reinterpret_cast<const nfgenmsg *>(message + 1);
+  const auto *bytes = reinterpret_cast<const std::uint8_t *>(header);
+  nfnetlink_log_group *group = find_group(*log, load_be16(bytes + offsetof(nfgenmsg, res_id)));
+  if (group == nullptr || group->handler == nullptr) return -1;
+  return group->handler(group, header, attributes, group->data);
+}
+
+}  // namespace
+}  // namespace talvera::net
+
+using namespace talvera;
+
+extern "C" nfnetlink_log *nfnetlink_log_open() {
+  nfnetlink_handle *netlink = nfnetlink_open();
+  if (netlink == nullptr) return nullptr;
+  nfnetlink_subsys *subsys =
+      nfnetlink_subsys_open(netlink, NFNL_SUBSYS_ULOG, net::kMessageTypes, 0);
+  auto *log = subsys != nullptr ? static_cast<nfnetlink_log *>(std::malloc(sizeof(nfnetlink_log)))
+                                : nullptr;
+  if (log == nullptr) {
+    const ErrnoKeeper keep;
+    nfnetlink_close(netlink);
+    return nullptr;
+  }
+  *log = {netlink, subsys, nullptr};
+  subsys->callbacks[NFULNL_MSG_PACKET] = {net::dispatch_packet, log, NFNETLINK_LOG_ATTRIBUTES};
+  return log;
+}
+
+extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
+  while (log->groups != nullptr) {
+    const MallocPtr<nfnetlink_log_group> group(log->groups);
+    log->groups = group->next;
+  }
+  nfnetlink_close(log->netlink);
+  std::free(log);
+  return 0;
+}
+
+extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
+  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0});
+}
+
+extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
+  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0});
+}
+
+extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
+  const auto number = static_cast<std::uint16_t>(group);
+  if (log == nullptr || net::find_group(*log, number) != nullptr) return nullptr;
+  MallocPtr<nfnetlink_log_group> node(
+      static_cast<nfnetlink_log_group *>(std::calloc(1, sizeof(nfnetlink_log_group))));
+  if (node == nullptr) return nullptr;
+  node->log = log;
+  node->number = number;
+  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}) != 0) return nullptr;
+  node->next = log->groups;
+  log->groups = node.get();
+  return node.release();
+}
+
+extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
+                                              nfnetlink_log_handler handler, void *data) {
+  if (group == nullptr) return -1;
+  group->handler = handler;
+  group->data = data;
+  return 0;
+}
+
+extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
+  if (group == nullptr) return -1;
+  nfnetlink_log *log = group->log;
+  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}) < 0) return -1;
+  for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
+    if (*link != group) continue;
+    *link = group->next;
+    std::free(group);
+    break;
+  }
+  return 0;
+}
+
+extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mode,
+                                     std::uint32_t range) {
+  if (group == nullptr) return -1;
+  net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
+  store_be32(attribute.payload, range);
+  attribute.payload[4] = static_cast<std::uint8_t>(mode);
+  return net::configure(*group->log->netlink, {0, group->number}, attribute) < 0 ? -1 : 0;
+}
+
+extern "C" const void *nfnetlink_log_nfa_get_ptr(const nlattr *const *attributes,
+                                                 unsigned int type) {
+  const auto number = static_cast<std::uint16_t>(type);
+  if (attributes == nullptr || number == 0 || number > NFNETLINK_LOG_ATTRIBUTES) return nullptr;
+  const nlattr *attribute = attributes[number - 1];
+  return attribute != nullptr ? attribute + 1 : nullptr;
+}

@@ -1,0 +1,223 @@
+// The pairs of the configuration store: a fixed hash table in shared memory, whose chains go on in
+// overflow entries.
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "internal/big_endian.h"
+#include "internal/owners.h"
+#include "talvera/nvram.h"
+
+void *nvram_hash = nullptr;
+
+namespace {
+
+constexpr int kBuckets = 256;
+constexpr int kFirstBucket = 1;
+constexpr int kFirstOverflow = kFirstBucket + kBuckets;
+
+struct Entry {
+  char name[NVRAM_NAME_SIZE];
+  char value[NVRAM_VALUE_SIZE];
+  std::uint8_t used;
+  std::uint8_t next[2];
+};
+static_assert(sizeof(Entry) == NVRAM_ENTRY_SIZE && alignof(Entry) == 1);
+
+// Pins the segment while a pair operation runs. The unlock does not hide the operation's errno.
+class Pin {
+ public:
+  Pin() {
+    if (nvram_shmid >= 0) nvram_lock();
+  }
+  ~Pin() {
+    if (nvram_shmid < 0) return;
+    const talvera::ErrnoKeeper keep;
+    nvram_unlock();
+  }
+  Pin(const Pin &) = delete;
+  Pin &operator=(const Pin &) = delete;
+};
+
+// The attached table, or null. A program may have stored shmat()'s failure.
+Entry *table() {
+  return reinterpret_cast<std::intptr_t>(nvram_hash) != -1 ? static_cast<Entry *>(nvram_hash)
+                                                           : nullptr;
+}
+
+// A name with what its look-up needs, from one pass over it.
+class Name {
+ public:
+  explicit Name(const char *text) : text_(text) {
+    const char *end = text;
+    // The sign of a character is lost modulo 256.
+    for (; *end != '\0'; ++end)
+      hash_ = hash_ * 31 + static_cast<std::uint8_t>(*end);
+    length_ = static_cast<std::size_t>(end - text);
+  }
+
+  [[nodiscard]] int bucket() const { return static_cast<int>(hash_ % kBuckets) + kFirstBucket; }
+  // The terminator counts if it is within the bound, so a longer stored name is another one.
+  [[nodiscard]] bool is_of(const Entry &entry) const {
+    return std::memcmp(entry.name, text_, std::min<std::size_t>(length_ + 1, NVRAM_NAME_SIZE)) == 0;
+  }
+  [[nodiscard]] const char *text() const { return text_; }
+
+ private:
+  const char *text_;
+  std::size_t length_;
+  std::uint32_t hash_ = 0;
+};
+
+void link(Entry &entry, int next) {
+  talvera::store_be16(entry.next, static_cast<std::uint16_t>(next));
+}
+
+// The entry that follows in the chain; null at the end, also when a wrong link leads out of the
+// table.
+Entry *next_of(Entry *entries, const Entry &entry) {
+  const int index = static_cast<std::int16_t>(talvera::load_be16(entry.next));
+  if (index <= 0 || index >= NVRAM_ENTRIES) return nullptr;
+  return entries[index].used != 0 ? entries + index : nullptr;
+}
+
+// A walk along the chain of a bucket, entry by entry. It ends after as many entries as there are,
+// for chains that run in a circle.
+class Chain {
+ public:
+  Chain(Entry *entries, int bucket) : entries_(entries), entry_(entries + bucket) {
+    if (entry_->used == 0) entry_ = nullptr;
+  }
+
+  [[nodiscard]] Entry *entry() const { return entry_; }        // null past the end
+  [[nodiscard]] Entry *previous() const { return previous_; }  // null at the bucket
+  [[nodiscard]] bool is_circle() const { return left_ == 0; }
+  void advance() {
+    previous_ = entry_;
+    entry_ = --left_ > 0 ? next_of(entries_, *entry_) : nullptr;
+  }
+  // Goes on to the entry of a name; null when there is none.
+  Entry *find(const Name &name) {
+    while (entry_ != nullptr && !name.is_of(*entry_))
+      advance();
+    return entry_;
+  }
+
+ private:
+  Entry *entries_;
+  Entry *entry_;
+  Entry *previous_ = nullptr;
+  int left_ = NVRAM_ENTRIES;
+};
+
+// Copies at most `size` characters and fills the rest with NULs; the text may lie in the field.
+void store_text(char *field, std::size_t size, const char *text) {
+  const std::size_t length = strnlen(text, size);
+  std::memmove(field, text, length);
+  std::memset(field + length, 0, size - length);
+}
+
+void fill(Entry &entry, const Name &name, const char *value) {
+  store_text(entry.name, sizeof entry.name, name.text());
+  store_text(entry.value, sizeof entry.value, value);
+  link(entry, 0);
+  entry.used = 1;
+}
+
+// Names and values stay in entries that are freed.
+void release(Entry &entry) {
+  entry.used = 0;
+  link(entry, 0);
+}
+
+// Index of a free overflow entry, 0 when there is none.
+int free_overflow_entry(const Entry *entries) {
+  for (int index = kFirstOverflow; index < NVRAM_ENTRIES; ++index) {
+    if (entries[index].used == 0) return index;
+  }
+  return 0;
+}
+
+int append(Entry *entries, Entry &last, const Name &name, const char *value) {
+  const int index = free_overflow_entry(entries);
+  if (index == 0) {
+    std::fputs("NVRAM runs out of space!\n", stderr);
+    errno = ENOMEM;
+    return NVRAM_FULL;
+  }
+  fill(entries[index], name, value);
+  link(last, index);
+  return 0;
+}
+
+// The bucket of a chain cannot be taken out: its second entry moves into it.
+void remove_first(Entry *entries, Entry &bucket) {
+  Entry *second = next_of(entries, bucket);
+  if (second == nullptr) return release(bucket);
+  if (second != &bucket) bucket = *second;
+  release(*second);
+}
+
+int invalid() {
+  errno = EINVAL;
+  return -1;
+}
+
+}  // namespace
+
+extern "C" char *nvram_get(const char *name) {
+  const Pin pin;
+  Entry *entries = table();
+  if (entries == nullptr || name == nullptr) return nullptr;
+  const Name wanted(name);
+  Entry *found = Chain(entries, wanted.bucket()).find(wanted);
+  return found != nullptr ? found->value : nullptr;
+}
+
+extern "C" int nvram_set(const char *name, const char *value) {
+  const Pin pin;
+  Entry *entries = table();
+  if (entries == nullptr || name == nullptr || value == nullptr) return invalid();
+  const Name wanted(name);
+  Chain chain(entries, wanted.bucket());
+  if (Entry *found = chain.find(wanted)) {
+    store_text(found->value, sizeof found->value, value);
+    return 0;
+  }
+  if (chain.is_circle()) {
+    errno = ELOOP;
+    return -1;
+  }
+  if (chain.previous() != nullptr) return append(entries, *chain.previous(), wanted, value);
+  fill(entries[wanted.bucket()], wanted, value);
+  return 0;
+}
+
+extern "C" int nvram_unset(const char *name) {
+  const Pin pin;
+  Entry *entries = table();
+  if (entries == nullptr || name == nullptr) return invalid();
+  const Name wanted(name);
+  Chain chain(entries, wanted.bucket());
+  Entry *found = chain.find(wanted);
+  if (found == nullptr) return 0;
+  if (chain.previous() == nullptr) {
+    remove_first(entries, *found);
+  } else {
+    std::memcpy(chain.previous()->next, found->next, sizeof found->next);
+    release(*found);
+  }
+  return 0;
+}
+
+extern "C" void nvram_show_all(void) {
+  Entry *entries = table();
+  if (entries == nullptr) return;
+  for (int bucket = kFirstBucket; bucket < kFirstOverflow; ++bucket) {
+    for (Chain chain(entries, bucket); chain.entry() != nullptr; chain.advance()) {
+      const Entry &entry = *chain.entry();
+      std::printf("%.*s: %.*s\n", NVRAM_NAME_SIZE, entry.name, NVRAM_VALUE_SIZE, entry.value);
+    }
+  }
+}

@@ -1,0 +1,71 @@
+// Finding running programs: by name through pidof, by pid file.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "internal/format.h"
+#include "internal/streams.h"
+#include "talvera/process.h"
+
+namespace {
+
+constexpr std::size_t kLineSize = 1024;
+
+// The number that a 32-bit machine reads: what is out of its range becomes the limit.
+int saturated(long number) {
+  return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+}
+
+// Stores the numbers of one line of output; returns how many there were room for.
+int store_numbers(char *line, pid_t *pids, int capacity) {
+  constexpr char kSeparators[] = " \t\r\n";
+  int count = 0;
+  char *rest = nullptr;
+  for (char *token = strtok_r(line, kSeparators, &rest); token != nullptr && count < capacity;
+       token = strtok_r(nullptr, kSeparators, &rest)) {
+    pids[count++] = saturated(std::strtol(token, nullptr, 10));
+  }
+  return count;
+}
+
+bool process_exists(int pid) {
+  char path[sizeof "/proc/-2147483648"];
+  std::snprintf(path, sizeof path, "/proc/%d", pid);
+  struct stat status;
+  return stat(path, &status) == 0;
+}
+
+}  // namespace
+
+extern "C" int process_find_all(const char *name, pid_t *pids, int capacity) {
+  if (capacity < 1) return 0;
+  std::fill_n(pids, capacity, 0);
+  const char *slash = std::strrchr(name, '/');
+  char command[talvera::kPathSize];
+  std::snprintf(command, sizeof command, "pidof %s", slash != nullptr ? slash + 1 : name);
+  const talvera::PipePtr output(popen(command, "r"));
+  if (output == nullptr) return 0;
+
+  int count = 0;
+  char line[kLineSize];
+  while (count < capacity && std::fgets(line, sizeof line, output.get()) != nullptr)
+    count += store_numbers(line, pids + count, capacity - count);
+  return count;
+}
+
+extern "C" pid_t process_find(const char *name) {
+  pid_t pid = 0;
+  process_find_all(name, &pid, 1);
+  return pid;
+}
+
+extern "C" pid_t process_get_from_file(const char *path) {
+  const talvera::FilePtr file(std::fopen(path, "r"));
+  if (file == nullptr) return 0;
+  long number = 0;
+  if (std::fscanf(file.get(), "%ld", &number) != 1) return 0;
+  const int pid = saturated(number);
+  return process_exists(pid) ? pid : 0;
+}

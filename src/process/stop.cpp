@@ -1,0 +1,71 @@
+// Signalling, waiting for and stopping processes.
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+
+#include "talvera/process.h"
+#include "talvera/sdb.h"
+#include "talvera/utils.h"
+
+namespace {
+
+constexpr pid_t kLowestPid = 2;
+constexpr useconds_t kPollInterval = 100'000;  // microseconds
+constexpr std::int64_t kPollsPerSecond = 10;
+constexpr int kTermSeconds = 3;
+constexpr int kKillSeconds = 1;
+constexpr std::size_t kCommandLineSize = 1024;
+
+bool is_running(pid_t pid) {
+  return kill(pid, 0) == 0 || errno != ESRCH;
+}
+
+}  // namespace
+
+extern "C" int process_signal(pid_t pid, int signal) {
+  if (pid < kLowestPid) return PROCESS_INVALID;
+  if (kill(pid, signal) == 0) return 0;
+  const int error = errno;
+  syslog(LOG_WARNING, "could not send signal %d process %d: %s", signal, pid, sdb_strerror(error));
+  return error;
+}
+
+extern "C" int process_queue_signal(pid_t pid, int signal, union sigval value) {
+  if (pid < kLowestPid) return PROCESS_INVALID;
+  if (sigqueue(pid, signal, value) == 0) return 0;
+  const int error = errno;
+  syslog(LOG_WARNING, "could not queue signal %d to process %d: %s", signal, pid,
+         sdb_strerror(error));
+  return error;
+}
+
+extern "C" int process_wait(pid_t pid, int seconds) {
+  for (std::int64_t sleeps = kPollsPerSecond * std::max(seconds, 0);; --sleeps) {
+    if (!is_running(pid)) return 0;
+    if (sleeps == 0) break;
+    usleep(kPollInterval);
+  }
+  syslog(LOG_DEBUG, "timeout (%ds) waiting for process %d", seconds, pid);
+  return PROCESS_TIMEOUT;
+}
+
+extern "C" int process_stop(pid_t pid) {
+  if (pid < kLowestPid) return PROCESS_INVALID;
+  char command_line[kCommandLineSize] = {};
+  const int length = sysfs_get_attr("/proc/%d/cmdline", command_line, sizeof command_line - 1, pid);
+  syslog(LOG_DEBUG, "stopping process %d (%s)", pid, length > 0 ? command_line : "<unknown>");
+
+  int result = process_signal(pid, SIGTERM);
+  if (result == 0) result = process_wait(pid, kTermSeconds);
+  if (result == PROCESS_TIMEOUT) {
+    result = process_signal(pid, SIGKILL);
+    if (result == 0) result = process_wait(pid, kKillSeconds);
+  }
+  waitpid(pid, nullptr, WNOHANG);
+  return result;
+}

@@ -1,0 +1,56 @@
+// Building text: appenders that return the new end, filtering, letter case, the two-pass builder.
+#include <cctype>
+#include <cstring>
+
+#include "internal/alias.h"
+#include "talvera/strutil.h"
+
+extern "C" void strfilt(char *dst, const char *src, const char *drop, int size) {
+  for (int room = size; room > 1 && *src != '\0'; ++src) {
+    if (std::strchr(drop, *src) != nullptr) continue;
+    *dst++ = *src;
+    --room;
+  }
+  *dst = '\0';
+}
+
+extern "C" char *str_cat(char *dst, const char *src) {
+  if (src == nullptr) return dst;  // deliberately not the end of the text
+  return stpcpy(dst + std::strlen(dst), src);
+}
+TALVERA_ALIAS(strcatdest, str_cat);
+
+extern "C" char *str_ncat(char *dst, const char *src, int n) {
+  const std::size_t limit = n > 0 ? static_cast<std::size_t>(n) : 0;
+  const std::size_t kept = strnlen(dst, limit);
+  const std::size_t added = strnlen(src, limit - kept);
+  std::memcpy(dst + kept, src, added);
+  char *const end = dst + kept + added;
+  *end = '\0';  // cuts what was longer than the limit before
+  return end;
+}
+TALVERA_ALIAS(strncatdest, str_ncat);
+
+extern "C" char *str_nfill(char *dst, int ch, int count) {
+  char *end = dst + std::strlen(dst);
+  if (count > 0) {
+    std::memset(end, ch, static_cast<std::size_t>(count));
+    end += count;
+  }
+  *end = '\0';
+  return end;
+}
+TALVERA_ALIAS(strnfilldest, str_nfill);
+
+extern "C" int string_toupper(char *s) {
+  for (; *s != '\0'; ++s)
+    *s = static_cast<char>(std::toupper(static_cast<unsigned char>(*s)));
+  return 0;
+}
+
+extern "C" void put_str(char *buf, int *len, const char *str) {
+  if (len == nullptr || str == nullptr) return;
+  const std::size_t length = std::strlen(str);
+  if (buf != nullptr) std::memcpy(buf + *len, str, length + 1);
+  *len += static_cast<int>(length);
+}

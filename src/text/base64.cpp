@@ -1,0 +1,135 @@
+// Base64, standard alphabet with padding (RFC 4648).
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "internal/big_endian.h"
+#include "talvera/encode.h"
+
+namespace {
+
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// What a byte of encoded text means: a value below 64, or one of these.
+constexpr std::uint8_t kPad = 64;
+constexpr std::uint8_t kSkipped = 65;
+
+constexpr std::array<std::uint8_t, 256> kSymbols = [] {
+  std::array<std::uint8_t, 256> symbols{};
+  symbols.fill(kSkipped);
+  for (std::uint8_t value = 0; value < 64; ++value)
+    symbols[static_cast<std::uint8_t>(kAlphabet[value])] = value;
+  symbols['='] = kPad;
+  return symbols;
+}();
+
+std::uint8_t symbol(char c) {
+  return kSymbols[static_cast<std::uint8_t>(c)];
+}
+
+// Writes the four characters of a group of three bytes, which are the upper ones of `group`.
+void write_characters(std::uint32_t group, char *out) {
+  out[0] = kAlphabet[group >> 26];
+  out[1] = kAlphabet[group >> 20 & 63];
+  out[2] = kAlphabet[group >> 14 & 63];
+  out[3] = kAlphabet[group >> 8 & 63];
+}
+
+// Decodes up to `groups` groups of four characters, while they are values all; returns how many.
+std::size_t decode_values(const char *in, std::size_t groups, unsigned char *out) {
+  for (std::size_t done = 0; done < groups; ++done, in += 4, out += 3) {
+    const std::uint32_t a = symbol(in[0]);
+    const std::uint32_t b = symbol(in[1]);
+    const std::uint32_t c = symbol(in[2]);
+    const std::uint32_t d = symbol(in[3]);
+    if ((a | b | c | d) >= kPad) return done;
+    const std::uint32_t group = a << 18 | b << 12 | c << 6 | d;
+    out[0] = static_cast<unsigned char>(group >> 16);
+    out[1] = static_cast<unsigned char>(group >> 8);
+    out[2] = static_cast<unsigned char>(group);
+  }
+  return groups;
+}
+
+// Collects symbols into groups of 24 bits and writes their bytes.
+class Decoder {
+ public:
+  Decoder(unsigned char *out, std::size_t capacity) : out_(out), capacity_(capacity) {}
+
+  [[nodiscard]] std::size_t written() const { return written_; }
+  [[nodiscard]] bool is_complete() const { return collected_ == 0; }
+
+  // Takes groups of values at the start of `in`, while they go out whole; returns the characters
+  // taken.
+  std::size_t take_whole_groups(const char *in, std::size_t length) {
+    if (collected_ != 0 || bytes_per_group_ != 3) return 0;
+    const std::size_t groups =
+        decode_values(in, std::min(length / 4, (capacity_ - written_) / 3), out_ + written_);
+    written_ += 3 * groups;
+    return 4 * groups;
+  }
+
+  // Takes a value or a pad; false when it completes a group that does not fit.
+  bool take(std::uint8_t value) {
+    if (value == kPad) {
+      value = 0;
+      if (bytes_per_group_ > 1) --bytes_per_group_;
+    }
+    group_ = group_ << 6 | value;
+    if (++collected_ < 4) return true;
+    if (capacity_ - written_ < bytes_per_group_) return false;
+    for (unsigned i = 0; i < bytes_per_group_; ++i)
+      out_[written_++] = static_cast<unsigned char>(group_ >> (16 - 8 * i));
+    collected_ = 0;
+    return true;
+  }
+
+ private:
+  unsigned char *out_;
+  std::size_t capacity_;
+  std::size_t written_ = 0;
+  std::uint32_t group_ = 0;       // the lower 24 bits count
+  unsigned collected_ = 0;        // symbols in it
+  unsigned bytes_per_group_ = 3;  // lowered by each pad, deliberately for the groups behind it too
+};
+
+}  // namespace
+
+extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *out,
+                             unsigned int *out_len) {
+  const std::uint64_t needed = (std::uint64_t{len} + 2) / 3 * 4 + 1;
+  if (*out_len < needed) {
+    *out_len = needed > UINT32_MAX ? UINT32_MAX : static_cast<unsigned int>(needed);
+    return -1;
+  }
+  std::size_t rest = len;
+  for (; rest > 3; rest -= 3, in += 3, out += 4)
+    write_characters(talvera::load_be32(in), out);
+  if (rest > 0) {
+    std::uint8_t last[4] = {};
+    std::copy_n(in, rest, last);
+    write_characters(talvera::load_be32(last), out);
+    if (rest < 3) out[3] = '=';
+    if (rest < 2) out[2] = '=';
+    out += 4;
+  }
+  *out = '\0';
+  *out_len = static_cast<unsigned int>(needed - 1);
+  return 0;
+}
+
+extern "C" int base64_decode(const char *in, unsigned int len, unsigned char *out,
+                             unsigned int *out_len) {
+  if (in == nullptr || out == nullptr || out_len == nullptr) return -1;
+  Decoder decoder(out, *out_len);
+  for (std::size_t i = 0; i < len;) {
+    i += decoder.take_whole_groups(in + i, len - i);
+    if (i == len) break;
+    const std::uint8_t value = symbol(in[i++]);
+    if (value != kSkipped && !decoder.take(value)) return -1;
+  }
+  if (!decoder.is_complete()) return -1;
+  *out_len = static_cast<unsigned int>(decoder.written());
+  return 0;
+}

@@ -1,0 +1,119 @@
+// Hexadecimal character references for what is dangerous in markup.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "internal/owners.h"
+#include "talvera/encode.h"
+
+namespace {
+
+constexpr std::size_t kReferenceSize = 6;  // "&#x3c;"
+constexpr char kDigits[] = "0123456789abcdef";
+
+// A bit for each dangerous character; all of them are below 64.
+constexpr std::uint64_t kDangerous = [] {
+  std::uint64_t set = 0;
+  for (const char c : {'<', '>', '/', '"', '\'', '&'})
+    set |= std::uint64_t{1} << c;
+  return set;
+}();
+
+bool is_dangerous(char c) {
+  const auto byte = static_cast<std::uint8_t>(c);
+  return byte < 64 && (kDangerous >> byte & 1) != 0;
+}
+
+char *write_reference(char *out, char c) {
+  const auto byte = static_cast<std::uint8_t>(c);
+  std::memcpy(out, "&#x", 3);
+  out[3] = kDigits[byte >> 4];
+  out[4] = kDigits[byte & 15];
+  out[5] = ';';
+  return out + kReferenceSize;
+}
+
+// Text is looked at and copied by words of the machine.
+using Word = unsigned long;
+constexpr Word kOnes = ~Word{0} / 255;  // 1 in every byte
+constexpr Word kHighBits = kOnes * 128;
+
+// Not zero if a byte of `word` is zero.
+constexpr Word zero_bytes(Word word) {
+  return (word - kOnes) & ~word & kHighBits;
+}
+
+// Whether a byte of `word` may be dangerous; bytes that differ by one bit are asked for together.
+constexpr bool has_dangerous(Word word) {
+  return (zero_bytes((word | kOnes * 0x04) ^ kOnes * '&') |  // & "
+          zero_bytes((word | kOnes * 0x02) ^ kOnes * '>') |  // > <
+          zero_bytes(word ^ kOnes * '\'') | zero_bytes(word ^ kOnes * '/')) != 0;
+}
+
+// Copies words while nothing in them is dangerous, and returns how many characters.
+std::size_t copy_harmless_words(const char *in, std::size_t length, char *out) {
+  std::size_t done = 0;
+  for (Word word; length - done >= sizeof word; done += sizeof word) {
+    std::memcpy(&word, in + done, sizeof word);
+    if (has_dangerous(word)) break;
+    std::memcpy(out + done, &word, sizeof word);
+  }
+  return done;
+}
+
+// Writes what comes of `length` characters, for which there is room, and returns its end. Words are
+// tried where a run of harmless characters promises more of them.
+char *encode_fitting(const char *in, std::size_t length, char *out) {
+  const char *const end = in + length;
+  std::size_t run = sizeof(Word);
+  while (in < end) {
+    if (run == sizeof(Word)) {
+      run = copy_harmless_words(in, static_cast<std::size_t>(end - in), out);
+      in += run;
+      out += run;
+      run = 0;
+      if (in == end) break;
+    }
+    const char c = *in++;
+    if (is_dangerous(c)) {
+      out = write_reference(out, c);
+      run = 0;
+    } else {
+      *out++ = c;
+      ++run;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+extern "C" int entities_hex_encode(char *out, unsigned int size, const char *in) {
+  if (size == 0 || out == nullptr) return -1;
+  std::size_t room = in == nullptr ? 0 : size - 1;
+  std::size_t length = in == nullptr ? 0 : strnlen(in, room);
+  // As much as fits whatever it is, again and again: the room that references left is used up.
+  while (const std::size_t fits = std::min(length, room / kReferenceSize)) {
+    char *const end = encode_fitting(in, fits, out);
+    room -= static_cast<std::size_t>(end - out);
+    out = end;
+    in += fits;
+    length -= fits;
+  }
+  // No reference fits any more.
+  for (; length > 0 && room > 0; --length, --room, ++in)
+    *out++ = is_dangerous(*in) ? '-' : *in;
+  *out = '\0';
+  // Full counts as cut short, deliberately also when the text ended just here.
+  return room > 0 ? 0 : -1;
+}
+
+extern "C" int entities_hex_encode_in_place(unsigned int size, char *buf) {
+  if (size == 0 || buf == nullptr) return -1;
+  const talvera::MallocPtr<char> copy(static_cast<char *>(std::malloc(size)));
+  if (copy == nullptr) return -1;
+  std::memcpy(copy.get(), buf, size);
+  return entities_hex_encode(buf, size, copy.get());
+}

@@ -1,0 +1,35 @@
+// Hexadecimal digits and the hexadecimal text of bytes.
+#include "internal/alias.h"
+#include "internal/ascii.h"
+#include "talvera/strutil.h"
+
+namespace {
+
+constexpr char kDigits[] = "0123456789abcdef";
+
+}  // namespace
+
+extern "C" int hex(int ch) {
+  const int value = talvera::digit_value(static_cast<char>(ch));
+  return value < 16 ? value : -1;
+}
+
+extern "C" void GN_HexToString(const unsigned char *in, char *out, char delim, int digits) {
+  char *const start = out;
+  for (int left = digits; left > 1; left -= 2) {
+    *out++ = kDigits[*in >> 4];
+    *out++ = kDigits[*in++ & 0xF];
+    if (delim != '\0') *out++ = delim;
+  }
+  if (digits > 0 && digits % 2 != 0) {
+    *out++ = kDigits[*in >> 4];
+  } else if (delim != '\0' && out != start) {
+    --out;  // the delimiter after the last byte
+  }
+  *out = '\0';
+}
+TALVERA_ALIAS(hex_to_str_with_delim, GN_HexToString);
+
+extern "C" void hex_to_str(const unsigned char *in, char *out, int digits) {
+  GN_HexToString(in, out, '\0', digits);
+}

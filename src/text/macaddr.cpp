@@ -1,0 +1,66 @@
+// MAC addresses typed by users.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+
+#include "internal/ascii.h"
+#include "talvera/encode.h"
+
+namespace {
+
+constexpr unsigned char kGroupBit = 1;  // of the first byte (IEEE 802)
+
+// Value of a digit that has passed the test for one.
+unsigned parse_macaddr_comp(char digit) {
+  const int c = talvera::digit_value(digit);
+  if (!((c >= 0) && (c <= 0xF))) {
+    std::fputs("strutil: parse_macaddr_comp: Assertion `(c >= 0) && (c <= 0xF)' failed.\n", stderr);
+    std::abort();
+  }
+  return static_cast<unsigned>(c);
+}
+
+// Takes one group with the white space around it; null when it has not one or two digits.
+const char *take_group(const char *p, unsigned char *byte) {
+  p = talvera::skip_spaces(p);
+  const char *const digits = p;
+  unsigned value = 0;
+  for (; talvera::is_hex_digit(*p); ++p)
+    value = value << 4 | parse_macaddr_comp(*p);
+  if (p - digits < 1 || p - digits > 2) return nullptr;
+  *byte = static_cast<unsigned char>(value);
+  return talvera::skip_spaces(p);
+}
+
+// Takes six groups; false when the text is anything else.
+bool take_address(const char *p, std::span<unsigned char, 6> mac) {
+  char separator = '\0';
+  for (unsigned i = 0; i < 6; ++i) {
+    p = take_group(p, &mac[i]);
+    if (p == nullptr) return false;
+    if (i == 0) separator = *p;
+    if (i == 5) break;
+    if (*p != separator || (*p != ':' && *p != '-')) return false;
+    ++p;
+  }
+  return *p == '\0';
+}
+
+int judge(const char *s, bool allow_zero, bool allow_multicast, std::span<unsigned char, 6> mac) {
+  if (s == nullptr || !take_address(s, mac)) return MACADDR_MALFORMED;
+  if ((mac[0] & kGroupBit) != 0 && !allow_multicast) return MACADDR_MULTICAST;
+  const bool zero = std::ranges::all_of(mac, [](unsigned char byte) { return byte == 0; });
+  return zero && !allow_zero ? MACADDR_ZERO : 0;
+}
+
+}  // namespace
+
+extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
+                             unsigned char mac[6]) {
+  const int result =
+      judge(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
+  std::printf("Parse MAC error %d\n", result);  // deliberately also for 0
+  return result;
+}

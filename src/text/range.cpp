@@ -1,0 +1,80 @@
+// Numbers within bounds, port ranges and ATM virtual circuits.
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "internal/integer32.h"
+#include "talvera/args.h"
+
+namespace {
+
+using talvera::Integer32;
+using talvera::parse_integer32;
+
+constexpr std::size_t kPortRangeSize = sizeof "65535-65535";
+constexpr std::size_t kCircuitListSize = 80;
+
+int out_of_range() {
+  errno = ARGS_ERROR_RANGE;
+  return -1;
+}
+
+// Reads "number/number", white space before each number and anything behind. The first is stored
+// even when the second fails.
+bool parse_circuit(const char *word, int *vpi, int *vci) {
+  const Integer32 path = parse_integer32(word, 10);
+  if (path.end == word) return false;
+  *vpi = path.to_signed();
+  if (*path.end != '/') return false;
+  const char *const rest = path.end + 1;
+  const Integer32 channel = parse_integer32(rest, 10);
+  if (channel.end == rest) return false;
+  *vci = channel.to_signed();
+  return true;
+}
+
+}  // namespace
+
+extern "C" int str_to_port_range(const char *s, int *low, int *high) {
+  Integer32 number = parse_integer32(s, 0);
+  *low = number.to_signed();
+  if (*number.end != '\0') number = parse_integer32(number.end, 0);
+  *high = number.to_signed();
+  return *number.end == '\0' && *high >= *low ? 0 : out_of_range();
+}
+
+extern "C" int strtol_range(long *value, const char *s, long min, long max) {
+  const Integer32 number = parse_integer32(s, 0);
+  if (*number.end != '\0') {
+    errno = EINVAL;
+    return -1;
+  }
+  const long result = number.to_signed();
+  if (result < min || result > max) return out_of_range();
+  *value = result;
+  return 0;
+}
+
+extern "C" char *range_to_portstr(char *out, unsigned int low, unsigned int high, int delim) {
+  const auto first = static_cast<std::uint16_t>(low);
+  const auto last = static_cast<std::uint16_t>(high);
+  if (last < first || out == nullptr || static_cast<signed char>(delim) < 32) return nullptr;
+  if (first == last) {
+    std::snprintf(out, kPortRangeSize, "%hu", first);
+  } else {
+    std::snprintf(out, kPortRangeSize, "%hu%c%hu", first, delim, last);
+  }
+  return out;
+}
+
+extern "C" int atm_parse_vi(const char *s, int index, int *vpi, int *vci) {
+  char words[kCircuitListSize];
+  words[kCircuitListSize - 1] = '\0';
+  std::strncpy(words, s, kCircuitListSize - 1);
+  int count;
+  char *word[ARGS_SLOTS];
+  str_to_args(words, &count, word);
+  if (index < 0 || index >= count) return ARGS_ERROR_INVALID_VI;
+  return parse_circuit(word[index], vpi, vci) ? 0 : ARGS_ERROR_INVALID_VI;
+}

@@ -1,0 +1,115 @@
+// Scanners of words and strings along a line.
+#include "talvera/scan.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "internal/alias.h"
+#include "internal/ascii.h"
+
+namespace {
+
+// Bytes from 128 up are below 33 as well, on every machine: deliberately, they end words.
+bool below_33(char c) {
+  return static_cast<signed char>(c) < 33;
+}
+
+// What stands for a null string. It is constant: there is nothing in it to be written.
+char *static_empty() {
+  static constexpr char kEmpty[] = "";
+  return const_cast<char *>(kEmpty);
+}
+
+// Takes the escape that the "^" at `p` begins, and returns what follows it. `*byte` becomes 0 when
+// the escape gives nothing.
+char *take_escape(char *p, char *byte) {
+  *byte = *++p;
+  if (*byte == '\0') return p;
+  ++p;
+  if (*byte != 'x' && *byte != 'X') return p;
+
+  unsigned value = 0;
+  int digits = 0;
+  for (; digits < 2 && talvera::is_hex_digit(*p); ++digits)
+    value = value * 16 + talvera::digit_value(*p++);
+  *byte = digits == 2 ? static_cast<char>(value) : '\0';
+  return p;
+}
+
+}  // namespace
+
+extern "C" char *skip_space(char *s) {
+  return s == nullptr ? static_empty() : talvera::skip_spaces(s);
+}
+
+extern "C" char *skip_blank(char *s) {
+  if (s == nullptr) return static_empty();
+  while (talvera::is_blank(*s))
+    ++s;
+  return s;
+}
+TALVERA_ALIAS(skipwhitespace, skip_blank);
+
+extern "C" char *skip_nonspace(char *s) {
+  while (*s != '\0' && !talvera::is_space(*s))
+    ++s;
+  return s;
+}
+
+extern "C" char *skip_nonblank(char *s) {
+  while (*s != '\0' && !talvera::is_blank(*s))
+    ++s;
+  return s;
+}
+TALVERA_ALIAS(skipnonwhitespace, skip_nonblank);
+
+extern "C" char *getword(char *s, char *buf, int size) {
+  if (size < 1) return s;
+  char *p = skip_blank(s);
+  char *const word = p;
+  while (!below_33(*p)) {
+    *buf++ = *p++;
+    // Tested behind the copy: with size 1 a character and the terminator are written.
+    if (p - word >= size - 1) {
+      *buf = '\0';
+      return skip_blank(skip_nonblank(p));
+    }
+  }
+  *buf = '\0';
+  return *p == '\0' ? p : skip_blank(p + 1);
+}
+TALVERA_ALIAS(get_word, getword);
+
+extern "C" char *getstring(char *s, char *buf, int size, int delim) {
+  char *p = skip_blank(s);
+  bool quoted = *p == '"';
+  if (quoted) ++p;
+
+  int length = 0;
+  while (*p != '\0') {
+    if (*p == static_cast<char>(delim) || length >= size) break;
+    if (*p == '^') {
+      p = take_escape(p, &buf[length]);
+      if (buf[length] != '\0') ++length;
+    } else if (*p == '"') {
+      quoted = !quoted;
+      ++p;
+    } else if (!quoted && talvera::is_blank(*p)) {
+      p = skip_blank(p);
+      break;
+    } else {
+      buf[length++] = *p++;
+    }
+  }
+  buf[length] = '\0';  // after `size` characters this is buf[size]
+  return p;
+}
+TALVERA_ALIAS(get_string, getstring);
+
+extern "C" void strip_trailing_white(char *s) {
+  const std::size_t length = std::strlen(s);
+  if (length > INT16_MAX) return;
+  for (std::size_t i = length; i > 0 && below_33(s[i - 1]); --i)
+    s[i - 1] = '\0';
+}

@@ -1,0 +1,41 @@
+// IPv4 and MAC addresses taken along a line.
+#include <arpa/inet.h>
+#include <netinet/ether.h>
+
+#include <cstddef>
+#include <cstring>
+
+#include "internal/alias.h"
+#include "talvera/scan.h"
+
+namespace {
+
+// Copies the token at `s`, up to white space, and returns its end; null when it does not fit.
+template <std::size_t Size>
+char *copy_token(char *s, char (&token)[Size]) {
+  char *const end = skip_nonspace(s);
+  const auto length = static_cast<std::size_t>(end - s);
+  if (length >= Size) return nullptr;
+  std::memcpy(token, s, length);
+  token[length] = '\0';
+  return end;
+}
+
+}  // namespace
+
+extern "C" char *getip(char *s, struct in_addr *addr) {
+  char token[INET_ADDRSTRLEN];
+  char *const end = copy_token(s, token);
+  return end != nullptr && inet_pton(AF_INET, token, addr) == 1 ? end : s;
+}
+TALVERA_ALIAS(get_ip, getip);
+
+extern "C" char *get_mac(char *s, struct ether_addr *mac) {
+  char token[20];
+  ether_addr address;
+  char *const end = copy_token(s, token);
+  if (end == nullptr || ether_aton_r(token, &address) == nullptr) return s;
+  *mac = address;
+  return end;
+}
+TALVERA_ALIAS(getether, get_mac);

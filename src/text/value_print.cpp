@@ -1,0 +1,89 @@
+// Printers of values into callers' buffers, and heap strings that replace each other.
+#include <arpa/inet.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "talvera/values.h"
+
+namespace {
+
+constexpr std::size_t kAddressSize = 20;
+constexpr std::size_t kTimeSize = 64;
+constexpr std::size_t kDateSize = 80;
+constexpr std::size_t kLongSize = 24;  // the text of any long, also of 64 bits
+
+// What does not fit, or has no calendar date, leaves an empty string.
+__attribute__((format(strftime, 3, 0))) std::size_t print_time(char *buffer, std::size_t size,
+                                                               const char *format,
+                                                               std::time_t time) {
+  const std::tm *local = std::localtime(&time);
+  const std::size_t length = local != nullptr ? std::strftime(buffer, size, format, local) : 0;
+  if (length == 0) buffer[0] = '\0';
+  return length;
+}
+
+}  // namespace
+
+extern "C" const char *const enum_ad_states[7] = {
+    "Idle", "Wait", "Pre-AdBreak", "Pre-AdBreak-2", "AdBreak", "Post-AdBreak", "SS_ANY",
+};
+
+extern "C" const char *p_bool(int value) {
+  return value != 0 ? "on" : "off";
+}
+
+extern "C" char *p_ipad(char *buffer, in_addr_t address) {
+  inet_ntop(AF_INET, &address, buffer, kAddressSize);
+  return buffer;
+}
+
+// Deliberately unsigned: a negative number shows as its 32-bit pattern.
+extern "C" char *p_int(char *buffer, unsigned int value) {
+  std::sprintf(buffer, "%u", value);
+  return buffer;
+}
+
+extern "C" const char *p_time(char *buffer, time_t time) {
+  if (time == 0) return "(never)";
+  print_time(buffer, kTimeSize, "%a %b %d %H:%M:%S %Z %Y", time);
+  return buffer;
+}
+
+extern "C" char *p_secs(char *buffer, unsigned long seconds, long microseconds) {
+  // 32 bits, as on the target, so that a negative number shows the same everywhere.
+  const auto milliseconds = static_cast<std::uint32_t>(microseconds / 1000);
+  std::sprintf(buffer, "%lu.%.3lu seconds", seconds, static_cast<unsigned long>(milliseconds));
+  return buffer;
+}
+
+extern "C" const char *p_enum(int value, const char *const names[]) {
+  return names[value];
+}
+
+extern "C" size_t mkstr_date(time_t time, char *buffer) {
+  return print_time(buffer, kDateSize, "%x %X %p", time);
+}
+
+extern "C" char *mkstr_long(char **slot, long value) {
+  char text[kLongSize];
+  std::snprintf(text, sizeof text, "%ld", value);
+  return mkstr_string(slot, text);
+}
+
+extern "C" char *mkstr_ulong(char **slot, unsigned long value) {
+  char text[kLongSize];
+  std::snprintf(text, sizeof text, "%lu", value);
+  return mkstr_string(slot, text);
+}
+
+extern "C" char *mkstr_string(char **slot, const char *text) {
+  // The copy comes first: the text may lie in the string that goes.
+  char *copy = text != nullptr ? strdup(text) : nullptr;
+  std::free(*slot);
+  *slot = copy;
+  return copy;
+}

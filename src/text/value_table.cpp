@@ -1,0 +1,55 @@
+// Look-ups in tables of values and their names.
+#include <strings.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "talvera/values.h"
+
+namespace {
+
+std::span<const ust_entry> entries(const ust_table &table) {
+  return {table.entries, table.count};
+}
+
+// The index of the first entry that matches, or -1.
+template <typename Match>
+int first_index(const ust_table &table, Match match) {
+  const auto all = entries(table);
+  const auto found = std::find_if(all.begin(), all.end(), match);
+  return found != all.end() ? static_cast<int>(found - all.begin()) : -1;
+}
+
+}  // namespace
+
+extern "C" const char *ust_lookup_name_by_value(const ust_table *table, int value) {
+  const int index = ust_lookup_index_by_value(table, value);
+  return index >= 0 ? table->entries[index].name : nullptr;
+}
+
+extern "C" int ust_lookup_index_by_value(const ust_table *table, int value) {
+  return first_index(*table, [=](const ust_entry &entry) { return entry.value == value; });
+}
+
+extern "C" int ust_lookup_value_by_index(const ust_table *table, unsigned int index) {
+  return index < table->count ? table->entries[index].value : -1;
+}
+
+extern "C" int ust_lookup_index_by_name(const ust_table *table, const char *name) {
+  return first_index(*table,
+                     [=](const ust_entry &entry) { return std::strcmp(entry.name, name) == 0; });
+}
+
+extern "C" int ust_lookup_index_by_name_i(const ust_table *table, const char *name) {
+  return first_index(*table,
+                     [=](const ust_entry &entry) { return strcasecmp(entry.name, name) == 0; });
+}
+
+extern "C" unsigned int ust_longest_strlen(const ust_table *table) {
+  std::size_t longest = 0;
+  for (const ust_entry &entry : entries(*table)) {
+    longest = std::max(longest, std::strlen(entry.name));
+  }
+  return static_cast<unsigned>(longest);
+}

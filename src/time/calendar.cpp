@@ -1,0 +1,94 @@
+// Conversion between seconds and calendar dates, month lengths and date validation.
+#include <array>
+#include <cstdint>
+
+#include "internal/alias.h"
+#include "talvera/time.h"
+
+namespace {
+
+constexpr std::int32_t kDaySeconds = 86400;
+constexpr int kMonths = 12;
+
+// Days of the year before each month, and the year's length; for common and for leap years.
+using MonthStarts = std::array<std::uint16_t, kMonths + 1>;
+constexpr std::array<MonthStarts, 2> kMonthStarts{{
+    {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
+    {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366},
+}};
+
+// The seconds count knows only the years around it, where the century rule has nothing to say: 2000
+// is a leap year by either.
+const MonthStarts &month_starts(std::uint32_t year) {
+  return kMonthStarts[year % 4 == 0];
+}
+
+// Sets year, month and day for a day not before 1969, counted from 1970-01-01.
+void set_date(datetime &date, std::int32_t days) {
+  // From 1969 on, every fourth year of a row of 1461 days is the leap year.
+  const auto since_1969 = static_cast<std::uint32_t>(days + 365);
+  const std::uint32_t years = (since_1969 * 4 + 3) / 1461;
+  const std::uint32_t day_of_year = since_1969 - years * 1461 / 4;
+  const std::uint32_t year = 1969 + years;
+
+  // No month has more than 32 days, and the year's days up to it never fall a whole month behind 32
+  // a month: the quotient is the month, or the one before.
+  const MonthStarts &starts = month_starts(year);
+  std::uint32_t month = day_of_year / 32;
+  if (day_of_year >= starts[month + 1]) ++month;
+  date.day = static_cast<std::int32_t>(day_of_year - starts[month] + 1);
+  date.month = static_cast<std::int32_t>(month + 1);
+  date.year = static_cast<std::int32_t>(year);
+}
+
+bool is_gregorian_leap_year(int year) {
+  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+}  // namespace
+
+extern "C" void stod(int32_t seconds, struct datetime *dt) {
+  if (dt == nullptr) return;
+  const std::int32_t days = seconds / kDaySeconds;
+  dt->second = seconds % 60;
+  dt->minute = seconds / 60 % 60;
+  dt->hour = seconds / 3600 % 24;
+  dt->weekday = (days + 5) % 7;  // meant: the interface's own numbering
+  if (days < -365) {
+    // Only one year lies before 1970 here; days before it are counted on below its first.
+    dt->day = days + 365 + 1;
+    dt->month = 0;
+    dt->year = 1969;
+    return;
+  }
+  set_date(*dt, days);
+}
+TALVERA_ALIAS(seconds_to_datetime, stod);
+
+extern "C" uint32_t dtos(const struct datetime *dt) {
+  const auto year = static_cast<std::uint32_t>(dt->year);
+  const auto leap_days = static_cast<std::uint32_t>(static_cast<std::int32_t>(year - 1969) / 4);
+  std::uint32_t days = (year - 1970) * 365 + leap_days;
+  if (dt->month > 1) days += month_starts(year)[dt->month <= kMonths ? dt->month - 1 : kMonths];
+  days += static_cast<std::uint32_t>(dt->day) - 1;
+  return ((days * 24 + static_cast<std::uint32_t>(dt->hour)) * 60 +
+          static_cast<std::uint32_t>(dt->minute)) *
+             60 +
+         static_cast<std::uint32_t>(dt->second);
+}
+TALVERA_ALIAS(datetime_to_seconds, dtos);
+
+extern "C" unsigned int UDA_DaysInMonth(int month, int year) {
+  if (month < 1 || month > kMonths) return 0;
+  const MonthStarts &starts = kMonthStarts[is_gregorian_leap_year(year)];
+  return static_cast<unsigned int>(starts[month] - starts[month - 1]);
+}
+TALVERA_ALIAS(get_daysinmonth, UDA_DaysInMonth);
+
+// There is deliberately no lower bound on the day.
+extern "C" int ValiDateProc(int month, int day, int year) {
+  if (month < 1 || month > kMonths) return 0;
+  if (day > static_cast<int>(UDA_DaysInMonth(month, year))) return 0;
+  return year >= 0 && year < 2070 ? 1 : 0;
+}
+TALVERA_ALIAS(is_valid_date, ValiDateProc);

@@ -1,0 +1,81 @@
+// Clock readings: uptime, the checked wall clock, local noon, offset and weekday; durations,
+// powers.
+#include <sys/sysinfo.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <type_traits>
+
+#include "internal/alias.h"
+#include "internal/local_time.h"
+#include "talvera/time.h"
+
+namespace {
+
+constexpr std::time_t kDaySeconds = 86400;
+constexpr int kNoonHour = 12;
+constexpr std::make_unsigned_t<std::time_t> kEarliestSetClock = 946080000;  // 1999-12-25
+constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";          // the longest
+
+std::time_t at_noon(std::tm local) {
+  local.tm_hour = kNoonHour;
+  return mktime(&local);
+}
+
+}  // namespace
+
+extern "C" int32_t get_sysuptime() {
+  struct sysinfo system;
+  if (sysinfo(&system) != 0) return 0;
+  return static_cast<int32_t>(system.uptime);
+}
+TALVERA_ALIAS(KS_GetTimeSeconds, get_sysuptime);
+
+extern "C" time_t get_utctime() {
+  const std::time_t now = time(nullptr);
+  return static_cast<std::make_unsigned_t<std::time_t>>(now) < kEarliestSetClock ? 0 : now;
+}
+TALVERA_ALIAS(KS_getUTCtime, get_utctime);
+
+// Deliberately the uptime, not the wall clock.
+extern "C" void get_datetime(struct datetime *dt) {
+  stod(get_sysuptime(), dt);
+}
+
+extern "C" int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) {
+  if (seconds < 0) seconds = 0;
+  return std::snprintf(buf, kDurationTextSize, "%02d:%02d:%02d:%02d", seconds / 86400,
+                       seconds % 86400 / 3600, seconds % 3600 / 60, seconds % 60);
+}
+
+extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
+  const std::time_t now = time(nullptr);
+  const auto local = talvera::local_time(now);
+  if (!local) return -1;
+  const std::time_t today = at_noon(*local);
+  // Meant: a recheck looks at the hour of now, and so drops the day shift at all hours but one.
+  if (recheck != 0 && local->tm_hour != kNoonHour) return today;
+  if (which == 0) return today - kDaySeconds;
+  if (which == 2) return today + kDaySeconds;
+  return today;
+}
+
+extern "C" long get_gmt_offset(time_t t) {
+  const auto local = talvera::local_time(t);
+  return local ? local->tm_gmtoff : 0;
+}
+
+extern "C" int get_dow(time_t t) {
+  const auto local = talvera::local_time(t);
+  return local ? local->tm_wday : -1;
+}
+
+extern "C" int32_t powi(int32_t base, int32_t exp) {
+  std::uint32_t result = 1;
+  auto power = static_cast<std::uint32_t>(base);
+  for (; exp > 0; exp >>= 1) {
+    if ((exp & 1) != 0) result *= power;
+    power *= power;
+  }
+  return static_cast<int32_t>(result);
+}

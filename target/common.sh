@@ -1,0 +1,53 @@
+# Shared by the scripts of this folder: where things are, and how a built component is kept.
+#
+# A component lives in a folder of the cache that is named after all that it is made from, so that it is
+# built again only when one of its inputs changes: $TALVERA_CACHE, by default ~/.cache/talvera.
+set -eu
+export LC_ALL=C
+
+project=$(cd "$(dirname "$0")/.." && pwd)
+target=$project/target
+cache=${TALVERA_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/talvera}
+jobs=${JOBS:-$(nproc)}
+triple=mips-linux-gnu
+unset MAKEFLAGS MAKELEVEL 2>/dev/null || true
+
+say() { echo "target: $*"; }
+
+# step NAME FUNCTION: runs a build step in $work/build; its output goes to a log, shown when it fails.
+# (Not as a condition: the shell would then ignore what fails inside.)
+step() {
+  started=$(date +%s)
+  set +e
+  (
+    set -e
+    cd "$work/build"
+    "$2"
+  ) >"$work/$2.log" 2>&1
+  status=$?
+  set -e
+  if [ $status != 0 ]; then
+    tail -n 40 "$work/$2.log" >&2
+    say "$1 failed" >&2
+    exit 1
+  fi
+  say "$1: $(($(date +%s) - started)) s" >&2
+}
+
+# The versions of Debian packages, as part of a component's inputs.
+versions() { dpkg-query -W -f '${Package} ${Version}\n' "$@"; }
+
+# folder_of COMPONENT FILE...: the component's folder, by the content of standard input and the files.
+folder_of() {
+  component=$1
+  shift
+  echo "$cache/$component-$(cat - "$@" | sha256sum | cut -c 1-12)"
+}
+
+# Compiler and sources come from Debian's packages of the same release.
+"$target/packages"
+toolchain=$(versions g++-$triple uclibc-source gcc-12-source linux-libc-dev-mips-cross |
+  folder_of toolchain "$target/toolchain" "$target/compiler" "$target/uclibc.config" \
+    "$target/unwind_lookup.c" "$target/fetch-source")
+board=$(versions gcc-$triple linux-source-6.1 |
+  folder_of board "$target/board" "$target/kernel.config" "$target/fetch-source")

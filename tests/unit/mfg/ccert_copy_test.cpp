@@ -1,0 +1,333 @@
+// The loaded certificate blob: where it is found, what the getters say, what failures leave behind.
+#include <malloc.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "talvera/mfg.h"
+#include "unit/mfg/ccert_fixture.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+// Of the sanitizers' run-time library, for which GCC has no header.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *,
+                                                                             std::size_t),
+                                                         void (*free_hook)(const volatile void *));
+#endif
+
+namespace talvera::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr char kReadFailure[] = "ccert_get_ccertblob: mfg_ccert_get failed: ";
+
+class CcertCopy : public CcertTest {
+ protected:
+  static std::string client_certificate() {
+    unsigned char *data;
+    std::uint32_t length;
+    if (ccert_get_client_cert(&data, &length) != 0) return "none";
+    return {data, data + length};
+  }
+  // The private key; "null" without one to hand out, "none" without a key item.
+  static std::string private_key() {
+    auto *key = reinterpret_cast<unsigned char *>(1);
+    std::uint32_t length = 99;
+    const int result = ccert_get_client_private_key(&key, &length);
+    std::string text = result == 0 ? "null" : "none";
+    if (key != nullptr) text.assign(key, key + length);
+    EXPECT_TRUE(key != nullptr || length == 0);
+    std::free(key);
+    return text;
+  }
+  // What a call wrote to standard error.
+  template <typename Call>
+  static std::string errors(Call call) {
+    testing::internal::CaptureStderr();
+    call();
+    return testing::internal::GetCapturedStderr();
+  }
+  int mounts() const { return system.count("mount"); }
+};
+
+TEST_F(CcertCopy, SlotTwoComesFirst) {
+  const std::string blob = make_blob({});
+  const int location = ccert_get_location();
+  store(1, blob);
+  EXPECT_EQ(ccert_location(), 1);
+  std::string both = content();
+  both.replace(kSlotOffset[2], blob.size(), blob);
+  write_content(both);
+  EXPECT_EQ(ccert_location(), 2);
+  store(2, with_field(blob, 8, 8001));  // not acceptable, and nothing in slot 1
+  system.clear_records();
+  EXPECT_EQ(ccert_location(), 0);
+  EXPECT_THAT(logged(3), ElementsAre("mfg_ccert_get: cert blob size is invalid",
+                                     "mfg_ccert_get: cert blob size is invalid"));
+  EXPECT_EQ(ccert_get_location(), location);  // what the last init has found
+}
+
+TEST_F(CcertCopy, LoadsAndAnswers) {
+  const std::string blob = make_blob({{"first key", CCERT_KEY_PLAIN, 7},
+                                      {"old certificate", CCERT_CERTIFICATE, 0},
+                                      {"", 3, 0xFFFFFFFF},
+                                      {"certificate", CCERT_CERTIFICATE, 2},
+                                      {"the key", CCERT_KEY_PLAIN, 0x80000000},
+                                      {"other", 0x01020304, 1}});
+  store(2, blob);
+  EXPECT_EQ(ccert_init(), 0);
+  EXPECT_EQ(mounts(), 3);  // location, size, blob
+  EXPECT_EQ(ccert_get_location(), 2);
+  EXPECT_EQ(ccert_get_data_count(), 6U);
+  EXPECT_EQ(client_certificate(), "certificate");  // the last of each counts
+  EXPECT_EQ(private_key(), "the key");
+  EXPECT_EQ(ccert_get_mac_address(), nullptr);
+  EXPECT_STREQ(ccert_get_cert_common_name(), "");
+
+  struct Expected {
+    std::string data;
+    std::uint32_t type, flags;
+  };
+  const Expected expected[] = {{"first key", 1, 7},      {"old certificate", 2, 0},
+                               {"", 3, 0xFFFFFFFF},      {"certificate", 2, 2},
+                               {"the key", 1, 1U << 31}, {"other", 0x01020304, 1}};
+  // The copy's header and table come before the items' bytes, which follow each other.
+  std::uint32_t offset = 12 + 6 * 16;
+  for (unsigned i = 0; i < 6; ++i) {
+    SCOPED_TRACE(i);
+    unsigned char *data;
+    std::uint32_t length, type, flags;
+    ASSERT_EQ(ccert_get_data_from_index(i, &data, &length, &type, &flags), 0);
+    EXPECT_EQ(std::string(data, data + length), expected[i].data);
+    EXPECT_EQ(type, expected[i].type);
+    EXPECT_EQ(flags, expected[i].flags);
+    const ccert_toc_item *item = ccert_get_toc_item_from_index(i);
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(item->offset, offset);
+    EXPECT_EQ(item->length, length);
+    EXPECT_EQ(item->type, type);
+    EXPECT_EQ(item->flags, flags);
+    EXPECT_EQ(ccert_get_data_from_toc_item(item), data);
+    // The words of the table stand right before the data, after a header of three words.
+    if (i == 0) {
+      EXPECT_EQ(data, reinterpret_cast<const unsigned char *>(item) + offset - 12);
+      std::uint32_t header[3];
+      std::memcpy(header, data - offset, sizeof header);
+      EXPECT_THAT(header, ElementsAre(blob.size() - 8, 6U, 0x89ABCDEFU));
+    }
+    offset += length;
+  }
+
+  unsigned char *data = nullptr;
+  std::uint32_t length = 99;
+  EXPECT_EQ(ccert_get_toc_item_from_index(6), nullptr);
+  EXPECT_EQ(ccert_get_data_from_index(6, &data, &length, nullptr, nullptr), -1);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_EQ(data, nullptr);
+  EXPECT_EQ(length, 99U);
+  EXPECT_EQ(ccert_get_data_from_index(3, &data, &length, nullptr, nullptr), 0);
+  EXPECT_EQ(length, 11U);
+  EXPECT_EQ(ccert_get_data_from_toc_item(nullptr), nullptr);
+}
+
+TEST_F(CcertCopy, NothingLoadedMeansNothingToTell) {
+  const auto expect_nothing = [] {
+    unsigned char *data = nullptr;
+    auto *certificate = reinterpret_cast<unsigned char *>(1);
+    std::uint32_t length = 99;
+    EXPECT_EQ(ccert_get_data_count(), 0U);
+    EXPECT_EQ(ccert_get_toc_item_from_index(0), nullptr);
+    EXPECT_EQ(ccert_get_data_from_index(0, &data, &length, nullptr, nullptr), -1);
+    const ccert_toc_item item = {};
+    EXPECT_EQ(ccert_get_data_from_toc_item(&item), nullptr);
+    EXPECT_EQ(ccert_get_client_cert(&certificate, &length), -1);
+    EXPECT_EQ(certificate, nullptr);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(private_key(), "none");
+  };
+  expect_nothing();
+  ASSERT_EQ(load(make_blob({{"c", CCERT_CERTIFICATE}, {"k", CCERT_KEY_PLAIN}})), 0);
+  EXPECT_EQ(ccert_deinit(), 0);
+  expect_nothing();
+  EXPECT_EQ(ccert_get_location(), 1);  // still what the last init found
+  EXPECT_EQ(ccert_deinit(), 0);
+
+  ASSERT_EQ(load(make_blob({{"x", 3}})), 0);  // loaded, but neither certificate nor key
+  EXPECT_EQ(client_certificate(), "none");
+  EXPECT_EQ(private_key(), "none");
+}
+
+TEST_F(CcertCopy, FailuresOfInit) {
+  const std::string blob = make_blob({{"c", CCERT_CERTIFICATE}});
+  write_content(std::string(kMfgFileSize, '\xFF'));
+  EXPECT_EQ(errors([] { EXPECT_EQ(ccert_init(), -1); }), "");
+  EXPECT_EQ(ccert_get_location(), 0);
+
+  // For a blob in slot 1 the reads are: slot 2, slot 1, the size again, the blob.
+  store(1, blob);
+  system.clear_records();
+  EXPECT_EQ(ccert_init(), 0);
+  EXPECT_EQ(mounts(), 4);
+  ccert_deinit();
+  for (const int skip : {2, 3}) {
+    system.fail("read", EPERM, skip);
+    const std::string reason = std::strerror(skip == 2 ? EIO : EPERM);
+    EXPECT_EQ(errors([] { EXPECT_EQ(ccert_init(), -1); }), kReadFailure + reason);
+    EXPECT_EQ(ccert_get_location(), 1);
+    EXPECT_EQ(ccert_get_data_count(), 0U);
+  }
+  // Memory for the blob as read, then for the copy.
+  for (const int skip : {0, 1}) {
+    system.fail("malloc", ENOMEM, skip);
+    EXPECT_EQ(ccert_init(), -12);
+    system.forget();
+    EXPECT_EQ(ccert_get_data_count(), 0U);
+  }
+
+  // What is loaded outlives an init that fails.
+  ASSERT_EQ(ccert_init(), 0);
+  system.fail("malloc", ENOMEM, 1);
+  EXPECT_EQ(ccert_init(), -12);
+  system.forget();
+  EXPECT_EQ(client_certificate(), "c");
+}
+
+// The slot is rewritten between the size query and the read: the blob that is then read keeps every
+// rule, but is longer, or shorter, than what was read of it.
+TEST_F(CcertCopy, BlobThatChangesWhileItIsRead) {
+  static std::string rewritten;
+  static std::string file;
+  for (const std::size_t size : {10, 1000}) {
+    SCOPED_TRACE(size);
+    store(1, make_blob({{std::string(100, 'c'), CCERT_CERTIFICATE}}));
+    rewritten = make_blob({{std::string(size, 'C'), CCERT_CERTIFICATE}});
+    file = path();
+    system.before(
+        "mount",
+        [] {
+          FILE *stream = std::fopen(file.c_str(), "r+b");
+          std::fseek(stream, kSlotOffset[1], SEEK_SET);
+          std::fwrite(rewritten.data(), 1, rewritten.size(), stream);
+          std::fclose(stream);
+        },
+        3);
+    EXPECT_EQ(ccert_init(), 0);
+    EXPECT_EQ(ccert_get_data_count(), 0U);
+  }
+}
+
+TEST_F(CcertCopy, InitAgainReplacesTheCopyAndKeepsTheOld) {
+  ASSERT_EQ(load(make_blob({{"c", CCERT_CERTIFICATE}, {"k", CCERT_KEY_PLAIN}})), 0);
+  unsigned char *old_data;
+  std::uint32_t length;
+  ASSERT_EQ(ccert_get_client_cert(&old_data, &length), 0);
+  ASSERT_EQ(load(make_blob({{"x", 9}, {"y", 9}, {"z", 9}})), 0);
+  EXPECT_EQ(ccert_get_data_count(), 3U);
+  EXPECT_EQ(client_certificate(), "none");  // the new copy has none
+  EXPECT_EQ(private_key(), "none");
+  EXPECT_EQ(*old_data, 'c');
+  std::free(old_data - (12 + 2 * 16));  // what init, by design, does not release
+
+  ASSERT_EQ(ccert_get_data_from_index(0, &old_data, &length, nullptr, nullptr), 0);
+  ASSERT_EQ(load(with_field(make_blob({{"x", 9}}), 20, 1)), 0);
+  EXPECT_EQ(ccert_get_data_count(), 0U);
+  EXPECT_EQ(*old_data, 'x');
+  std::free(old_data - (12 + 3 * 16));
+}
+
+TEST_F(CcertCopy, BlobOfASlot) {
+  const std::string blob = make_blob({{"c", CCERT_CERTIFICATE}});
+  store(1, blob);
+  std::uint32_t length = 77;
+  unsigned char *content = nullptr;
+  ASSERT_EQ(ccert_get_ccertblob(&length, &content, 1), 0);
+  EXPECT_EQ(length, blob.size());
+  EXPECT_EQ(std::string(content, content + length), blob);
+  std::free(content);
+
+  length = 77;
+  content = nullptr;
+  const std::string failure = kReadFailure + std::string(std::strerror(EIO));
+  for (const unsigned slot : {0U, 2U, 3U}) {
+    errno = 0;
+    EXPECT_EQ(errors([&] { EXPECT_EQ(ccert_get_ccertblob(&length, &content, slot), -1); }),
+              failure);
+    EXPECT_EQ(errno, EIO);
+  }
+  system.fail("malloc", ENOMEM);
+  EXPECT_EQ(ccert_get_ccertblob(&length, &content, 1), -12);
+  EXPECT_EQ(length, 77U);
+  EXPECT_EQ(content, nullptr);
+}
+
+TEST_F(CcertCopy, PrivateKeys) {
+  struct Case {
+    const char *what;
+    Item item;
+    const char *key;
+  };
+  const std::string one("\0\0\0\1\0\0\0\0secret", 14);
+  for (const Case &c : {Case{"plain", {"secret", CCERT_KEY_PLAIN, 1}, "secret"},
+                        {"pkcs8", {"secret", CCERT_KEY_PKCS8, 0}, "null"},
+                        {"pkcs8, other flags", {"secret", CCERT_KEY_PKCS8, ~1U}, "null"},
+                        {"encrypted", {one, CCERT_KEY_PKCS8, 1}, "null"},
+                        {"encrypted, short", {one.substr(0, 7), CCERT_KEY_PKCS8, 1}, "null"},
+                        {"encrypted, empty", {"", CCERT_KEY_PKCS8, 1}, "null"},
+                        {"pem", {"secret", CCERT_KEY_PEM, 1}, "null"},
+                        {"no key", {"secret", 3, 0}, "none"}}) {
+    SCOPED_TRACE(c.what);
+    ASSERT_EQ(load(make_blob({c.item})), 0);
+    EXPECT_EQ(private_key(), c.key);
+    ccert_deinit();
+  }
+  // Without memory the result is a success without a key.
+  ASSERT_EQ(load(make_blob({{"secret", CCERT_KEY_PLAIN}})), 0);
+  system.fail("malloc", ENOMEM);
+  EXPECT_EQ(private_key(), "null");
+  ccert_deinit();
+  ASSERT_EQ(load(make_blob({{one, CCERT_KEY_PKCS8, 1}})), 0);
+  system.fail("malloc", ENOMEM);
+  EXPECT_EQ(private_key(), "null");
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr std::string_view kSecret = "TOPSECRETKEY";
+int secrets_freed = 0;
+
+// Looks at each block that is about to be freed.
+void look_for_secret(const volatile void *block) {
+  if (malloc_usable_size(const_cast<void *>(block)) >= kSecret.size() &&
+      std::memcmp(const_cast<const void *>(block), kSecret.data(), kSecret.size()) == 0) {
+    ++secrets_freed;
+  }
+}
+
+TEST_F(CcertCopy, TheWorkingCopyOfAnEncryptedKeyIsErased) {
+  ASSERT_EQ(load(make_blob({{std::string(kSecret), CCERT_KEY_PKCS8, 1}})), 0);
+  ASSERT_NE(__sanitizer_install_malloc_and_free_hooks([](const volatile void *, std::size_t) {},
+                                                      look_for_secret),
+            0);
+  std::free(strdup(kSecret.data()));
+  EXPECT_EQ(secrets_freed, 1);  // the hook sees what is left in a block
+  EXPECT_EQ(private_key(), "null");
+  EXPECT_EQ(secrets_freed, 1);
+}
+#endif
+
+TEST_F(CcertCopy, HooksProvideNothing) {
+  auto *key = reinterpret_cast<unsigned char *>(1);
+  std::uint32_t length = 99;
+  unsigned char buffer[4] = {1, 2, 3, 4};
+  EXPECT_EQ(MEAPCA_ExtractBareRSAKeyFromPKCS8(&key, &length), -1);
+  EXPECT_EQ(key, reinterpret_cast<unsigned char *>(1));
+  EXPECT_EQ(length, 99U);
+  EXPECT_EQ(MEAPCA_convertKeyPEM(), -1);
+  EXPECT_EQ(MKEY_Decrypt(buffer, 4), -1);
+  EXPECT_THAT(buffer, ElementsAre(1, 2, 3, 4));
+}
+
+}  // namespace
+}  // namespace talvera::test

@@ -1,0 +1,88 @@
+// The ARP probe, with a script in arping's place.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "support/system_double.h"
+#include "talvera/netu.h"
+
+namespace talvera::test {
+namespace {
+
+class ArpProbe : public ::testing::Test {
+ protected:
+  ArpProbe() : path_(std::getenv("PATH")) { setenv("PATH", bin.path().c_str(), 1); }
+  ~ArpProbe() override { setenv("PATH", path_.c_str(), 1); }
+
+  void write_arping(const std::string &commands) {
+    chmod(bin.write("arping", "#!/bin/sh\n" + commands + "\n").c_str(), 0755);
+  }
+
+  TempDir bin;
+  SystemDouble system;
+
+ private:
+  std::string path_;
+};
+
+TEST_F(ArpProbe, ExitStatusOneMeansInUse) {
+  struct Case {
+    const char *commands;
+    int result;
+  };
+  for (const auto &[commands, result] :
+       {Case{"exit 0", 0}, Case{"exit 1", 1}, Case{"exit 2", 0}, Case{"exit 127", 0},
+        Case{"kill -9 $$", 1}, Case{"kill -1 $$", 1}}) {
+    write_arping(commands);
+    EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), result) << commands;
+  }
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // nothing left to reap
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(ArpProbe, Arguments) {
+  const std::string out = bin / "arguments";
+  write_arping("printf '%s|' \"$0\" \"$#\" \"$@\" > " + out);
+  EXPECT_EQ(netu_arping_test("wan 7", "192.0.2.9; exit 1"), 0);
+  EXPECT_EQ(read_file(out), (bin / "arping") + "|6|-Dq|-c|1|-I|wan 7|192.0.2.9; exit 1|");
+}
+
+TEST_F(ArpProbe, WithoutArping) {
+  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_TRUE(system.log().empty());
+}
+
+TEST_F(ArpProbe, LeavesOtherChildrenAlone) {
+  write_arping("exit 0");
+  const pid_t other = fork();
+  if (other == 0) _exit(1);
+  siginfo_t info;
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(other), &info, WEXITED | WNOWAIT), 0);
+  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_EQ(waitpid(other, nullptr, 0), other);
+}
+
+TEST_F(ArpProbe, Failures) {
+  write_arping("exit 0");
+  system.fail("waitpid", EINTR, 0, 2);
+  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_EQ(system.count("waitpid"), 3);
+
+  system.fail("fork", EAGAIN);
+  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_EQ(
+      system.log(),
+      std::vector<LogLine>(
+          {{"syslog", 3, "netu_arping_test fork failed (Resource temporarily unavailable)"}}));
+
+  system.fail("waitpid", ECHILD);
+  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 1);
+  EXPECT_GT(waitpid(-1, nullptr, 0), 0);
+}
+
+}  // namespace
+}  // namespace talvera::test

@@ -1,0 +1,270 @@
+// Base64, character references and MAC addresses of users.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "support/system_double.h"
+#include "talvera/encode.h"
+#include "unit/text/buffers.h"
+
+namespace talvera::test {
+namespace {
+
+using namespace std::string_view_literals;
+
+std::string encoded(std::string_view bytes) {
+  const Text exact(bytes);
+  auto size = static_cast<unsigned>((bytes.size() + 2) / 3 * 4 + 1);
+  Room room(size);
+  EXPECT_EQ(base64_encode(reinterpret_cast<const unsigned char *>(exact.get()),
+                          static_cast<unsigned>(bytes.size()), room.get(), &size),
+            0);
+  EXPECT_EQ(room.written().size(), size + 1);
+  return room.written().substr(0, size);
+}
+
+// Decodes into a room of `capacity`; "(failed)" and what was written, if it fails.
+std::string decoded(std::string_view text, unsigned capacity) {
+  const std::unique_ptr<char[]> exact(new char[text.size()]);
+  std::copy(text.begin(), text.end(), exact.get());
+  Room room(capacity);
+  unsigned size = capacity;
+  const int result =
+      base64_decode(exact.get(), static_cast<unsigned>(text.size()), room.bytes(), &size);
+  if (result == 0) {
+    EXPECT_EQ(room.written().size(), size);
+    return room.written();
+  }
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(size, capacity);
+  return "(failed)" + room.written();
+}
+
+constexpr struct {
+  std::string_view bytes, text;
+} kBase64[] = {
+    {"", ""},
+    {"f", "Zg=="},
+    {"fo", "Zm8="},
+    {"foo", "Zm9v"},
+    {"foob", "Zm9vYg=="},
+    {"fooba", "Zm9vYmE="},
+    {"foobar", "Zm9vYmFy"},
+    {"Ma", "TWE="},
+    {"\0\0\0"sv, "AAAA"},
+    {"\xFF\xFF\xFF\xFF", "/////w=="},
+    {"\xFB\xEF\xBE\xFF\x80\x7F", "++++/4B/"},
+    {"\x00\x10\x83\x10\x51\x87\x20\x92\x8B\x30\xD3\x8F\x41\x14\x93\x51\x55\x97\x61\x96\x9B\x71\xD7"
+     "\x9F\x82\x18\xA3\x92\x59\xA7\xA2\x9A\xAB\xB2\xDB\xAF\xC3\x1C\xB3\xD3\x5D\xB7\xE3\x9E\xBB\xF3"
+     "\xDF\xBF"sv,
+     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"},
+};
+
+TEST(Base64, ThereAndBack) {
+  for (const auto &test : kBase64) {
+    EXPECT_EQ(encoded(test.bytes), test.text);
+    EXPECT_EQ(decoded(test.text, static_cast<unsigned>(test.bytes.size())), test.bytes);
+  }
+}
+
+TEST(Base64, TellsTheRoomItNeeds) {
+  for (const unsigned room : {0U, 1U, 8U}) {
+    unsigned size = room;
+    EXPECT_EQ(base64_encode(nullptr, 4, nullptr, &size), -1);
+    EXPECT_EQ(size, 9U);
+  }
+  unsigned size = 0;
+  EXPECT_EQ(base64_encode(nullptr, 0, nullptr, &size), -1);
+  EXPECT_EQ(size, 1U);
+  // Lengths whose text is too long for the type of its size.
+  for (const unsigned length : {3221225470U, 4294967295U}) {
+    size = 4294967295;
+    EXPECT_EQ(base64_encode(nullptr, length, nullptr, &size), -1);
+    EXPECT_EQ(size, 4294967295U) << length;
+  }
+}
+
+TEST(Base64, SkipsWhatIsOutsideOfTheAlphabet) {
+  EXPECT_EQ(decoded("TW\nE=", 2), "Ma");
+  for (int value = 0; value < 256; ++value) {
+    const char c = static_cast<char>(value);
+    if (std::isalnum(value) != 0 || c == '+' || c == '/' || c == '=') continue;
+    const std::string text = {'T', c, c, 'W', 'F', c, 'u', c, 'T', 'W', 'F', 'u', c};
+    EXPECT_EQ(decoded(text, 6), "ManMan") << value;
+  }
+  EXPECT_EQ(decoded(" \n-_", 0), "");
+}
+
+TEST(Base64, RefusesIncompleteGroupsAndSmallRooms) {
+  EXPECT_EQ(decoded("T", 9), "(failed)");
+  EXPECT_EQ(decoded("TWE", 9), "(failed)");
+  EXPECT_EQ(decoded("TWFuT", 9), "(failed)Man");
+  EXPECT_EQ(decoded("TWFu", 2), "(failed)");
+  EXPECT_EQ(decoded("TWFuTWFu", 5), "(failed)Man");
+  EXPECT_EQ(decoded("TWE=", 1), "(failed)");
+  EXPECT_EQ(decoded("TQ==", 0), "(failed)");
+
+  unsigned char byte = 0;
+  unsigned size = 1;
+  EXPECT_EQ(base64_decode(nullptr, 0, &byte, &size), -1);
+  EXPECT_EQ(base64_decode("", 0, nullptr, &size), -1);
+  EXPECT_EQ(base64_decode("", 0, &byte, nullptr), -1);
+  EXPECT_EQ(size, 1U);
+}
+
+// A group with pads shortens those behind it, down to one byte.
+TEST(Base64, PadsCountForTheRest) {
+  EXPECT_EQ(decoded("TWE=TWFu", 4), "MaMa");
+  EXPECT_EQ(decoded("TQ==TWFuTWFu", 3), "MMM");
+  EXPECT_EQ(decoded("TWE=TWE=TWFu", 4), "MaMM");
+  EXPECT_EQ(decoded("T=E=====TWFu", 3), "L\0M"sv);
+  EXPECT_EQ(decoded("====", 0), "(failed)");
+  EXPECT_EQ(decoded("=WFu", 2), "\x01\x61");
+}
+
+TEST(Entities, EncodesTheSixAlone) {
+  for (int value = 1; value < 256; ++value) {
+    const char c = static_cast<char>(value);
+    char reference[8];
+    std::snprintf(reference, sizeof reference, "&#x%02x;", static_cast<unsigned>(value));
+    const std::string one =
+        "<>/\"'&"sv.find(c) != std::string_view::npos ? reference : std::string{c};
+    // At every place within the words that long runs are taken by.
+    for (std::size_t before = 0; before < 10; ++before) {
+      const std::string start(before, 'x');
+      const Text text(start + c + "0123456789abcdef");
+      Room room(64);
+      EXPECT_EQ(entities_hex_encode(room.get(), 64 * 6, text.get()), 0);
+      EXPECT_EQ(room.written(), terminated(start + one + "0123456789abcdef")) << value;
+    }
+  }
+}
+
+TEST(Entities, RoomAndResult) {
+  static constexpr struct {
+    const char *text;
+    unsigned size;
+    int result;
+    std::string_view written;  // with the terminator
+  } kCases[] = {
+      {"a<b", 16, 0, "a&#x3c;b\0"sv},
+      {"a<b", 10, 0, "a&#x3c;b\0"sv},
+      {"a<b", 9, -1, "a&#x3c;b\0"sv},  // just filled counts as cut
+      {"a<b", 8, -1, "a&#x3c;\0"sv},
+      {"a<b", 7, 0, "a-b\0"sv},  // no room for the reference
+      {"a<b", 5, 0, "a-b\0"sv},
+      {"a<b", 4, -1, "a-b\0"sv},
+      {"a<b", 3, -1, "a-\0"sv},
+      {"a<b", 2, -1, "a\0"sv},
+      {"<<", 14, 0, "&#x3c;&#x3c;\0"sv},
+      {"<<", 13, -1, "&#x3c;&#x3c;\0"sv},
+      {"<<", 12, 0, "&#x3c;-\0"sv},
+      {"abcdefghijklmnop<", 24, 0, "abcdefghijklmnop&#x3c;\0"sv},
+      {"abcdefghijklmnop<", 23, -1, "abcdefghijklmnop&#x3c;\0"sv},
+      {"abcdefghijklmnop<", 22, 0, "abcdefghijklmnop-\0"sv},
+      {"abcdefghijklmnop<", 17, -1, "abcdefghijklmnop\0"sv},
+      {"", 2, 0, "\0"sv},
+      {"", 1, -1, "\0"sv},
+      {"a", 1, -1, "\0"sv},
+      {"a", 0, -1, ""},
+      {nullptr, 4, -1, "\0"sv},
+      {nullptr, 0, -1, ""},
+  };
+  for (const auto &test : kCases) {
+    SCOPED_TRACE(testing::Message()
+                 << (test.text != nullptr ? test.text : "null") << " in " << test.size);
+    Room room(test.size);
+    if (test.text == nullptr) {
+      EXPECT_EQ(entities_hex_encode(room.get(), test.size, nullptr), test.result);
+      EXPECT_EQ(room.written(), test.written);
+      continue;
+    }
+    const Text text(test.text);
+    EXPECT_EQ(entities_hex_encode(room.get(), test.size, text.get()), test.result);
+    EXPECT_EQ(room.written(), test.written);
+
+    if (std::strlen(test.text) >= test.size) continue;
+    Room own(test.size);
+    std::strcpy(own.get(), test.text);
+    EXPECT_EQ(entities_hex_encode_in_place(test.size, own.get()), test.result);
+    EXPECT_STREQ(own.get(), test.written.data());
+  }
+  EXPECT_EQ(entities_hex_encode(nullptr, 4, "a"), -1);
+  Room room(4);
+  EXPECT_EQ(entities_hex_encode(room.get(), 4294967295U, "a"), 0);
+}
+
+TEST(Entities, InPlace) {
+  char text[8] = "a<b";
+  {
+    SystemDouble system;
+    system.fail("malloc", ENOMEM);
+    EXPECT_EQ(entities_hex_encode_in_place(sizeof text, text), -1);
+    EXPECT_STREQ(text, "a<b");
+  }
+  EXPECT_EQ(entities_hex_encode_in_place(sizeof text, nullptr), -1);
+  EXPECT_EQ(entities_hex_encode_in_place(0, text), -1);
+  EXPECT_STREQ(text, "a<b");
+  std::memset(text, '<', sizeof text);  // not terminated within its size
+  EXPECT_EQ(entities_hex_encode_in_place(sizeof text, text), -1);
+  EXPECT_STREQ(text, "&#x3c;-");
+}
+
+TEST(ParseMacaddr, ResultsBytesAndTheLinePrinted) {
+  using Mac = std::array<unsigned char, 6>;
+  static constexpr struct {
+    const char *text;
+    int zero, multicast;
+    int result;
+    Mac mac;  // 0xA5 where it is not reached
+  } kCases[] = {
+      {"00:1A:2b:3c:4d:5e", 0, 0, 0, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}},
+      {" 00-1a-2b-3c-4d-5e ", 0, 0, 0, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}},
+      {"\t0 :\n1\v: 2:a:B :f\r\f", 0, 0, 0, {0, 1, 2, 10, 11, 15}},
+      {"00:1a-2b:3c:4d:5e", 0, 0, -2, {0x00, 0x1A, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"00-1a-2b-3c-4d:5e", 0, 0, -2, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0xA5}},
+      {"000:1a:2b:3c:4d:5e", 0, 0, -2, {0xA5, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"00:1a:2b:3c:4d:5e6", 0, 0, -2, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0xA5}},
+      {"00:1a:2b:3c:4d:5e:", 0, 0, -2, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}},
+      {"00:1a:2b:3c:4d:5e x", 0, 0, -2, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}},
+      {"00:1a:2b:3c:4d", 0, 0, -2, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0xA5}},
+      {"00:1a:2b:3c:4d:", 0, 0, -2, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0xA5}},
+      {"00::2b:3c:4d:5e", 0, 0, -2, {0x00, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"00.1a.2b.3c.4d.5e", 0, 0, -2, {0x00, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"00 1a 2b 3c 4d 5e", 0, 0, -2, {0x00, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"0g:1a:2b:3c:4d:5e", 0, 0, -2, {0x00, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"\xA0"
+       "0:1:2:3:4:5",
+       0,
+       0,
+       -2,
+       {0xA5, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"", 1, 1, -2, {0xA5, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {nullptr, 1, 1, -2, {0xA5, 0xA5, 0xA5, 0xA5, 0xA5, 0xA5}},
+      {"01:00:5e:00:00:01", 1, 0, -3, {0x01, 0x00, 0x5E, 0x00, 0x00, 0x01}},
+      {"01:00:5e:00:00:01", 0, 2, 0, {0x01, 0x00, 0x5E, 0x00, 0x00, 0x01}},
+      {"fe:ff:ff:ff:ff:ff", 0, 0, 0, {0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
+      {"00:00:00:00:00:00", 0, 1, -4, {}},
+      {"0:0:0:0:0:0", 2, 0, 0, {}},
+      {"0:0:0:0:0:1", 0, 0, 0, {0, 0, 0, 0, 0, 1}},
+  };
+  for (const auto &test : kCases) {
+    SCOPED_TRACE(test.text != nullptr ? test.text : "null");
+    Mac mac;
+    mac.fill(0xA5);
+    testing::internal::CaptureStdout();
+    if (test.text == nullptr) {
+      EXPECT_EQ(parse_macaddr(nullptr, test.zero, test.multicast, mac.data()), test.result);
+    } else {
+      const Text text(test.text);
+      EXPECT_EQ(parse_macaddr(text.get(), test.zero, test.multicast, mac.data()), test.result);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Parse MAC error " + std::to_string(test.result) + "\n");
+    EXPECT_EQ(mac, test.mac);
+  }
+}
+
+}  // namespace
+}  // namespace talvera::test
