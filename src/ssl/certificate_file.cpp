@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 #include "ssl/openssl_compat.h"
@@ -125,8 +126,11 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   unsigned char bytes[EVP_MAX_MD_SIZE];
   unsigned int size = 0;
   if (X509_digest(certificate.get(), type, bytes, &size) != 1 || size == 0) return -1;
-  for (unsigned int i = 0; i < size; ++i) {
-    std::snprintf(out + 3 * i, 4, "%02X%c", bytes[i], i + 1 < size ? ':' : '\0');
+  // Each byte takes three characters; the formatter's own terminator goes one beyond.
+  for (const unsigned char &byte : std::span(bytes, size)) {
+    const bool last = &byte == bytes + size - 1;
+    std::snprintf(out, 4, "%02X%c", byte, last ? '\0' : ':');
+    out += 3;
   }
   return 0;
 }

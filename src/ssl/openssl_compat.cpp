@@ -59,8 +59,9 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_set_security_level(context, 0);
   SSL_CTX_set_min_proto_version(context, 0);
   SSL_CTX_set_max_proto_version(context, 0);
-  SSL_CTX_clear_options(context, SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 |
-                                     SSL_OP_NO_TLSv1_2 | SSL_OP_NO_DTLSv1);
+  // SSL_OP_NO_DTLSv1 is SSL_OP_NO_TLSv1.
+  SSL_CTX_clear_options(context,
+                        SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2);
   // On by default since 1.1.1; here it comes with the client identity.
   SSL_CTX_clear_mode(context, SSL_MODE_AUTO_RETRY);
 #endif
