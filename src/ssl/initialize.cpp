@@ -32,7 +32,7 @@ constexpr Protocol kProtocols[] = {
 
 // Feeds the generator its own output until it calls itself seeded.
 void seed_random_generator() {
-  while (RAND_status() != 1) {
+  while (RAND_status() == 0) {
     unsigned char seed[kSeedSize] = {};
     RAND_bytes(seed, kSeedSize);
     RAND_seed(seed, kSeedSize);
