@@ -140,8 +140,8 @@ TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 
 /** Takes a MAC address as of ether_aton_r(): six groups of one or two hexadecimal digits, joined by
- *  ":", of 19 characters at most, that begins at @p s (no blanks are skipped) and ends before white
- *  space.
+ *  ":". It begins at @p s (no blanks are skipped) and ends before white space; of what stands
+ * between the sixth group and there nothing is looked at, up to 19 characters in all.
  *
  *  @param s         text
  *  @param[out] mac  the address; untouched on failure

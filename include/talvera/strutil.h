@@ -1,4 +1,4 @@
-/* String routines; and, by including their headers, all else for text: scanners, encoders, splitters.
+/* String routines; and, by their headers, all else for text: scanners, encoders, splitters.
  *
  * All work on NUL-terminated 8-bit strings in buffers of the caller's; none allocates, logs or sets
  * errno. Letter case is that of the C library's current locale. Where two names are given, they are

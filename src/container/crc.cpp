@@ -68,11 +68,11 @@ extern "C" uint32_t crc32_le(uint32_t crc, const unsigned char *data, unsigned i
 }
 
 extern "C" unsigned int crc16_be(unsigned int crc, const unsigned char *data, unsigned int length) {
-  crc &= 0xFFFF;
+  auto running = static_cast<std::uint16_t>(crc);
   for (const unsigned char byte : Bytes(data, length)) {
-    crc = (kCrc16Be[byte ^ crc >> 8] ^ crc << 8) & 0xFFFF;
+    running = static_cast<std::uint16_t>(kCrc16Be[byte ^ running >> 8] ^ running << 8);
   }
-  return crc;
+  return running;
 }
 
 extern "C" unsigned int crc16_le(unsigned int crc, const unsigned char *data, unsigned int length) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -78,6 +79,27 @@ void *copy_of(const list_obj &list, const void *data) {
   return std::memcpy(std::malloc(size), data, size);
 }
 
+// Inserts a datum at a position, behind the element before it.
+int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
+  if (list.iterating != 0) return -1;
+  list_elem *element = take_element(list);
+  if (element == nullptr) return -1;
+  const bool copies = list.attrs.copy_data != 0 && data != nullptr;
+  element->data = copies ? copy_of(list, data) : const_cast<void *>(data);
+  insert_between(left, element, left->next);
+
+  const std::uint32_t half = list.count / 2;
+  ++list.count;
+  if (list.count == 1) {
+    list.mid = element;
+  } else if (list.count % 2 != 0) {
+    if (position >= half) list.mid = list.mid->next;
+  } else {
+    if (position <= half) list.mid = list.mid->prev;
+  }
+  return 1;
+}
+
 void remove_element(list_obj &list, list_elem *element, std::uint32_t position) {
   const std::uint32_t half = list.count / 2;
   if (list.count % 2 == 0) {
@@ -88,6 +110,12 @@ void remove_element(list_obj &list, list_elem *element, std::uint32_t position) 
   join(element->prev, element->next);
   drop_element(list, element);
   --list.count;
+}
+
+void *extract_element(list_obj &list, list_elem *element, std::uint32_t position) {
+  void *data = std::exchange(element->data, nullptr);  // the caller's from now on, not to be freed
+  remove_element(list, element, position);
+  return data;
 }
 
 }  // namespace
@@ -153,33 +181,16 @@ extern "C" int list_attributes_unserializer(list_obj *list, list_unserializer_fn
 }
 
 extern "C" int list_insert_at(list_obj *list, const void *data, uint32_t position) {
-  if (list->iterating != 0 || position > list->count) return -1;
-  list_elem *element = take_element(*list);
-  if (element == nullptr) return -1;
-  const bool copies = list->attrs.copy_data != 0 && data != nullptr;
-  element->data = copies ? copy_of(*list, data) : const_cast<void *>(data);
-
-  list_elem *left = element_at(*list, position - 1);
-  insert_between(left, element, left->next);
-
-  const std::uint32_t half = list->count / 2;
-  ++list->count;
-  if (list->count == 1) {
-    list->mid = element;
-  } else if (list->count % 2 != 0) {
-    if (position >= half) list->mid = list->mid->next;
-  } else {
-    if (position <= half) list->mid = list->mid->prev;
-  }
-  return 1;
+  if (position > list->count) return -1;
+  return insert_behind(*list, element_at(*list, position - 1), data, position);
 }
 
 extern "C" int list_append(list_obj *list, const void *data) {
-  return list_insert_at(list, data, list->count);
+  return insert_behind(*list, list->tail->prev, data, list->count);
 }
 
 extern "C" int list_prepend(list_obj *list, const void *data) {
-  return list_insert_at(list, data, 0);
+  return insert_behind(*list, list->head, data, 0);
 }
 
 extern "C" void *list_get_at(const list_obj *list, uint32_t position) {
@@ -189,15 +200,12 @@ extern "C" void *list_get_at(const list_obj *list, uint32_t position) {
 
 extern "C" void *list_extract_at(list_obj *list, uint32_t position) {
   if (list->iterating != 0 || position >= list->count) return nullptr;
-  list_elem *element = element_at(*list, position);
-  void *data = element->data;
-  element->data = nullptr;  // the caller's from now on, not to be freed here
-  remove_element(*list, element, position);
-  return data;
+  return extract_element(*list, element_at(*list, position), position);
 }
 
 extern "C" void *list_fetch(list_obj *list) {
-  return list_extract_at(list, 0);
+  if (list->iterating != 0 || list->count == 0) return nullptr;
+  return extract_element(*list, list->head->next, 0);
 }
 
 extern "C" int list_delete_at(list_obj *list, uint32_t position) {

@@ -1,4 +1,5 @@
 // Ready-made comparators, meters and hash computers of the list.
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -26,7 +27,7 @@ std::uint32_t hash_number(const void *data) {
   const T value = value_of<T>(data);
   if constexpr (std::is_floating_point_v<T>) {
     using Limits = std::numeric_limits<std::int32_t>;
-    if (value != value) return 0;
+    if (std::isnan(value)) return 0;
     if (value >= T{2147483648}) return static_cast<std::uint32_t>(Limits::max());
     if (value <= T{-2147483648}) return static_cast<std::uint32_t>(Limits::min());
     return static_cast<std::uint32_t>(static_cast<std::int32_t>(value));

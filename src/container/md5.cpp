@@ -37,24 +37,26 @@ void store_le32(unsigned char *bytes, std::uint32_t value) {
 using State = std::uint32_t[4];
 using Block = std::uint32_t[16];
 
-// What a round mixes of the words x, y and z. G is a sum instead of RFC 1321's "or" of the same two
-// terms, which have no bit in common: the second one need not wait for x.
+// What a round adds to a sum, mixed of the words x, y and z. Each step waits for the x of the step
+// before, so x comes last. In G the two terms have no bit in common and can be added one by one.
 struct F {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return z ^ (x & (y ^ z));
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (z ^ (x & (y ^ z)));
   }
 };
 struct G {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return (x & z) + (y & ~z);
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (y & ~z) + (x & z);
   }
 };
 struct H {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) { return x ^ y ^ z; }
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (x ^ (y ^ z));
+  }
 };
 struct I {
-  static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return y ^ (x | ~z);
+  static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return sum + (y ^ (x | ~z));
   }
 };
 
@@ -67,8 +69,10 @@ void round(State &state, const Block &block) {
   const auto step = [&block](std::uint32_t &w, std::uint32_t x, std::uint32_t y, std::uint32_t z,
                              unsigned i, int shift) {
     const std::uint32_t word = block[(First + Stride * i) % 16] + kSines[16 * Number + i];
-    w = x + std::rotl(w + word + Mix::mix(x, y, z), shift);
+    w = x + std::rotl(Mix::add(w + word, x, y, z), shift);
   };
+  // Word numbers and sines become constants of the code.
+#pragma GCC unroll 4
   for (unsigned i = 0; i < 16; i += 4) {
     step(a, b, c, d, i, S1);
     step(d, a, b, c, i + 1, S2);
@@ -83,7 +87,7 @@ void round(State &state, const Block &block) {
 
 void add_block(State &state, const unsigned char *bytes) {
   Block block;
-  for (unsigned i = 0; i < 16; ++i) {
+  for (std::size_t i = 0; i < 16; ++i) {
     block[i] = load_le32(bytes + 4 * i);
   }
   State mixed;
@@ -105,7 +109,12 @@ std::size_t pending(const md5_context &context) {
 }  // namespace
 
 extern "C" void MD5CInit(md5_context *context) {
-  *context = {.state = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476}, .count = {}, .buffer = {}};
+  context->state[0] = 0x67452301;
+  context->state[1] = 0xEFCDAB89;
+  context->state[2] = 0x98BADCFE;
+  context->state[3] = 0x10325476;
+  context->count[0] = 0;
+  context->count[1] = 0;
 }
 
 extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length) {
@@ -145,7 +154,7 @@ extern "C" void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *co
   store_le32(context->buffer + kLengthOffset + 4, context->count[1]);
   add_block(context->state, context->buffer);
 
-  for (unsigned i = 0; i < 4; ++i) {
+  for (std::size_t i = 0; i < 4; ++i) {
     store_le32(digest + 4 * i, context->state[i]);
   }
   *context = {};

@@ -77,8 +77,8 @@ void link(Entry &entry, int next) {
 // The entry that follows in the chain; null at the end, also when a wrong link leads out of the
 // table.
 Entry *next_of(Entry *entries, const Entry &entry) {
-  const int index = static_cast<std::int16_t>(talvera::load_be16(entry.next));
-  if (index <= 0 || index >= NVRAM_ENTRIES) return nullptr;
+  const unsigned int index = talvera::load_be16(entry.next);  // negative ones are beyond, too
+  if (index == 0 || index >= NVRAM_ENTRIES) return nullptr;
   return entries[index].used != 0 ? entries + index : nullptr;
 }
 
@@ -155,7 +155,7 @@ int append(Entry *entries, Entry &last, const Name &name, const char *value) {
 void remove_first(Entry *entries, Entry &bucket) {
   Entry *second = next_of(entries, bucket);
   if (second == nullptr) return release(bucket);
-  if (second != &bucket) bucket = *second;
+  bucket = *second;
   release(*second);
 }
 

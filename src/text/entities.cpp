@@ -28,7 +28,9 @@ bool is_dangerous(char c) {
 
 char *write_reference(char *out, char c) {
   const auto byte = static_cast<std::uint8_t>(c);
-  std::memcpy(out, "&#x", 3);
+  out[0] = '&';
+  out[1] = '#';
+  out[2] = 'x';
   out[3] = kDigits[byte >> 4];
   out[4] = kDigits[byte & 15];
   out[5] = ';';

@@ -70,8 +70,9 @@ extern "C" char *range_to_portstr(char *out, unsigned int low, unsigned int high
 
 extern "C" int atm_parse_vi(const char *s, int index, int *vpi, int *vci) {
   char words[kCircuitListSize];
-  words[kCircuitListSize - 1] = '\0';
-  std::strncpy(words, s, kCircuitListSize - 1);
+  const std::size_t length = strnlen(s, kCircuitListSize - 1);
+  std::memcpy(words, s, length);
+  words[length] = '\0';
   int count;
   char *word[ARGS_SLOTS];
   str_to_args(words, &count, word);

@@ -164,9 +164,9 @@ TEST_F(Calibration, AFailedWriteStopsNeitherFlagNorDriver) {
   EXPECT_EQ(stored_flag(), std::string("\0\0\0\1", 4));
   EXPECT_EQ(driver(), pattern_);
   store(0);
-  system.fail("write", ENOSPC, 1);
+  system.fail("write", EROFS, 1);
   EXPECT_EQ(set("ABC", 0), -1);
-  EXPECT_EQ(errno, ENOSPC);
+  EXPECT_EQ(errno, EROFS);
   EXPECT_EQ(stored_flag(), std::string(4, '\0'));
   EXPECT_EQ(driver(), "ABC" + pattern_.substr(3));
 }

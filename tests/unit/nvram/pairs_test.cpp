@@ -163,6 +163,9 @@ TEST_F(Pairs, NamesAreComparedOver32Characters) {
     ASSERT_EQ(set(other, "32"), 0);
     ASSERT_EQ(get(other), "32");
     ASSERT_EQ(get(shorter), "31");
+    ASSERT_EQ(nvram_unset(shorter.c_str()), 0);
+    ASSERT_EQ(get(shorter), "none");
+    ASSERT_EQ(set(shorter, "31"), 0);
     ASSERT_EQ(nvram_unset(other.c_str()), 0);
   }
 }
@@ -177,8 +180,9 @@ TEST_F(Pairs, ValuesAreCutAt64Characters) {
   EXPECT_EQ(set("a", full), 0);
   EXPECT_EQ(nvram_set("a", nvram_get("a")), 0);  // onto itself
   EXPECT_EQ(get("a"), full);
-  EXPECT_EQ(nvram_set("a", nvram_get("a") + 60), 0);
-  EXPECT_EQ(get("a").substr(0, 4), "vvvv");
+  EXPECT_EQ(set("a", "abcdef"), 0);
+  EXPECT_EQ(nvram_set("a", nvram_get("a") + 1), 0);
+  EXPECT_EQ(entry(98), bytes("a", "bcdef", 1, 0));
   EXPECT_EQ(set("a", ""), 0);
   EXPECT_EQ(entry(98), bytes("a", "", 1, 0));
 }
@@ -309,7 +313,7 @@ TEST_F(Pairs, NullArguments) {
 // Pair operations pin the segment and unpin it on every path; failures of that do not matter.
 TEST_F(Pairs, PinningAroundEachOperation) {
   SystemDouble system;
-  system.answer("shmctl", -1, 0, kAlways);
+  system.fail("shmctl", EPERM, 0, kAlways);
   nvram_shmid = 9;
   const auto pinned = [&system] {
     static const std::string lock = "shmctl 9 " + std::to_string(SHM_LOCK) + " ";
@@ -329,6 +333,7 @@ TEST_F(Pairs, PinningAroundEachOperation) {
     EXPECT_TRUE(pinned());
   }
   EXPECT_EQ(nvram_set(nullptr, "v"), -1);
+  EXPECT_EQ(errno, EINVAL);
   EXPECT_TRUE(pinned());
   EXPECT_EQ(nvram_set("a", nullptr), -1);
   EXPECT_TRUE(pinned());
@@ -363,6 +368,13 @@ TEST_F(Pairs, LinksOutOfRangeEndTheChain) {
     poke(0, kUsed, 0);
     EXPECT_THAT(used_entries(), IsEmpty());
   }
+  // What is left of a free entry's link does not come back with the entry.
+  poke_link(65, 300);
+  poke_link(257, 300);
+  EXPECT_EQ(set("Aa", "1"), 0);
+  EXPECT_EQ(set("BB", "2"), 0);
+  EXPECT_EQ(entry(65), bytes("Aa", "1", 1, 257));
+  EXPECT_EQ(entry(257), bytes("BB", "2", 1, 0));
   // Any value but 0 of the used flag means in use.
   EXPECT_EQ(set("Aa", "1"), 0);
   poke(65, kUsed, 0x80);

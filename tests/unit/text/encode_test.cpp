@@ -13,11 +13,18 @@ namespace {
 
 using namespace std::string_view_literals;
 
+// Bytes in a heap block of just their size.
+std::unique_ptr<char[]> exact(std::string_view bytes) {
+  std::unique_ptr<char[]> block(new char[bytes.size()]);
+  std::copy(bytes.begin(), bytes.end(), block.get());
+  return block;
+}
+
 std::string encoded(std::string_view bytes) {
-  const Text exact(bytes);
+  const auto block = exact(bytes);
   auto size = static_cast<unsigned>((bytes.size() + 2) / 3 * 4 + 1);
   Room room(size);
-  EXPECT_EQ(base64_encode(reinterpret_cast<const unsigned char *>(exact.get()),
+  EXPECT_EQ(base64_encode(reinterpret_cast<const unsigned char *>(block.get()),
                           static_cast<unsigned>(bytes.size()), room.get(), &size),
             0);
   EXPECT_EQ(room.written().size(), size + 1);
@@ -26,12 +33,11 @@ std::string encoded(std::string_view bytes) {
 
 // Decodes into a room of `capacity`; "(failed)" and what was written, if it fails.
 std::string decoded(std::string_view text, unsigned capacity) {
-  const std::unique_ptr<char[]> exact(new char[text.size()]);
-  std::copy(text.begin(), text.end(), exact.get());
+  const auto block = exact(text);
   Room room(capacity);
   unsigned size = capacity;
   const int result =
-      base64_decode(exact.get(), static_cast<unsigned>(text.size()), room.bytes(), &size);
+      base64_decode(block.get(), static_cast<unsigned>(text.size()), room.bytes(), &size);
   if (result == 0) {
     EXPECT_EQ(room.written().size(), size);
     return room.written();
@@ -93,6 +99,7 @@ TEST(Base64, SkipsWhatIsOutsideOfTheAlphabet) {
     const std::string text = {'T', c, c, 'W', 'F', c, 'u', c, 'T', 'W', 'F', 'u', c};
     EXPECT_EQ(decoded(text, 6), "ManMan") << value;
   }
+  EXPECT_EQ(decoded("T\nWFuTWFuTWFu", 9), "ManManMan");
   EXPECT_EQ(decoded(" \n-_", 0), "");
 }
 
@@ -115,8 +122,8 @@ TEST(Base64, RefusesIncompleteGroupsAndSmallRooms) {
 
 // A group with pads shortens those behind it, down to one byte.
 TEST(Base64, PadsCountForTheRest) {
-  EXPECT_EQ(decoded("TWE=TWFu", 4), "MaMa");
-  EXPECT_EQ(decoded("TQ==TWFuTWFu", 3), "MMM");
+  EXPECT_EQ(decoded("TWE=TWFu", 9), "MaMa");
+  EXPECT_EQ(decoded("TQ==TWFuTWFu", 9), "MMM");
   EXPECT_EQ(decoded("TWE=TWE=TWFu", 4), "MaMM");
   EXPECT_EQ(decoded("T=E=====TWFu", 3), "L\0M"sv);
   EXPECT_EQ(decoded("====", 0), "(failed)");

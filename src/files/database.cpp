@@ -1,0 +1,129 @@
+// The database file of a set of files: writing and reading.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+
+#include "files/scanner.h"
+#include "files/set.h"
+#include "internal/streams.h"
+
+namespace talvera::files {
+namespace {
+
+FilePtr open_database(const char *dir, const char *dbname, const char *mode) {
+  char path[kJoinedPathSize];
+  std::snprintf(path, sizeof path, "%s/%s", dir, dbname);
+  return FilePtr(std::fopen(path, mode));
+}
+
+// ---- Writing --------------------------------------------------------------------------------
+
+// The first item of each order from 1 to one past the set's count, so that writing asks for each
+// order once instead of searching the set for it.
+class OrderIndex {
+ public:
+  explicit OrderIndex(std::span<const of_file_info> items)
+      : size_(items.size() + 2), first_(allocate<const of_file_info *>(size_)) {
+    if (first_ == nullptr) return;
+    std::fill_n(first_.get(), size_, nullptr);
+    for (const of_file_info &item : items) {
+      if (item.order < 1 || static_cast<std::size_t>(item.order) >= size_) continue;
+      const of_file_info *&first = first_.get()[item.order];
+      if (first == nullptr) first = &item;
+    }
+  }
+
+  [[nodiscard]] bool valid() const { return first_ != nullptr; }
+  [[nodiscard]] std::span<const of_file_info *const> entries() const {
+    return {first_.get(), size_};
+  }
+
+ private:
+  std::size_t size_;
+  MallocPtr<const of_file_info *> first_;
+};
+
+// ---- Reading --------------------------------------------------------------------------------
+
+struct Header {
+  std::int32_t version = kVersion;
+  std::int32_t count = 0;
+};
+
+// Without two numbers the file counts as one of no items.
+Header read_header(Scanner &scanner) {
+  Header header;
+  if (scanner.character('#') && scanner.decimal(header.version) && scanner.character(':') &&
+      scanner.decimal(header.count)) {
+    return header;
+  }
+  return {};
+}
+
+// Whether the file is long enough for so many items: a header that asks for more is not worth the
+// memory.
+bool may_hold(std::FILE *file, std::int32_t count) {
+  constexpr off_t kShortestItem = sizeof "1:1:0:a\n" - 1;
+  struct stat status;
+  if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return true;
+  return count <= status.st_size / kShortestItem;
+}
+
+bool read_item(Scanner &scanner, of_file_info &item) {
+  item = {};
+  return scanner.decimal(item.order) && scanner.character(':') && scanner.decimal(item.enable) &&
+         scanner.character(':') && scanner.hexadecimal(item.flags) && scanner.character(':') &&
+         scanner.word(item.name);
+}
+
+SetPtr read_set(std::FILE *file) {
+  Scanner scanner(file);
+  const Header header = read_header(scanner);
+  if (header.count < 0 || (header.count > 0 && header.version != kVersion) ||
+      !may_hold(file, header.count)) {
+    errno = EINVAL;
+    return nullptr;
+  }
+  SetPtr set = allocate_set(static_cast<std::size_t>(header.count));
+  if (set == nullptr) return nullptr;
+  set->version = header.version;
+  for (of_file_info &item : items(*set)) {
+    if (read_item(scanner, item)) continue;
+    if (std::ferror(file) == 0) errno = EINVAL;
+    return nullptr;
+  }
+  return set;
+}
+
+}  // namespace
+}  // namespace talvera::files
+
+using namespace talvera;
+
+extern "C" int of_serialize(const struct of_files_info *set, const char *dir, const char *dbname) {
+  // Made before the file is emptied, so that a lack of memory costs no settings.
+  const files::OrderIndex index(files::items(*set));
+  if (!index.valid()) return -1;
+  FilePtr file = files::open_database(dir, dbname, "w+");
+  if (file == nullptr) return -1;
+
+  std::fprintf(file.get(), "#%d:%d\n", files::kVersion, set->count);
+  for (const of_file_info *item : index.entries()) {
+    if (item == nullptr) continue;
+    std::fprintf(file.get(), "%d:%d:%x:%s\n", item->order, item->enable, item->flags, item->name);
+  }
+  const bool written = std::ferror(file.get()) == 0;
+  return std::fclose(file.release()) == 0 && written ? 0 : -1;
+}
+
+extern "C" int of_deserialize(struct of_files_info **set, of_filter filter, const char *dir,
+                              const char *dbname, uint8_t create) {
+  const FilePtr file = files::open_database(dir, dbname, "r");
+  if (file == nullptr) return create != 0 ? of_init_files_info(set, filter, dir) : -1;
+  files::SetPtr saved = files::read_set(file.get());
+  if (saved == nullptr) return -1;
+  *set = saved.release();
+  return 0;
+}

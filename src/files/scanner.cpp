@@ -1,0 +1,83 @@
+// Fields of a database file.
+#include "files/scanner.h"
+
+namespace talvera::files {
+namespace {
+
+constexpr std::uint32_t kNoDigit = 255;
+
+// The classes of the C locale, whichever the program has set.
+bool is_space(int c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+std::uint32_t digit_value(int c) {
+  if (c >= '0' && c <= '9') return static_cast<std::uint32_t>(c - '0');
+  if (c >= 'a' && c <= 'f') return static_cast<std::uint32_t>(c - 'a' + 10);
+  if (c >= 'A' && c <= 'F') return static_cast<std::uint32_t>(c - 'A' + 10);
+  return kNoDigit;
+}
+
+}  // namespace
+
+void Scanner::skip_space() {
+  while (is_space(next_))
+    advance();
+}
+
+bool Scanner::character(char wanted) {
+  if (next_ != wanted) return false;
+  advance();
+  return true;
+}
+
+bool Scanner::minus() {
+  const bool negative = next_ == '-';
+  if (negative || next_ == '+') advance();
+  return negative;
+}
+
+bool Scanner::digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value) {
+  if (digit_value(next_) >= base) return false;
+  std::uint64_t sum = 0;
+  for (; digit_value(next_) < base; advance()) {
+    sum = sum * base + digit_value(next_);
+    if (sum > limit) sum = limit;
+  }
+  value = static_cast<std::uint32_t>(sum);
+  return true;
+}
+
+bool Scanner::decimal(std::int32_t &value) {
+  skip_space();
+  const bool negative = minus();
+  std::uint32_t magnitude;
+  if (!digits(10, negative ? 0x80000000U : 0x7FFFFFFFU, magnitude)) return false;
+  value = static_cast<std::int32_t>(negative ? 0 - magnitude : magnitude);
+  return true;
+}
+
+bool Scanner::hexadecimal(std::uint32_t &value) {
+  skip_space();
+  const bool negative = minus();
+  const bool zero = character('0');
+  const bool prefixed = zero && (character('x') || character('X'));
+  if (!digits(16, 0xFFFFFFFFU, value)) {
+    if (!zero || prefixed) return false;
+    value = 0;
+  }
+  if (negative) value = 0 - value;
+  return true;
+}
+
+bool Scanner::word(std::span<char> name) {
+  skip_space();
+  if (next_ == EOF) return false;
+  std::size_t length = 0;
+  for (; next_ != EOF && !is_space(next_); advance()) {
+    if (length + 1 < name.size()) name[length++] = static_cast<char>(next_);
+  }
+  return true;
+}
+
+}  // namespace talvera::files

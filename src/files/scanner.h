@@ -1,0 +1,34 @@
+// Reads the fields of a database file from a stream. As with scanf, white space before a field does
+// not count; numbers saturate at the limits of 32 bits on every machine.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <span>
+
+namespace talvera::files {
+
+class Scanner {
+ public:
+  explicit Scanner(std::FILE *file) : file_(file), next_(getc_unlocked(file)) {}
+
+  // Each tells whether the field was there. What was not is left unread but for its beginning.
+  bool character(char wanted);
+  bool decimal(std::int32_t &value);
+  bool hexadecimal(std::uint32_t &value);
+  // A run of what is not white space, cut to fit with a terminator into `name`, which is all zero.
+  bool word(std::span<char> name);
+
+ private:
+  void advance() { next_ = getc_unlocked(file_); }
+  void skip_space();
+  // A sign, if there is one; tells whether it is a minus.
+  bool minus();
+  // Digits below `base`, up to `limit`; more gives the limit.
+  bool digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value);
+
+  std::FILE *file_;
+  int next_;  // the character to be read next, or EOF
+};
+
+}  // namespace talvera::files

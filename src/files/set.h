@@ -1,0 +1,34 @@
+// Allocation of sets, and their items as a span.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "internal/owners.h"
+#include "talvera/of.h"
+
+namespace talvera::files {
+
+using SetPtr = MallocPtr<of_files_info>;
+
+inline constexpr std::int32_t kVersion = 1;
+inline constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
+
+// Memory for `count` objects, to be filled by the caller; null with errno set when there is none.
+template <typename T>
+MallocPtr<T> allocate(std::size_t count) {
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
+  constexpr std::size_t kSize = sizeof(T);
+  return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
+}
+
+// A set with room for `count` items, for the caller to fill; null with errno set when memory runs
+// out.
+SetPtr allocate_set(std::size_t count);
+
+inline std::span<of_file_info> items(const of_files_info &set) {
+  if (set.count < 1) return {};
+  return {set.items, static_cast<std::size_t>(set.count)};
+}
+
+}  // namespace talvera::files

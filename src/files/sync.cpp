@@ -1,0 +1,81 @@
+// One pass that fits the saved settings to the files now in the directory.
+#include <algorithm>
+#include <cstring>
+
+#include "files/replay.h"
+#include "files/set.h"
+
+namespace talvera::files {
+namespace {
+
+// The saved items by name; of those that share one, the first in the database comes first.
+class NameIndex {
+ public:
+  explicit NameIndex(std::span<const of_file_info> items)
+      : sorted_(allocate<const of_file_info *>(items.size())), size_(items.size()) {
+    if (sorted_ == nullptr) return;
+    const std::span all{sorted_.get(), size_};
+    std::ranges::transform(items, all.begin(), [](const of_file_info &item) { return &item; });
+    std::ranges::sort(all, [](const of_file_info *a, const of_file_info *b) {
+      const int order = std::strcmp(a->name, b->name);
+      return order != 0 ? order < 0 : a < b;
+    });
+  }
+
+  [[nodiscard]] bool valid() const { return sorted_ != nullptr; }
+  [[nodiscard]] const of_file_info *find(const char *name) const {
+    const std::span all{sorted_.get(), size_};
+    const auto found = std::ranges::partition_point(
+        all, [name](const of_file_info *item) { return std::strcmp(item->name, name) < 0; });
+    return found != all.end() && std::strcmp((*found)->name, name) == 0 ? *found : nullptr;
+  }
+
+ private:
+  MallocPtr<const of_file_info *> sorted_;
+  std::size_t size_;
+};
+
+// Takes over what was saved. False when memory runs out.
+bool restore(const of_files_info &saved, std::span<of_file_info> current) {
+  const NameIndex index(items(saved));
+  const auto count = static_cast<std::int32_t>(current.size());
+  const auto moves = allocate<Move>(current.size());
+  if (!index.valid() || moves == nullptr) return false;
+
+  // Known files go to their saved places first; the new ones, kept from the block's other end, then
+  // go to the top, each above the one before.
+  std::size_t known = 0;
+  std::size_t added = 0;
+  for (std::int32_t i = 0; i < count; ++i) {
+    of_file_info &item = current[i];
+    const of_file_info *match = index.find(item.name);
+    if (match == nullptr) {
+      moves.get()[current.size() - ++added] = {i, 1};
+      continue;
+    }
+    item.enable = match->enable;
+    item.flags = match->flags;
+    if (match->order >= 1 && match->order <= count) moves.get()[known++] = {i, match->order};
+  }
+  const std::span new_files{moves.get() + current.size() - added, added};
+  std::ranges::reverse(new_files);
+  std::ranges::copy(new_files, moves.get() + known);
+  return replay({moves.get(), known + added}, current);
+}
+
+}  // namespace
+}  // namespace talvera::files
+
+using namespace talvera;
+
+extern "C" int of_sync_dbfile(of_filter filter, const char *dir, const char *dbname) {
+  of_files_info *built = nullptr;
+  if (of_init_files_info(&built, filter, dir) != 0) return -1;
+  const files::SetPtr current(built);
+  of_files_info *read = nullptr;
+  if (of_deserialize(&read, filter, dir, dbname, 0) == 0) {
+    const files::SetPtr saved(read);
+    if (!files::restore(*saved, files::items(*current))) return -1;
+  }
+  return of_serialize(current.get(), dir, dbname);
+}

@@ -1,0 +1,166 @@
+// The database file: what is written, and what is read from good and bad files.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "unit/files/fixture.h"
+
+namespace talvera::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(Database, WritesItemsInAscendingOrder) {
+  const Folder folder;
+  folder.write(kDatabase, std::string(1000, 'x'));
+  of_file_info list[] = {
+      {"last", 1, 3, 255},       {"first", 0, 1, 0},  {"one-past", 1, 6, 0x80000000},
+      {"shares-first", 1, 1, 0}, {"beyond", 1, 7, 0},
+  };
+  const of_files_info set{77, 5, list};
+  EXPECT_EQ(of_serialize(&set, folder.c_str(), kDatabase), 0);
+  EXPECT_EQ(folder.database(), "#1:5\n1:0:0:first\n3:1:ff:last\n6:1:80000000:one-past\n");
+
+  const of_files_info empty{1, 0, nullptr};
+  EXPECT_EQ(of_serialize(&empty, folder.c_str(), kDatabase), 0);
+  EXPECT_EQ(folder.database(), "#1:0\n");
+
+  of_file_info outside[] = {{"zero", 1, 0, 0}, {"negative", 1, -1, 0}, {"past", 1, 4, 0}};
+  const of_files_info none{1, 3, outside};
+  EXPECT_EQ(of_serialize(&none, folder.c_str(), kDatabase), 0);
+  EXPECT_EQ(folder.database(), "#1:3\n4:1:0:past\n");
+}
+
+TEST(Database, CannotBeWritten) {
+  const Folder folder;
+  of_file_info item{"x", 1, 1, 0};
+  const of_files_info set{1, 1, &item};
+  const int before = open_descriptors();
+  EXPECT_EQ(of_serialize(&set, (folder / "missing").c_str(), kDatabase), -1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(of_serialize(&set, "/dev", "full"), -1);
+  EXPECT_EQ(errno, ENOSPC);
+
+  folder.write(kDatabase, "untouched");
+  SystemDouble system;
+  system.fail("malloc", ENOMEM);
+  EXPECT_EQ(of_serialize(&set, folder.c_str(), kDatabase), -1);
+  EXPECT_EQ(folder.database(), "untouched");
+  EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(Database, ReadsWhatWasSaved) {
+  const std::string longest(31, 'l');
+  const struct {
+    std::string content;
+    int version;
+    Texts items;
+  } cases[] = {
+      {"#1:2\n1:1:0:b.jpg\n2:0:4:a.jpg\n", 1, {"1:1:0:b.jpg", "2:0:4:a.jpg"}},
+      {"#1:1\n1:1:ff:a", 1, {"1:1:ff:a"}},
+      {"#1:1\n9:7:fFfFfFfF:a\nwhat follows is not read", 1, {"9:7:ffffffff:a"}},
+      {"#1:0\n1:1:0:a\n", 1, {}},
+      // Any version will do for nothing.
+      {"#2:0\n", 2, {}},
+      {"#-3:0", -3, {}},
+      // No header: nothing saved.
+      {"", 1, {}},
+      {"garbled\n1:1:0:a\n", 1, {}},
+      {" #5:1\n1:1:0:a\n", 1, {}},
+      {"#5\n1:1:0:a\n", 1, {}},
+      {"#5 :1\n", 1, {}},
+      {"#5:x\n", 1, {}},
+      {"#", 1, {}},
+      {"#-:1\n1:1:0:a\n", 1, {}},
+      // White space before a field does not count, nor do signs and prefixes of numbers.
+      {"# 1: 1 +1:\t-1:\n0x1F: a\n", 1, {"1:-1:1f:a"}},
+      {"#1:2\n1:1:0:a 2:1:0X1f:b", 1, {"1:1:0:a", "2:1:1f:b"}},
+      {"#1:1\r\n\r\n1:1:-1:a\r\n", 1, {"1:1:ffffffff:a"}},
+      {"#1:1\n1:1:00:a:b%c#\n", 1, {"1:1:0:a:b%c#"}},
+      {"#1:1\n1:1:0:\xff\xe4\n", 1, {"1:1:0:\xff\xe4"}},
+      // Numbers keep to 32 bits, names to their field.
+      {"#1:1\n99999999999999999999:-99999999999999999999:1ffffffff:a\n",
+       1,
+       {"2147483647:-2147483648:ffffffff:a"}},
+      {"#1:1\n2147483648:-2147483648:ffffffff:a\n", 1, {"2147483647:-2147483648:ffffffff:a"}},
+      {"#1:2\n1:1:0:" + longest + "\n2:1:0:b\n", 1, {"1:1:0:" + longest, "2:1:0:b"}},
+      {"#1:2\n1:1:0:" + longest + "X\n2:1:0:b\n", 1, {"1:1:0:" + longest, "2:1:0:b"}},
+      {"#1:2\n1:1:0:" + longest + std::string(10000, 'X') + "\n2:1:0:b\n",
+       1,
+       {"1:1:0:" + longest, "2:1:0:b"}},
+  };
+  for (const auto &[content, version, expected] : cases) {
+    SCOPED_TRACE(content.substr(0, 80));
+    const Folder folder({"other"});
+    folder.write(kDatabase, content);
+    of_files_info *set = nullptr;
+    ASSERT_EQ(of_deserialize(&set, nullptr, folder.c_str(), kDatabase, 1), 0);
+    EXPECT_EQ(set->version, version);
+    EXPECT_EQ(set->count, static_cast<int>(expected.size()));
+    EXPECT_EQ(items(set), expected);
+    of_free_files_info(&set);
+  }
+}
+
+TEST(Database, RefusesBadItems) {
+  const char *const cases[] = {
+      "#1:1\n",
+      "#1:2\n1:1:0:a\n",
+      "#1:2\n1:1:0:a\n2:1:0:\n",
+      "#1:2\n1:1:0:a b\n2:1:0:c\n",  // a name with a space
+      "#1:1\nx:1:0:a\n",
+      "#1:1\n1:x:0:a\n",
+      "#1:1\n1:1:x:a\n",
+      "#1:1\n1:1:0x:a\n",
+      "#1:1\n1:1:-:a\n",
+      "#1:1\n1 :1:0:a\n",
+      "#1:1\n1:1 :0:a\n",
+      "#1:1\n1:1:0 :a\n",
+      "#1:1\n1;1:0:a\n",
+      "#2:1\n1:1:0:a\n",
+      "#0:1\n1:1:0:a\n",
+      "#1:-1\n1:1:0:a\n",
+      "#1:-97612893\n",
+      "#1:2147483647\n1:1:0:a\n",
+      "#1:9999999999\n1:1:0:a\n",
+  };
+  auto *const stale = reinterpret_cast<of_files_info *>(0x10);
+  const int before = open_descriptors();
+  for (const char *content : cases) {
+    const Folder folder;
+    folder.write(kDatabase, content);
+    of_files_info *set = stale;
+    EXPECT_EQ(of_deserialize(&set, not_the_database, folder.c_str(), kDatabase, 1), -1) << content;
+    EXPECT_EQ(set, stale) << content;
+  }
+  EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(Database, MissingFileIsMadeUpOnRequest) {
+  const Folder folder({"b", "a"});
+  auto *const stale = reinterpret_cast<of_files_info *>(0x10);
+  of_files_info *set = stale;
+  EXPECT_EQ(of_deserialize(&set, not_the_database, folder.c_str(), kDatabase, 0), -1);
+  EXPECT_EQ(set, stale);
+  ASSERT_EQ(of_deserialize(&set, not_the_database, folder.c_str(), kDatabase, 255), 0);
+  EXPECT_THAT(items(set), ElementsAre("1:1:0:a", "2:1:0:b"));
+  of_free_files_info(&set);
+  set = stale;
+  EXPECT_EQ(of_deserialize(&set, not_the_database, (folder / "missing").c_str(), kDatabase, 1), -1);
+  EXPECT_EQ(set, nullptr);
+}
+
+// A directory in the file's place opens, but gives nothing.
+TEST(Database, DirectoryIsEmpty) {
+  const Folder folder;
+  mkdir((folder / kDatabase).c_str(), 0700);
+  of_files_info *set = nullptr;
+  ASSERT_EQ(of_deserialize(&set, nullptr, folder.c_str(), kDatabase, 0), 0);
+  EXPECT_EQ(set->count, 0);
+  of_free_files_info(&set);
+  EXPECT_EQ(folder.sync(), -1);
+}
+
+}  // namespace
+}  // namespace talvera::test
