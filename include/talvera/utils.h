@@ -229,6 +229,80 @@ TALVERA_API int sysfs_get_attr(const char *path_format, char *buf, size_t size, 
 TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) TALVERA_PRINTF(1, 3)
     TALVERA_NONNULL(2);
 
+/* ---- Console -------------------------------------------------------------------------------- */
+
+/** Prints a message on "/dev/console", which the first message opens (close-on-exec) and the
+ *  process keeps.
+ *
+ *  A message that fits and ends in a line feed is followed by a carriage return.
+ *
+ *  @param format  printf format of the message, which is cut to 255 characters
+ *  @return negative with errno set when the console cannot be opened (the next call tries again);
+ *          otherwise no meaningful value
+ */
+TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
+
+/* ---- Persistent files -------------------------------------------------------------------------
+ */
+/* What the tool "/sbin/pfs" is told, through sdb_system() and with its results. Paths go to the
+ * shell as they are. */
+
+/** Notes that a factory clearing is in progress: from now on, in this process, no file is added
+ *  and nothing is committed. */
+TALVERA_API void pfs_clearing_set(void);
+
+/** Stops the running "pfs" and runs "pfs -e > /dev/null 2>&1". */
+TALVERA_API int pfs_newbox(void);
+
+/** Runs "/sbin/pfs -r <line>" for each line of "/sbin/pfs -l" with a text in it.
+ *
+ *  @param substring  text to look for, ignoring case; null or empty is in every line
+ *  @return the result of pclose() for the listing; 0 when that could not be started
+ */
+TALVERA_API int pfs_forget_files(const char *substring);
+
+/** Runs "/sbin/pfs -r <path>", also during a clearing. */
+TALVERA_API int pfs_forget_file(const char *path) TALVERA_NONNULL(1);
+
+/** Runs "/sbin/pfs -a <path>"; during a clearing it runs nothing and returns 1. */
+TALVERA_API int pfs_remember_file(const char *path) TALVERA_NONNULL(1);
+
+/** Runs "/sbin/pfs -s"; during a clearing it runs nothing and returns 1. */
+TALVERA_API int pfs_commit(void);
+
+/* ---- Random numbers ---------------------------------------------------------------------------
+ */
+
+/** Reads random bytes from "/dev/random", which may wait for them (random(4)).
+ *
+ *  @param[out] buffer  room for @p length bytes; a byte that cannot be read becomes 0xFF
+ *  @return 0, or -1 with errno set when the device cannot be opened
+ */
+TALVERA_API int rand_read(void *buffer, size_t length);
+
+/** As rand_read(), from "/dev/urandom", which does not wait. */
+TALVERA_API int urand_read(void *buffer, size_t length);
+
+/** @return a number from "/dev/random", the first byte read being the highest; all ones, a value
+ *          like any other, also when the device cannot be opened */
+TALVERA_API uint32_t rand_generate_uint32(void);
+
+/** As rand_generate_uint32(), from "/dev/urandom". */
+TALVERA_API uint32_t urand_generate_uint32(void);
+
+/* ---- Host look-up -------------------------------------------------------------------------------
+ */
+
+/** Resolves a host name to the text of its first address.
+ *
+ *  @param name         host name, or an address as text
+ *  @param[out] buffer  room for @p size bytes; empty when the look-up fails and when the address
+ *                      does not fit (INET_ADDRSTRLEN bytes always do)
+ *  @return 0 when the name was found; else the result of gethostbyname_r(), or its h_errno value
+ *          (such as HOST_NOT_FOUND, netdb.h)
+ */
+TALVERA_API int hostname_to_addr(const char *name, char *buffer, size_t size) TALVERA_NONNULL(1);
+
 TALVERA_END_DECLS
 
 #endif

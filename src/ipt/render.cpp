@@ -11,8 +11,8 @@
 namespace talvera::ipt {
 namespace {
 
-// Number 0 is "none" in all but the first. Where something must be rendered for it, it is that word,
-// so that iptables refuses the command: without a chain it could mean all of them.
+// Number 0 is "none" in all but the first. Where something must be rendered for it, it is that
+// word, so that iptables refuses the command: without a chain it could mean all of them.
 constexpr auto kTables = name_table("filter\0raw\0conntrack\0mangle\0nat");
 constexpr auto kChains = name_table("none\0PREROUTING\0INPUT\0FORWARD\0OUTPUT\0POSTROUTING");
 constexpr auto kCommands = name_table("none\0A\0I\0D\0R\0F\0Z\0N\0X\0P");

@@ -6,17 +6,13 @@
 #include <cstring>
 
 #include "internal/format.h"
+#include "internal/number32.h"
 #include "internal/streams.h"
 #include "talvera/process.h"
 
 namespace {
 
 constexpr std::size_t kLineSize = 1024;
-
-// The number that a 32-bit machine reads: what is out of its range becomes the limit.
-int saturated(long number) {
-  return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
-}
 
 // Stores the numbers of one line of output; returns how many there were room for.
 int store_numbers(char *line, pid_t *pids, int capacity) {
@@ -25,7 +21,7 @@ int store_numbers(char *line, pid_t *pids, int capacity) {
   char *rest = nullptr;
   for (char *token = strtok_r(line, kSeparators, &rest); token != nullptr && count < capacity;
        token = strtok_r(nullptr, kSeparators, &rest)) {
-    pids[count++] = saturated(std::strtol(token, nullptr, 10));
+    pids[count++] = talvera::parse_int32(token);
   }
   return count;
 }
@@ -66,6 +62,7 @@ extern "C" pid_t process_get_from_file(const char *path) {
   if (file == nullptr) return 0;
   long number = 0;
   if (std::fscanf(file.get(), "%ld", &number) != 1) return 0;
-  const int pid = saturated(number);
+  // As on a 32-bit machine, what is out of range becomes the limit, and no process.
+  const int pid = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
   return process_exists(pid) ? pid : 0;
 }

@@ -41,9 +41,10 @@ TEST(ReadyMade, Pinholes) {
               c.params.empty() ? "(null)"
                                : "iptables -t nat -A PREROUTING " + c.params + kState + c.target);
   }
-  // Bit 0 stands for the negated protocol, though it is not rendered.
+  // Bit 0 stands for the negated protocol, though it is not rendered. Each item has its own bits.
   const RulePtr rule(ipt_make_pinhole_rule(1, "1.2.3.4", "!tcp", "!80", "10.0.0.2", 80));
   EXPECT_EQ(static_cast<ipt_param *>(list_get_at(rule->params, 0))->negation, 0x09);
+  EXPECT_EQ(static_cast<ipt_param *>(list_get_at(rule->params, 1))->negation, 0);
   EXPECT_EQ(text_of(ipt_make_pinhole_rule(1, "1.2.3.4", nullptr, "80", "10.0.0.2", 80)),
             "iptables -t nat -A PREROUTING  -p --dport 80 -d 1.2.3.4" + std::string(kState) +
                 "10.0.0.2:80");
@@ -63,6 +64,8 @@ TEST(ReadyMade, NatOnInterfacesAndForRanges) {
   EXPECT_EQ(text_of(ipt_make_maplist_rule(IPT_COMMAND_DELETE, "! 10.0.0.1", "!1.1.1.1-2.2.2.2")),
             "iptables -t nat -D POSTROUTING  -d ! 10.0.0.1 -m iprange --src-range ! "
             "1.1.1.1-2.2.2.2 -j MASQUERADE  ");
+  const RulePtr rule(ipt_make_maplist_rule(1, "!10.0.0.1", range));
+  EXPECT_EQ(static_cast<ipt_match *>(list_get_at(rule->matches, 0))->negation, 0);
   EXPECT_EQ(ipt_make_maplist_rule(1, nullptr, range), nullptr);
   EXPECT_EQ(ipt_make_maplist_rule(1, "10.0.0.1", nullptr), nullptr);
   EXPECT_EQ(text_of(ipt_make_nat_onoff_rule(10, "ppp0")), "[2012]");

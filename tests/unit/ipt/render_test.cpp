@@ -120,6 +120,8 @@ TEST(Render, NumbersOutOfRangeFailTheirStep) {
       {{0, 2, 10, nullptr, {}, {}, 1, nullptr}, 1},
       {{0, 6, 1, nullptr, {}, {}, 1, nullptr}, 1},
       {{0, 2, 0xFFFFFFFF, nullptr, {}, {}, 1, nullptr}, 1},
+      {{0, 0xFFFFFFFF, 1, nullptr, {}, {}, 1, nullptr}, 1},
+      {{0, 2, 1, nullptr, {}, {}, 0xFFFFFFFF, nullptr}, 4},
       {{0, 2, 1, nullptr, {{1, 0, "tcp", 18, nullptr}}, {}, 1, nullptr}, 2},
       {{0, 2, 1, nullptr, {}, {{1, 0, nullptr, 18, nullptr}}, 1, nullptr}, 3},
       {{0, 2, 1, nullptr, {}, {}, 17, nullptr}, 4},

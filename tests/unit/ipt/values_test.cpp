@@ -111,6 +111,7 @@ TEST(Values, PortRanges) {
       {"1000:", 2000, -1, "held"},
       {"1000:", 1000, 0, "held"},
       {"1000x:2000", 1, -1, "held"},
+      {"1000x2000:3000", 1, -1, "held"},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.external);

@@ -1,0 +1,50 @@
+// The persistent-file tool's command lines.
+#include <cstdint>
+
+#include "internal/streams.h"
+#include "talvera/process.h"
+#include "talvera/strutil.h"
+#include "talvera/utils.h"
+
+namespace {
+
+constexpr int kLineSize = 1024;
+
+// Set while a factory clearing is in progress, to the end of the process.
+std::int32_t clearing = 0;
+
+}  // namespace
+
+extern "C" void pfs_clearing_set(void) {
+  clearing = 1;
+}
+
+extern "C" int pfs_newbox(void) {
+  process_stop(process_find("pfs"));
+  return sdb_system("pfs -e > /dev/null 2>&1");
+}
+
+extern "C" int pfs_forget_files(const char *substring) {
+  talvera::PipePtr listing(popen("/sbin/pfs -l", "r"));
+  if (listing == nullptr) return 0;
+  char line[kLineSize];
+  while (std::fgets(line, sizeof line, listing.get()) != nullptr) {
+    // The line is passed on as it was read, its line feed included: to the shell the command's end.
+    if (strncasestr(line, substring, kLineSize) != nullptr) sdb_system("/sbin/pfs -r %s", line);
+  }
+  return pclose(listing.release());
+}
+
+extern "C" int pfs_forget_file(const char *path) {
+  return sdb_system("/sbin/pfs -r %s", path);
+}
+
+extern "C" int pfs_remember_file(const char *path) {
+  if (clearing != 0) return clearing;
+  return sdb_system("/sbin/pfs -a %s", path);
+}
+
+extern "C" int pfs_commit(void) {
+  if (clearing != 0) return clearing;
+  return sdb_system("/sbin/pfs -s");
+}

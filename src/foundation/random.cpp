@@ -1,0 +1,48 @@
+// Random bytes and numbers from the kernel's devices.
+#include <cstdint>
+
+#include "internal/big_endian.h"
+#include "internal/streams.h"
+#include "talvera/utils.h"
+
+namespace {
+
+constexpr char kRandom[] = "/dev/random";
+constexpr char kUrandom[] = "/dev/urandom";
+
+// A byte that cannot be read is deliberately 0xFF, what EOF is as a byte, and no failure.
+int read_device(const char *device, void *buffer, std::size_t length) {
+  char drawn[64];  // a small buffer: little more entropy is drawn than is asked for
+  const talvera::FilePtr stream(std::fopen(device, "r"));
+  if (stream == nullptr) return -1;
+  std::setvbuf(stream.get(), drawn, _IOFBF, sizeof drawn);
+  auto *bytes = static_cast<std::uint8_t *>(buffer);
+  for (std::size_t i = 0; i < length; ++i)
+    bytes[i] = static_cast<std::uint8_t>(std::fgetc(stream.get()));
+  return 0;
+}
+
+// All ones when the device cannot be opened.
+std::uint32_t draw_number(const char *device) {
+  std::uint8_t bytes[4];
+  if (read_device(device, bytes, sizeof bytes) != 0) return UINT32_MAX;
+  return talvera::load_be32(bytes);
+}
+
+}  // namespace
+
+extern "C" int rand_read(void *buffer, size_t length) {
+  return read_device(kRandom, buffer, length);
+}
+
+extern "C" int urand_read(void *buffer, size_t length) {
+  return read_device(kUrandom, buffer, length);
+}
+
+extern "C" uint32_t rand_generate_uint32(void) {
+  return draw_number(kRandom);
+}
+
+extern "C" uint32_t urand_generate_uint32(void) {
+  return draw_number(kUrandom);
+}

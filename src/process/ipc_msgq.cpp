@@ -1,0 +1,141 @@
+// Named message queues: local datagram sockets bound to a path.
+#include "talvera/ipc_msgq.h"
+
+#include <sys/ioctl.h>
+#include <sys/select.h>
+
+#include <cstddef>
+#include <cstring>
+
+#include "internal/owners.h"
+
+namespace {
+
+using talvera::ErrnoKeeper;
+using talvera::MallocPtr;
+using talvera::UniqueFd;
+
+// The address is always passed whole, whatever the length of the name: the zeros behind it are part
+// of what is bound.
+constexpr socklen_t kAddressLength = 110;
+static_assert(sizeof(sockaddr_un) == kAddressLength && sizeof(sockaddr_un::sun_path) == 108);
+static_assert(offsetof(ipc_msgq, address) == 4);
+
+const sockaddr *address_of(const ipc_msgq &queue) {
+  return reinterpret_cast<const sockaddr *>(&queue.address);
+}
+
+// A record with the queue's address and no socket yet; null for a name that the path cannot hold.
+MallocPtr<ipc_msgq> make_record(const char *name) {
+  const std::size_t length = name != nullptr ? std::strlen(name) : 0;
+  if (name == nullptr || length >= sizeof(sockaddr_un::sun_path)) {
+    errno = name == nullptr ? EINVAL : ENAMETOOLONG;
+    return nullptr;
+  }
+  MallocPtr<ipc_msgq> queue(static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq))));
+  if (queue == nullptr) return nullptr;
+  queue->address.sun_family = AF_UNIX;
+  std::memcpy(queue->address.sun_path, name, length);
+  return queue;
+}
+
+// A non-blocking local datagram socket.
+UniqueFd open_socket() {
+  UniqueFd fd(socket(AF_UNIX, SOCK_DGRAM, 0));
+  if (!fd.valid()) {
+    const ErrnoKeeper keep;
+    std::printf("socket create failed \n");
+    return fd;
+  }
+  int on = 1;
+  ioctl(fd.get(), FIONBIO, &on);
+  return fd;
+}
+
+// Waits until the socket is readable.
+int wait_readable(int fd) {
+  if (fd < 0 || fd >= FD_SETSIZE) {  // beyond what a descriptor set holds
+    errno = EBADF;
+    return -1;
+  }
+  fd_set readable;
+  FD_ZERO(&readable);
+  FD_SET(fd, &readable);
+  const int ready = select(fd + 1, &readable, nullptr, nullptr, nullptr);
+  if (ready < 0) return ready;
+  return FD_ISSET(fd, &readable) ? 1 : 0;
+}
+
+}  // namespace
+
+extern "C" int ipc_msgq_create(void) {
+  return 0;
+}
+
+extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
+  MallocPtr<ipc_msgq> queue = make_record(name);
+  if (queue == nullptr) return nullptr;
+  UniqueFd fd = open_socket();
+  if (!fd.valid()) return nullptr;
+  if (bind(fd.get(), address_of(*queue), kAddressLength) != 0) {
+    const ErrnoKeeper keep;
+    std::printf("bind failed:%d:%s\n", errno, std::strerror(errno));
+    return nullptr;
+  }
+  queue->fd = fd.release();
+  return queue.release();
+}
+
+extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
+  MallocPtr<ipc_msgq> queue = make_record(name);
+  if (queue == nullptr) return nullptr;
+  UniqueFd fd = open_socket();
+  if (!fd.valid()) return nullptr;
+  queue->fd = fd.release();
+  return queue.release();
+}
+
+extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, size_t length) {
+  if (queue == nullptr) {
+    std::printf("%s:Invalid server details\n", __func__);
+    errno = EINVAL;
+    return -1;
+  }
+  if (sendto(queue->fd, buffer, length, 0, address_of(*queue), kAddressLength) < 0) {
+    const ErrnoKeeper keep;
+    std::printf("sendto failed.Error:%d:%s\n", errno, std::strerror(errno));
+    return -1;
+  }
+  return 0;
+}
+
+extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size_t length) {
+  if (queue == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
+  const int ready = wait_readable(queue->fd);
+  if (ready < 0) {
+    const ErrnoKeeper keep;
+    std::printf("EBADF:%d, EFAULT:%d, EINTR:%d, EINVAL:%d\n  select() failed. error:%d:%s\n", EBADF,
+                EFAULT, EINTR, EINVAL, errno, std::strerror(errno));
+    return -1;
+  }
+  if (ready == 0) return -1;
+  sockaddr_un sender;
+  socklen_t sender_length = sizeof sender;
+  return static_cast<int>(recvfrom(queue->fd, buffer, length, 0,
+                                   reinterpret_cast<sockaddr *>(&sender), &sender_length));
+}
+
+extern "C" int ipc_msgq_msg_count(const struct ipc_msgq * /*queue*/) {
+  return 0;
+}
+
+extern "C" int ipc_msgq_delete(struct ipc_msgq * /*queue*/) {
+  return 0;
+}
+
+extern "C" int ipc_msgq_close(struct ipc_msgq * /*queue*/) {
+  return 0;
+}

@@ -1,0 +1,80 @@
+// Links of the CA directory: certificate files and the hash links that OpenSSL finds them by.
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "talvera/sdb.h"
+#include "talvera/ssl.h"
+
+namespace talvera::ssl {
+namespace {
+
+#define CA_DIRECTORY "/var/etc/ssl"
+
+constexpr std::size_t kDirectoryPrefix = sizeof CA_DIRECTORY "/" - 1;
+// Room for the texts, terminators included; longer ones are cut.
+constexpr std::size_t kHashLinkSize = 32;
+constexpr std::size_t kEntrySize = 255;
+
+bool exists(const char *path) {
+  return access(path, F_OK) == 0;
+}
+
+bool is_there(const char *path) {
+  struct stat status;
+  return lstat(path, &status) == 0;
+}
+
+bool is_dangling_link(const char *path) {
+  struct stat status;
+  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !exists(path);
+}
+
+// Deliberately without a result and without numbering: a link of the same hash stays.
+void add_hash_link(const char *link_path) {
+  char name[kHashLinkSize];
+  char target[kEntrySize];
+  const char *file = link_path + std::min(kDirectoryPrefix, std::strlen(link_path));
+  std::snprintf(name, sizeof name, CA_DIRECTORY "/%08lx.0", SSL_cert_hash(link_path, "PEM"));
+  std::snprintf(target, sizeof target, "./%s", file);
+  [[maybe_unused]] const int ignored = symlink(target, name);
+}
+
+int add_links(const char *cert_path, const char *link_path) {
+  if (is_there(link_path)) return 0;
+  if (symlink(cert_path, link_path) != 0) {
+    sdb_log(SDB_LOG_ERROR, "SSL_CACERTDIR: failed linking %s", link_path);
+    return 0;
+  }
+  add_hash_link(link_path);
+  return 1;
+}
+
+void sweep_dangling_links() {
+  DIR *directory = opendir(CA_DIRECTORY);
+  if (directory == nullptr) return;
+  while (const dirent *entry = readdir(directory)) {
+    char path[kEntrySize];
+    const int length = std::snprintf(path, sizeof path, "%s/%s", CA_DIRECTORY, entry->d_name);
+    if (length > 0 && is_dangling_link(path)) unlink(path);
+  }
+  closedir(directory);
+}
+
+int remove_links(const char *link_path) {
+  if (!is_there(link_path) || unlink(link_path) != 0) return 0;
+  sweep_dangling_links();
+  return 1;
+}
+
+}  // namespace
+}  // namespace talvera::ssl
+
+extern "C" int SSL_cert_rehash(const char *cert_path, const char *link_path) {
+  return talvera::ssl::exists(cert_path) ? talvera::ssl::add_links(cert_path, link_path)
+                                         : talvera::ssl::remove_links(link_path);
+}

@@ -1,0 +1,88 @@
+// Parsed certificates: loading, subject attributes, validity dates.
+#include <openssl/objects.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "internal/owners.h"
+#include "ssl/openssl_owners.h"
+#include "talvera/ssl.h"
+#include "talvera/utils.h"
+
+namespace talvera::ssl {
+namespace {
+
+int subject_text(X509 *certificate, int nid, char *buffer, int size) {
+  X509_NAME *subject = X509_get_subject_name(certificate);
+  if (size >= 1) return X509_NAME_get_text_by_NID(subject, nid, buffer, size);
+  return X509_NAME_get_index_by_NID(subject, nid, -1) < 0 ? -1 : 0;
+}
+
+// Prints a date and deliberately releases its object with free(), whatever comes of it: callers
+// know that asking for a date uses the certificate up.
+int take_date(ASN1_TIME *date, char *buffer, int length) {
+  if (date == nullptr) return -1;
+  const MallocPtr<ASN1_TIME> used_up(date);
+  const ErrorQueueMark mark;
+  const BioPtr text(BIO_new(BIO_s_mem()));
+  if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1 || length < 0) return -1;
+  char *printed = nullptr;
+  const long printed_length = BIO_get_mem_data(text.get(), &printed);
+  const int count = static_cast<int>(std::min<long>(printed_length, length));
+  std::memcpy(buffer, printed, static_cast<std::size_t>(count));
+  buffer[count] = '\0';  // deliberately one past `length` when the text is cut
+  return count;
+}
+
+}  // namespace
+}  // namespace talvera::ssl
+
+using namespace talvera::ssl;
+
+extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long len) {
+  return X509Ptr(uc_make_x509(der, len)) != nullptr ? 1 : 0;
+}
+
+extern "C" X509 *uc_make_x509(const unsigned char *der, long len) {
+  if (der == nullptr || len < 1) return nullptr;
+  const ErrorQueueMark mark;
+  return d2i_X509(nullptr, &der, len);
+}
+
+extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name) {
+  *data = nullptr;
+  const talvera::UniqueFd file(uf_open(dir, name));
+  if (file.get() < 1) return 0;
+  const long size = uf_fsize(file.get());
+  if (size < 1 || size > INT_MAX) return 0;
+  const auto bytes = static_cast<std::size_t>(size);
+  talvera::MallocPtr<unsigned char> content(static_cast<unsigned char *>(std::malloc(bytes)));
+  if (content == nullptr || ::read(file.get(), content.get(), bytes) != size) return 0;
+  *data = content.release();
+  return static_cast<int>(size);
+}
+
+extern "C" int uc_get_common_name(X509 *cert, char *buf, int len) {
+  return subject_text(cert, NID_commonName, buf, len);
+}
+
+extern "C" int uc_get_serial_number(X509 *cert, char *buf, int len) {
+  return subject_text(cert, NID_serialNumber, buf, len);
+}
+
+extern "C" int uc_get_organization_name(X509 *cert, char *buf, int len) {
+  return subject_text(cert, NID_organizationName, buf, len);
+}
+
+extern "C" int uc_get_organizational_unit_name(X509 *cert, char *buf, int len) {
+  return subject_text(cert, NID_organizationalUnitName, buf, len);
+}
+
+extern "C" int uc_get_notbefore(X509 *cert, char *buf, int len) {
+  return take_date(X509_get_notBefore(cert), buf, len);
+}
+
+extern "C" int uc_get_notafter(X509 *cert, char *buf, int len) {
+  return take_date(X509_get_notAfter(cert), buf, len);
+}

@@ -1,0 +1,148 @@
+// Certificate files in several encodings: subject hash, fingerprint, conversion to PEM.
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <span>
+#include <string_view>
+
+#include "ssl/openssl_compat.h"
+#include "talvera/ssl.h"
+
+namespace talvera::ssl {
+namespace {
+
+enum class Format {
+  kUndefined = 0,
+  kDer = 1,
+  kText = 2,
+  kPem = 3,
+  kNetscape = 4,
+  kPkcs12 = 5,
+  kSmime = 6,
+  kEngine = 7,
+  kMicrosoftBlob = 11,
+  kPvk = 12,
+};
+
+bool names_pkcs12(std::string_view word) {
+  static constexpr std::array<std::string_view, 4> kWords = {"PKCS12", "pkcs12", "P12", "p12"};
+  return word.front() == '1' || std::ranges::find(kWords, word) != kWords.end();
+}
+
+// The order matters: "PKCS12" and "P12" are PKCS#12 although other words with "P" are PEM.
+Format format_of(const char *word) {
+  if (word == nullptr || *word == '\0') return Format::kUndefined;
+  switch (word[0]) {
+    case 'D':
+    case 'd':
+      return Format::kDer;
+    case 'T':
+    case 't':
+      return Format::kText;
+    case 'N':
+    case 'n':
+      return Format::kNetscape;
+    case 'S':
+    case 's':
+      return Format::kSmime;
+    case 'M':
+    case 'm':
+      return Format::kMicrosoftBlob;
+    default:
+      break;
+  }
+  if (names_pkcs12(word)) return Format::kPkcs12;
+  switch (word[0]) {
+    case 'E':
+    case 'e':
+      return Format::kEngine;
+    case 'P':
+    case 'p':
+      return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
+    default:
+      return Format::kUndefined;
+  }
+}
+
+// Standard input is read unbuffered, so that no byte after the certificate is taken from it.
+BioPtr open_input(const char *path) {
+  if (path != nullptr) return BioPtr(BIO_new_file(path, "r"));
+  std::setvbuf(stdin, nullptr, _IONBF, 0);
+  return BioPtr(BIO_new_fp(stdin, BIO_NOCLOSE));
+}
+
+// Refuses an encrypted certificate, for which OpenSSL would otherwise ask on the terminal.
+int no_pass_phrase(char *, int, int, void *) {
+  return -1;
+}
+
+X509Ptr read_certificate(const char *path, Format format) {
+  const BioPtr in = open_input(path);
+  if (in == nullptr) return nullptr;
+  switch (format) {
+    case Format::kDer:
+      return X509Ptr(d2i_X509_bio(in.get(), nullptr));
+    case Format::kPem:
+      return X509Ptr(PEM_read_bio_X509_AUX(in.get(), nullptr, no_pass_phrase, nullptr));
+    case Format::kNetscape:
+      return read_netscape(in.get());
+    case Format::kPkcs12:
+      return read_pkcs12(in.get());
+    default:
+      return nullptr;
+  }
+}
+
+const EVP_MD *digest_of(const char *name) {
+  if (strcasecmp(name, "sha1") == 0) return EVP_sha1();
+  if (strcasecmp(name, "md5") == 0) return EVP_md5();
+  return nullptr;
+}
+
+}  // namespace
+}  // namespace talvera::ssl
+
+using namespace talvera::ssl;
+
+extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
+  const ErrorQueueMark mark;
+  const X509Ptr certificate = read_certificate(path, format_of(format));
+  return certificate != nullptr ? X509_subject_name_hash(certificate.get()) : 0;
+}
+
+extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const char *digest,
+                                    char *out) {
+  if (out == nullptr || digest == nullptr) return -1;
+  const EVP_MD *type = digest_of(digest);
+  if (type == nullptr) return -1;
+
+  const ErrorQueueMark mark;
+  const X509Ptr certificate = read_certificate(path, format_of(format));
+  if (certificate == nullptr) return -1;
+  unsigned char bytes[EVP_MAX_MD_SIZE];
+  unsigned int size = 0;
+  if (X509_digest(certificate.get(), type, bytes, &size) != 1 || size == 0) return -1;
+  // Each byte takes three characters; the formatter's own terminator goes one beyond.
+  for (const unsigned char &byte : std::span(bytes, size)) {
+    const bool last = &byte == bytes + size - 1;
+    std::snprintf(out, 4, "%02X%c", byte, last ? '\0' : ':');
+    out += 3;
+  }
+  return 0;
+}
+
+extern "C" int SSL_cert_der2pem(const char *der_path, const char *pem_path) {
+  if (pem_path == nullptr) return -1;
+  const ErrorQueueMark mark;
+  const BioPtr out(BIO_new_file(pem_path, "w"));
+  if (out == nullptr) return -1;
+  const X509Ptr certificate = read_certificate(der_path, Format::kDer);
+  if (certificate == nullptr) return -1;
+  const bool written =
+      PEM_write_bio_X509(out.get(), certificate.get()) == 1 && BIO_flush(out.get()) == 1;
+  return written ? 0 : -1;
+}

@@ -1,0 +1,101 @@
+// The client's handshake within a fixed time, and the judgement of the server.
+#include <strings.h>
+#include <sys/ioctl.h>
+#include <sys/select.h>
+
+#include <cstring>
+
+#include "internal/decimal_int.h"
+#include "ssl/openssl_owners.h"
+#include "ssl/pipe_signal_block.h"
+#include "talvera/sdb.h"
+#include "talvera/ssl.h"
+
+namespace talvera::ssl {
+namespace {
+
+constexpr timeval kHandshakeBudget = {20, 0};
+constexpr std::size_t kFlagSize = 16;
+constexpr std::size_t kNameSize = 100;
+
+void set_blocking(int fd, bool blocking) {
+  int non_blocking = blocking ? 0 : 1;
+  ioctl(fd, FIONBIO, &non_blocking);
+}
+
+// Waits until the handshake can go on; false when it cannot. The wait writes what is left of the
+// budget back, so that the budget is the total of all waits.
+bool wait_for_socket(int fd, bool for_reading, timeval &budget) {
+  if (fd < 0 || fd >= FD_SETSIZE) return false;
+  fd_set readable;
+  fd_set writable;
+  fd_set exceptional;
+  FD_ZERO(&readable);
+  FD_ZERO(&writable);
+  FD_ZERO(&exceptional);
+  FD_SET(fd, for_reading ? &readable : &writable);
+  FD_SET(fd, &exceptional);
+  return select(fd + 1, &readable, &writable, &exceptional, &budget) > 0 &&
+         !FD_ISSET(fd, &exceptional);
+}
+
+bool has_network_time() {
+  char flag[kFlagSize];
+  if (sdb_get("ip.ntp.time-acquired", flag, sizeof flag) != 0) {
+    sdb_log(SDB_LOG_ERROR, "Failed to get NTP time acquired");
+    return false;
+  }
+  return decimal_int(flag) != 0;
+}
+
+// A name with a NUL inside is none: it would pass for its first part.
+bool has_common_name(X509 *certificate, const char *expected) {
+  char name[kNameSize];
+  const int length = X509_NAME_get_text_by_NID(X509_get_subject_name(certificate), NID_commonName,
+                                               name, sizeof name);
+  return length >= 0 && std::strlen(name) == static_cast<std::size_t>(length) &&
+         strcasecmp(expected, name) == 0;
+}
+
+long refuse(long reason) {
+  sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(reason));
+  return reason;
+}
+
+}  // namespace
+}  // namespace talvera::ssl
+
+using namespace talvera::ssl;
+
+extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
+  const PipeSignalBlock no_signal;
+  timeval budget = kHandshakeBudget;
+  for (;;) {
+    set_blocking(fd, false);
+    const int result = SSL_connect(ssl);
+    if (result > 0) {
+      // Deliberately still non-blocking: the caller chooses how it goes on.
+      sdb_log(SDB_LOG_INFO, "SSL: Handshake Success");
+      return 1;
+    }
+    const int error = SSL_get_error(ssl, result);
+    if (error == SSL_ERROR_NONE) return 1;
+    if (error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) return 0;
+    set_blocking(fd, true);
+    if (!wait_for_socket(fd, error == SSL_ERROR_WANT_READ, budget)) return 0;
+  }
+}
+
+extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
+  const ErrorQueueMark mark;
+  const long result = SSL_get_verify_result(ssl);
+  const bool clock_is_right = has_network_time();
+  const bool forgiven = result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right;
+  if (result != X509_V_OK && !forgiven) return refuse(result);
+
+  const X509Ptr peer(SSL_get_peer_certificate(ssl));
+  if (peer == nullptr || !has_common_name(peer.get(), expected_name)) {
+    return refuse(X509_V_ERR_CERT_UNTRUSTED);
+  }
+  return 0;
+}

@@ -1,0 +1,164 @@
+// The TLS client context: protocol, trusted roots, the device's identity.
+#include <fcntl.h>
+#include <openssl/rand.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "internal/decimal_int.h"
+#include "internal/owners.h"
+#include "ssl/openssl_compat.h"
+#include "ssl/product_data.h"
+#include "talvera/sdb.h"
+#include "talvera/ssl.h"
+
+namespace talvera::ssl {
+namespace {
+
+constexpr char kDownloadedRoot[] = "/var/tmp/ssl_cert";
+constexpr std::size_t kDownloadedRootSize = 4096;
+constexpr std::size_t kSeedSize = 100;
+constexpr std::size_t kSkuSize = 16;
+
+struct Protocol {
+  const char *version;
+  const SSL_METHOD *(*method)();
+};
+constexpr Protocol kProtocols[] = {
+    {"tls1", tls1_method}, {"tls1.2", tls1_2_method}, {"tls1.1", tls1_1_method},
+    {"ssl3", ssl3_method}, {"dtls1", dtls1_method},
+};
+
+// Feeds the generator its own output until it calls itself seeded.
+void seed_random_generator() {
+  while (RAND_status() == 0) {
+    unsigned char seed[kSeedSize] = {};
+    RAND_bytes(seed, kSeedSize);
+    RAND_seed(seed, kSeedSize);
+  }
+}
+
+SSL_CTX *new_context(const char *version) {
+  const auto *protocol = std::ranges::find_if(kProtocols, [version](const Protocol &candidate) {
+    return std::strcmp(candidate.version, version) == 0;
+  });
+  if (protocol == std::end(kProtocols)) {
+    sdb_log(SDB_LOG_ERROR, "SSLClient: SSL/TLS version unsupported.");
+    return nullptr;
+  }
+  const SSL_METHOD *method = protocol->method();
+  SSL_CTX *context = method != nullptr ? SSL_CTX_new(method) : nullptr;
+  if (context == nullptr) sdb_log(SDB_LOG_ERROR, "SSLClient: creation of CTX object failed");
+  return context;
+}
+
+// The descriptor of the downloaded root; none when the file is not there. Descriptor 0 deliberately
+// counts as none, too, and stays open.
+UniqueFd open_downloaded_root() {
+  if (access(kDownloadedRoot, R_OK) != 0) return UniqueFd();
+  const int fd = open(kDownloadedRoot, O_RDONLY);
+  return UniqueFd(fd > 0 ? fd : -1);
+}
+
+// Deliberately, an empty file counts as an installed certificate.
+bool install_downloaded_root(SSL_CTX *context, const UniqueFd &file) {
+  unsigned char der[kDownloadedRootSize];
+  const ssize_t length = ::read(file.get(), der, sizeof der);
+  if (length != 0 && SSL_Load_Cert(context, der, static_cast<long>(length)) != 1) {
+    sdb_log(SDB_LOG_ERROR, "SSL: Failed to Install Root CA certificate");
+    return false;
+  }
+  sdb_log(SDB_LOG_INFO, "SSL: Installed downloaded Root CA certificate");
+  return true;
+}
+
+bool install_product_roots(SSL_CTX *context) {
+  return std::ranges::all_of(kRootCertificates, [context](const RootCertificate &root) {
+    return SSL_Load_Cert(context, root.der, static_cast<long>(root.length)) == 1;
+  });
+}
+
+// The product variant deliberately decides nothing but the words: all roots are installed for all.
+bool report_product_roots() {
+  char sku[kSkuSize];
+  const int error = sdb_get("system.sku", sku, sizeof sku);
+  if (error != 0) {
+    sdb_log(SDB_LOG_ERROR, "Failed to get sku - %s", sdb_strerror(error));
+    return false;
+  }
+  const int number = decimal_int(sku);
+  sdb_log(
+      SDB_LOG_INFO,
+      number == 50 || number == 64
+          ? "SSL: Installed Verisign, Equifax, Thawte, Brio & Arcwy Root CA certificates"
+          : "SSL: Installed Verisign, Equifax, Thawte, Brio, Vasko & Arcwy Root CA certificates");
+  return true;
+}
+
+bool use_client_identity(SSL_CTX *context) {
+  if (SSL_CTX_use_RSAPrivateKey_ASN1(context, client_pvt_key, sizeof client_pvt_key) != 1) {
+    return false;
+  }
+  const unsigned char *der = client_cert;
+  const X509Ptr certificate(d2i_X509(nullptr, &der, sizeof client_cert));
+  return certificate != nullptr && SSL_CTX_use_certificate(context, certificate.get()) == 1 &&
+         SSL_CTX_check_private_key(context) == 1;
+}
+
+// Deliberately without a result: a step that fails skips the rest, and the context is used as it
+// is.
+void arm_context(SSL_CTX *context) {
+  if (!use_client_identity(context)) return;
+  if (SSL_CTX_set_default_verify_paths(context) != 1) return;
+  SSL_CTX_load_verify_locations(context, nullptr, nullptr);
+  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);
+  SSL_CTX_set_mode(context, SSL_MODE_ENABLE_PARTIAL_WRITE);
+  SSL_CTX_set_mode(context, SSL_MODE_AUTO_RETRY);
+}
+
+bool fill_context(SSL_CTX *context) {
+  accept_what_1_0_accepted(context);
+  SSL_CTX_set_cipher_list(context, "ALL");
+  const UniqueFd downloaded = open_downloaded_root();
+  if (downloaded.valid() && !install_downloaded_root(context, downloaded)) return false;
+  if (!install_product_roots(context) || !report_product_roots()) return false;
+  arm_context(context);
+  return true;
+}
+
+}  // namespace
+}  // namespace talvera::ssl
+
+using namespace talvera::ssl;
+
+extern "C" SSL_CTX *SSL_initialize(const char *version) {
+  sdb_log(SDB_LOG_INFO, "SSL: Initializing Service (version: %s)",
+          version != nullptr ? version : "unknown");
+  if (version == nullptr || *version == '\0') {
+    sdb_log(SDB_LOG_ERROR, "SSL: failed to initialize: no protocol specified!");
+    return nullptr;
+  }
+
+  const ErrorQueueMark mark;
+  seed_random_generator();
+  SSL_library_init();
+  ContextPtr context(new_context(version));
+  if (context == nullptr) return nullptr;
+  if (!fill_context(context.get())) {
+    context.reset();
+    sdb_log(SDB_LOG_ERROR, "SSL: Initializing Failure");
+    return nullptr;
+  }
+  sdb_log(SDB_LOG_INFO, "SSL: Initialization Success");
+  return context.release();
+}
+
+extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long len) {
+  const ErrorQueueMark mark;
+  const X509Ptr certificate(uc_make_x509(der, len));
+  if (certificate == nullptr) return 0;
+  // The store may refuse a certificate that it holds already, which is fine.
+  X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), certificate.get());
+  return 1;
+}

@@ -1,0 +1,193 @@
+// What OpenSSL 1.0 did and later versions do not, kept in this one file.
+#include "ssl/openssl_compat.h"
+
+#include <openssl/asn1t.h>
+
+#include <cstring>
+#include <utility>
+
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+#include <openssl/provider.h>
+#endif
+
+namespace talvera::ssl {
+
+// Old protocols can be left out when OpenSSL is built.
+
+const SSL_METHOD *tls1_method() {
+#ifdef OPENSSL_NO_TLS1_METHOD
+  return nullptr;
+#else
+  return TLSv1_client_method();
+#endif
+}
+
+const SSL_METHOD *tls1_1_method() {
+#ifdef OPENSSL_NO_TLS1_1_METHOD
+  return nullptr;
+#else
+  return TLSv1_1_client_method();
+#endif
+}
+
+const SSL_METHOD *tls1_2_method() {
+#ifdef OPENSSL_NO_TLS1_2_METHOD
+  return nullptr;
+#else
+  return TLSv1_2_client_method();
+#endif
+}
+
+const SSL_METHOD *ssl3_method() {
+#if defined(OPENSSL_NO_SSL3_METHOD) || defined(OPENSSL_NO_SSL3)
+  return nullptr;
+#else
+  return SSLv3_client_method();
+#endif
+}
+
+const SSL_METHOD *dtls1_method() {
+#if defined(OPENSSL_NO_DTLS1_METHOD) || defined(OPENSSL_NO_DTLS)
+  return nullptr;
+#else
+  return DTLSv1_client_method();
+#endif
+}
+
+void accept_what_1_0_accepted(SSL_CTX *context) {
+#if OPENSSL_VERSION_NUMBER >= 0x10100000L
+  SSL_CTX_set_security_level(context, 0);
+  SSL_CTX_set_min_proto_version(context, 0);
+  SSL_CTX_set_max_proto_version(context, 0);
+  // SSL_OP_NO_DTLSv1 is SSL_OP_NO_TLSv1.
+  SSL_CTX_clear_options(context,
+                        SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2);
+  // On by default since 1.1.1; here it comes with the client identity.
+  SSL_CTX_clear_mode(context, SSL_MODE_AUTO_RETRY);
+#endif
+  SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
+}
+
+// ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL }
+// -------
+
+namespace {
+
+struct NetscapeSequence {
+  ASN1_OCTET_STRING *header;
+  X509 *certificate;
+};
+
+// clang-format off
+ASN1_SEQUENCE(NetscapeSequence) = {
+  ASN1_SIMPLE(NetscapeSequence, header, ASN1_OCTET_STRING),
+  ASN1_OPT(NetscapeSequence, certificate, X509)
+} static_ASN1_SEQUENCE_END(NetscapeSequence)
+    // clang-format on
+
+    constexpr char kNetscapeHeader[] = "certificate";
+
+// Deliberately no shortest length: an empty header will do.
+bool is_netscape_header(const ASN1_OCTET_STRING *header) {
+  return std::strncmp(kNetscapeHeader, reinterpret_cast<const char *>(header->data),
+                      static_cast<std::size_t>(header->length)) == 0;
+}
+
+}  // namespace
+
+X509Ptr read_netscape(BIO *in) {
+  const ASN1_ITEM *item = ASN1_ITEM_rptr(NetscapeSequence);
+  auto *sequence = static_cast<NetscapeSequence *>(ASN1_item_d2i_bio(item, in, nullptr));
+  if (sequence == nullptr) return nullptr;
+  X509Ptr certificate;
+  if (is_netscape_header(sequence->header)) {
+    certificate.reset(std::exchange(sequence->certificate, nullptr));
+  }
+  ASN1_item_free(reinterpret_cast<ASN1_VALUE *>(sequence), item);
+  return certificate;
+}
+
+// ---- PKCS#12
+// -------------------------------------------------------------------------------------
+
+namespace {
+
+// The parser tells the certificate from its issuers by the key, so it gets a place for the key. A
+// bundle without a key holds certificates alone: the first is taken.
+X509Ptr certificate_of(PKCS12 *bundle) {
+  EVP_PKEY *key = nullptr;
+  X509 *certificate = nullptr;
+  STACK_OF(X509) *others = nullptr;
+  if (PKCS12_parse(bundle, "", &key, &certificate, &others) != 1) return nullptr;
+  const KeyPtr unused(key);
+  if (certificate == nullptr && key == nullptr) certificate = sk_X509_shift(others);
+  sk_X509_pop_free(others, X509_free);
+  return X509Ptr(certificate);
+}
+
+}  // namespace
+
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+
+namespace {
+
+// The ciphers that 1.0 wrote bundles with are in a provider that is not active by default. It is
+// loaded into a library context of the call's own, so that the program's is not changed.
+class LegacyContext {
+ public:
+  LegacyContext()
+      : context_(OSSL_LIB_CTX_new()),
+        legacy_(OSSL_PROVIDER_load(context_, "legacy")),
+        standard_(OSSL_PROVIDER_load(context_, "default")) {}
+  ~LegacyContext() {
+    if (standard_ != nullptr) OSSL_PROVIDER_unload(standard_);
+    if (legacy_ != nullptr) OSSL_PROVIDER_unload(legacy_);
+    OSSL_LIB_CTX_free(context_);
+  }
+  LegacyContext(const LegacyContext &) = delete;
+  LegacyContext &operator=(const LegacyContext &) = delete;
+
+  // Without the legacy provider the context still opens newer bundles.
+  [[nodiscard]] bool usable() const { return context_ != nullptr && standard_ != nullptr; }
+  [[nodiscard]] OSSL_LIB_CTX *get() const { return context_; }
+
+ private:
+  OSSL_LIB_CTX *context_;
+  OSSL_PROVIDER *legacy_;
+  OSSL_PROVIDER *standard_;
+};
+
+// The same certificate without a tie to the library context it was parsed in.
+X509Ptr detached(const X509Ptr &certificate) {
+  if (certificate == nullptr) return nullptr;
+  unsigned char *der = nullptr;
+  const int length = i2d_X509(certificate.get(), &der);
+  if (length < 0) return nullptr;
+  const unsigned char *at = der;
+  X509Ptr copy(d2i_X509(nullptr, &at, length));
+  OPENSSL_free(der);
+  return copy;
+}
+
+}  // namespace
+
+X509Ptr read_pkcs12(BIO *in) {
+  const LegacyContext context;
+  if (!context.usable()) return nullptr;
+  PKCS12 *bundle = PKCS12_init_ex(NID_pkcs7_data, context.get(), nullptr);
+  if (bundle == nullptr) return nullptr;
+  const bool read = d2i_PKCS12_bio(in, &bundle) != nullptr;
+  const Pkcs12Ptr owner(bundle);  // a failed read may have released and cleared it
+  return read ? detached(certificate_of(bundle)) : nullptr;
+}
+
+#else
+
+X509Ptr read_pkcs12(BIO *in) {
+  const Pkcs12Ptr bundle(d2i_PKCS12_bio(in, nullptr));
+  return bundle != nullptr ? certificate_of(bundle.get()) : nullptr;
+}
+
+#endif
+
+}  // namespace talvera::ssl

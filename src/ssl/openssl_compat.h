@@ -1,0 +1,26 @@
+// Where OpenSSL versions decide differently: the library behaves as OpenSSL 1.0 did, on 1.0.2
+// to 3.x.
+#pragma once
+
+#include "ssl/openssl_owners.h"
+
+namespace talvera::ssl {
+
+// Client methods; null for a protocol that the linked OpenSSL lacks.
+const SSL_METHOD *tls1_method();
+const SSL_METHOD *tls1_1_method();
+const SSL_METHOD *tls1_2_method();
+const SSL_METHOD *ssl3_method();
+const SSL_METHOD *dtls1_method();
+
+// Makes a new context accept what 1.0 accepted, whatever the distribution or its configuration file
+// set: any protocol version, key length and digest, and servers without secure renegotiation.
+void accept_what_1_0_accepted(SSL_CTX *context);
+
+// The certificate of a Netscape certificate sequence, or null.
+X509Ptr read_netscape(BIO *in);
+
+// The certificate of a PKCS#12 bundle with the empty password, or null.
+X509Ptr read_pkcs12(BIO *in);
+
+}  // namespace talvera::ssl

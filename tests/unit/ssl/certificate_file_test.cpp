@@ -1,0 +1,227 @@
+// Certificate files: every encoding as the openssl command writes it, and what is no certificate.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <openssl/err.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "support/certificates.h"
+#include "support/system_double.h"
+#include "talvera/ssl.h"
+
+namespace talvera::test {
+namespace {
+
+// DER of a SEQUENCE or OCTET STRING.
+std::string der(char tag, const std::string &content) {
+  const std::size_t size = content.size();
+  std::string head(1, tag);
+  if (size < 0x80) {
+    head += static_cast<char>(size);
+  } else {
+    head += {'\x82', static_cast<char>(size >> 8), static_cast<char>(size)};
+  }
+  return head + content;
+}
+
+// The files are made once: one certificate in every encoding.
+struct Files {
+  Files() {
+    const std::string &dir = all.folder().path();
+    all.issue("plain", "/C=GB/O=Example/CN=one.example.net");
+    all.issue("other", "/CN=other.example.net");
+    const std::string pem = dir + "/plain.pem", key = all.key();
+    shell("openssl x509 -in " + pem + " -outform DER -out " + dir + "/plain.der");
+    shell("openssl x509 -in " + pem + " -trustout -setalias mine -out " + dir + "/trusted.pem");
+    shell("openssl pkcs12 -export -passout pass: -inkey " + key + " -in " + pem + " -certfile " +
+          dir + "/root.pem -out " + dir + "/new.p12");
+    shell("openssl pkcs12 -export -passout pass: -inkey " + key + " -in " + pem + " -certfile " +
+          dir + "/root.pem -certpbe PBE-SHA1-RC2-40 -keypbe PBE-SHA1-3DES -macalg sha1 -legacy" +
+          " -out " + dir + "/old.p12");
+    shell("openssl pkcs12 -export -passout pass: -nokeys -in " + pem + " -out " + dir +
+          "/nokey.p12");
+    shell("openssl pkcs12 -export -passout pass:secret -inkey " + key + " -in " + pem + " -out " +
+          dir + "/secret.p12");
+    shell("{ echo some words first; cat " + pem + " " + dir + "/other.pem; } >" + dir + "/two.pem");
+    shell("cp " + key + " " + dir + "/key-only.pem");
+
+    const std::string certificate = read_file(dir + "/plain.der");
+    const std::string full = der(0x04, "certificate");
+    write("netscape", der(0x30, full + certificate));
+    write("netscape-short", der(0x30, der(0x04, "cert") + certificate));
+    write("netscape-empty-header", der(0x30, der(0x04, "") + certificate));
+    write("netscape-other-header", der(0x30, der(0x04, "Certificate") + certificate));
+    write("netscape-long-header", der(0x30, der(0x04, "certificates") + certificate));
+    write("netscape-header-only", der(0x30, full));
+    write("netscape-cut", der(0x30, full + certificate).substr(0, 400));
+    write("cut.der", certificate.substr(0, certificate.size() - 1));
+    write("cut.p12", read_file(dir + "/new.p12").substr(0, 900));
+    write("empty", "");
+    write("encrypted.pem",
+          "-----BEGIN CERTIFICATE-----\nProc-Type: 4,ENCRYPTED\nDEK-Info: "
+          "DES-EDE3-CBC,0011223344556677\n\nAAAAAAAAAAA=\n-----END CERTIFICATE-----\n");
+  }
+  void write(const char *name, const std::string &content) const {
+    all.folder().write(name, content);
+  }
+  std::string operator/(std::string_view name) const { return all / name; }
+
+  Certificates all;
+};
+
+const Files &files() {
+  static const Files made;
+  return made;
+}
+
+unsigned long hash_of(const std::string &pem) {
+  return std::stoul(shell("openssl x509 -noout -subject_hash -in " + pem), nullptr, 16);
+}
+
+std::string fingerprint_of(const std::string &pem, const std::string &digest) {
+  const std::string line = shell("openssl x509 -noout -fingerprint -" + digest + " -in " + pem);
+  const std::size_t start = line.find('=') + 1;
+  return line.substr(start, line.find('\n') - start);
+}
+
+class CertificateFile : public ::testing::Test {
+ protected:
+  CertificateFile() { static_cast<void>(files()); }
+  // Nothing is left open or in the error queue.
+  void TearDown() override {
+    EXPECT_EQ(ERR_peek_error(), 0U);
+    EXPECT_EQ(open_descriptors(), descriptors_);
+  }
+
+ private:
+  int descriptors_ = open_descriptors();
+};
+
+TEST_F(CertificateFile, EveryEncodingByEveryWord) {
+  const unsigned long expected = hash_of(files() / "plain.pem");
+  struct Case {
+    const char *file;
+    std::vector<const char *> read;
+    std::vector<const char *> not_read;
+  };
+  const Case cases[] = {
+      {"plain.der", {"der", "DER", "d", "Dxyz"}, {"pem", "text", "n", "", nullptr}},
+      {"plain.pem",
+       {"pem", "PEM", "P", "p", "PKCS7", "pkcs12 ", "P123", "p1", "Pkcs12"},
+       {"pv", "PVK", "pVx", "Pv", "der", "t", "T", "s", "SMIME", "m", "MSBLOB", "e", "ENGINE", "x",
+        " pem", "0", "11", "PKCS12"}},
+      {"trusted.pem", {"pem"}, {}},
+      {"two.pem", {"pem"}, {}},
+      {"new.p12", {"1", "12", "1x", "PKCS12", "pkcs12", "P12", "p12"}, {"pem", "PKCS", "2", "der"}},
+      {"old.p12", {"p12"}, {}},
+      {"nokey.p12", {"p12"}, {}},
+      {"netscape", {"n", "N", "net", "NETSCAPE"}, {"der"}},
+      {"netscape-short", {"n"}, {}},
+      {"netscape-empty-header", {"n"}, {}},
+      {"netscape-other-header", {}, {"n"}},
+      {"netscape-long-header", {}, {"n"}},
+      {"netscape-header-only", {}, {"n"}},
+      {"netscape-cut", {}, {"n"}},
+      {"cut.der", {}, {"d", "n", "p12", "pem"}},
+      {"cut.p12", {}, {"p12"}},
+      {"secret.p12", {}, {"p12"}},
+      {"key-only.pem", {}, {"pem"}},
+      {"encrypted.pem", {}, {"pem"}},
+      {"empty", {}, {"d", "n", "p12", "pem"}},
+      {"missing", {}, {"d", "n", "p12", "pem"}},
+  };
+  for (const Case &c : cases) {
+    const std::string path = files() / c.file;
+    for (const char *word : c.read)
+      EXPECT_EQ(SSL_cert_hash(path.c_str(), word), expected) << c.file << ' ' << word;
+    for (const char *word : c.not_read) {
+      EXPECT_EQ(SSL_cert_hash(path.c_str(), word), 0U)
+          << c.file << ' ' << (word != nullptr ? word : "(null)");
+    }
+  }
+  EXPECT_NE(hash_of(files() / "other.pem"), expected);
+}
+
+TEST_F(CertificateFile, FingerprintTextAndItsEnd) {
+  const std::string pem = files() / "plain.pem";
+  struct Case {
+    const char *digest;
+    const char *name;
+    std::size_t room;
+  };
+  for (const Case &c : {Case{"sha1", "sha1", 61}, {"SHA1", "sha1", 61}, {"Md5", "md5", 49}}) {
+    std::string out(64, '#');
+    ASSERT_EQ(SSL_cert_fingerprint(pem.c_str(), "pem", c.digest, out.data()), 0) << c.digest;
+    const std::string expected = fingerprint_of(pem, c.name);
+    EXPECT_EQ(expected.size() + 2, c.room);
+    EXPECT_EQ(out, expected + std::string(2, '\0') + std::string(64 - c.room, '#'));
+  }
+}
+
+TEST_F(CertificateFile, FingerprintRefusals) {
+  const std::string pem = files() / "plain.pem";
+  char out[64] = "unchanged";
+  EXPECT_EQ(SSL_cert_fingerprint(pem.c_str(), "pem", "sha256", out), -1);
+  EXPECT_EQ(SSL_cert_fingerprint(pem.c_str(), "pem", "sha", out), -1);
+  EXPECT_EQ(SSL_cert_fingerprint(pem.c_str(), "pem", "", out), -1);
+  EXPECT_EQ(SSL_cert_fingerprint(pem.c_str(), "pem", nullptr, out), -1);
+  EXPECT_EQ(SSL_cert_fingerprint(pem.c_str(), "pem", "sha1", nullptr), -1);
+  EXPECT_EQ(SSL_cert_fingerprint(pem.c_str(), "der", "sha1", out), -1);
+  EXPECT_EQ(SSL_cert_fingerprint((files() / "missing").c_str(), "pem", "sha1", out), -1);
+  EXPECT_STREQ(out, "unchanged");
+}
+
+// Standard input is read no further than the certificate goes, and stays open.
+TEST_F(CertificateFile, StandardInput) {
+  const int saved = dup(0);
+  const int file = open((files() / "two.pem").c_str(), O_RDONLY);
+  dup2(file, 0);
+  EXPECT_EQ(SSL_cert_hash(nullptr, "pem"), hash_of(files() / "plain.pem"));
+  EXPECT_EQ(SSL_cert_hash(nullptr, "pem"), hash_of(files() / "other.pem"));
+  EXPECT_EQ(SSL_cert_hash(nullptr, "pem"), 0U);
+  EXPECT_NE(fcntl(0, F_GETFD), -1);
+  std::clearerr(stdin);
+  dup2(saved, 0);
+  close(file);
+  close(saved);
+}
+
+TEST_F(CertificateFile, DerToPem) {
+  const TempDir dir;
+  const std::string out = dir.write("out.pem", std::string(5000, 'x'));
+  EXPECT_EQ(SSL_cert_der2pem((files() / "plain.der").c_str(), out.c_str()), 0);
+  EXPECT_EQ(read_file(out), shell("openssl x509 -in " + files() / "plain.pem"));
+
+  // The new file is emptied first, and stays.
+  EXPECT_EQ(SSL_cert_der2pem((files() / "plain.pem").c_str(), out.c_str()), -1);
+  struct stat status;
+  ASSERT_EQ(stat(out.c_str(), &status), 0);
+  EXPECT_EQ(status.st_size, 0);
+  EXPECT_EQ(SSL_cert_der2pem((dir / "missing").c_str(), (dir / "new.pem").c_str()), -1);
+  EXPECT_EQ(stat((dir / "new.pem").c_str(), &status), 0);
+
+  EXPECT_EQ(SSL_cert_der2pem((files() / "plain.der").c_str(), (dir / "no/such").c_str()), -1);
+  EXPECT_EQ(SSL_cert_der2pem((files() / "plain.der").c_str(), nullptr), -1);
+  EXPECT_EQ(SSL_cert_der2pem((files() / "plain.der").c_str(), "/dev/full"), -1);
+}
+
+// Every allocation in turn fails: no certificate, or the right one, and nothing is lost.
+TEST_F(CertificateFile, OutOfMemory) {
+  const unsigned long expected = hash_of(files() / "plain.pem");
+  for (const char *file : {"netscape", "plain.der"}) {
+    const std::string path = files() / file;
+    const char *word = *file == 'n' ? "n" : "d";
+    for (int allowed = 0; allowed < 120; ++allowed) {
+      SystemDouble system;
+      system.fail("malloc", ENOMEM, allowed);
+      const unsigned long hash = SSL_cert_hash(path.c_str(), word);
+      system.forget();
+      EXPECT_TRUE(hash == 0 || hash == expected) << file << ' ' << allowed;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace talvera::test

@@ -1,0 +1,338 @@
+// The handshake's steps and waits, scripted; the judgement of real servers' certificates.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include "support/certificates.h"
+#include "support/tls_server.h"
+#include "talvera/ssl.h"
+#include "unit/ssl/fixture.h"
+
+namespace {
+
+// A scripted wait ends after this long, and tells of `exceptional` if that is asked for.
+constexpr long kScriptedWait = 7;
+bool exceptional = false;
+
+bool is_blocking(int fd) {
+  return (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
+}
+
+}  // namespace
+
+extern "C" int select(int count, fd_set *read, fd_set *write, fd_set *except, timeval *timeout) {
+  using namespace talvera::test;
+  static auto *const next = real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>("select");
+  const int fd = count - 1;
+  record("select %s%s%s %ld.%06ld %s", FD_ISSET(fd, read) ? "r" : "",
+         FD_ISSET(fd, write) ? "w" : "", FD_ISSET(fd, except) ? "e" : "",
+         static_cast<long>(timeout->tv_sec), static_cast<long>(timeout->tv_usec),
+         is_blocking(fd) ? "blocking" : "non-blocking");
+  const Verdict verdict = judge("select");
+  if (verdict.what != Verdict::kReplace) return next(count, read, write, except, timeout);
+  timeout->tv_sec -= kScriptedWait;
+  if (!exceptional) FD_ZERO(except);
+  return static_cast<int>(verdict.value);
+}
+
+namespace talvera::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+class Handshake : public ::testing::Test {
+ protected:
+  Handshake() {
+    socketpair(AF_UNIX, SOCK_STREAM, 0, ends_);
+    context_ = SSL_CTX_new(TLS_client_method());
+    ssl_ = SSL_new(context_);
+    SSL_set_fd(ssl_, fd());
+  }
+  ~Handshake() override {
+    SSL_free(ssl_);
+    SSL_CTX_free(context_);
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  [[nodiscard]] int fd() const { return ends_[0]; }
+  int connect() { return SSL_Nblk_connect(ssl_, fd()); }
+  // A step of the handshake that wants something.
+  void step(int result, int error) {
+    system.answer("SSL_connect", result);
+    system.answer("SSL_get_error", error);
+  }
+
+  SystemDouble system;
+  SSL *ssl_;
+
+ private:
+  int ends_[2];
+  SSL_CTX *context_;
+};
+
+const LogLine kHandshakeSuccess = info("SSL: Handshake Success");
+
+// The budget of 20 seconds is the total of all waits: each scripted wait takes 7.
+TEST_F(Handshake, WaitsInBlockingModeForWhatTheStepWants) {
+  exceptional = false;
+  step(-1, SSL_ERROR_WANT_READ);
+  step(0, SSL_ERROR_WANT_WRITE);
+  step(-1, SSL_ERROR_WANT_READ);
+  system.answer("SSL_connect", 1);
+  system.answer("select", 1, 0, 3);
+  EXPECT_EQ(connect(), 1);
+  EXPECT_THAT(system.calls(),
+              ElementsAre("select re 20.000000 blocking", "select we 13.000000 blocking",
+                          "select re 6.000000 blocking"));
+  EXPECT_EQ(system.count("ioctl"), 7);
+  EXPECT_FALSE(is_blocking(fd()));
+  EXPECT_THAT(system.log(), ElementsAre(kHandshakeSuccess));
+}
+
+TEST_F(Handshake, EndsAtOnce) {
+  struct Case {
+    int result;
+    int error;
+    int expected;
+    std::vector<LogLine> log;
+  };
+  for (const Case &c : {Case{1, SSL_ERROR_SSL, 1, {kHandshakeSuccess}},
+                        {2, SSL_ERROR_SSL, 1, {kHandshakeSuccess}},
+                        {0, SSL_ERROR_NONE, 1, {}},
+                        {-1, SSL_ERROR_SSL, 0, {}},
+                        {0, SSL_ERROR_ZERO_RETURN, 0, {}},
+                        {-1, SSL_ERROR_SYSCALL, 0, {}},
+                        {-1, SSL_ERROR_WANT_X509_LOOKUP, 0, {}},
+                        {-1, SSL_ERROR_WANT_CONNECT, 0, {}}}) {
+    system.clear_records();
+    step(c.result, c.error);
+    EXPECT_EQ(connect(), c.expected) << c.result << ' ' << c.error;
+    EXPECT_EQ(system.log(), c.log);
+    EXPECT_TRUE(system.calls().empty());
+    EXPECT_FALSE(is_blocking(fd()));
+    system.forget();
+  }
+}
+
+TEST_F(Handshake, FailedWaits) {
+  struct Case {
+    int result;
+    bool exceptional;
+  };
+  for (const Case &c : {Case{0, false}, {-1, false}, {1, true}}) {
+    for (const int error : {SSL_ERROR_WANT_READ, SSL_ERROR_WANT_WRITE}) {
+      exceptional = c.exceptional;
+      step(-1, error);
+      system.answer("select", c.result);
+      EXPECT_EQ(connect(), 0);
+      EXPECT_TRUE(is_blocking(fd()));
+      EXPECT_TRUE(system.log().empty());
+    }
+  }
+}
+
+TEST_F(Handshake, ADescriptorBeyondSelectIsAFailedWait) {
+  rlimit limit = {};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  if (limit.rlim_cur <= FD_SETSIZE) GTEST_SKIP() << "few descriptors allowed";
+  const int high = fcntl(fd(), F_DUPFD, FD_SETSIZE);
+  step(-1, SSL_ERROR_WANT_READ);
+  EXPECT_EQ(SSL_Nblk_connect(ssl_, high), 0);
+  EXPECT_TRUE(system.calls().empty());
+  close(high);
+}
+
+// ---- Judgement ----------------------------------------------------------------------------------
+
+constexpr std::time_t kDay = 86400;
+
+// The server's certificate is made now, for 30 days; the device's clock is what the test sets.
+class Judgement : public ::testing::Test {
+ protected:
+  static const Certificates &certificates() {
+    static const Certificates all;
+    return all;
+  }
+  // Connects to a server and judges it: -1 when the handshake fails.
+  long judge(const std::string &certificate, const char *name) {
+    system.set_value("system.sku", "1");
+    SSL_CTX *context = SSL_initialize("tls1.2");
+    SSL *ssl = SSL_new(context);
+    long result = -1;
+    {
+      const Server server([&](int fd) { serve_tls(fd, {certificate, certificates().key()}); });
+      SSL_set_fd(ssl, server.fd());
+      const int connected = SSL_Nblk_connect(ssl, server.fd());
+      system.clear_records();
+      if (connected == 1) result = SSL_check_cert(ssl, name);
+    }
+    SSL_free(ssl);
+    SSL_CTX_free(context);
+    return result;
+  }
+  // The same with the flag that the device has network time.
+  long judge(const std::string &certificate, const char *name, const char *flag) {
+    system.set_value("ip.ntp.time-acquired", flag);
+    return judge(certificate, name);
+  }
+  static LogLine refused(long code) {
+    return error(std::string("SSL: ") + X509_verify_cert_error_string(code));
+  }
+
+  void TearDown() override { EXPECT_EQ(open_descriptors(), descriptors_); }
+
+  SystemDouble system;
+
+ private:
+  const int descriptors_ = open_descriptors();
+};
+
+const LogLine kNoFlag = error("Failed to get NTP time acquired");
+
+TEST_F(Judgement, NameWithoutRegardToCaseAndNothingElse) {
+  const std::string extensions =
+      certificates().folder().write("extensions", "subjectAltName = DNS:other.example.net\n");
+  const std::string certificate =
+      certificates().issue("name", "/CN=acs.Example.net", "-days 30 -extfile " + extensions);
+  struct Case {
+    const char *name;
+    bool accepted;
+  };
+  for (const Case &c : {Case{"acs.Example.net", true},
+                        {"ACS.eXAMPLE.NET", true},
+                        {"acs.example.ne", false},
+                        {"acs.example.net.", false},
+                        {"other.example.net", false},
+                        {"*.example.net", false},
+                        {"", false}}) {
+    EXPECT_EQ(judge(certificate, c.name, "1"), c.accepted ? 0 : 27) << c.name;
+    EXPECT_EQ(system.log(), c.accepted ? std::vector<LogLine>{} : std::vector{refused(27)});
+  }
+}
+
+TEST_F(Judgement, Wildcard) {
+  const std::string certificate = certificates().issue("wild", "/CN=*.example.net");
+  EXPECT_EQ(judge(certificate, "acs.example.net", "1"), 27);
+  EXPECT_EQ(judge(certificate, "*.EXAMPLE.net", "1"), 0);
+}
+
+TEST_F(Judgement, NoName) {
+  const std::string certificate = certificates().issue("none", "/O=Example");
+  EXPECT_EQ(judge(certificate, "Example", "1"), 27);
+  EXPECT_EQ(judge(certificate, "", "1"), 27);
+}
+
+TEST_F(Judgement, NoCertificate) {
+  EXPECT_EQ(judge("", "acs.example.net", "1"), 27);
+  EXPECT_THAT(system.log(), ElementsAre(refused(27)));
+}
+
+TEST_F(Judgement, LongNamesAndNulInside) {
+  const std::string name99(99, 'n');
+  const std::string at99 = certificates().issue_named("99", name99);
+  const std::string at100 = certificates().issue_named("100", name99 + "x");
+  EXPECT_EQ(judge(at99, name99.c_str(), "1"), 0);
+  EXPECT_EQ(judge(at100, name99.c_str(), "1"), 0);  // the peer's name is cut
+  EXPECT_EQ(judge(at100, (name99 + "x").c_str(), "1"), 27);
+
+  const std::string nul = certificates().issue_named("nul", std::string("acs.net\0.evil.net", 17));
+  EXPECT_EQ(judge(nul, "acs.net", "1"), 27);
+}
+
+TEST_F(Judgement, ClockAndTimeFlag) {
+  const std::string certificate = certificates().issue("clock", "/CN=acs.net");
+  const std::time_t now = time(nullptr);
+  struct Case {
+    const char *flag;  // null when it cannot be read
+    bool has_time;
+  };
+  for (const Case &c : {Case{nullptr, false},
+                        {"0", false},
+                        {"", false},
+                        {"abc", false},
+                        {"1", true},
+                        {"2", true},
+                        {"-1", true},
+                        {"4294967296", true}}) {
+    SCOPED_TRACE(c.flag != nullptr ? c.flag : "unreadable");
+    const auto judge_at = [&](std::time_t clock, const char *name) {
+      system.set_time(clock);
+      return c.flag != nullptr ? judge(certificate, name, c.flag) : judge(certificate, name);
+    };
+    const auto log = [&](std::vector<LogLine> lines) {
+      if (c.flag == nullptr) lines.insert(lines.begin(), kNoFlag);
+      return lines;
+    };
+    EXPECT_EQ(judge_at(now, "acs.net"), 0);
+    EXPECT_EQ(system.log(), log({}));
+    EXPECT_EQ(judge_at(now + 60 * kDay, "acs.net"), 10);
+    EXPECT_EQ(system.log(), log({refused(10)}));
+    EXPECT_EQ(judge_at(now - 60 * kDay, "ACS.net"), c.has_time ? 9 : 0);
+    EXPECT_EQ(system.log(), log(c.has_time ? std::vector{refused(9)} : std::vector<LogLine>{}));
+    EXPECT_EQ(judge_at(now - 60 * kDay, "other.net"), c.has_time ? 9 : 27);
+  }
+}
+
+TEST_F(Judgement, Chains) {
+  const Certificates &all = certificates();
+  const std::string self_signed = all / "self.pem";
+  const std::string stranger = all / "stranger.pem";
+  shell("openssl req -x509 -key " + all.key() + " -subj /CN=acs.net -days 9 -out " + self_signed);
+  shell("openssl req -x509 -newkey rsa:2048 -nodes -keyout " + all / "ca.key" +
+        " -subj /CN=Stranger -days 9 -out " + all / "ca.pem");
+  shell("openssl req -new -key " + all.key() +
+        " -subj /CN=acs.net | openssl x509 -req -days 9 -CA " + all / "ca.pem" + " -CAkey " +
+        all / "ca.key" + " -set_serial 1 -out " + stranger);
+  struct Case {
+    std::string certificate;
+    long result;
+  };
+  for (const Case &c : {Case{all.issue("md5", "/CN=acs.net", "-days 9 -md5"), 0},
+                        {all.issue("sha1", "/CN=acs.net", "-days 9 -sha1"), 0},
+                        {self_signed, X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT},
+                        {stranger, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY}}) {
+    SCOPED_TRACE(c.certificate);
+    EXPECT_EQ(judge(c.certificate, "acs.net", "0"), c.result);
+    EXPECT_EQ(system.log(),
+              c.result == 0 ? std::vector<LogLine>{} : std::vector{refused(c.result)});
+  }
+}
+
+// The server gets the device's own certificate, signed for with its 512-bit key.
+TEST_F(Judgement, TheServerMayAskForTheDevicesCertificate) {
+  const std::string certificate = certificates().issue("asks", "/CN=acs.net");
+  struct Case {
+    const char *word;
+    int version;
+  };
+  for (const Case &c :
+       {Case{"tls1", TLS1_VERSION}, {"tls1.1", TLS1_1_VERSION}, {"tls1.2", TLS1_2_VERSION}}) {
+    SCOPED_TRACE(c.word);
+    system.set_value("system.sku", "1");
+    SSL_CTX *context = SSL_initialize(c.word);
+    SSL *ssl = SSL_new(context);
+    const Server server([&](int fd) {
+      serve_tls(fd, {certificate, certificates().key(), c.version, true});
+    });
+    SSL_set_fd(ssl, server.fd());
+    EXPECT_EQ(SSL_Nblk_connect(ssl, server.fd()), 1);
+    EXPECT_EQ(SSL_version(ssl), c.version);
+    int off = 0;
+    ioctl(server.fd(), FIONBIO, &off);
+    char received[1000] = {};
+    const int size = SSL_read(ssl, received, sizeof received);
+    EXPECT_EQ(std::string(received, size > 0 ? size : 0),
+              std::string(reinterpret_cast<const char *>(client_cert), sizeof client_cert));
+    SSL_free(ssl);
+    SSL_CTX_free(context);
+  }
+}
+
+}  // namespace
+}  // namespace talvera::test
