@@ -331,6 +331,7 @@ TEST_F(ListTest, RefusesChangesWhileIterating) {
 
   EXPECT_EQ(list_sort(&list, 1), 0);
   EXPECT_EQ(list_iterator_start(&list), 1);  // from the first element again
+  EXPECT_EQ(list_iterator_hasnext(&list), 1);
   EXPECT_EQ(list_iterator_next(&list), &stored[1]);
   EXPECT_EQ(list_iterator_stop(&list), 1);
 }
