@@ -79,7 +79,8 @@ TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_
  *  @param[out] count  receives the number of hop lines; each took a row, even if it filled nothing
  *  @return 0 when the file was read to its end; when the table filled up first, 0 if the last hop's
  *          address is the destination's (which the header has in parentheses), else 1; -1 with
- * errno set when the file cannot be opened; -1 and a count of 0 when @p max_rows is below 1
+ *          errno set when the file cannot be opened; -1 and a count of 0 when @p max_rows is below
+ *          1
  */
 TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32_t max_rows,
                                     int32_t *count) TALVERA_NONNULL(1, 2, 4);

@@ -50,7 +50,7 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
  *
  *  @param name       name or path of the program, of which what follows the last "/" counts
  *  @param[out] pids  room for @p capacity identifiers, zero-filled and then filled from the start
- * in pidof's order
+ *          in pidof's order
  *  @param capacity   identifiers wanted at most
  *  @return number found, 0 to @p capacity; 0 also when pidof cannot be run
  */
