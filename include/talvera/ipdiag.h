@@ -42,10 +42,10 @@ struct tr_hop {
  *  Options that are not wanted are given as 0. In this order: -6, -I, -i, -q, -m, -w, -t, -p, the
  *  host, the packet length.
  *
- *  The room for each piece is reckoned from @p buf_size less all that was written before the piece
- *  preceding it and after, counted anew for each: it shrinks faster than the buffer fills, and
- * small buffers lose trailing pieces. Once it is below 0 all that remains is written, past the end
- * of the buffer if need be. Give 512 bytes and more than the lengths of host and interface.
+ *  A piece that has no room is left out. After each piece the whole length written so far is taken
+ *  off the room, so that room runs out before the buffer does; once it is below 0, all pieces from
+ *  -i on are written, even past the end of the buffer. This is meant. 1024 bytes hold every piece
+ *  with a host of up to 255 characters and an interface name of up to 15.
  *
  *  @param host        destination, name or address
  *  @param ifname      outgoing interface (-i); null or empty for none

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "internal/number32.h"
+#include "internal/integer32.h"
 #include "internal/streams.h"
 #include "talvera/ipdiag.h"
 #include "talvera/netu.h"
@@ -61,8 +61,8 @@ void take_destination(const char *header, char (&destination)[kDestinationSize])
 }
 
 bool is_time(const char *token) {
-  return netu_atoipv4(token, nullptr) != 1 && netu_atoipv6(token, nullptr) != 1 &&
-         std::strstr(token, "ms") == nullptr && std::strchr(token, '!') == nullptr;
+  return std::strstr(token, "ms") == nullptr && std::strchr(token, '!') == nullptr &&
+         netu_atoipv4(token, nullptr) != 1 && netu_atoipv6(token, nullptr) != 1;
 }
 
 void append_time(tr_hop &hop, const char *token) {
@@ -137,7 +137,7 @@ extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
   const FilePtr file = diag::open_work_file(name, "status");
   if (file == nullptr) return -1;
   char line[diag::kStatusLineSize];
-  if (diag::read_line(file.get(), line)) *time = parse_int32(line);
+  if (diag::read_line(file.get(), line)) *time = parse_integer32(line, 10).to_signed();
   return 0;
 }
 

@@ -27,18 +27,17 @@ struct Integer32 {
   }
 };
 
-// Skips white space, takes a sign, then digits of `base`: 2 to 36 but 16, or 0 for what a prefix
-// says: "0x" for 16, "0" for 8, else 10.
+// Skips white space, takes a sign, then digits of `base`: 2 to 36, 16 with or without "0x", or
+// 0 for what a prefix says: "0x" for 16, "0" for 8, else 10.
 [[gnu::noinline]] inline Integer32 parse_integer32(const char *text, unsigned base) {
   Integer32 result{text, 0, false, false};
   const char *p = skip_spaces(text);
   if (*p == '-' || *p == '+') result.negative = *p++ == '-';
-  if (base == 0) {
+  if ((base == 0 || base == 16) && *p == '0' && (p[1] | 0x20) == 'x' && is_hex_digit(p[2])) {
+    base = 16;
+    p += 2;
+  } else if (base == 0) {
     base = *p == '0' ? 8 : 10;
-    if (*p == '0' && (p[1] == 'x' || p[1] == 'X') && is_hex_digit(p[2])) {
-      base = 16;
-      p += 2;
-    }
   }
   for (unsigned digit; (digit = digit_value(*p)) < base; result.end = ++p) {
     const std::uint64_t value = std::uint64_t{result.magnitude} * base + digit;

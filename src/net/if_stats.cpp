@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "internal/number32.h"
+#include "internal/integer32.h"
 #include "talvera/netu.h"
 #include "talvera/utils.h"
 
 namespace {
 
-static_assert(sizeof(netu_linuxif_stats) == 3 * 14 * 4);
+static_assert(sizeof(netu_linuxif_stats) == std::size_t{3} * 14 * 4);
 
 // The files' names, in the order of netu_stat; a table of arrays needs no relocations.
 constexpr char kFiles[NETU_STAT_COUNT][17] = {
@@ -50,7 +50,7 @@ extern "C" int netu_update_linuxif_stats(const char *ifname, netu_linuxif_stats 
   char text[kTextSize] = {};
   for (unsigned i = 0; i < NETU_STAT_COUNT; ++i) {
     netu_ifstat_get(ifname, i, text, kReadSize);
-    stats->current[i] = talvera::parse_unsigned32(text, nullptr, 0);
+    stats->current[i] = talvera::parse_integer32(text, 0).to_unsigned();
     stats->delta[i] = stats->current[i] - stats->base[i];
   }
   return 0;

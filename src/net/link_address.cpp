@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "internal/number32.h"
+#include "internal/integer32.h"
 #include "internal/owners.h"
 #include "talvera/netu.h"
 
@@ -24,10 +24,10 @@ extern "C" char *netu_etoa(const unsigned char *mac, char *text) {
 
 extern "C" unsigned char *netu_atoe(const char *text, unsigned char *mac) {
   for (int i = 0; i < kMacSize; ++i) {
-    char *end;
-    mac[i] = static_cast<unsigned char>(talvera::parse_unsigned32(text, &end, 16));
-    if (*end == '\0') break;
-    text = end + 1;
+    const talvera::Integer32 group = talvera::parse_integer32(text, 16);
+    mac[i] = static_cast<unsigned char>(group.to_unsigned());
+    if (*group.end == '\0') break;
+    text = group.end + 1;
   }
   return mac;
 }

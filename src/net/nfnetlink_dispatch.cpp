@@ -2,6 +2,7 @@
 //
 // Lengths come from outside. Each is compared with what is left before anything behind it is read,
 // and headers are copied out of the buffer, whose alignment may be any.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -29,10 +30,11 @@ Record load(Bytes bytes) {
   return record;
 }
 
-// Whether `size` more bytes hold a whole item that begins with its length, at least its header's.
-bool holds(int size, std::uint32_t length, int header_size) {
-  return length >= static_cast<std::uint32_t>(header_size) &&
-         length <= static_cast<std::uint32_t>(size);
+// Whether the bytes that are left hold a whole item that begins with its length, at least its
+// header's.
+bool holds(int left, std::uint32_t item_length, int header_size) {
+  return item_length >= static_cast<std::uint32_t>(header_size) &&
+         item_length <= static_cast<std::uint32_t>(left);
 }
 
 // Goes on to the item after one of `item_length` bytes, if there are bytes left. The last item need
@@ -50,7 +52,7 @@ class AttributeTable {
  public:
   explicit AttributeTable(std::uint16_t size) : size_(size) {
     if (size > kUsualSize)
-      large_.reset(static_cast<const nlattr **>(std::malloc(size * sizeof(nlattr *))));
+      large_.reset(static_cast<const nlattr **>(std::malloc(size * sizeof(void *))));
   }
   [[nodiscard]] const nlattr **get() { return size_ > kUsualSize ? large_.get() : usual_; }
   [[nodiscard]] int size() const { return size_; }
@@ -111,7 +113,7 @@ using namespace talvera;
 extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, const nlattr *first,
                                         int length) {
   if (table == nullptr || table_size < 1 || first == nullptr) return -1;
-  std::memset(table, 0, table_size * sizeof *table);
+  std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<net::Bytes>(first);
   while (length >= net::kAttributeHeaderSize) {
     const auto attribute = net::load<nlattr>(at);

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "internal/format.h"
-#include "internal/number32.h"
+#include "internal/integer32.h"
 #include "internal/streams.h"
 #include "talvera/process.h"
 
@@ -21,7 +21,7 @@ int store_numbers(char *line, pid_t *pids, int capacity) {
   char *rest = nullptr;
   for (char *token = strtok_r(line, kSeparators, &rest); token != nullptr && count < capacity;
        token = strtok_r(nullptr, kSeparators, &rest)) {
-    pids[count++] = talvera::parse_int32(token);
+    pids[count++] = talvera::parse_integer32(token, 10).to_signed();
   }
   return count;
 }

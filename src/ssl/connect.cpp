@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "internal/decimal_int.h"
+#include "internal/integer32.h"
 #include "ssl/openssl_owners.h"
 #include "ssl/pipe_signal_block.h"
 #include "talvera/sdb.h"
@@ -45,7 +45,7 @@ bool has_network_time() {
     sdb_log(SDB_LOG_ERROR, "Failed to get NTP time acquired");
     return false;
   }
-  return decimal_int(flag) != 0;
+  return parse_integer32(flag, 10).to_signed() != 0;
 }
 
 // A name with a NUL inside is none: it would pass for its first part.

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "internal/decimal_int.h"
+#include "internal/integer32.h"
 #include "internal/owners.h"
 #include "ssl/openssl_compat.h"
 #include "ssl/product_data.h"
@@ -87,7 +87,7 @@ bool report_product_roots() {
     sdb_log(SDB_LOG_ERROR, "Failed to get sku - %s", sdb_strerror(error));
     return false;
   }
-  const int number = decimal_int(sku);
+  const int number = parse_integer32(sku, 10).to_signed();
   sdb_log(
       SDB_LOG_INFO,
       number == 50 || number == 64
