@@ -25,7 +25,7 @@ int sysinfo(struct sysinfo *information) {
   return 0;
 }
 
-static const int32_t moments[] = {-2147483647 - 1, -2147483647, -2147200000, 2147200000, -86401,
+static const int32_t moments[] = {-2147483647 - 1, -2147483647, -2146000000, 2146000000, -86401,
                                   -86400,          -1,          0,           1,          86399,
                                   86400,           5097600,     68169600,    94694400,   946079999,
                                   946080000,       951782400,   951868800,   1078012800, 1111838400,
@@ -87,9 +87,9 @@ static void print_zone(const char *zone) {
   setenv("TZ", zone, 1);
   printf("zone %s\n", zone);
   for (i = 0; i < COUNT(moments); i++) {
-    /* At the very ends of a 32-bit time_t local time and noon may lie beyond it: what comes then is
-     * the C library's affair. */
-    if (moments[i] < -2147300000 || moments[i] > 2147300000) continue;
+    /* Local time and noon can lie beyond a 32-bit time_t near its ends, and the C library of the
+     * target reckons wrongly in the last week of them. */
+    if (moments[i] < -2146000000 || moments[i] > 2146000000) continue;
     clock_now = moments[i];
     printf("at %d: utc %ld offset %ld day %d", moments[i], (long)get_utctime(),
            get_gmt_offset(moments[i]), get_dow(moments[i]));
