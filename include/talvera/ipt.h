@@ -79,7 +79,7 @@ enum ipt_target {
   IPT_TARGET_QUEUE = 3,
   IPT_TARGET_RETURN = 4,
   IPT_TARGET_REJECT = 5,
-  IPT_TARGET_JUMP = 6,
+  IPT_TARGET_JUMP = 6, /**< "JUMP": iptables knows no such target */
   IPT_TARGET_CLASSIFY = 7,
   IPT_TARGET_DNAT = 8, /**< the target argument goes behind "--to" */
   IPT_TARGET_SNAT = 9, /**< likewise */
@@ -139,8 +139,10 @@ enum ipt_option {
   IPT_OPTION_STATE = 17          /**< "--state", of IPT_MATCH_STATE */
 };
 
-/** Bits of an item's negation mask: what gets a "!" in front. In front of a value ("-d ! 10.0.0.1")
- *  is where the gateway's iptables wants it; newer ones want it in front of the option word. */
+/** Bits of an item's negation mask: what gets a "!" in front. In front of a value ("-d ! 10.0.0.1",
+ *  "--dport ! 80") is where the gateway's iptables takes it; newer ones refuse that and take
+ *  IPT_NEGATE_OPTION ("! --dport 80"). What they want for an item's own value ("! -d 10.0.0.1") cannot
+ *  be rendered. */
 enum ipt_negation {
   IPT_NEGATE_NOTHING = 0x01, /**< carried, never rendered */
   IPT_NEGATE_VALUE = 0x02,
@@ -248,8 +250,9 @@ TALVERA_API int ipt_make_rule_string(const ipt_rule *rule, char *buffer) TALVERA
  *
  *  The command line is sdb_system()'s format and there are no arguments, so texts must hold no "%".
  *
- *  @return the result of sdb_system(), 0 for success; IPT_RULE_FAILED, with nothing run, when the
- *          rule cannot be rendered
+ *  @return the result of sdb_system(): 0 for success, and also when a signal ended the command; else
+ *          its exit code, or an errno value when no shell could be started. IPT_RULE_FAILED, with
+ *          nothing run, when the rule cannot be rendered
  */
 TALVERA_API int ipt_process_rule(const ipt_rule *rule);
 
@@ -328,7 +331,9 @@ TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char
  */
 
 /* Each returns a new rule, to be released with ipt_rule_free(), or null when a text cannot be used
- * or memory runs out. Texts are copied. */
+ * or memory runs out. Texts are copied. A null interface, host, port, source range or, in
+ * ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered in front of the value: see
+ * enum ipt_negation. */
 
 /** Makes the rule of a pinhole: connections to a port of the gateway go to a host inside.
  *
@@ -401,7 +406,8 @@ TALVERA_API int wkp_prot_from_name(const char *name);
  *
  *  @param records      records of 10 characters, without separators: eight hexadecimal digits of an
  *                      IPv4 address, most significant first, and a prefix length of two decimal
- *                      digits. Malformed digits count as far as they can be read
+ *                      digits; a NUL ends them, and what lies behind it reads as empty
+ *                      ("0.0.0.0/0"). Malformed digits count as far as they can be read
  *  @param[out] buffer  receives the text, terminated and cut to @p size bytes
  *  @param size         bytes of room; 20 hold any well-formed record
  *  @param index        number of the record, from 0

@@ -8,7 +8,8 @@
  * Conventions, all of them meant and kept by every caller:
  *   - comparators return a positive number when a comes BEFORE b;
  *   - list_insert_at(), list_append() and list_prepend() return 1 for success, -1 for failure; the
- *     other functions with a status return 0 and -1;
+ *     other functions with a status return 0 and -1, but list_iterator_start() and
+ *     list_iterator_stop() return 1 and 0;
  *   - list_empty() returns 1 when the list holds something.
  *
  * While an iteration is open (list_iterator_start() to list_iterator_stop()), whatever would change
@@ -97,7 +98,8 @@ typedef struct list_obj {
 TALVERA_API int list_init(list_obj *list);
 
 /** Releases elements, spare records and sentinels, and the data too when the list copies them. The
- *  object itself stays the caller's and may be initialised again. */
+ *  object itself stays the caller's and may be initialised again. An open iteration is closed: data
+ *  that it handed out go too when the list copies them. */
 TALVERA_API void list_destroy(list_obj *list) TALVERA_NONNULL(1);
 
 /* ---- Attributes: each returns 0, or -1 when list is null ---- */
@@ -154,7 +156,7 @@ TALVERA_API void *list_get_at(const list_obj *list, uint32_t position) TALVERA_N
 
 /** Removes an element.
  *
- *  @return its datum, now the caller's (to be freed when the list copies its data); null while
+ *  @return its datum, now the caller's (to be released with free() when the list copies its data); null while
  *          iterating and for a position outside of the list
  */
 TALVERA_API void *list_extract_at(list_obj *list, uint32_t position) TALVERA_NONNULL(1);

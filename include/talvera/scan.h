@@ -49,8 +49,8 @@ TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
 /** Takes a word.
  *
  *  Blanks before it are skipped. It ends before the first character below 33, which is consumed,
- *  and so are the blanks behind it. A word longer than the buffer is cut; the rest of it is skipped
- *  up to the next blank, line feeds included.
+ *  and so are the blanks behind it. Once @p size - 1 characters are taken, also when the word ends
+ *  just there, all up to the next blank is skipped, line feeds and what follows them included.
  *
  *  @param s         text; null is read as empty
  *  @param[out] buf  receives the word, terminated; untouched when @p size is below 1
@@ -140,8 +140,9 @@ TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 
 /** Takes a MAC address as of ether_aton_r(): six groups of one or two hexadecimal digits, joined by
- *  ":". It begins at @p s (no blanks are skipped) and ends before white space; of what stands
- * between the sixth group and there nothing is looked at, up to 19 characters in all.
+ *  ":". It begins at @p s (no blanks are skipped) and ends before white space, 19 characters at most.
+ *  Behind a sixth group of two digits nothing is looked at; behind one of a single digit nothing may
+ *  follow.
  *
  *  @param s         text
  *  @param[out] mac  the address; untouched on failure

@@ -1,8 +1,6 @@
 // Attributes of sysfs, and other small text files of the kernel's.
 #include <syslog.h>
 
-#include <algorithm>
-
 #include "internal/format.h"
 #include "internal/streams.h"
 #include "talvera/utils.h"
@@ -42,9 +40,10 @@ extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, .
     buf[0] = '\0';
     return -1;
   }
-  char *const end = buf + length;
-  char *const cut = std::find_if(buf, end, [](char c) { return c == '\r' || c == '\n'; });
-  if (cut != end) *cut = '\0';
+  std::size_t line = 0;
+  while (line < length && buf[line] != '\r' && buf[line] != '\n')
+    ++line;
+  if (line < length) buf[line] = '\0';
   return static_cast<int>(length);
 }
 

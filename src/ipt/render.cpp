@@ -83,8 +83,8 @@ bool command_section(const ipt_rule &rule, Line &line) {
 // is left out when it does not fit; the name is charged last and must then have room.
 class ItemSection {
  public:
-  ItemSection(Line &line, std::string_view dash, Names names)
-      : line_(line), dash_(dash), names_(names) {}
+  ItemSection(Line &line, std::string_view dash, Names names, bool has_values)
+      : line_(line), dash_(dash), names_(names), has_values_(has_values) {}
 
   bool append(const ipt_param &item) {
     const Names options = kOptions;
@@ -92,7 +92,9 @@ class ItemSection {
     const std::string_view name = names_[item.item];
     line_.append(dash_);
     line_.append(name);
-    if (item.value != nullptr) append_if_fits(item.value, item.negation & IPT_NEGATE_VALUE);
+    if (has_values_ && item.value != nullptr) {
+      append_if_fits(item.value, item.negation & IPT_NEGATE_VALUE);
+    }
     if (item.option != IPT_OPTION_NONE) {
       append_if_fits(options[item.option], item.negation & IPT_NEGATE_OPTION);
     }
@@ -117,6 +119,7 @@ class ItemSection {
   Line &line_;
   std::string_view dash_;
   Names names_;
+  bool has_values_;
   std::size_t room_ = kSectionSize;
 };
 
@@ -143,9 +146,9 @@ bool append_step(int step, const ipt_rule &rule, Line &line) {
     case kCommand:
       return command_section(rule, line);
     case kParameters:
-      return append_items(rule.params, ItemSection(line, " -", kParams));
+      return append_items(rule.params, ItemSection(line, " -", kParams, true));
     case kMatchModules:
-      return append_items(rule.matches, ItemSection(line, " -m ", kMatches));
+      return append_items(rule.matches, ItemSection(line, " -m ", kMatches, false));
     default:
       return target_section(rule, line);
   }
