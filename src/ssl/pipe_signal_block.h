@@ -1,8 +1,8 @@
 // Keeps a write to a connection that the peer has closed from ending the program.
 #pragma once
 
-#include <csignal>
-#include <ctime>
+#include <signal.h>
+#include <time.h>
 
 #include "internal/owners.h"
 
@@ -21,7 +21,7 @@ class PipeSignalBlock {
   }
   ~PipeSignalBlock() {
     const ErrnoKeeper keep;
-    constexpr std::timespec kAtOnce = {0, 0};
+    constexpr timespec kAtOnce = {0, 0};
     if (!was_pending_) sigtimedwait(&signal_, nullptr, &kAtOnce);
     sigprocmask(SIG_SETMASK, &former_, nullptr);
   }
