@@ -23,7 +23,7 @@ int main(void) {
   count = mfg_num_macaddr(record);
 
   printf("device type  %u\n", record[MFG_INFO_DEVICE_TYPE]);
-  printf("serial       %s\n", (const char *)record + MFG_INFO_SERIAL);
+  printf("serial       %.16s\n", (const char *)record + MFG_INFO_SERIAL);
   printf("addresses    %d: ", count);
   print_address(mac, 0);
   if (count > 1) {

@@ -20,13 +20,13 @@
 #include "talvera/nvram.h"
 
 static int attach(const char *path) {
-  nvram_hash = nvram_attach(path);
+  nvram_shmid = nvram_id(path);
+  nvram_hash = nvram_shmid >= 0 ? nvram_attach(path) : NULL;
   if (nvram_hash == NULL || nvram_hash == (void *)-1) {
     perror(path);
     nvram_hash = NULL;
     return -1;
   }
-  nvram_shmid = nvram_id(path);
   return 0;
 }
 
@@ -57,15 +57,21 @@ static int get(const char *name) {
   return 0;
 }
 
+static int report(const char *path, int result) {
+  if (result >= 0) return 0;
+  perror(path);
+  return 1;
+}
+
 int main(int argc, char **argv) {
   const char *path = argc > 2 ? argv[1] : "";
   const char *command = argc > 2 ? argv[2] : "";
   int result = 2;
 
   if (argc == 3 && strcmp(command, "create") == 0) {
-    return nvram_init(path, NVRAM_SEGMENT_SIZE) >= 0 ? 0 : 1;
+    return report(path, nvram_init(path, NVRAM_SEGMENT_SIZE));
   }
-  if (argc == 3 && strcmp(command, "remove") == 0) return nvram_exit(path) == 0 ? 0 : 1;
+  if (argc == 3 && strcmp(command, "remove") == 0) return report(path, nvram_exit(path));
   if (argc > 2 && attach(path) != 0) return 1;
 
   if (argc == 5 && strcmp(command, "set") == 0) {

@@ -56,7 +56,8 @@ int Platform::unmount(const char *target) {
 std::optional<std::string> Platform::resolve(const char *path, int open_flags) {
   if (path == kDevice) return "/dev/null";
   const std::string_view name(path);
-  if (flash_.empty() || !name.starts_with(kMountPoint) || name.substr(kMountPoint.size(), 1) != "/") {
+  if (flash_.empty() || !name.starts_with(kMountPoint) ||
+      name.substr(kMountPoint.size(), 1) != "/") {
     return std::nullopt;
   }
   if (!mounted_) {

@@ -148,7 +148,8 @@ TALVERA_API int ccert_get_client_cert(unsigned char **certificate, uint32_t *len
  *  Only plain keys are handed out: PKCS#8 and PEM ones go through the hooks below, which provide
  *  nothing, and end with result 0, null and 0. So does a lack of memory.
  *
- *  @param[out] key     copy of the key, which the caller releases with free(); may be null
+ *  @param[out] key     copy of the key, which the caller releases with free(); null when none is
+ * handed out
  *  @param[out] length  its bytes
  *  @return 0; -1 with errno ENOENT, null and 0 when there is no key
  */

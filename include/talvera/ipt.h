@@ -141,8 +141,8 @@ enum ipt_option {
 
 /** Bits of an item's negation mask: what gets a "!" in front. In front of a value ("-d ! 10.0.0.1",
  *  "--dport ! 80") is where the gateway's iptables takes it; newer ones refuse that and take
- *  IPT_NEGATE_OPTION ("! --dport 80"). What they want for an item's own value ("! -d 10.0.0.1") cannot
- *  be rendered. */
+ *  IPT_NEGATE_OPTION ("! --dport 80"). What they want for an item's own value ("! -d 10.0.0.1")
+ * cannot be rendered. */
 enum ipt_negation {
   IPT_NEGATE_NOTHING = 0x01, /**< carried, never rendered */
   IPT_NEGATE_VALUE = 0x02,
@@ -250,8 +250,8 @@ TALVERA_API int ipt_make_rule_string(const ipt_rule *rule, char *buffer) TALVERA
  *
  *  The command line is sdb_system()'s format and there are no arguments, so texts must hold no "%".
  *
- *  @return the result of sdb_system(): 0 for success, and also when a signal ended the command; else
- *          its exit code, or an errno value when no shell could be started. IPT_RULE_FAILED, with
+ *  @return the result of sdb_system(): 0 for success, and also when a signal ended the command;
+ * else its exit code, or an errno value when no shell could be started. IPT_RULE_FAILED, with
  *          nothing run, when the rule cannot be rendered
  */
 TALVERA_API int ipt_process_rule(const ipt_rule *rule);
@@ -332,8 +332,8 @@ TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char
 
 /* Each returns a new rule, to be released with ipt_rule_free(), or null when a text cannot be used
  * or memory runs out. Texts are copied. A null interface, host, port, source range or, in
- * ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered in front of the value: see
- * enum ipt_negation. */
+ * ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered in front of the value:
+ * see enum ipt_negation. */
 
 /** Makes the rule of a pinhole: connections to a port of the gateway go to a host inside.
  *

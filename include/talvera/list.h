@@ -156,8 +156,8 @@ TALVERA_API void *list_get_at(const list_obj *list, uint32_t position) TALVERA_N
 
 /** Removes an element.
  *
- *  @return its datum, now the caller's (to be released with free() when the list copies its data); null while
- *          iterating and for a position outside of the list
+ *  @return its datum, now the caller's (to be released with free() when the list copies its data);
+ * null while iterating and for a position outside of the list
  */
 TALVERA_API void *list_extract_at(list_obj *list, uint32_t position) TALVERA_NONNULL(1);
 

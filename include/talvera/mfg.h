@@ -37,7 +37,8 @@ enum mfg_info_offset {
   MFG_INFO_DEVICE_TYPE = 20,   /**< 1 byte: type code handed to the driver; 40 by default */
   MFG_INFO_WLCAL_PRESENT = 40, /**< 4 bytes: not 0 when the file holds wireless calibration */
   MFG_INFO_MAC_COUNT = 46,     /**< 1 byte: MAC addresses owned, from the base on; 16 by default */
-  MFG_INFO_SERIAL = 67,        /**< 16 bytes: decimal digits, NUL-terminated */
+  MFG_INFO_SERIAL = 67,        /**< 16 bytes: decimal digits, NUL-terminated as the factory writes
+                                    it, which mfg_info_read() does not check */
   MFG_INFO_CHECKSUM = 254      /**< 2 bytes: makes the sum of the 128 big-endian words 0 */
 };
 
@@ -55,7 +56,8 @@ TALVERA_API int mfg_info_read(unsigned char *record) TALVERA_NONNULL(1);
 /** Stamps the record (time, write counter, checksum) and writes it.
  *
  *  @param[in,out] record  MFG_INFO_SIZE bytes
- *  @return 0, or -1 with errno set when the file cannot be mounted, opened, read or written
+ *  @return 0, or -1 with errno set when the file cannot be opened, read or written; a mount that
+ * fails is logged and no failure by itself
  */
 TALVERA_API int mfg_info_write(unsigned char *record) TALVERA_NONNULL(1);
 
@@ -100,7 +102,9 @@ TALVERA_API int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned 
 /** Writes a range of the wireless calibration to the file, marks it present in the info record
  * (which is rewritten only when it was not) and sends the whole calibration to the driver.
  *
- *  The later steps are taken even when the write failed.
+ *  The later steps are taken even when the write failed. The record that is rewritten is the one
+ * that mfg_info_read() gives: where none is valid, the default one is stored with its MAC address,
+ * and a derived serial number is stored with it.
  *
  *  @param data    @p len bytes
  *  @param offset  where they go, counted from the start of the calibration
@@ -193,7 +197,7 @@ struct tvra_wlcal {
   uint32_t length; /**< bytes in the buffer; TVRA_WLCAL_GET sets it to what the driver holds */
 };
 
-/** Opens "/dev/talvera" on first use, close-on-exec.
+/** Opens "/dev/talvera" on first use, non-blocking and close-on-exec.
  *
  *  Opens are not counted: one tvra_close() closes the device, however many opens came before.
  *

@@ -87,7 +87,8 @@ TALVERA_API int nvram_id(const char *path);
  *
  *  @param path  as for nvram_init()
  *  @return the segment's address; null with errno EINVAL for a null path; the all-ones address, as
- *          of shmat(), with errno set on failure
+ *          of shmat(), with errno set on failure: EINVAL also where there is no segment, of which
+ *          nvram_id() tells the cause
  */
 TALVERA_API void *nvram_attach(const char *path);
 

@@ -140,9 +140,9 @@ TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 
 /** Takes a MAC address as of ether_aton_r(): six groups of one or two hexadecimal digits, joined by
- *  ":". It begins at @p s (no blanks are skipped) and ends before white space, 19 characters at most.
- *  Behind a sixth group of two digits nothing is looked at; behind one of a single digit nothing may
- *  follow.
+ *  ":". It begins at @p s (no blanks are skipped) and ends before white space, 19 characters at
+ * most. Behind a sixth group of two digits nothing is looked at; behind one of a single digit
+ * nothing may follow.
  *
  *  @param s         text
  *  @param[out] mac  the address; untouched on failure

@@ -27,6 +27,9 @@ TALVERA_API int uf_path_exists(const char *path) TALVERA_NONNULL(1);
 
 /** Lists the regular files of a directory, in byte order of their names.
  *
+ *  On 32-bit machines struct dirent depends on _FILE_OFFSET_BITS: callers leave it unset, as the
+ *  library does.
+ *
  *  Only entries that the file system itself reports as regular files (DT_REG) are listed: not
  *  directories, symbolic links, devices, nor entries of unknown type.
  *
@@ -81,7 +84,7 @@ TALVERA_API long uf_fsize(int fd);
  *  @param[out] length  receives the file's size in bytes; 0 on failure
  *  @return 0, or -1 when the file cannot be opened, is empty, cannot be read, or memory runs out;
  *          also when open() gives descriptor 0, which is meant: programs that closed their standard
- *          input do not get it back as a data file
+ *          input do not get it back as a data file. A file of 2 GiB or more fails with EFBIG
  */
 TALVERA_API int uf_readall(const char *directory, const char *name, unsigned char **buffer,
                            unsigned int *length) TALVERA_NONNULL(1, 2, 3, 4) TALVERA_MUST_USE;
@@ -90,7 +93,7 @@ TALVERA_API int uf_readall(const char *directory, const char *name, unsigned cha
  *
  *  @param fd           open descriptor, read from its current position
  *  @param[out] buffer  room for @p length bytes
- *  @param length       bytes wanted; 0 returns 0 at once
+ *  @param length       bytes wanted, at most INT_MAX; 0 returns 0 at once
  *  @return bytes read, fewer than @p length only at end of file; -1 with errno set on any other
  *          failure, even when some bytes had arrived
  */
@@ -100,7 +103,7 @@ TALVERA_API int uf_full_read(int fd, void *buffer, unsigned int length);
  *
  *  @param fd      open descriptor, written at its current position
  *  @param buffer  @p length bytes
- *  @param length  bytes to write; 0 returns 0 at once
+ *  @param length  bytes to write, at most INT_MAX; 0 returns 0 at once
  *  @return bytes written, fewer than @p length only when write() returned 0; -1 with errno set on
  *          any other failure, even when some bytes had gone out
  */
@@ -120,7 +123,8 @@ struct filemap {
  *  @param[out] file   record to fill; on failure it is closed again (fd -1, map (void *)-1)
  *  @param flags       flags for open(); the same value is passed as creation mode
  *  @param protection  protection for mmap(), such as PROT_READ
- *  @return 0, or -1 with errno set; an empty file is a failure, and so is one of 2 GiB or more
+ *  @return 0; -1 with errno set on failure, also (EFBIG) for a file of 2 GiB or more; -1 with errno
+ * as it was for an empty file
  */
 TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, int protection)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -143,11 +147,11 @@ TALVERA_API int file_diff(const char *path1, const char *path2) TALVERA_NONNULL(
  */
 TALVERA_API int file_access(const char *format, int mode, ...) TALVERA_PRINTF(1, 3);
 
-/** Removes what a symbolic link points to, and nothing else.
+/** Removes what a symbolic link points to.
  *
- *  This is not unlink(): for a link the target is removed (a relative target counts from the
- *  current directory, of which 128 characters count) and the link stays; a path that is no
- *  link is left alone.
+ *  This is not unlink(): for a link the target is removed and the link stays; a path that is no
+ * link is left alone. A relative target counts from the current directory. Only the first 128
+ * characters of the target count: of a longer one, the file that those name is removed instead.
  *
  *  @param path  the link
  *  @return unlink()'s result for the target: 0, or -1 with errno set; -1 for a path that is not a

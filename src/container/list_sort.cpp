@@ -63,7 +63,8 @@ std::pair<Range, Range> Sorter::partition(Range range) const {
   Range before{range.first, nullptr, 0};
   Range behind{nullptr, range.last, 0};
   for (std::uint32_t left = range.size; left > 0; --left) {
-    // The pivot is in its place whatever the comparator says, so that every pass takes something out.
+    // The pivot is in its place whatever the comparator says, so that every pass takes something
+    // out.
     const int place = next->data == pivot ? 0 : order(next->data, pivot);
     if (place < 0) {
       std::swap(next->data, last->data);

@@ -14,7 +14,7 @@ namespace {
 using talvera::Mapping;
 using talvera::UniqueFd;
 
-// Maps the whole of the record's open file; MAP_FAILED when it is empty, too large for the record's
+// Maps the whole of the record's open file; false when it is empty, too large for the record's
 // 32-bit size, or cannot be mapped.
 bool map_whole(filemap &file, int protection) {
   struct stat status;

@@ -31,10 +31,8 @@ void write_erased(int fd) {
   std::array<std::uint8_t, 1024> block;
   block.fill(0xFF);
   for (std::int32_t done = 0; done < kFileSize; done += static_cast<std::int32_t>(block.size())) {
-    if (uf_full_write(fd, block.data(), block.size()) != static_cast<int>(block.size())) {
-      log_failure("write");
-      return;
-    }
+    const int written = uf_full_write(fd, block.data(), block.size());
+    if (!transferred(written, block.size(), "write")) return;
   }
 }
 
@@ -47,7 +45,8 @@ void prepare_file() {
 void push_identity(const std::uint8_t *record) {
   tvra_info info = {};
   info.device_type = record[MFG_INFO_DEVICE_TYPE];
-  std::memcpy(info.serial, record + MFG_INFO_SERIAL, kSerialSize);  // the rest of it stays zero
+  const char *serial = reinterpret_cast<const char *>(record + MFG_INFO_SERIAL);
+  std::memcpy(info.serial, serial, strnlen(serial, kSerialSize));  // the rest of it stays zero
   mfg_get_macaddr(record, info.mac);
   info.mac_count = record[MFG_INFO_MAC_COUNT];
   if (tvra_ioctl(TVRA_INFO_SET, &info) < 0) log_failure("TVRA_INFO_SET ioctl");

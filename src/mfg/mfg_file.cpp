@@ -51,20 +51,18 @@ std::optional<std::uint32_t> range_start(std::int32_t offset, std::uint32_t leng
   return static_cast<std::uint32_t>(start);
 }
 
-// Says whether all bytes were transferred, and logs the failure if not. An early end is no system
-// error of its own: it is reported as EIO.
+bool seek_to(int fd, std::uint32_t offset) {
+  return lseek(fd, static_cast<off_t>(offset), SEEK_SET) >= 0;
+}
+
+}  // namespace
+
 bool transferred(int done, std::uint32_t length, const char *operation) {
   if (done >= 0 && static_cast<std::uint32_t>(done) == length) return true;
   if (done >= 0) errno = EIO;
   log_failure(operation);
   return false;
 }
-
-bool seek_to(int fd, std::uint32_t offset) {
-  return lseek(fd, static_cast<off_t>(offset), SEEK_SET) >= 0;
-}
-
-}  // namespace
 
 int file_open(int flags) {
   if (open_fd >= 0) return open_fd;

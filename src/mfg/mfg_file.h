@@ -26,4 +26,8 @@ void file_close();
 int range_read(void *buffer, std::int32_t offset, std::uint32_t length);
 int range_write(const void *data, std::int32_t offset, std::uint32_t length);
 
+// Says whether all bytes were transferred, and logs the failure if not. An early end is no system
+// error of its own: it is reported as EIO.
+bool transferred(int done, std::uint32_t length, const char *operation);
+
 }  // namespace talvera::mfg

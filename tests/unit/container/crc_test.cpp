@@ -58,8 +58,10 @@ TEST(Crc, EveryByteAsDividedBitByBit) {
     unsigned polynomial;
     bool low_bit_first;
   };
-  for (const Kind &kind : {Kind{crc32_be, 32, 0x04C11DB7, false}, {crc32_le, 32, 0xEDB88320, true},
-                           {crc16_be, 16, 0x1021, false}, {crc16_le, 16, 0x8408, true},
+  for (const Kind &kind : {Kind{crc32_be, 32, 0x04C11DB7, false},
+                           {crc32_le, 32, 0xEDB88320, true},
+                           {crc16_be, 16, 0x1021, false},
+                           {crc16_le, 16, 0x8408, true},
                            {crc8, 8, 0xD5, false}}) {
     const unsigned top = 1U << (kind.width - 1);
     for (unsigned i = 0; i < 256; ++i) {

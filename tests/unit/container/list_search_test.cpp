@@ -171,7 +171,8 @@ TEST_F(ListTest, AComparatorThatNeverFindsEqualsStillEnds) {
   list_attributes_comparator(&list, [](const void *, const void *) { return -1; });
   ASSERT_EQ(list_sort(&list, 1), 0);
   list_attributes_comparator(&list, nullptr);
-  for (const auto &number : stored) EXPECT_EQ(list_contains(&list, &number), 1);
+  for (const auto &number : stored)
+    EXPECT_EQ(list_contains(&list, &number), 1);
 }
 
 // Comparisons stay near n log n for every order of the data, and the stack stays small.

@@ -31,6 +31,17 @@ TEST(FileMap, MapsSharedAndClosesOnce) {
   EXPECT_EQ(system.count("munmap"), 1);
   EXPECT_EQ(open_descriptors(), before);
 
+  const int saved = dup(0);
+  close(0);
+  EXPECT_EQ(filemap_open(path.c_str(), &file, O_RDONLY, PROT_READ), 0);
+  EXPECT_EQ(file.fd, 0);
+  filemap_close(&file);
+  EXPECT_EQ(fcntl(0, F_GETFD), -1);
+  EXPECT_EQ(file_diff(path.c_str(), path.c_str()), 0);
+  EXPECT_EQ(fcntl(0, F_GETFD), -1);
+  dup2(saved, 0);
+  close(saved);
+
   // The flags double as creation mode: O_CREAT | O_RDWR is 0102, or 0402 on the target.
   const std::string made = dir / "made";
   EXPECT_EQ(filemap_open(made.c_str(), &file, O_CREAT | O_RDWR, PROT_READ), -1);

@@ -120,6 +120,14 @@ TEST(FileDelete, RemovesOnlyWhatALinkPointsTo) {
   ASSERT_EQ(symlink(long_name.c_str(), (dir / "full").c_str()), 0);
   EXPECT_EQ(file_delete((dir / "full").c_str()), 0);
   EXPECT_EQ(access(long_name.c_str(), F_OK), -1);
+
+  // What a longer one names by its first 128 characters is removed in its place.
+  elsewhere.write(long_name, "");
+  elsewhere.write(long_name + "nn", "");
+  ASSERT_EQ(symlink((long_name + "nn").c_str(), (dir / "longer").c_str()), 0);
+  EXPECT_EQ(file_delete((dir / "longer").c_str()), 0);
+  EXPECT_EQ(access(long_name.c_str(), F_OK), -1);
+  EXPECT_EQ(access((long_name + "nn").c_str(), F_OK), 0);
   ASSERT_EQ(chdir(cwd), 0);
 }
 

@@ -186,6 +186,12 @@ TEST_F(Calibration, ClearingKeepsTheBytesAndAlwaysTellsTheDriver) {
   EXPECT_EQ(write_count(), before + 1);
   EXPECT_EQ(system.count("write"), 0);
   EXPECT_EQ(system.platform().journal.back(), "driver: calibration dropped");
+
+  // The driver is told even when the file cannot be written.
+  set(pattern_, 0);
+  system.fail("write", EIO);
+  mfg_wlcal_clear();
+  EXPECT_EQ(driver(), "none");
 }
 
 }  // namespace

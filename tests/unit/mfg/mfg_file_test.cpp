@@ -2,6 +2,7 @@
 // mfg_init(), with every step made to fail.
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -209,12 +210,52 @@ TEST_F(MfgFile, InitHandsOverStoredIdentityAndCalibration) {
   system.platform().calibration.reset();
   system.fail("read", EIO, 1);
   mfg_init();
-  EXPECT_TRUE(system.platform().calibration);
+  ASSERT_TRUE(system.platform().calibration);
+  EXPECT_EQ(*system.platform().calibration, std::vector<std::uint8_t>(TVRA_WLCAL_SIZE, 0));
   system.clear_records();
   system.fail("ioctl", EPERM, 0, 2);
   mfg_init();
   EXPECT_THAT(logged(3), ElementsAre("MFG: TVRA_INFO_SET ioctl failed: Operation not permitted",
                                      "MFG: TVRA_WLCAL_SET ioctl failed: Operation not permitted"));
+}
+
+// What the driver gets is the serial number's text and zeros, whatever lies behind it in the field
+// and behind the field; any bit of the flag says that there is calibration.
+TEST_F(MfgFile, InitSendsTheTextOfTheSerialNumberAlone) {
+  struct Case {
+    std::string field;  // 16 bytes
+    std::string sent;
+  };
+  using namespace std::string_literals;
+  for (const Case &c :
+       {Case{"7\0junkjunkjunkju"s, "7"}, {"1234567890123456", "1234567890123456"}}) {
+    write_content(std::string(kMfgFileSize, '\xFF'));
+    mfg_info_read(record);
+    std::memcpy(record + MFG_INFO_SERIAL, c.field.data(), 16);
+    std::memset(record + MFG_INFO_SERIAL + 16, 'Z', 20);
+    record[MFG_INFO_WLCAL_PRESENT] = 1;
+    ASSERT_EQ(mfg_info_write(record), 0);
+    system.platform().calibration.reset();
+    mfg_init();
+    const std::string sent(system.platform().identity->serial, 24);
+    EXPECT_EQ(sent, c.sent + std::string(24 - c.sent.size(), '\0'));
+    EXPECT_TRUE(system.platform().calibration);
+  }
+}
+
+// A program that has closed its standard input gets descriptor 0 for the file and the device.
+TEST_F(MfgFile, DescriptorZeroIsAsGoodAsAny) {
+  write_content(std::string(kMfgFileSize, '\xFF'));
+  const int saved = dup(0);
+  close(0);
+  EXPECT_EQ(mfg_info_write(record), 0);
+  EXPECT_FALSE(system.platform().mounted());
+  EXPECT_EQ(fcntl(0, F_GETFD), -1);
+  EXPECT_EQ(tvra_open(), 0);
+  tvra_close();
+  EXPECT_EQ(fcntl(0, F_GETFD), -1);
+  dup2(saved, 0);
+  close(saved);
 }
 
 TEST_F(MfgFile, InitGoesOnAfterEveryFailure) {
@@ -232,6 +273,13 @@ TEST_F(MfgFile, InitGoesOnAfterEveryFailure) {
   mfg_init();
   EXPECT_EQ(content().size(), 5U * 1024);
   EXPECT_EQ(logged(3).front(), "MFG: write failed: No space left on device");
+
+  write_content("");
+  system.clear_records();
+  system.answer("write", 0, 5);
+  mfg_init();
+  EXPECT_EQ(content().size(), 5U * 1024);
+  EXPECT_EQ(logged(3).front(), "MFG: write failed: Input/output error");
 }
 
 }  // namespace
