@@ -1,4 +1,6 @@
-/* Declaration helpers that every public header uses. */
+/** @file
+ *  Declaration helpers that every public header uses.
+ */
 #ifndef TALVERA_API_H
 #define TALVERA_API_H
 

@@ -1,11 +1,12 @@
-/* Words and ranges of command lines and configuration values.
+/** @file
+ *  Words and ranges of command lines and configuration values.
  *
- * The splitters cut the caller's string in place, by writing terminators into it, and fill the
- * caller's array with pointers into it; nothing is allocated. White space is the isspace() class of
- * the POSIX locale.
+ *  The splitters cut the caller's string in place, by writing terminators into it, and fill the
+ *  caller's array with pointers into it; nothing is allocated. White space is the isspace() class
+ * of the POSIX locale.
  *
- * Numbers convert as strtol() does where long has 32 bits, on every machine: what is beyond gives
- * -2147483648 or 2147483647.
+ *  Numbers convert as strtol() does where long has 32 bits, on every machine: what is beyond gives
+ *  -2147483648 or 2147483647.
  */
 #ifndef TALVERA_ARGS_H
 #define TALVERA_ARGS_H

@@ -1,20 +1,21 @@
-/* Client certificate blob: the device's certificate and private key, written at the factory into
- * certificate slot 1 or 2 of the manufacturing data file (<talvera/mfg.h>).
+/** @file
+ *  Client certificate blob: the device's certificate and private key, written at the factory into
+ *  certificate slot 1 or 2 of the manufacturing data file (<talvera/mfg.h>).
  *
- * A blob, all integers unsigned 32-bit big-endian:
+ *  A blob, all integers unsigned 32-bit big-endian:
  *
- *   offset      size  field
- *   0              4  magic: the bytes 0E 0C 0A 08
- *   4              4  format version, a byte a component; this library knows 02 04 06 07
- *   8              4  total length of the blob in bytes, header included
- *   12             4  item count N
- *   16             4  header word, carried and not interpreted
- *   20        16 * N  table of contents: for each item its data's offset, length, type and flags
- *   20 + 16 * N       item data, one item after the other without gaps; offsets count from here
+ *    offset      size  field
+ *    0              4  magic: the bytes 0E 0C 0A 08
+ *    4              4  format version, a byte a component; this library knows 02 04 06 07
+ *    8              4  total length of the blob in bytes, header included
+ *    12             4  item count N
+ *    16             4  header word, carried and not interpreted
+ *    20        16 * N  table of contents: for each item its data's offset, length, type and flags
+ *    20 + 16 * N       item data, one item after the other without gaps; offsets count from here
  *
- * ccert_init() loads the blob into the one copy that the process has; the getters read that copy.
- * Addresses in it stay valid until ccert_deinit(). Nothing is locked. Failures to read the blob are
- * reported on standard error, with the text of sdb_strerror() and without a line feed.
+ *  ccert_init() loads the blob into the one copy that the process has; the getters read that copy.
+ *  Addresses in it stay valid until ccert_deinit(). Nothing is locked. Failures to read the blob
+ * are reported on standard error, with the text of sdb_strerror() and without a line feed.
  */
 #ifndef TALVERA_CCERT_H
 #define TALVERA_CCERT_H

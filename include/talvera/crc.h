@@ -1,11 +1,12 @@
-/* Cyclic redundancy checks in five widths and bit orders.
+/** @file
+ *  Cyclic redundancy checks in five widths and bit orders.
  *
- * Each function takes the running value and returns it updated, so the check of scattered pieces is
- * made by chaining calls. Initial value and final inversion are the caller's choice; nothing is
- * applied inside, and a length of 0 returns the running value as it is (cut to its width).
+ *  Each function takes the running value and returns it updated, so the check of scattered pieces
+ * is made by chaining calls. Initial value and final inversion are the caller's choice; nothing is
+ *  applied inside, and a length of 0 returns the running value as it is (cut to its width).
  *
- * The functions go byte by byte through a table of 256 entries, which spares the small caches of
- * the target. No function keeps state or fails.
+ *  The functions go byte by byte through a table of 256 entries, which spares the small caches of
+ *  the target. No function keeps state or fails.
  */
 #ifndef TALVERA_CRC_H
 #define TALVERA_CRC_H

@@ -1,5 +1,6 @@
-/* Encoders at text boundaries: Base64 for arbitrary bytes, character references for markup, and
- * strict MAC addresses. All work on the caller's buffers and keep no state.
+/** @file
+ *  Encoders at text boundaries: Base64 for arbitrary bytes, character references for markup, and
+ *  strict MAC addresses. All work on the caller's buffers and keep no state.
  */
 #ifndef TALVERA_ENCODE_H
 #define TALVERA_ENCODE_H

@@ -1,14 +1,15 @@
-/* Named message queues: local datagram sockets (unix(7)) bound to a path.
+/** @file
+ *  Named message queues: local datagram sockets (unix(7)) bound to a path.
  *
- * The receiving daemon creates a queue under a name, which is its path in the file system; senders
- * get a handle to the same name. Each message is one datagram, with no header of the library's own.
- * All sockets are non-blocking.
+ *  The receiving daemon creates a queue under a name, which is its path in the file system; senders
+ *  get a handle to the same name. Each message is one datagram, with no header of the library's
+ * own. All sockets are non-blocking.
  *
- * Nothing ends a queue but the end of its process, and its path stays even then: the creator, or
- * the system start-up, removes a stale path before it creates the queue anew.
+ *  Nothing ends a queue but the end of its process, and its path stays even then: the creator, or
+ *  the system start-up, removes a stale path before it creates the queue anew.
  *
- * Failures print a line to standard output. Several threads may send through one handle; one
- * reader at a time may receive.
+ *  Failures print a line to standard output. Several threads may send through one handle; one
+ *  reader at a time may receive.
  */
 #ifndef TALVERA_IPC_MSGQ_H
 #define TALVERA_IPC_MSGQ_H

@@ -1,14 +1,15 @@
-/* Traceroute for a diagnostics front end: its command line, and its results.
+/** @file
+ *  Traceroute for a diagnostics front end: its command line, and its results.
  *
- * The caller chooses a test name, builds the command line with ipdiag_tr_makeparam(), runs it with
- * the output going to three work files, and reads these with the other functions:
+ *  The caller chooses a test name, builds the command line with ipdiag_tr_makeparam(), runs it with
+ *  the output going to three work files, and reads these with the other functions:
  *
- *   /tmp/NAME-out     traceroute's standard output: a header line, then a line for each hop
- *   /tmp/NAME-err     its standard error
- *   /tmp/NAME-status  a decimal integer on the first line: the response time, in the caller's unit
+ *    /tmp/NAME-out     traceroute's standard output: a header line, then a line for each hop
+ *    /tmp/NAME-err     its standard error
+ *    /tmp/NAME-status  a decimal integer on the first line: the response time, in the caller's unit
  *
- * A path has at most 63 characters; a longer one cannot be opened. Nothing here keeps state or
- * logs.
+ *  A path has at most 63 characters; a longer one cannot be opened. Nothing here keeps state or
+ *  logs.
  */
 #ifndef TALVERA_IPDIAG_H
 #define TALVERA_IPDIAG_H

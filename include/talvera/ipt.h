@@ -1,20 +1,21 @@
-/* Firewall rules: packet-filter rules as records, rendered into iptables command lines and run.
+/** @file
+ *  Firewall rules: packet-filter rules as records, rendered into iptables command lines and run.
  *
- *   ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
- *                                                 "192.168.1.10", 80);
- *   if (rule != NULL) error = ipt_process_rule(rule);
- *   ...
- *   rule->command = IPT_COMMAND_DELETE;   // the same record takes the rule out again
- *   error = ipt_process_rule(rule);
- *   ipt_rule_free(rule);
+ *    ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
+ *                                                  "192.168.1.10", 80);
+ *    if (rule != NULL) error = ipt_process_rule(rule);
+ *    ...
+ *    rule->command = IPT_COMMAND_DELETE;   // the same record takes the rule out again
+ *    error = ipt_process_rule(rule);
+ *    ipt_rule_free(rule);
  *
- * A command line has five sections, written in this order: table, command with chain and command
- * argument, parameters, matches, target. Each section holds at most 63 characters, shared by all of
- * its items, and everything in front of the target at most 191.
+ *  A command line has five sections, written in this order: table, command with chain and command
+ *  argument, parameters, matches, target. Each section holds at most 63 characters, shared by all
+ * of its items, and everything in front of the target at most 191.
  *
- * Texts go into the command line as they are, and a shell reads it: callers hand over no blanks,
- * shell characters or "%" that they did not choose themselves. Messages go to sdb_log() at
- * SDB_LOG_INFO ("ipt: ..."). Nothing is shared between records; one record is used by one thread.
+ *  Texts go into the command line as they are, and a shell reads it: callers hand over no blanks,
+ *  shell characters or "%" that they did not choose themselves. Messages go to sdb_log() at
+ *  SDB_LOG_INFO ("ipt: ..."). Nothing is shared between records; one record is used by one thread.
  */
 #ifndef TALVERA_IPT_H
 #define TALVERA_IPT_H

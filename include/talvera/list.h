@@ -1,24 +1,26 @@
-/* A doubly linked list of opaque data pointers.
+/** @file
+ *  A doubly linked list of opaque data pointers.
  *
- * The caller owns the list object and passes its address to every function; list_init() fills it
- * and list_destroy() releases what it points to. Positions count from 0. Besides both ends the list
- * knows its middle element, so reaching a position takes at most about a quarter of the list, and
- * it keeps a few spare element records, so that cycles of inserting and deleting stay off the heap.
+ *  The caller owns the list object and passes its address to every function; list_init() fills it
+ *  and list_destroy() releases what it points to. Positions count from 0. Besides both ends the
+ * list knows its middle element, so reaching a position takes at most about a quarter of the list,
+ * and it keeps a few spare element records, so that cycles of inserting and deleting stay off the
+ * heap.
  *
- * Conventions, all of them meant and kept by every caller:
- *   - comparators return a positive number when a comes BEFORE b;
- *   - list_insert_at(), list_append() and list_prepend() return 1 for success, -1 for failure; the
- *     other functions with a status return 0 and -1, but list_iterator_start() and
- *     list_iterator_stop() return 1 and 0;
- *   - list_empty() returns 1 when the list holds something.
+ *  Conventions, all of them meant and kept by every caller:
+ *    - comparators return a positive number when a comes BEFORE b;
+ *    - list_insert_at(), list_append() and list_prepend() return 1 for success, -1 for failure; the
+ *      other functions with a status return 0 and -1, but list_iterator_start() and
+ *      list_iterator_stop() return 1 and 0;
+ *    - list_empty() returns 1 when the list holds something.
  *
- * While an iteration is open (list_iterator_start() to list_iterator_stop()), whatever would change
- * the list's elements or their order is refused.
+ *  While an iteration is open (list_iterator_start() to list_iterator_stop()), whatever would
+ * change the list's elements or their order is refused.
  *
- * Only list_init(), the list_attributes_ functions and list_concat() accept a null list pointer.
- * Nothing is logged. A list is not safe for concurrent use. Memory that runs out is told by
- * list_insert_at() when it needs an element record; list_init(), list_concat() and the copy of a
- * datum use what malloc() gives without a test, so there a process without memory ends.
+ *  Only list_init(), the list_attributes_ functions and list_concat() accept a null list pointer.
+ *  Nothing is logged. A list is not safe for concurrent use. Memory that runs out is told by
+ *  list_insert_at() when it needs an element record; list_init(), list_concat() and the copy of a
+ *  datum use what malloc() gives without a test, so there a process without memory ends.
  */
 #ifndef TALVERA_LIST_H
 #define TALVERA_LIST_H

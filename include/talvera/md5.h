@@ -1,7 +1,8 @@
-/* The MD5 message digest (RFC 1321).
+/** @file
+ *  The MD5 message digest (RFC 1321).
  *
- * For checks and identifiers that are defined with it, not for security. Nothing is allocated and
- * nothing fails; digests are 16 raw bytes, not hexadecimal text.
+ *  For checks and identifiers that are defined with it, not for security. Nothing is allocated and
+ *  nothing fails; digests are 16 raw bytes, not hexadecimal text.
  */
 #ifndef TALVERA_MD5_H
 #define TALVERA_MD5_H

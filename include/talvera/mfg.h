@@ -1,19 +1,20 @@
-/* Manufacturing data and device identity.
+/** @file
+ *  Manufacturing data and device identity.
  *
- * The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
- * it) holds one file, "/mfg/mfg.dat", of 131072 bytes:
+ *  The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
+ *  it) holds one file, "/mfg/mfg.dat", of 131072 bytes:
  *
- *   0x18000  16384 bytes  certificate slot 2
- *   0x1C000  14336 bytes  certificate slot 1
- *   0x1F800   1792 bytes  wireless calibration
- *   0x1FF00    256 bytes  info record: base MAC address, number of MAC addresses, serial number
+ *    0x18000  16384 bytes  certificate slot 2
+ *    0x1C000  14336 bytes  certificate slot 1
+ *    0x1F800   1792 bytes  wireless calibration
+ *    0x1FF00    256 bytes  info record: base MAC address, number of MAC addresses, serial number
  *
- * mfg_init() hands that identity, and the wireless calibration, to the platform driver behind
- * "/dev/talvera". <talvera/ccert.h> works on the content of the certificate slots.
+ *  mfg_init() hands that identity, and the wireless calibration, to the platform driver behind
+ *  "/dev/talvera". <talvera/ccert.h> works on the content of the certificate slots.
  *
- * Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
- * "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked: callers
- * serialise writes, each of which rewrites the whole file.
+ *  Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
+ *  "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked:
+ * callers serialise writes, each of which rewrites the whole file.
  */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H

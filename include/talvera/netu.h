@@ -1,10 +1,11 @@
-/* IPv4 address arithmetic, conversion of addresses, interface statistics, and the ARP probe.
+/** @file
+ *  IPv4 address arithmetic, conversion of addresses, interface statistics, and the ARP probe.
  *
- * Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
- * unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
- * gateway that is the numeric order too.
+ *  Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
+ *  unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
+ *  gateway that is the numeric order too.
  *
- * Nothing here keeps state, and only the ARP probe logs.
+ *  Nothing here keeps state, and only the ARP probe logs.
  */
 #ifndef TALVERA_NETU_H
 #define TALVERA_NETU_H

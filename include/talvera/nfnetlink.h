@@ -1,12 +1,13 @@
-/* Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
+/** @file
+ *  Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
  *
- * Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>): in host byte
- * order except where a field is said to be big-endian. A message is a struct nlmsghdr, a struct
- * nfgenmsg (address family, version 0, big-endian resource id), then attributes, each with a
- * struct nlattr before it and on a 4-byte boundary. A message's type is the subsystem's id shifted
- * left by 8, plus the message type within the subsystem.
+ *  Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>): in host byte
+ *  order except where a field is said to be big-endian. A message is a struct nlmsghdr, a struct
+ *  nfgenmsg (address family, version 0, big-endian resource id), then attributes, each with a
+ *  struct nlattr before it and on a 4-byte boundary. A message's type is the subsystem's id shifted
+ *  left by 8, plus the message type within the subsystem.
  *
- * A handle and all that belongs to it is used by one thread at a time. Nothing here logs.
+ *  A handle and all that belongs to it is used by one thread at a time. Nothing here logs.
  */
 #ifndef TALVERA_NFNETLINK_H
 #define TALVERA_NFNETLINK_H

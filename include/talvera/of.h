@@ -1,27 +1,28 @@
-/* Ordered files: a place, an enable switch and a flags word for each regular file of a directory,
- * kept in a small text file in that directory.
+/** @file
+ *  Ordered files: a place, an enable switch and a flags word for each regular file of a directory,
+ *  kept in a small text file in that directory.
  *
- * A set is built from the directory (of_init_files_info()) or from the saved file
- * (of_deserialize()), edited in place through the items that the look-ups return, and written with
- * of_serialize(). of_sync_dbfile() does the whole pass: it fits the saved settings to the files
- * that are there now.
+ *  A set is built from the directory (of_init_files_info()) or from the saved file
+ *  (of_deserialize()), edited in place through the items that the look-ups return, and written with
+ *  of_serialize(). of_sync_dbfile() does the whole pass: it fits the saved settings to the files
+ *  that are there now.
  *
- * The database file is text. A header line "#VERSION:COUNT", then a line "ORDER:ENABLE:FLAGS:NAME"
- * for each item in ascending order, all numbers decimal but the flags, which are lower-case
- * hexadecimal without prefix:
+ *  The database file is text. A header line "#VERSION:COUNT", then a line "ORDER:ENABLE:FLAGS:NAME"
+ *  for each item in ascending order, all numbers decimal but the flags, which are lower-case
+ *  hexadecimal without prefix:
  *
- *     #1:2
- *     1:1:0:b.jpg
- *     2:0:4:a.jpg
+ *      #1:2
+ *      1:1:0:b.jpg
+ *      2:0:4:a.jpg
  *
- * Names end at white space when they are read back, so a name with a space in it makes the database
- * unreadable from there on. Numbers outside 32 bits are read as the nearest limit. A name of more
- * than 31 characters is cut to 31 when it is read, as it is when a set is built. The path
- * "directory/name" is cut to 4095 characters.
+ *  Names end at white space when they are read back, so a name with a space in it makes the
+ * database unreadable from there on. Numbers outside 32 bits are read as the nearest limit. A name
+ * of more than 31 characters is cut to 31 when it is read, as it is when a set is built. The path
+ *  "directory/name" is cut to 4095 characters.
  *
- * The database is itself a regular file of the directory: the filter has to leave it out. Every
- * failure is the result -1, with errno as the failing call left it; nothing is logged. Callers
- * serialise their access to one directory's database.
+ *  The database is itself a regular file of the directory: the filter has to leave it out. Every
+ *  failure is the result -1, with errno as the failing call left it; nothing is logged. Callers
+ *  serialise their access to one directory's database.
  */
 #ifndef TALVERA_OF_H
 #define TALVERA_OF_H

@@ -1,12 +1,13 @@
-/* Starting, finding, signalling, waiting for and stopping programs.
+/** @file
+ *  Starting, finding, signalling, waiting for and stopping programs.
  *
- * Everything is logged with syslog (LOG_ERR failures to start, LOG_WARNING signal failures,
- * LOG_DEBUG starts, stops and time-outs). Results are 0, an errno value of the failed system call,
- * or one of the codes below. A process identifier below 2 is never signalled.
+ *  Everything is logged with syslog (LOG_ERR failures to start, LOG_WARNING signal failures,
+ *  LOG_DEBUG starts, stops and time-outs). Results are 0, an errno value of the failed system call,
+ *  or one of the codes below. A process identifier below 2 is never signalled.
  *
- * process_start() installs a handler of SIGCHLD that collects every finished child of this process,
- * by whatever means it was started: a program that waits for its own children elsewhere must expect
- * them to be gone (ECHILD).
+ *  process_start() installs a handler of SIGCHLD that collects every finished child of this
+ * process, by whatever means it was started: a program that waits for its own children elsewhere
+ * must expect them to be gone (ECHILD).
  */
 #ifndef TALVERA_PROCESS_H
 #define TALVERA_PROCESS_H

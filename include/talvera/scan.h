@@ -1,24 +1,25 @@
-/* Scanners: skip, take words, strings, numbers and addresses along a line of text.
+/** @file
+ *  Scanners: skip, take words, strings, numbers and addresses along a line of text.
  *
- * Each scanner takes a pointer into a NUL-terminated 8-bit string and returns where it stopped, so
- * that calls chain along a line:
+ *  Each scanner takes a pointer into a NUL-terminated 8-bit string and returns where it stopped, so
+ *  that calls chain along a line:
  *
- *     line = get_word(line, name, sizeof name);
- *     line = get_number(line, &value, 10);
+ *      line = get_word(line, name, sizeof name);
+ *      line = get_number(line, &value, 10);
  *
- * One that finds nothing of its kind returns the pointer that it was given; nothing is logged and
- * errno tells nothing. A string is never read before its start nor behind its terminator.
+ *  One that finds nothing of its kind returns the pointer that it was given; nothing is logged and
+ *  errno tells nothing. A string is never read before its start nor behind its terminator.
  *
- * Two classes of characters must not be confused: blank is space and tab; white space is the
- * isspace() class of the POSIX locale (space, tab, line feed, vertical tab, form feed, carriage
- * return), whatever locale the program has set. Where a text says "below 33", bytes are read as
- * signed characters, so that every byte from 128 up is below 33 as well: such bytes end words and
- * are stripped as trailing white.
+ *  Two classes of characters must not be confused: blank is space and tab; white space is the
+ *  isspace() class of the POSIX locale (space, tab, line feed, vertical tab, form feed, carriage
+ *  return), whatever locale the program has set. Where a text says "below 33", bytes are read as
+ *  signed characters, so that every byte from 128 up is below 33 as well: such bytes end words and
+ *  are stripped as trailing white.
  *
- * Numbers are those of the gateway, whose long has 32 bits, on every machine: an unsigned long
- * receives 0 to 4294967295, a long -2147483648 to 2147483647.
+ *  Numbers are those of the gateway, whose long has 32 bits, on every machine: an unsigned long
+ *  receives 0 to 4294967295, a long -2147483648 to 2147483647.
  *
- * Where two names are given, both are the same function.
+ *  Where two names are given, both are the same function.
  */
 #ifndef TALVERA_SCAN_H
 #define TALVERA_SCAN_H

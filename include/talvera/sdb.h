@@ -1,7 +1,8 @@
-/* What the host supplies: access to the gateway's system database and its log.
+/** @file
+ *  What the host supplies: access to the gateway's system database and its log.
  *
- * The library calls these three functions and leaves them undefined; the program, or the gateway's
- * own library, defines them. On a development machine `host/` has a provider to link.
+ *  The library calls these three functions and leaves them undefined; the program, or the gateway's
+ *  own library, defines them. On a development machine `host/` has a provider to link.
  */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H

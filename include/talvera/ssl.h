@@ -1,22 +1,23 @@
-/* TLS client connections to the gateway's servers, and certificate tools.
+/** @file
+ *  TLS client connections to the gateway's servers, and certificate tools.
  *
- * A program asks SSL_initialize() for a client context, binds an OpenSSL `SSL` object of it to a
- * connected socket, runs the handshake with SSL_Nblk_connect(), and judges the server with
- * SSL_check_cert() before it sends anything: the handshake itself accepts every server.
+ *  A program asks SSL_initialize() for a client context, binds an OpenSSL `SSL` object of it to a
+ *  connected socket, runs the handshake with SSL_Nblk_connect(), and judges the server with
+ *  SSL_check_cert() before it sends anything: the handshake itself accepts every server.
  *
- *     SSL_CTX *ctx = SSL_initialize("tls1.2");
- *     SSL *ssl = SSL_new(ctx);
- *     SSL_set_fd(ssl, fd);
- *     if (SSL_Nblk_connect(ssl, fd) == 1 && SSL_check_cert(ssl, "acs.example.net") == 0) ...
+ *      SSL_CTX *ctx = SSL_initialize("tls1.2");
+ *      SSL *ssl = SSL_new(ctx);
+ *      SSL_set_fd(ssl, fd);
+ *      if (SSL_Nblk_connect(ssl, fd) == 1 && SSL_check_cert(ssl, "acs.example.net") == 0) ...
  *
- * The objects are OpenSSL's own, to be used and released with its functions. The library works with
- * OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by default
- * (old protocols, short keys, old digests, servers without secure renegotiation) is allowed, inside
- * the context that SSL_initialize() returns and nowhere else.
+ *  The objects are OpenSSL's own, to be used and released with its functions. The library works
+ * with OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by
+ * default (old protocols, short keys, old digests, servers without secure renegotiation) is
+ * allowed, inside the context that SSL_initialize() returns and nowhere else.
  *
- * Connection functions log to the system database's log; certificate tools log nothing. Errors that
- * OpenSSL queues during a call are taken back before the call returns, except by
- * SSL_Nblk_connect(), after which ERR_get_error() tells why a handshake failed.
+ *  Connection functions log to the system database's log; certificate tools log nothing. Errors
+ * that OpenSSL queues during a call are taken back before the call returns, except by
+ *  SSL_Nblk_connect(), after which ERR_get_error() tells why a handshake failed.
  */
 #ifndef TALVERA_SSL_H
 #define TALVERA_SSL_H

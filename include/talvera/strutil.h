@@ -1,8 +1,9 @@
-/* String routines; and, by their headers, all else for text: scanners, encoders, splitters.
+/** @file
+ *  String routines; and, by their headers, all else for text: scanners, encoders, splitters.
  *
- * The routines declared here work on NUL-terminated 8-bit strings in buffers of the caller's; none
- * of them allocates, logs or sets errno. Letter case is that of the C library's current locale.
- * Where two names are given, they are the same function.
+ *  The routines declared here work on NUL-terminated 8-bit strings in buffers of the caller's; none
+ *  of them allocates, logs or sets errno. Letter case is that of the C library's current locale.
+ *  Where two names are given, they are the same function.
  */
 #ifndef TALVERA_STRUTIL_H
 #define TALVERA_STRUTIL_H

@@ -1,12 +1,13 @@
-/* Seconds, dates, clocks and time zones.
+/** @file
+ *  Seconds, dates, clocks and time zones.
  *
- * A date is counted from 1970-01-01 without any time zone unless a function says "local"; the local
- * zone is that of the TZ environment variable at the time of the call (POSIX, "Other Environment
- * Variables"). No function logs or sets errno on purpose, and none keeps state.
+ *  A date is counted from 1970-01-01 without any time zone unless a function says "local"; the
+ * local zone is that of the TZ environment variable at the time of the call (POSIX, "Other
+ * Environment Variables"). No function logs or sets errno on purpose, and none keeps state.
  *
- * The text functions of time zones and SOAP write as snprintf() does: at most `size` bytes with the
- * terminator, nothing when `size` is 0, and return the length that the whole text needs. Their
- * output must not overlap their input.
+ *  The text functions of time zones and SOAP write as snprintf() does: at most `size` bytes with
+ * the terminator, nothing when `size` is 0, and return the length that the whole text needs. Their
+ *  output must not overlap their input.
  */
 #ifndef TALVERA_TIME_H
 #define TALVERA_TIME_H

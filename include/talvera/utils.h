@@ -1,11 +1,12 @@
-/* File and system helpers that every gateway program needs.
+/** @file
+ *  File and system helpers that every gateway program needs.
  *
- * None of the file helpers keeps state or logs: a failure is told by the return value, with errno
- * as the failing system call (POSIX, Linux) left it. Heap blocks handed out come from malloc and
- * are the caller's to free.
+ *  None of the file helpers keeps state or logs: a failure is told by the return value, with errno
+ *  as the failing system call (POSIX, Linux) left it. Heap blocks handed out come from malloc and
+ *  are the caller's to free.
  *
- * A path built from two parts ("directory/name") is cut to 4095 characters, a path built from a
- * format to 255, as snprintf cuts.
+ *  A path built from two parts ("directory/name") is cut to 4095 characters, a path built from a
+ *  format to 255, as snprintf cuts.
  */
 #ifndef TALVERA_UTILS_H
 #define TALVERA_UTILS_H

@@ -1,9 +1,10 @@
-/* Values as text: tables of values and their names, printers for status pages and logs, and heap
- * strings that replace each other.
+/** @file
+ *  Values as text: tables of values and their names, printers for status pages and logs, and heap
+ *  strings that replace each other.
  *
- * Nothing here keeps state or logs. Times are shown in the process's local time zone and locale, as
- * localtime() and strftime() (POSIX) have it; like localtime() the functions that show them are not
- * for several threads at once.
+ *  Nothing here keeps state or logs. Times are shown in the process's local time zone and locale,
+ * as localtime() and strftime() (POSIX) have it; like localtime() the functions that show them are
+ * not for several threads at once.
  */
 #ifndef TALVERA_VALUES_H
 #define TALVERA_VALUES_H
