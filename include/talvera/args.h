@@ -43,9 +43,13 @@ TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);
  */
 TALVERA_API void str_to_args(char *s, int *argc, char *argv[20]) TALVERA_NONNULL(2, 3);
 
-/** @return where in the table " -/" the first of its characters stands that occurs in @p s: space
+/** Finds the delimiter of a text.
+ *
+ *  @param s  text to look through
+ *  @return where in the table " -/" the first of its characters stands that occurs in @p s: space
  *          before "-" before "/", wherever they are in @p s; null when none does. A pointer into
- *          the table itself, so that as a string it goes on to the table's end */
+ *          the table itself, so that as a string it goes on to the table's end
+ */
 TALVERA_API const char *str_get_delim(const char *s) TALVERA_NONNULL(1);
 
 /** Splits at delimiters, as strtok_r() does: a run of them counts as one, there are no empty words.

@@ -45,7 +45,7 @@ struct ccert_toc_item {
   uint32_t offset; /**< of the item's bytes from the start of the loaded copy */
   uint32_t length; /**< bytes of the item */
   uint32_t type;   /**< one of enum ccert_item_type, or another value */
-  uint32_t flags;
+  uint32_t flags;  /**< CCERT_FLAG_ENCRYPTED, or other bits, which mean nothing here */
 };
 
 /* ---- The slots ------------------------------------------------------------------------------ */

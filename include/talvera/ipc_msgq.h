@@ -52,6 +52,7 @@ TALVERA_API struct ipc_msgq *ipc_msgq_GetByName(const char *name) TALVERA_MUST_U
  *
  *  @param queue   sender's handle; null prints "ipc_msgq_send:Invalid server details"
  *  @param buffer  @p length bytes
+ *  @param length  bytes of the message
  *  @return 0; -1 with errno set, and "sendto failed.Error:<errno>:<its text>" printed
  */
 TALVERA_API int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, size_t length);
@@ -62,17 +63,30 @@ TALVERA_API int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, 
  *
  *  @param queue        receiving queue; null gives -1 (EINVAL)
  *  @param[out] buffer  room for @p length bytes, to which the message is cut
+ *  @param length       bytes of room
  *  @return bytes received, or -1 with errno set
  */
 TALVERA_API int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size_t length);
 
-/** Does nothing: messages are not counted. @return 0 */
+/** Does nothing: messages are not counted.
+ *
+ *  @param queue  not looked at
+ *  @return 0
+ */
 TALVERA_API int ipc_msgq_msg_count(const struct ipc_msgq *queue);
 
-/** Does nothing: the path stays and the queue works on. @return 0 */
+/** Does nothing: the path stays and the queue works on.
+ *
+ *  @param queue  not looked at
+ *  @return 0
+ */
 TALVERA_API int ipc_msgq_delete(struct ipc_msgq *queue);
 
-/** Does nothing: socket and record stay and the queue works on. @return 0 */
+/** Does nothing: socket and record stay and the queue works on.
+ *
+ *  @param queue  not looked at
+ *  @return 0
+ */
 TALVERA_API int ipc_msgq_close(struct ipc_msgq *queue);
 
 TALVERA_END_DECLS

@@ -23,10 +23,18 @@ typedef struct md5_context {
   unsigned char buffer[64]; /**< input of an unfinished block */
 } md5_context;
 
-/** Begins a digest. */
+/** Begins a digest.
+ *
+ *  @param[out] context  the digest to begin
+ */
 TALVERA_API void MD5CInit(md5_context *context) TALVERA_NONNULL(1);
 
-/** Adds @p length bytes; @p input may be null when there are none. */
+/** Adds bytes to a digest.
+ *
+ *  @param[in,out] context  the digest
+ *  @param input            @p length bytes; may be null when there are none
+ *  @param length           bytes to add
+ */
 TALVERA_API void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length)
     TALVERA_NONNULL(1);
 
@@ -40,13 +48,16 @@ TALVERA_API void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *c
 
 /** Digest of a string without its terminator.
  *
+ *  @param string       the string
  *  @param[out] digest  receives 16 bytes
  */
 TALVERA_API void UTIL_MD5(const char *string, unsigned char digest[MD5_DIGEST_SIZE])
     TALVERA_NONNULL(1, 2);
 
-/** Digest of @p length bytes; @p data may be null when there are none.
+/** Digest of a block of bytes.
  *
+ *  @param data         @p length bytes; may be null when there are none
+ *  @param length       number of bytes
  *  @param[out] digest  receives 16 bytes
  */
 TALVERA_API void MD5_digest(const unsigned char *data, unsigned int length,

@@ -123,8 +123,10 @@ TALVERA_API void mfg_wlcal_clear(void);
 
 /* ---- Certificate slots ---------------------------------------------------------------------- */
 
-/** Sizes in bytes of what mfg_ccert_set() writes. */
+/** Least size in bytes of what mfg_ccert_set() writes. */
 #define MFG_CCERT_MIN_SIZE 20
+
+/** Greatest size in bytes of what mfg_ccert_set() writes. */
 #define MFG_CCERT_MAX_SIZE 14336
 
 /** Greatest blob size that a size query of mfg_ccert_get() accepts; deliberately below what can be
@@ -188,8 +190,8 @@ struct tvra_info {
   uint32_t device_type; /**< type code of the info record */
   char serial[24];      /**< decimal digits, NUL-terminated */
   uint8_t mac[6];       /**< base MAC address */
-  uint8_t padding[2];
-  uint32_t mac_count; /**< number of MAC addresses */
+  uint8_t padding[2];   /**< not used */
+  uint32_t mac_count;   /**< number of MAC addresses */
 };
 
 /** Calibration transfer. On the 32-bit target 8 bytes. */

@@ -80,6 +80,7 @@ TALVERA_API struct nfnetlink_handle *nfnetlink_open(void) TALVERA_MUST_USE;
  *
  *  Groups are only ever added: closing a subsystem does not leave its groups.
  *
+ *  @param handle  the handle
  *  @return 0; -1 with errno set when binding fails, the groups then being those of before; -1 for
  *          null
  */
@@ -99,13 +100,18 @@ TALVERA_API struct nfnetlink_subsys *nfnetlink_subsys_open(struct nfnetlink_hand
                                                            unsigned int callback_count,
                                                            uint32_t subscriptions);
 
-/** Frees a slot's callback table and clears the slot. @return 0; -1 for null */
+/** Frees a slot's callback table and clears the slot.
+ *
+ *  @param[in,out] subsys  the slot
+ *  @return 0; -1 for null
+ */
 TALVERA_API int nfnetlink_subsys_close(struct nfnetlink_subsys *subsys);
 
 /** Closes all subsystems and the socket, and frees the handle.
  *
  *  A socket with descriptor 0 is left open, which is meant: 0 counts as no socket.
  *
+ *  @param handle  the handle
  *  @return 0; -1 for null
  */
 TALVERA_API int nfnetlink_close(struct nfnetlink_handle *handle);
@@ -129,6 +135,8 @@ TALVERA_API int nfnetlink_msg_pack(struct nlmsghdr *message, const void *data, u
 
 /** Sends a message to the kernel.
  *
+ *  @param handle   the handle
+ *  @param message  a whole message, nlmsg_len bytes
  *  @return bytes sent; -1 with errno set; -1 when an argument is null
  */
 TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlmsghdr *message);
@@ -138,9 +146,11 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
  *  Blocks. An error reply of the kernel's is not told: the wait goes on after it, and ends with
  *  whatever comes next.
  *
+ *  @param handle   the handle
+ *  @param message  a whole message, nlmsg_len bytes, that asks for an acknowledgement
  *  @return 0 when the kernel acknowledged; the result of a handler that stopped the dispatch; -1
- *          when sending, receiving (other than for a signal) or dispatching fails, when a
- *          message has a sequence number that is neither 0 nor the handle's, or an argument is null
+ *          when sending, receiving (other than for a signal) or dispatching fails, when a message
+ *          has a sequence number that is neither 0 nor the handle's, or an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
@@ -233,15 +243,15 @@ typedef int (*nfnetlink_log_handler)(struct nfnetlink_log_group *group,
 /** A bound log group. Made by nfnetlink_log_bind_group(), owned by its log handle. */
 struct nfnetlink_log_group {
   struct nfnetlink_log_group *next; /**< bound before this one */
-  struct nfnetlink_log *log;
-  uint16_t number;
-  nfnetlink_log_handler handler; /**< null until registered */
-  void *data;                    /**< given to the handler */
+  struct nfnetlink_log *log;        /**< the log handle that the group is bound on */
+  uint16_t number;                  /**< group number */
+  nfnetlink_log_handler handler;    /**< null until registered */
+  void *data;                       /**< given to the handler */
 };
 
 /** A packet-log client. Made by nfnetlink_log_open(). */
 struct nfnetlink_log {
-  struct nfnetlink_handle *netlink;
+  struct nfnetlink_handle *netlink;   /**< its netlink handle */
   struct nfnetlink_subsys *subsys;    /**< the packet-log subsystem's slot */
   struct nfnetlink_log_group *groups; /**< newest first */
 };
@@ -252,6 +262,7 @@ TALVERA_API struct nfnetlink_log *nfnetlink_log_open(void) TALVERA_MUST_USE;
 /** Frees the log handle with its groups and closes its socket. No unbind requests are sent: the
  *  kernel drops the groups with the socket.
  *
+ *  @param log  the log handle
  *  @return 0
  */
 TALVERA_API int nfnetlink_log_close(struct nfnetlink_log *log) TALVERA_NONNULL(1);
@@ -264,7 +275,12 @@ TALVERA_API int nfnetlink_log_close(struct nfnetlink_log *log) TALVERA_NONNULL(1
  */
 TALVERA_API int nfnetlink_log_bind_pf(struct nfnetlink_log *log, unsigned int family);
 
-/** Takes nfnetlink_log_bind_pf() back. */
+/** Takes nfnetlink_log_bind_pf() back.
+ *
+ *  @param log     the log handle
+ *  @param family  such as AF_INET; its low 8 bits are sent
+ *  @return as nfnetlink_log_bind_pf()
+ */
 TALVERA_API int nfnetlink_log_unbind_pf(struct nfnetlink_log *log, unsigned int family);
 
 /** Binds a log group to this client.
@@ -277,7 +293,13 @@ TALVERA_API int nfnetlink_log_unbind_pf(struct nfnetlink_log *log, unsigned int 
 TALVERA_API struct nfnetlink_log_group *nfnetlink_log_bind_group(struct nfnetlink_log *log,
                                                                  unsigned int group);
 
-/** Sets a group's handler, in place of any earlier one. @return 0; -1 for a null @p group */
+/** Sets a group's handler, in place of any earlier one.
+ *
+ *  @param group    the group's node
+ *  @param handler  called with each packet of the group
+ *  @param data     given to the handler
+ *  @return 0; -1 for a null @p group
+ */
 TALVERA_API int nfnetlink_log_register_handler(struct nfnetlink_log_group *group,
                                                nfnetlink_log_handler handler, void *data);
 
@@ -285,6 +307,7 @@ TALVERA_API int nfnetlink_log_register_handler(struct nfnetlink_log_group *group
  *
  *  A node that is not on its log handle's list is not freed.
  *
+ *  @param group  the group's node
  *  @return 0; -1 when the request fails, the node then staying as it is, and for null
  */
 TALVERA_API int nfnetlink_log_unbind_group(struct nfnetlink_log_group *group);

@@ -46,10 +46,10 @@ struct shmid_ds; /* <sys/shm.h> */
 
 TALVERA_BEGIN_DECLS
 
-#define NVRAM_ENTRIES 384
-#define NVRAM_NAME_SIZE 32
-#define NVRAM_VALUE_SIZE 64
-#define NVRAM_ENTRY_SIZE 99
+#define NVRAM_ENTRIES 384   /**< entries of the table */
+#define NVRAM_NAME_SIZE 32  /**< bytes of a name */
+#define NVRAM_VALUE_SIZE 64 /**< bytes of a value */
+#define NVRAM_ENTRY_SIZE 99 /**< bytes of an entry */
 
 /** Smallest size of the segment in bytes: 38016. */
 #define NVRAM_SEGMENT_SIZE (NVRAM_ENTRIES * NVRAM_ENTRY_SIZE)
@@ -81,7 +81,7 @@ TALVERA_API int nvram_init(const char *path, unsigned int size);
  */
 TALVERA_API int nvram_open(const char *path);
 
-/** Second name of nvram_open(). */
+/** Same as nvram_open(). @copydetails nvram_open */
 TALVERA_API int nvram_id(const char *path);
 
 /** Attaches the segment at an address that the system chooses.

@@ -69,15 +69,28 @@ typedef int (*of_filter)(const char *name);
 TALVERA_API int of_init_files_info(struct of_files_info **set, of_filter filter, const char *dir)
     TALVERA_NONNULL(1, 3) TALVERA_MUST_USE;
 
-/** Frees the set that @p set points to and sets that pointer to null; null is ignored. */
+/** Frees the set that @p set points to and sets that pointer to null; null is ignored.
+ *
+ *  @param[in,out] set  address of the pointer to the set
+ */
 TALVERA_API void of_free_files_info(struct of_files_info **set);
 
-/** @return the first item named exactly @p name, or null; it belongs to @p set */
+/** Looks an item up by its name.
+ *
+ *  @param set   the set
+ *  @param name  the name
+ *  @return the first item named exactly @p name, or null; it belongs to @p set
+ */
 TALVERA_API struct of_file_info *of_get_file_info_from_name(struct of_files_info *set,
                                                             const char *name) TALVERA_NONNULL(1, 2);
 
-/** @return the first item, in the order of the array, that has this order, or null; it belongs to
- *          @p set */
+/** Looks an item up by its place.
+ *
+ *  @param set    the set
+ *  @param order  the place
+ *  @return the first item, in the order of the array, that has this order, or null; it belongs to
+ *          @p set
+ */
 TALVERA_API struct of_file_info *of_get_file_info_from_order(struct of_files_info *set,
                                                              int32_t order) TALVERA_NONNULL(1);
 
@@ -91,10 +104,20 @@ TALVERA_API struct of_file_info *of_get_file_info_from_order(struct of_files_inf
 TALVERA_API int of_set_order_for_item(struct of_files_info *set, struct of_file_info *item,
                                       int32_t new_order) TALVERA_NONNULL(1, 2);
 
-/** Sets the item's enable switch to 1, or to 0 if @p enable is 0. @return 0 */
+/** Sets the item's enable switch.
+ *
+ *  @param[out] item  the item
+ *  @param enable     0 for 0, any other value for 1
+ *  @return 0
+ */
 TALVERA_API int of_set_enable_for_item(struct of_file_info *item, int enable) TALVERA_NONNULL(1);
 
-/** Sets the item's flags. @return 0 */
+/** Sets the item's flags.
+ *
+ *  @param[out] item  the item
+ *  @param flags      bits of the caller's own
+ *  @return 0
+ */
 TALVERA_API int of_set_flags_for_item(struct of_file_info *item, uint32_t flags) TALVERA_NONNULL(1);
 
 /** Writes a set to the database file "dir/dbname", which is created or replaced.
@@ -103,6 +126,9 @@ TALVERA_API int of_set_flags_for_item(struct of_file_info *item, uint32_t flags)
  *  outside that range, and of items that share an order all but the first in the array. The header
  *  has version 1 and the set's count, however many lines follow.
  *
+ *  @param set     the set
+ *  @param dir     path of the directory
+ *  @param dbname  name of the database file in it
  *  @return 0; -1 when the file cannot be opened for writing (mode "w+") or not be written whole; -1
  *          with the file as it was when memory runs out
  */
@@ -133,14 +159,17 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
  *  their names, they are moved to their saved order, unless that exceeds the number of files now.
  *  Then each new file is moved to the top, enabled and with flags 0, the last of them ending first.
  *  As the moves follow each other, known files may change places when files have come or gone.
- * Files that are gone drop out.
+ *  Files that are gone drop out.
  *
  *  Without a database that can be read (or the memory to read it) the result is that of a new
  *  directory: alphabetical, all enabled. One without a proper header reads as no items, and so
- * makes all files new: the last of the alphabet comes first.
+ *  makes all files new: the last of the alphabet comes first.
  *
  *  The cost grows with the number of files n as n log n.
  *
+ *  @param filter  which files to take; null is a failure (EINVAL)
+ *  @param dir     path of the directory
+ *  @param dbname  name of the database file in it
  *  @return 0; -1 when the directory cannot be read or memory runs out, with the database as it was;
  *          -1 when it cannot be written
  */

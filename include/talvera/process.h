@@ -57,7 +57,11 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
  */
 TALVERA_API int process_find_all(const char *name, pid_t *pids, int capacity) TALVERA_NONNULL(1);
 
-/** @return the first identifier that process_find_all() finds, or 0 */
+/** Finds a running program of a name.
+ *
+ *  @param name  as for process_find_all()
+ *  @return the first identifier that process_find_all() finds, or 0
+ */
 TALVERA_API pid_t process_find(const char *name) TALVERA_NONNULL(1);
 
 /** Reads a pid file.
@@ -70,13 +74,17 @@ TALVERA_API pid_t process_get_from_file(const char *path) TALVERA_NONNULL(1);
 
 /** Sends a signal with kill().
  *
+ *  @param pid     the process
+ *  @param signal  number of the signal
  *  @return 0; PROCESS_INVALID with nothing sent; or the errno of kill(), such as ESRCH
  */
 TALVERA_API int process_signal(pid_t pid, int signal);
 
 /** Sends a signal with a value, with sigqueue().
  *
- *  @param value  integer or pointer that the receiver's handler gets
+ *  @param pid     the process
+ *  @param signal  number of the signal
+ *  @param value   integer or pointer that the receiver's handler gets
  *  @return 0; PROCESS_INVALID with nothing sent; or the errno of sigqueue()
  */
 TALVERA_API int process_queue_signal(pid_t pid, int signal, union sigval value);
@@ -95,6 +103,7 @@ TALVERA_API int process_wait(pid_t pid, int seconds);
  *
  *  A child of this process is collected, if it has ended.
  *
+ *  @param pid  the process
  *  @return 0 when it has ended; PROCESS_INVALID; PROCESS_TIMEOUT when it is there a second after
  *          SIGKILL; or the errno of the signal that could not be sent (ESRCH: already gone)
  */

@@ -31,20 +31,38 @@
 
 TALVERA_BEGIN_DECLS
 
-/** @return the first character of @p s that is not white space, which may be the terminator; a
- *          constant empty string when @p s is null */
+/** Skips white space.
+ *
+ *  @param s  text, or null
+ *  @return the first character of @p s that is not white space, which may be the terminator; a
+ *          constant empty string when @p s is null
+ */
 TALVERA_API char *skip_space(char *s);
 
-/** @return the first character of @p s that is not blank, which may be the terminator; a constant
- *          empty string when @p s is null */
+/** Skips blanks.
+ *
+ *  @param s  text, or null
+ *  @return the first character of @p s that is not blank, which may be the terminator; a constant
+ *          empty string when @p s is null
+ */
 TALVERA_API char *skip_blank(char *s);
+/** Same as skip_blank(). @copydetails skip_blank */
 TALVERA_API char *skipwhitespace(char *s);
 
-/** @return the first white space in @p s, or its terminator */
+/** Skips to white space.
+ *
+ *  @param s  text
+ *  @return the first white space in @p s, or its terminator
+ */
 TALVERA_API char *skip_nonspace(char *s) TALVERA_NONNULL(1);
 
-/** @return the first blank in @p s, or its terminator */
+/** Skips to a blank.
+ *
+ *  @param s  text
+ *  @return the first blank in @p s, or its terminator
+ */
 TALVERA_API char *skip_nonblank(char *s) TALVERA_NONNULL(1);
+/** Same as skip_nonblank(). @copydetails skip_nonblank */
 TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
 
 /** Takes a word.
@@ -60,6 +78,7 @@ TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
  *  @return where the next word can be taken; @p s when @p size is below 1
  */
 TALVERA_API char *getword(char *s, char *buf, int size);
+/** Same as getword(). @copydetails getword */
 TALVERA_API char *get_word(char *s, char *buf, int size);
 
 /** Takes a string that may be quoted and hold escapes.
@@ -78,6 +97,7 @@ TALVERA_API char *get_word(char *s, char *buf, int size);
  *          behind the blanks that followed, or the terminator
  */
 TALVERA_API char *getstring(char *s, char *buf, int size, int delim) TALVERA_NONNULL(2);
+/** Same as getstring(). @copydetails getstring */
 TALVERA_API char *get_string(char *s, char *buf, int size, int delim) TALVERA_NONNULL(2);
 
 /** Overwrites all characters below 33 at the end of @p s with terminators.
@@ -99,6 +119,12 @@ TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
  *  @return 0 when valid, -1 when not
  */
 TALVERA_API int ValidateUlong(char *s, unsigned long *value) TALVERA_NONNULL(1, 2);
+/** As ValidateUlong(), for signed numbers.
+ *
+ *  @param[in,out] s   text
+ *  @param[out] value  what the text converts to, also when it is invalid
+ *  @return 0 when valid, -1 when not
+ */
 TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);
 
 /** Takes a number.
@@ -114,20 +140,46 @@ TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);
  *  @return the first character that is not part of the number, or @p s when no digit was read
  */
 TALVERA_API char *getnum(char *s, unsigned long *value, int base) TALVERA_NONNULL(2);
+/** Same as getnum(). @copydetails getnum */
 TALVERA_API char *get_number(char *s, unsigned long *value, int base) TALVERA_NONNULL(2);
 
-/** getnum() with base 16. */
+/** getnum() with base 16.
+ *
+ *  @param s           text; null is read as empty
+ *  @param[out] value  the number; 0 when no digit was read
+ *  @return as getnum()
+ */
 TALVERA_API char *gethex(char *s, unsigned long *value) TALVERA_NONNULL(2);
+/** Same as gethex(). @copydetails gethex */
 TALVERA_API char *get_hex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 
-/** getnum() with base 10, read as signed 32 bits. */
+/** getnum() with base 10, read as signed 32 bits.
+ *
+ *  @param s           text; null is read as empty
+ *  @param[out] value  the number; 0 when no digit was read
+ *  @return as getnum()
+ */
 TALVERA_API char *getlong(char *s, long *value) TALVERA_NONNULL(2);
+/** Same as getlong(). @copydetails getlong */
 TALVERA_API char *get_long(char *s, long *value) TALVERA_NONNULL(2);
+/** As getlong(), into an int.
+ *
+ *  @param s           text; null is read as empty
+ *  @param[out] value  the number; 0 when no digit was read
+ *  @return as getnum()
+ */
 TALVERA_API char *getint(char *s, int *value) TALVERA_NONNULL(2);
+/** Same as getint(). @copydetails getint */
 TALVERA_API char *get_int(char *s, int *value) TALVERA_NONNULL(2);
 
-/** getnum() with base 10, of which the lower 16 bits are stored. */
+/** getnum() with base 10, of which the lower 16 bits are stored.
+ *
+ *  @param s           text; null is read as empty
+ *  @param[out] value  the number; 0 when no digit was read
+ *  @return as getnum()
+ */
 TALVERA_API char *getushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
+/** Same as getushort(). @copydetails getushort */
 TALVERA_API char *get_ushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
 
 /** Takes an IPv4 address, dotted quad as of inet_pton(), that begins at @p s (no blanks are
@@ -138,6 +190,7 @@ TALVERA_API char *get_ushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
  *  @return behind the address, or @p s on failure
  */
 TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
+/** Same as getip(). @copydetails getip */
 TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 
 /** Takes a MAC address as of ether_aton_r(): six groups of one or two hexadecimal digits, joined by
@@ -150,12 +203,18 @@ TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
  *  @return behind the address, or @p s on failure
  */
 TALVERA_API char *get_mac(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
+/** Same as get_mac(). @copydetails get_mac */
 TALVERA_API char *getether(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
 
-/** @return 1 when @p s is a hexadecimal string: digits alone, or behind a prefix "0x", "0X", "x" or
+/** Tells whether a string is hexadecimal.
+ *
+ *  @param s  the string, or null
+ *  @return 1 when @p s is a hexadecimal string: digits alone, or behind a prefix "0x", "0X", "x" or
  *          "X", which count alone too, which is meant; 0 when not, and for null and the empty
- *          string */
+ *          string
+ */
 TALVERA_API int isxstring(const char *s);
+/** Same as isxstring(). @copydetails isxstring */
 TALVERA_API int StringIsHexDigits(const char *s);
 
 TALVERA_END_DECLS

@@ -14,7 +14,12 @@
 TALVERA_BEGIN_DECLS
 
 /** Levels of sdb_log(), with the numbers of syslog's. */
-enum sdb_log_level { SDB_LOG_ERROR = 3, SDB_LOG_WARNING = 4, SDB_LOG_INFO = 6, SDB_LOG_DEBUG = 7 };
+enum sdb_log_level {
+  SDB_LOG_ERROR = 3,   /**< something failed */
+  SDB_LOG_WARNING = 4, /**< something is not as it should be */
+  SDB_LOG_INFO = 6,    /**< what happens in ordinary work */
+  SDB_LOG_DEBUG = 7    /**< for who looks for a fault */
+};
 
 /** Reads the value of a key.
  *

@@ -31,8 +31,8 @@ TALVERA_BEGIN_DECLS
 
 /* ---- The client context ---------------------------------------------------------------------- */
 
-#define SSL_CLIENT_CERT_SIZE 880
-#define SSL_CLIENT_PVT_KEY_SIZE 317
+#define SSL_CLIENT_CERT_SIZE 880    /**< bytes of client_cert */
+#define SSL_CLIENT_PVT_KEY_SIZE 317 /**< bytes of client_pvt_key */
 
 /** The device's client certificate (DER, RFC 5280). */
 TALVERA_API extern const unsigned char client_cert[SSL_CLIENT_CERT_SIZE];
@@ -171,7 +171,12 @@ TALVERA_API int SSL_cert_fingerprint(const char *path, const char *format, const
  */
 TALVERA_API int SSL_cert_der2pem(const char *der_path, const char *pem_path);
 
-/** @return 1 when the @p len bytes at @p der begin with an X.509 certificate in DER, else 0 */
+/** Tells whether bytes are a certificate.
+ *
+ *  @param der  @p len bytes
+ *  @param len  bytes at @p der
+ *  @return 1 when the @p len bytes at @p der begin with an X.509 certificate in DER, else 0
+ */
 TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long len);
 
 /** Reads a whole file, such as a certificate, with one read.
@@ -196,26 +201,48 @@ TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir
  */
 TALVERA_API X509 *uc_make_x509(const unsigned char *der, long len) TALVERA_MUST_USE;
 
-/* One attribute of the subject's name, the first of its kind, as the certificate holds it (no
- * conversion of character sets):
+/** The commonName of the subject, the first of several, as the certificate holds it (no conversion
+ *  of character sets).
  *
  *  @param cert      the certificate
  *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
- * terminated
+ *                   terminated
  *  @param len       bytes of room; below 1 nothing is written
  *  @return length of the text in @p buf, or -1 when the subject has no such attribute
  */
-
-/** commonName; see above. */
 TALVERA_API int uc_get_common_name(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** The subject's serialNumber attribute, not the certificate's serial number; see above. */
+/** The serialNumber attribute of the subject, the first of several, as the certificate holds it (no
+ *  conversion of character sets). Not the certificate's serial number.
+ *
+ *  @param cert      the certificate
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ *                   terminated
+ *  @param len       bytes of room; below 1 nothing is written
+ *  @return length of the text in @p buf, or -1 when the subject has no such attribute
+ */
 TALVERA_API int uc_get_serial_number(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** organizationName; see above. */
+/** The organizationName of the subject, the first of several, as the certificate holds it (no
+ *  conversion of character sets).
+ *
+ *  @param cert      the certificate
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ *                   terminated
+ *  @param len       bytes of room; below 1 nothing is written
+ *  @return length of the text in @p buf, or -1 when the subject has no such attribute
+ */
 TALVERA_API int uc_get_organization_name(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** organizationalUnitName; see above. */
+/** The organizationalUnitName of the subject, the first of several, as the certificate holds it (no
+ *  conversion of character sets).
+ *
+ *  @param cert      the certificate
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ *                   terminated
+ *  @param len       bytes of room; below 1 nothing is written
+ *  @return length of the text in @p buf, or -1 when the subject has no such attribute
+ */
 TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int len)
     TALVERA_NONNULL(1, 2);
 
@@ -234,7 +261,13 @@ TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int len)
  */
 TALVERA_API int uc_get_notbefore(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** The end of a certificate's validity; as uc_get_notbefore() in all else. */
+/** The end of a certificate's validity; as uc_get_notbefore() in all else.
+ *
+ *  @param cert      the certificate, which the call uses up
+ *  @param[out] buf  room for @p len + 1 bytes
+ *  @param len       greatest number of characters
+ *  @return as uc_get_notbefore()
+ */
 TALVERA_API int uc_get_notafter(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
 TALVERA_END_DECLS

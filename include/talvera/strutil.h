@@ -25,6 +25,7 @@ TALVERA_BEGIN_DECLS
  *  @return the first match, or null when there is none or it ends beyond @p n characters
  */
 TALVERA_API char *strncasestr(const char *haystack, const char *needle, int n);
+/** Same as strncasestr(). @copydetails strncasestr */
 TALVERA_API char *strnstr_nocase(const char *haystack, const char *needle, int n);
 
 /** Matches a prefix that is given in lower case.
@@ -32,15 +33,27 @@ TALVERA_API char *strnstr_nocase(const char *haystack, const char *needle, int n
  *  A character of @p s matches if it, or its lower-case form, is the prefix's: so @p s may be in
  *  any case, while an upper-case letter in @p prefix matches only itself.
  *
+ *  @param s       text, or null
+ *  @param prefix  prefix in lower case, or null
  *  @return the position in @p s after the prefix, or null when it does not match; @p s when either
  *          is null or the prefix is empty
  */
 TALVERA_API char *strmatch_lowercase(const char *s, const char *prefix);
 
-/** @return the first character of @p s that is not in @p set, or null when there is none */
+/** Finds what does not belong to a set.
+ *
+ *  @param s    text to search
+ *  @param set  the set of characters
+ *  @return the first character of @p s that is not in @p set, or null when there is none
+ */
 TALVERA_API char *GN_StrNotInSet(const char *s, const char *set) TALVERA_NONNULL(1, 2);
 
-/** @return the first character of @p s that is in @p set, or null when there is none */
+/** Finds what belongs to a set.
+ *
+ *  @param s    text to search
+ *  @param set  the set of characters
+ *  @return the first character of @p s that is in @p set, or null when there is none
+ */
 TALVERA_API char *GN_StrCharInSet(const char *s, const char *set) TALVERA_NONNULL(1, 2);
 
 /** Copies a string without the characters found in a set.
@@ -61,6 +74,7 @@ TALVERA_API void strfilt(char *dst, const char *src, const char *drop, int size)
  *  @return the new end of @p dst, its terminator
  */
 TALVERA_API char *str_cat(char *dst, const char *src) TALVERA_NONNULL(1);
+/** Same as str_cat(). @copydetails str_cat */
 TALVERA_API char *strcatdest(char *dst, const char *src) TALVERA_NONNULL(1);
 
 /** Appends a string up to a greatest length of the result.
@@ -73,17 +87,25 @@ TALVERA_API char *strcatdest(char *dst, const char *src) TALVERA_NONNULL(1);
  *  @return the new end of @p dst, its terminator
  */
 TALVERA_API char *str_ncat(char *dst, const char *src, int n) TALVERA_NONNULL(1, 2);
+/** Same as str_ncat(). @copydetails str_ncat */
 TALVERA_API char *strncatdest(char *dst, const char *src, int n) TALVERA_NONNULL(1, 2);
 
-/** Appends @p count copies of a character, none when @p count is 0 or less.
+/** Appends copies of a character.
  *
  *  @param[in,out] dst  text to extend; the room is the caller's affair
+ *  @param ch           the character
+ *  @param count        how many; 0 or less appends none
  *  @return the new end of @p dst, its terminator
  */
 TALVERA_API char *str_nfill(char *dst, int ch, int count) TALVERA_NONNULL(1);
+/** Same as str_nfill(). @copydetails str_nfill */
 TALVERA_API char *strnfilldest(char *dst, int ch, int count) TALVERA_NONNULL(1);
 
-/** Converts a string to upper case in place. @return 0 */
+/** Converts a string to upper case in place.
+ *
+ *  @param[in,out] s  text
+ *  @return 0
+ */
 TALVERA_API int string_toupper(char *s) TALVERA_NONNULL(1);
 
 /** Adds a string to a text that is built twice: first counted, then written.
@@ -113,10 +135,16 @@ TALVERA_API int hex(int ch);
  */
 TALVERA_API void GN_HexToString(const unsigned char *in, char *out, char delim, int digits)
     TALVERA_NONNULL(2);
+/** Same as GN_HexToString(). @copydetails GN_HexToString */
 TALVERA_API void hex_to_str_with_delim(const unsigned char *in, char *out, char delim, int digits)
     TALVERA_NONNULL(2);
 
-/** GN_HexToString() without a delimiter. */
+/** GN_HexToString() without a delimiter.
+ *
+ *  @param in        (@p digits + 1) / 2 bytes
+ *  @param[out] out  room for @p digits + 1 bytes; terminated
+ *  @param digits    digits to write, as for GN_HexToString()
+ */
 TALVERA_API void hex_to_str(const unsigned char *in, char *out, int digits) TALVERA_NONNULL(2);
 
 TALVERA_END_DECLS
