@@ -1,8 +1,15 @@
 /** @file
  *  Cyclic redundancy checks in five widths and bit orders.
  *
+ *  @code
+ *  uint32_t check = 0xFFFFFFFF;
+ *  check = crc32_le(check, (const unsigned char *)"12345", 5);
+ *  check = crc32_le(check, (const unsigned char *)"6789", 4);
+ *  printf("%08X\n", (unsigned)~check);  // CBF43926
+ *  @endcode
+ *
  *  Each function takes the running value and returns it updated, so the check of scattered pieces
- * is made by chaining calls. Initial value and final inversion are the caller's choice; nothing is
+ *  is made by chaining calls. Initial value and final inversion are the caller's choice; nothing is
  *  applied inside, and a length of 0 returns the running value as it is (cut to its width).
  *
  *  The functions go byte by byte through a table of 256 entries, which spares the small caches of

@@ -1,6 +1,14 @@
 /** @file
  *  Encoders at text boundaries: Base64 for arbitrary bytes, character references for markup, and
  *  strict MAC addresses. All work on the caller's buffers and keep no state.
+ *
+ *  @code
+ *  const unsigned char bytes[] = {1, 2, 3};
+ *  char text[8], cell[64];
+ *  unsigned int length = sizeof text;
+ *  if (base64_encode(bytes, sizeof bytes, text, &length) == 0) puts(text);  // AQID
+ *  if (entities_hex_encode(cell, sizeof cell, "<b>") == 0) puts(cell);      // &#x3c;b&#x3e;
+ *  @endcode
  */
 #ifndef TALVERA_ENCODE_H
 #define TALVERA_ENCODE_H
@@ -68,7 +76,7 @@ enum {
  *  throughout or by "-" throughout, with white space around any group. Nothing may follow.
  *
  *  Each call, a successful one too, prints "Parse MAC error %d\n" with its result to standard
- * output.
+ *  output.
  *
  *  @param s                text; null is malformed
  *  @param allow_zero       non-zero accepts the address of six zero bytes

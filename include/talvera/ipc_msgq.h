@@ -1,9 +1,19 @@
 /** @file
  *  Named message queues: local datagram sockets (unix(7)) bound to a path.
  *
+ *  @code
+ *  char message[512];
+ *  struct ipc_msgq *queue = ipc_msgq_createByName("/var/run/example");  // the receiver
+ *  int length = queue != NULL ? ipc_msgq_receive(queue, message, sizeof message) : -1;
+ *  if (length > 0) fwrite(message, 1, (size_t)length, stdout);
+ *
+ *  struct ipc_msgq *peer = ipc_msgq_GetByName("/var/run/example");  // a sender
+ *  if (peer != NULL && ipc_msgq_send(peer, "hello", 5) != 0) perror("send");
+ *  @endcode
+ *
  *  The receiving daemon creates a queue under a name, which is its path in the file system; senders
  *  get a handle to the same name. Each message is one datagram, with no header of the library's
- * own. All sockets are non-blocking.
+ *  own. All sockets are non-blocking.
  *
  *  Nothing ends a queue but the end of its process, and its path stays even then: the creator, or
  *  the system start-up, removes a stale path before it creates the queue anew.

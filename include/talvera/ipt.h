@@ -1,17 +1,21 @@
 /** @file
  *  Firewall rules: packet-filter rules as records, rendered into iptables command lines and run.
  *
- *    ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
- *                                                  "192.168.1.10", 80);
- *    if (rule != NULL) error = ipt_process_rule(rule);
- *    ...
- *    rule->command = IPT_COMMAND_DELETE;   // the same record takes the rule out again
+ *  @code
+ *  int error = IPT_RULE_FAILED;
+ *  ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
+ *                                         "192.168.1.10", 80);
+ *  if (rule != NULL) error = ipt_process_rule(rule);
+ *  if (error == 0) {
+ *    rule->command = IPT_COMMAND_DELETE;  // the same record takes the rule out again
  *    error = ipt_process_rule(rule);
- *    ipt_rule_free(rule);
+ *  }
+ *  ipt_rule_free(rule);
+ *  @endcode
  *
  *  A command line has five sections, written in this order: table, command with chain and command
  *  argument, parameters, matches, target. Each section holds at most 63 characters, shared by all
- * of its items, and everything in front of the target at most 191.
+ *  of its items, and everything in front of the target at most 191.
  *
  *  Texts go into the command line as they are, and a shell reads it: callers hand over no blanks,
  *  shell characters or "%" that they did not choose themselves. Messages go to sdb_log() at
@@ -28,7 +32,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/* ---- Values of a rule ----------------------------------------------------------------------- */
+/* ---- Values of a rule ------------------------------------------------------------------------ */
 
 /* Where a value is IPT_..._NONE and a text must stand, "none" is rendered, which iptables refuses:
  * records that are run have a chain, a command, and items other than these. */
@@ -143,7 +147,7 @@ enum ipt_option {
 /** Bits of an item's negation mask: what gets a "!" in front. In front of a value ("-d ! 10.0.0.1",
  *  "--dport ! 80") is where the gateway's iptables takes it; newer ones refuse that and take
  *  IPT_NEGATE_OPTION ("! --dport 80"). What they want for an item's own value ("! -d 10.0.0.1")
- * cannot be rendered. */
+ *  cannot be rendered. */
 enum ipt_negation {
   IPT_NEGATE_NOTHING = 0x01,     /**< carried, never rendered */
   IPT_NEGATE_VALUE = 0x02,       /**< the item's own value */
@@ -293,13 +297,12 @@ TALVERA_API int ipt_set_chain_policy(uint32_t chain, uint32_t policy);
  */
 TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b);
 
-/* ---- User-level values ------------------------------------------------------------------------
- */
+/* ---- User-level values ----------------------------------------------------------------------- */
 
 /** Takes a leading "!" and the spaces behind it off a text.
  *
  *  @param bit           number of the bit to set in @p mask when there is a "!"; 8 and more set
- * none
+ *                       none
  *  @param[in,out] mask  negation mask; other bits stay
  *  @param text          user-level text, or null
  *  @param[out] result   receives a pointer into @p text, or null when that is null
@@ -345,8 +348,7 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
                                    size_t size);
 
-/* ---- Ready-made rules --------------------------------------------------------------------------
- */
+/* ---- Ready-made rules ------------------------------------------------------------------------ */
 
 /* Each returns a new rule, to be released with ipt_rule_free(), or null when a text cannot be used
  * or memory runs out. Texts are copied. A null interface, host, port, source range or, in
@@ -394,8 +396,7 @@ TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
 TALVERA_API ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                             const char *source_range) TALVERA_MUST_USE;
 
-/* ---- Names --------------------------------------------------------------------------------------
- */
+/* ---- Names ----------------------------------------------------------------------------------- */
 
 /** @{ */
 /** Name of one of the gateway's own chains. */

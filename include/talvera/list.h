@@ -1,11 +1,24 @@
 /** @file
  *  A doubly linked list of opaque data pointers.
  *
+ *  @code
+ *  list_obj hosts;
+ *  list_init(&hosts);
+ *  list_attributes_comparator(&hosts, list_comparator_string);
+ *  list_append(&hosts, "tv");
+ *  list_append(&hosts, "laptop");
+ *  list_sort(&hosts, 1);
+ *  list_iterator_start(&hosts);
+ *  while (list_iterator_hasnext(&hosts)) puts(list_iterator_next(&hosts));  // laptop, tv
+ *  list_iterator_stop(&hosts);
+ *  list_destroy(&hosts);
+ *  @endcode
+ *
  *  The caller owns the list object and passes its address to every function; list_init() fills it
  *  and list_destroy() releases what it points to. Positions count from 0. Besides both ends the
- * list knows its middle element, so reaching a position takes at most about a quarter of the list,
- * and it keeps a few spare element records, so that cycles of inserting and deleting stay off the
- * heap.
+ *  list knows its middle element, so reaching a position takes at most about a quarter of the list,
+ *  and it keeps a few spare element records, so that cycles of inserting and deleting stay off the
+ *  heap.
  *
  *  Conventions, all of them meant and kept by every caller:
  *    - comparators return a positive number when a comes BEFORE b;
@@ -15,7 +28,7 @@
  *    - list_empty() returns 1 when the list holds something.
  *
  *  While an iteration is open (list_iterator_start() to list_iterator_stop()), whatever would
- * change the list's elements or their order is refused.
+ *  change the list's elements or their order is refused.
  *
  *  Only list_init(), the list_attributes_ functions and list_concat() accept a null list pointer.
  *  Nothing is logged. A list is not safe for concurrent use. Memory that runs out is told by
@@ -45,7 +58,7 @@ typedef uint32_t (*list_meter_fn)(const void *data);
 typedef uint32_t (*list_hashcomputer_fn)(const void *data);
 
 /** Turns a datum into a heap block and sets its size in bytes. Kept for the caller; the library
- * does not call it. */
+ *  does not call it. */
 typedef void *(*list_serializer_fn)(const void *data, uint32_t *size);
 
 /** Makes a datum from a serialized one and sets the number of bytes used. Kept for the caller; the
@@ -87,7 +100,7 @@ typedef struct list_obj {
 /** Most element records that a list keeps for reuse. */
 #define LIST_SPARES_MAX 5
 
-/* ---- Life of a list ---- */
+/* ---- Life of a list -------------------------------------------------------------------------- */
 
 /** Makes an empty list without attributes.
  *
@@ -107,7 +120,7 @@ TALVERA_API int list_init(list_obj *list);
  */
 TALVERA_API void list_destroy(list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Attributes: each returns 0, or -1 when list is null ---- */
+/* ---- Attributes: each returns 0, or -1 when list is null ------------------------------------- */
 
 /** Sets what list_locate(), list_contains(), list_sort(), list_get_min() and list_get_max() compare
  *  with; null for none.
@@ -163,7 +176,7 @@ TALVERA_API int list_attributes_serializer(list_obj *list, list_serializer_fn se
  */
 TALVERA_API int list_attributes_unserializer(list_obj *list, list_unserializer_fn unserializer);
 
-/* ---- Elements by position ---- */
+/* ---- Elements by position -------------------------------------------------------------------- */
 
 /** Inserts a datum so that it ends up at a position.
  *
@@ -258,7 +271,7 @@ TALVERA_API uint32_t list_size(const list_obj *list) TALVERA_NONNULL(1);
  */
 TALVERA_API int list_empty(const list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Searching ---- */
+/* ---- Searching ------------------------------------------------------------------------------- */
 
 /** Finds a datum: the first element for which the comparator, called as (@p data, element's datum),
  *  returns 0; without a comparator the first one that holds the same pointer.
@@ -302,7 +315,7 @@ TALVERA_API void *list_get_max(const list_obj *list) TALVERA_NONNULL(1);
  */
 TALVERA_API void *list_get_min(const list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Whole lists ---- */
+/* ---- Whole lists ----------------------------------------------------------------------------- */
 
 /** Makes a new list of the data of two lists. The pointers are shared, not copied: the new list has
  *  no attributes and frees no data.
@@ -330,7 +343,7 @@ TALVERA_API int list_sort(list_obj *list, int direction) TALVERA_NONNULL(1);
  */
 TALVERA_API uint32_t list_hash(const list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Iteration: one at a time, from the first element to the last ---- */
+/* ---- Iteration: one at a time, from the first element to the last ---------------------------- */
 
 /** Opens an iteration.
  *

@@ -1,6 +1,15 @@
 /** @file
  *  The MD5 message digest (RFC 1321).
  *
+ *  @code
+ *  unsigned char digest[MD5_DIGEST_SIZE];
+ *  md5_context context;
+ *  MD5CInit(&context);
+ *  MD5CUpdate(&context, (const unsigned char *)"ab", 2);
+ *  MD5CUpdate(&context, (const unsigned char *)"c", 1);
+ *  MD5CFinal(digest, &context);  // as UTIL_MD5("abc", digest) gives at once
+ *  @endcode
+ *
  *  For checks and identifiers that are defined with it, not for security. Nothing is allocated and
  *  nothing fails; digests are 16 raw bytes, not hexadecimal text.
  */

@@ -1,6 +1,17 @@
 /** @file
  *  IPv4 address arithmetic, conversion of addresses, interface statistics, and the ARP probe.
  *
+ *  @code
+ *  uint32_t network;
+ *  struct netu_linuxif_stats *stats = netu_alloc_linuxif_stats();
+ *  if (netu_calc_network("192.168.1.77", "255.255.255.0", &network) != 0) puts("no address");
+ *  if (stats != NULL) {
+ *    netu_update_linuxif_stats("eth0", stats);
+ *    printf("%u bytes received\n", (unsigned)stats->current[NETU_RX_BYTES]);
+ *    netu_free_linuxif_stats(stats);
+ *  }
+ *  @endcode
+ *
  *  Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
  *  unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
  *  gateway that is the numeric order too.
@@ -19,8 +30,7 @@ TALVERA_BEGIN_DECLS
 /** What an address text that is not valid gives. */
 #define NETU_INVALID_ADDRESS 2103
 
-/* ---- IPv4 address arithmetic ------------------------------------------------------------------
- */
+/* ---- IPv4 address arithmetic ----------------------------------------------------------------- */
 
 /** The network part of an address: address AND mask.
  *
@@ -74,8 +84,7 @@ TALVERA_API uint32_t netu_subnet_mask_from_prefix(unsigned int prefix);
  */
 TALVERA_API int netu_is_empty_ip4addr(const char *address);
 
-/* ---- Conversion -------------------------------------------------------------------------------
- */
+/* ---- Conversion ------------------------------------------------------------------------------ */
 
 /** Converts an IPv4 address text.
  *
@@ -125,8 +134,7 @@ TALVERA_API unsigned char *netu_atoe(const char *text, unsigned char *mac) TALVE
  */
 TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
 
-/* ---- Interface statistics ---------------------------------------------------------------------
- */
+/* ---- Interface statistics -------------------------------------------------------------------- */
 
 /** Counters of an interface: what they count is named after the file that they are read from, below
  *  /sys/class/net/INTERFACE/statistics (Documentation/ABI/testing/sysfs-class-net-statistics). The
@@ -213,8 +221,7 @@ TALVERA_API int netu_reset_linuxif_stats(struct netu_linuxif_stats *stats) TALVE
 TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stats,
                                            unsigned int index) TALVERA_NONNULL(1);
 
-/* ---- Duplicate addresses ----------------------------------------------------------------------
- */
+/* ---- Duplicate addresses --------------------------------------------------------------------- */
 
 /** Asks with one ARP probe whether another host uses an address.
  *

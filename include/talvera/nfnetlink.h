@@ -1,6 +1,21 @@
 /** @file
  *  Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
  *
+ *  @code
+ *  nfnetlink_log_handler print_packet = NULL;  // yours
+ *  uint32_t buffer[16384];
+ *  struct nfnetlink_log *log = nfnetlink_log_open();
+ *  struct nfnetlink_log_group *group = log != NULL ? nfnetlink_log_bind_group(log, 5) : NULL;
+ *  if (group != NULL) {
+ *    int length;
+ *    nfnetlink_log_register_handler(group, print_packet, NULL);
+ *    nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, 128);
+ *    while ((length = nfnetlink_receive(log->netlink, buffer, sizeof buffer)) > 0)
+ *      nfnetlink_msg_unpack(log->netlink, buffer, length);
+ *  }
+ *  if (log != NULL) nfnetlink_log_close(log);
+ *  @endcode
+ *
  *  Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>): in host byte
  *  order except where a field is said to be big-endian. A message is a struct nlmsghdr, a struct
  *  nfgenmsg (address family, version 0, big-endian resource id), then attributes, each with a
@@ -65,8 +80,7 @@ struct nfnetlink_handle {
   struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem id */
 };
 
-/* ---- Handles and subsystems -------------------------------------------------------------------
- */
+/* ---- Handles and subsystems ------------------------------------------------------------------ */
 
 /** Opens a netfilter netlink socket and binds it to a port id of the kernel's choice.
  *
@@ -116,8 +130,7 @@ TALVERA_API int nfnetlink_subsys_close(struct nfnetlink_subsys *subsys);
  */
 TALVERA_API int nfnetlink_close(struct nfnetlink_handle *handle);
 
-/* ---- Requests ---------------------------------------------------------------------------------
- */
+/* ---- Requests -------------------------------------------------------------------------------- */
 
 /** Appends to a message under construction, which begins with its nlmsg_len set to 0.
  *
@@ -155,8 +168,7 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
 
-/* ---- Reception --------------------------------------------------------------------------------
- */
+/* ---- Reception ------------------------------------------------------------------------------- */
 
 /** Receives one datagram of messages from the kernel.
  *
@@ -188,7 +200,7 @@ TALVERA_API int nfnetlink_receive(struct nfnetlink_handle *handle, void *buffer,
  *  @return the result that ended the dispatch; at the end of the buffer that of the last message,
  *          which is 1 for one passed over; 0 when the buffer does not hold a first message; -1 when
  *          @p handle or @p buffer is null, or memory runs out for a table of more than 64
- * attributes
+ *          attributes
  */
 TALVERA_API int nfnetlink_msg_unpack(struct nfnetlink_handle *handle, const void *buffer,
                                      int length);
@@ -208,8 +220,7 @@ TALVERA_API int nfnetlink_msg_unpack(struct nfnetlink_handle *handle, const void
 TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_size,
                                          const struct nlattr *first, int length);
 
-/* ---- The packet log ---------------------------------------------------------------------------
- */
+/* ---- The packet log -------------------------------------------------------------------------- */
 
 /* Packets that a firewall rule sends to a log group (iptables' NFLOG target) are delivered to the
  * program that has bound the group (<linux/netfilter/nfnetlink_log.h>). A program opens a log

@@ -4,26 +4,31 @@
  *
  *  One process creates the segment with nvram_init(). Then every process attaches it:
  *
- *    nvram_hash = nvram_attach(path);      // the pairs are reached through nvram_hash,
- *    nvram_shmid = nvram_id(path);         // locks and status through nvram_shmid
- *    ...
- *    nvram_detach(nvram_hash);
- *    nvram_hash = NULL;
+ *  @code
+ *  const char *path = "/etc/config";
+ *  nvram_hash = nvram_attach(path);  // the pairs are reached through nvram_hash,
+ *  nvram_shmid = nvram_id(path);     // locks and status through nvram_shmid
+ *  const char *name = nvram_get("hostname");
+ *  if (name != NULL) printf("%.*s\n", NVRAM_VALUE_SIZE, name);
+ *  nvram_set("hostname", "gateway");
+ *  nvram_detach(nvram_hash);
+ *  nvram_hash = NULL;
+ *  @endcode
  *
  *  The segment's key is ftok(path, 1). The segment is a table of NVRAM_ENTRIES entries, without any
  *  header; a new one is all zeros, the empty store:
  *
- *    entry 0           never used: a link of 0 ends every chain
- *    entries 1 to 256  buckets, where chains start
- *    257 to 383        overflow entries, which continue chains
+ *      entry 0           never used: a link of 0 ends every chain
+ *      entries 1 to 256  buckets, where chains start
+ *      257 to 383        overflow entries, which continue chains
  *
  *  An entry has no alignment and is the same 99 bytes on every machine:
  *
- *    offset  size  field
- *    0         32  name, NUL-terminated unless it has 32 characters
- *    32        64  value, NUL-terminated unless it has 64 characters
- *    96         1  not 0: in use
- *    97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
+ *      offset  size  field
+ *      0         32  name, NUL-terminated unless it has 32 characters
+ *      32        64  value, NUL-terminated unless it has 64 characters
+ *      96         1  not 0: in use
+ *      97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
  *                  entry is not in use
  *
  *  A name's bucket is its hash modulo 256, plus 1, where the hash starts at 0 and becomes hash * 31
@@ -31,9 +36,9 @@
  *  characters.
  *
  *  Nothing excludes other processes: programs that share a store serialise their writers
- * themselves, and a value can change under its reader. What a process that is wrong writes into the
- * segment leads none of these functions outside of it, nor into an endless loop: links out of range
- * end a chain, and so does a chain that is longer than the table.
+ *  themselves, and a value can change under its reader. What a process that is wrong writes into
+ *  the segment leads none of these functions outside of it, nor into an endless loop: links out of
+ *  range end a chain, and so does a chain that is longer than the table.
  */
 #ifndef TALVERA_NVRAM_H
 #define TALVERA_NVRAM_H
@@ -64,7 +69,7 @@ extern TALVERA_API int32_t nvram_shmid;
  *  address, nvram_attach()'s failure, counts as null. */
 extern TALVERA_API void *nvram_hash;
 
-/* ---- The segment ---------------------------------------------------------------------------- */
+/* ---- The segment ----------------------------------------------------------------------------- */
 
 /** Creates the segment with mode 0600, or finds the one that is there.
  *
@@ -126,7 +131,7 @@ TALVERA_API int nvram_lock(void);
  */
 TALVERA_API int nvram_unlock(void);
 
-/* ---- Pairs ---------------------------------------------------------------------------------- */
+/* ---- Pairs ----------------------------------------------------------------------------------- */
 
 /* Each of these but nvram_show_all() calls nvram_lock() first and nvram_unlock() last; with
  * nvram_shmid at -1 that costs no system call. */

@@ -2,6 +2,17 @@
  *  Ordered files: a place, an enable switch and a flags word for each regular file of a directory,
  *  kept in a small text file in that directory.
  *
+ *  @code
+ *  int is_photo(const char *name);  // yours: not 0 for the names that belong to the set
+ *  struct of_files_info *set;
+ *  if (of_sync_dbfile(is_photo, "/photos", ".order") == 0 &&
+ *      of_deserialize(&set, is_photo, "/photos", ".order", 0) == 0) {
+ *    struct of_file_info *first = of_get_file_info_from_order(set, 1);
+ *    if (first != NULL) puts(first->name);
+ *    of_free_files_info(&set);
+ *  }
+ *  @endcode
+ *
  *  A set is built from the directory (of_init_files_info()) or from the saved file
  *  (of_deserialize()), edited in place through the items that the look-ups return, and written with
  *  of_serialize(). of_sync_dbfile() does the whole pass: it fits the saved settings to the files
@@ -16,8 +27,8 @@
  *      2:0:4:a.jpg
  *
  *  Names end at white space when they are read back, so a name with a space in it makes the
- * database unreadable from there on. Numbers outside 32 bits are read as the nearest limit. A name
- * of more than 31 characters is cut to 31 when it is read, as it is when a set is built. The path
+ *  database unreadable from there on. Numbers outside 32 bits are read as the nearest limit. A name
+ *  of more than 31 characters is cut to 31 when it is read, as it is when a set is built. The path
  *  "directory/name" is cut to 4095 characters.
  *
  *  The database is itself a regular file of the directory: the filter has to leave it out. Every
@@ -138,7 +149,7 @@ TALVERA_API int of_serialize(const struct of_files_info *set, const char *dir, c
 /** Reads the database file "dir/dbname" into a new set, with the items in the order of its lines.
  *
  *  A file without a proper header is a set of no items. Any version is accepted as long as the
- * count is 0. What follows the last item is not looked at.
+ *  count is 0. What follows the last item is not looked at.
  *
  *  @param[out] set  receives the set; untouched when an existing database cannot be read
  *  @param filter    used when the set has to be built from the directory

@@ -1,13 +1,23 @@
 /** @file
  *  Starting, finding, signalling, waiting for and stopping programs.
  *
+ *  @code
+ *  char *const argv[] = {"example_daemon", "-f", NULL};
+ *  char *const env[] = {"LANG=C", NULL};
+ *  pid_t pid;
+ *  if (process_start(&pid, "/usr/sbin/example_daemon", argv, env) == 0) {
+ *    process_signal(pid, SIGHUP);
+ *    process_stop(pid);
+ *  }
+ *  @endcode
+ *
  *  Everything is logged with syslog (LOG_ERR failures to start, LOG_WARNING signal failures,
  *  LOG_DEBUG starts, stops and time-outs). Results are 0, an errno value of the failed system call,
  *  or one of the codes below. A process identifier below 2 is never signalled.
  *
  *  process_start() installs a handler of SIGCHLD that collects every finished child of this
- * process, by whatever means it was started: a program that waits for its own children elsewhere
- * must expect them to be gone (ECHILD).
+ *  process, by whatever means it was started: a program that waits for its own children elsewhere
+ *  must expect them to be gone (ECHILD).
  */
 #ifndef TALVERA_PROCESS_H
 #define TALVERA_PROCESS_H
@@ -51,7 +61,7 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
  *
  *  @param name       name or path of the program, of which what follows the last "/" counts
  *  @param[out] pids  room for @p capacity identifiers, zero-filled and then filled from the start
- * in pidof's order
+ *                    in pidof's order
  *  @param capacity   identifiers wanted at most
  *  @return number found, 0 to @p capacity; 0 also when pidof cannot be run
  */

@@ -4,8 +4,12 @@
  *  Each scanner takes a pointer into a NUL-terminated 8-bit string and returns where it stopped, so
  *  that calls chain along a line:
  *
- *      line = get_word(line, name, sizeof name);
- *      line = get_number(line, &value, 10);
+ *  @code
+ *  char text[] = "timeout 30", *line = text, name[16];
+ *  unsigned long value;
+ *  line = get_word(line, name, sizeof name);
+ *  line = get_number(line, &value, 10);
+ *  @endcode
  *
  *  One that finds nothing of its kind returns the pointer that it was given; nothing is logged and
  *  errno tells nothing. A string is never read before its start nor behind its terminator.
@@ -74,7 +78,7 @@ TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
  *  @param s         text; null is read as empty
  *  @param[out] buf  receives the word, terminated; untouched when @p size is below 1
  *  @param size      bytes of room, terminator included; with 1 up to 2 bytes are written, a
- * character and the terminator, which is meant
+ *                   character and the terminator, which is meant
  *  @return where the next word can be taken; @p s when @p size is below 1
  */
 TALVERA_API char *getword(char *s, char *buf, int size);
@@ -85,8 +89,8 @@ TALVERA_API char *get_word(char *s, char *buf, int size);
  *
  *  Blanks before it are skipped. A double quote switches quoting on and off and is not part of the
  *  string; inside quotes a blank is. Escapes, in quotes and outside: "^x" and two hexadecimal
- * digits give that byte (nothing when it is 0 or there are fewer digits), "^" and any other
- * character give that character; a "^" at the very end gives nothing.
+ *  digits give that byte (nothing when it is 0 or there are fewer digits), "^" and any other
+ *  character give that character; a "^" at the very end gives nothing.
  *
  *  @param s         text; null is read as empty
  *  @param[out] buf  receives the string, terminated: room for @p size + 1 bytes, the terminator
@@ -131,7 +135,7 @@ TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);
  *
  *  Blanks before it are skipped, a "-" negates it, modulo 2^32; a "+" is not accepted, neither in
  *  front nor as the second character ("5+3" fails whole, which is meant). Digits are 0 to 9 and a
- * to z in either case. Overflow wraps at 32 bits.
+ *  to z in either case. Overflow wraps at 32 bits.
  *
  *  @param s           text; null is read as empty
  *  @param[out] value  the number; 0 when no digit was read
@@ -183,7 +187,7 @@ TALVERA_API char *getushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
 TALVERA_API char *get_ushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
 
 /** Takes an IPv4 address, dotted quad as of inet_pton(), that begins at @p s (no blanks are
- * skipped) and ends before white space.
+ *  skipped) and ends before white space.
  *
  *  @param s          text
  *  @param[out] addr  the address, network byte order; untouched on failure
@@ -195,8 +199,8 @@ TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 
 /** Takes a MAC address as of ether_aton_r(): six groups of one or two hexadecimal digits, joined by
  *  ":". It begins at @p s (no blanks are skipped) and ends before white space, 19 characters at
- * most. Behind a sixth group of two digits nothing is looked at; behind one of a single digit
- * nothing may follow.
+ *  most. Behind a sixth group of two digits nothing is looked at; behind one of a single digit
+ *  nothing may follow.
  *
  *  @param s         text
  *  @param[out] mac  the address; untouched on failure

@@ -1,6 +1,12 @@
 /** @file
  *  What the host supplies: access to the gateway's system database and its log.
  *
+ *  @code
+ *  char sku[32];
+ *  int error = sdb_get("system.sku", sku, sizeof sku);
+ *  if (error != 0) sdb_log(SDB_LOG_WARNING, "no sku: %s", sdb_strerror(error));
+ *  @endcode
+ *
  *  The library calls these three functions and leaves them undefined; the program, or the gateway's
  *  own library, defines them. On a development machine `host/` has a provider to link.
  */

@@ -5,18 +5,25 @@
  *  connected socket, runs the handshake with SSL_Nblk_connect(), and judges the server with
  *  SSL_check_cert() before it sends anything: the handshake itself accepts every server.
  *
- *      SSL_CTX *ctx = SSL_initialize("tls1.2");
- *      SSL *ssl = SSL_new(ctx);
- *      SSL_set_fd(ssl, fd);
- *      if (SSL_Nblk_connect(ssl, fd) == 1 && SSL_check_cert(ssl, "acs.example.net") == 0) ...
+ *  @code
+ *  int connect_to(const char *host);  // yours
+ *  int fd = connect_to("acs.example.net");
+ *  SSL_CTX *ctx = SSL_initialize("tls1.2");
+ *  SSL *ssl = ctx != NULL ? SSL_new(ctx) : NULL;
+ *  if (ssl != NULL && SSL_set_fd(ssl, fd) == 1 && SSL_Nblk_connect(ssl, fd) == 1 &&
+ *      SSL_check_cert(ssl, "acs.example.net") == 0)
+ *    SSL_write(ssl, "GET / HTTP/1.0\r\n\r\n", 18);
+ *  SSL_free(ssl);
+ *  SSL_CTX_free(ctx);
+ *  @endcode
  *
  *  The objects are OpenSSL's own, to be used and released with its functions. The library works
- * with OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by
- * default (old protocols, short keys, old digests, servers without secure renegotiation) is
- * allowed, inside the context that SSL_initialize() returns and nowhere else.
+ *  with OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by
+ *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
+ *  allowed, inside the context that SSL_initialize() returns and nowhere else.
  *
  *  Connection functions log to the system database's log; certificate tools log nothing. Errors
- * that OpenSSL queues during a call are taken back before the call returns, except by
+ *  that OpenSSL queues during a call are taken back before the call returns, except by
  *  SSL_Nblk_connect(), after which ERR_get_error() tells why a handshake failed.
  */
 #ifndef TALVERA_SSL_H
@@ -43,10 +50,10 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
 /** Makes a client context for one protocol.
  *
  *  The context trusts OpenSSL's default places, the eleven root certificates that the product
- * ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
- * read. It offers all ciphers and presents the device's client certificate. It does not verify the
- * peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries
- * are on.
+ *  ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
+ *  read. It offers all ciphers and presents the device's client certificate. It does not verify the
+ *  peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic
+ *  retries are on.
  *
  *  An empty downloaded file counts as an installed certificate. A product key or certificate that
  *  OpenSSL refuses is no failure: the context then lacks the client identity, and what comes after
@@ -118,7 +125,7 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  @param expected_name  the name the server must have
  *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* code of
  *          <openssl/x509_vfy.h>, of which 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name
- * and for a server without a certificate
+ *          and for a server without a certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -186,7 +193,7 @@ TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long len);
  *  @param dir        path of the directory
  *  @param name       name of the file in it
  *  @return the file's size in bytes; 0 when it cannot be opened or read, is empty, or is read
- * short; also when open() gives descriptor 0, which is meant
+ *          short; also when open() gives descriptor 0, which is meant
  */
 TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name)
     TALVERA_NONNULL(1, 2, 3) TALVERA_MUST_USE;

@@ -1,6 +1,14 @@
 /** @file
  *  String routines; and, by their headers, all else for text: scanners, encoders, splitters.
  *
+ *  @code
+ *  const unsigned char mac[6] = {0x02, 0x5A, 0x30, 0x96, 0x02, 0xD0};
+ *  char path[64] = "/tmp/", text[19];
+ *  str_ncat(path, "leases", sizeof path - 1);
+ *  hex_to_str_with_delim(mac, text, ':', 12);  // 02:5a:30:96:02:d0
+ *  if (strmatch_lowercase("Host: gateway", "host:") != NULL) puts("a host line");
+ *  @endcode
+ *
  *  The routines declared here work on NUL-terminated 8-bit strings in buffers of the caller's; none
  *  of them allocates, logs or sets errno. Letter case is that of the C library's current locale.
  *  Where two names are given, they are the same function.
@@ -15,7 +23,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/* ---- Searching, appending, changing and hexadecimal text ------------------------------------ */
+/* ---- Searching, appending, changing and hexadecimal text ------------------------------------- */
 
 /** Finds a string near the start of another, ignoring case.
  *
@@ -127,7 +135,7 @@ TALVERA_API int hex(int ch);
  *
  *  @param in        (@p digits + 1) / 2 bytes
  *  @param[out] out  room for @p digits + @p digits / 2 + 1 bytes with a delimiter, for @p digits +
- * 1 without; terminated
+ *                   1 without; terminated
  *  @param delim     character between the bytes (written after the last one too, and overwritten by
  *                   what follows it); 0 for none
  *  @param digits    digits to write: with an odd number the last byte gives its high digit only;

@@ -1,12 +1,20 @@
 /** @file
  *  Seconds, dates, clocks and time zones.
  *
+ *  @code
+ *  struct datetime dt;
+ *  char zone[64];
+ *  stod(951782400, &dt);                                        // 2000-02-29 00:00:00
+ *  get_posix_timezone("EST5EDT", "us", zone, sizeof zone);      // EST+5EDT,M3.2.0/2,M11.1.0/2
+ *  printf("%d-%02d-%02d %s\n", dt.year, dt.month, dt.day, zone);
+ *  @endcode
+ *
  *  A date is counted from 1970-01-01 without any time zone unless a function says "local"; the
- * local zone is that of the TZ environment variable at the time of the call (POSIX, "Other
- * Environment Variables"). No function logs or sets errno on purpose, and none keeps state.
+ *  local zone is that of the TZ environment variable at the time of the call (POSIX, "Other
+ *  Environment Variables"). No function logs or sets errno on purpose, and none keeps state.
  *
  *  The text functions of time zones and SOAP write as snprintf() does: at most `size` bytes with
- * the terminator, nothing when `size` is 0, and return the length that the whole text needs. Their
+ *  the terminator, nothing when `size` is 0, and return the length that the whole text needs. Their
  *  output must not overlap their input.
  */
 #ifndef TALVERA_TIME_H

@@ -1,6 +1,16 @@
 /** @file
  *  File and system helpers that every gateway program needs.
  *
+ *  @code
+ *  unsigned char *data;
+ *  unsigned int length;
+ *  if (uf_readall("/etc", "hostname", &data, &length) == 0) {
+ *    fwrite(data, 1, length, stdout);
+ *    free(data);
+ *  }
+ *  if (sdb_system("ip link set %s up", "eth0") != 0) puts("no such interface");
+ *  @endcode
+ *
  *  None of the file helpers keeps state or logs: a failure is told by the return value, with errno
  *  as the failing system call (POSIX, Linux) left it. Heap blocks handed out come from malloc and
  *  are the caller's to free.
@@ -145,7 +155,7 @@ struct filemap {
  *  @param flags       flags for open(); the same value is passed as creation mode
  *  @param protection  protection for mmap(), such as PROT_READ
  *  @return 0; -1 with errno set on failure, also (EFBIG) for a file of 2 GiB or more; -1 with errno
- * as it was for an empty file
+ *          as it was for an empty file
  */
 TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, int protection)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -178,8 +188,8 @@ TALVERA_API int file_access(const char *format, int mode, ...) TALVERA_PRINTF(1,
 /** Removes what a symbolic link points to.
  *
  *  This is not unlink(): for a link the target is removed and the link stays; a path that is no
- * link is left alone. A relative target counts from the current directory. Only the first 128
- * characters of the target count: of a longer one, the file that those name is removed instead.
+ *  link is left alone. A relative target counts from the current directory. Only the first 128
+ *  characters of the target count: of a longer one, the file that those name is removed instead.
  *
  *  @param path  the link
  *  @return unlink()'s result for the target: 0, or -1 with errno set; -1 for a path that is not a
@@ -221,8 +231,7 @@ TALVERA_API int file_append_write(const char *path_format, const char *string, .
 TALVERA_API int file_create_write(const char *path_format, const char *string, ...)
     TALVERA_PRINTF(1, 3);
 
-/* ---- Commands ---------------------------------------------------------------------------------
- */
+/* ---- Commands -------------------------------------------------------------------------------- */
 
 /** Runs a shell command with system().
  *
@@ -234,8 +243,7 @@ TALVERA_API int file_create_write(const char *path_format, const char *string, .
  */
 TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
 
-/* ---- Attributes of sysfs ------------------------------------------------------------------------
- */
+/* ---- Attributes of sysfs --------------------------------------------------------------------- */
 
 /** Reads the first line of an attribute file.
  *
@@ -266,7 +274,7 @@ TALVERA_API int sysfs_get_attr(const char *path_format, char *buf, size_t size, 
 TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) TALVERA_PRINTF(1, 3)
     TALVERA_NONNULL(2);
 
-/* ---- Console -------------------------------------------------------------------------------- */
+/* ---- Console --------------------------------------------------------------------------------- */
 
 /** Prints a message on "/dev/console", which the first message opens (close-on-exec) and the
  *  process keeps.
@@ -279,8 +287,7 @@ TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) 
  */
 TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
-/* ---- Persistent files -------------------------------------------------------------------------
- */
+/* ---- Persistent files ------------------------------------------------------------------------ */
 /* What the tool "/sbin/pfs" is told, through sdb_system() and with its results. Paths go to the
  * shell as they are. */
 
@@ -321,8 +328,7 @@ TALVERA_API int pfs_remember_file(const char *path) TALVERA_NONNULL(1);
  */
 TALVERA_API int pfs_commit(void);
 
-/* ---- Random numbers ---------------------------------------------------------------------------
- */
+/* ---- Random numbers -------------------------------------------------------------------------- */
 
 /** Reads random bytes from "/dev/random", which may wait for them (random(4)).
  *
@@ -353,8 +359,7 @@ TALVERA_API uint32_t rand_generate_uint32(void);
  */
 TALVERA_API uint32_t urand_generate_uint32(void);
 
-/* ---- Host look-up -------------------------------------------------------------------------------
- */
+/* ---- Host look-up ---------------------------------------------------------------------------- */
 
 /** Resolves a host name to the text of its first address.
  *

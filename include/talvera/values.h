@@ -2,9 +2,17 @@
  *  Values as text: tables of values and their names, printers for status pages and logs, and heap
  *  strings that replace each other.
  *
+ *  @code
+ *  const struct ust_entry entries[] = {{0, "down"}, {1, "up"}};
+ *  const struct ust_table states = {entries, 2};
+ *  char number[11];
+ *  const char *name = ust_lookup_name_by_value(&states, 1);
+ *  printf("port %s is %s\n", p_int(number, 4), name != NULL ? name : "?");  // port 4 is up
+ *  @endcode
+ *
  *  Nothing here keeps state or logs. Times are shown in the process's local time zone and locale,
- * as localtime() and strftime() (POSIX) have it; like localtime() the functions that show them are
- * not for several threads at once.
+ *  as localtime() and strftime() (POSIX) have it; like localtime() the functions that show them are
+ *  not for several threads at once.
  */
 #ifndef TALVERA_VALUES_H
 #define TALVERA_VALUES_H
@@ -18,7 +26,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/* ---- Value tables ---- */
+/* ---- Value tables ---------------------------------------------------------------------------- */
 
 /** A value and a name for it. */
 struct ust_entry {
@@ -87,7 +95,7 @@ TALVERA_API int ust_lookup_index_by_name_i(const struct ust_table *table, const 
  */
 TALVERA_API unsigned int ust_longest_strlen(const struct ust_table *table) TALVERA_NONNULL(1);
 
-/* ---- Printers: each returns the text, for use as an argument of printf() ---- */
+/* ---- Printers: each returns the text, for use as an argument of printf() --------------------- */
 
 /** Prints a switch.
  *
@@ -143,7 +151,7 @@ TALVERA_API const char *p_enum(int value, const char *const names[]) TALVERA_NON
  *
  *  @param time         the time
  *  @param[out] buffer  room for 80 bytes; an empty string when the text does not fit or the time
- * has no calendar date
+ *                      has no calendar date
  *  @return the length written
  */
 TALVERA_API size_t mkstr_date(time_t time, char *buffer) TALVERA_NONNULL(2);
@@ -177,7 +185,7 @@ TALVERA_API char *mkstr_ulong(char **slot, unsigned long value) TALVERA_NONNULL(
  */
 TALVERA_API char *mkstr_string(char **slot, const char *text) TALVERA_NONNULL(1);
 
-/* ---- Names ---- */
+/* ---- Names ----------------------------------------------------------------------------------- */
 
 /** Names of the ad-break states 0 to 6, for p_enum(): "Idle", "Wait", "Pre-AdBreak",
  *  "Pre-AdBreak-2", "AdBreak", "Post-AdBreak", "SS_ANY". */
