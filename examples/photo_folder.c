@@ -13,9 +13,10 @@
 
 static const char database[] = "photos.db";
 
+/* The database cannot hold names with white space. */
 static int is_photo(const char *name) {
   const char *dot = strrchr(name, '.');
-  return dot != NULL && strcmp(dot, ".jpg") == 0;
+  return dot != NULL && strcmp(dot, ".jpg") == 0 && strpbrk(name, " \t\n\v\f\r") == NULL;
 }
 
 static void list(struct of_files_info *set) {

@@ -26,13 +26,17 @@
  *      1:1:0:b.jpg
  *      2:0:4:a.jpg
  *
- *  Names end at white space when they are read back, so a name with a space in it makes the
- *  database unreadable from there on. Numbers outside 32 bits are read as the nearest limit. A name
- *  of more than 31 characters is cut to 31 when it is read, as it is when a set is built. The path
- *  "directory/name" is cut to 4095 characters.
+ *  Names must not contain white space, at which they end when they are read back: the filter should
+ *  leave such files out. One before the last makes the whole database unreadable, so that the next
+ *  of_sync_dbfile() drops every saved setting; the last one is read as its first word.
+ *
+ *  Numbers outside 32 bits are read as the nearest limit. A name of more than 31 characters is cut
+ *  to 31 when it is read, as it is when a set is built. The path "directory/name" is cut to 4095
+ *  characters.
  *
  *  The database is itself a regular file of the directory: the filter has to leave it out. Every
- *  failure is the result -1, with errno as the failing call left it; nothing is logged. Callers
+ *  failure is the result -1, and nothing is logged. errno is EINVAL for a database whose content is
+ *  bad, untouched after of_set_order_for_item(), and otherwise as the failing call left it. Callers
  *  serialise their access to one directory's database.
  */
 #ifndef TALVERA_OF_H
@@ -151,7 +155,8 @@ TALVERA_API int of_serialize(const struct of_files_info *set, const char *dir, c
  *  A file without a proper header is a set of no items. Any version is accepted as long as the
  *  count is 0. What follows the last item is not looked at.
  *
- *  @param[out] set  receives the set; untouched when an existing database cannot be read
+ *  @param[out] set  receives the set; untouched on failure, but null when the set had to be built
+ *                   and could not be
  *  @param filter    used when the set has to be built from the directory
  *  @param dir       path of the directory
  *  @param dbname    name of the database file in it
@@ -167,10 +172,10 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
 /** Brings the database file up to date with the directory.
  *
  *  Files that the database knows keep their switch and flags; one after the other, in byte order of
- *  their names, they are moved to their saved order, unless that exceeds the number of files now.
- *  Then each new file is moved to the top, enabled and with flags 0, the last of them ending first.
- *  As the moves follow each other, known files may change places when files have come or gone.
- *  Files that are gone drop out.
+ *  their names, they are moved to their saved order, unless that is below 1 or exceeds the number
+ *  of files now. Then each new file is moved to the top, enabled and with flags 0, the last of them
+ *  ending first. As the moves follow each other, known files may change places when files have
+ *  come or gone. Files that are gone drop out.
  *
  *  Without a database that can be read (or the memory to read it) the result is that of a new
  *  directory: alphabetical, all enabled. One without a proper header reads as no items, and so

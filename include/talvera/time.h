@@ -4,8 +4,8 @@
  *  @code
  *  struct datetime dt;
  *  char zone[64];
- *  stod(951782400, &dt);                                        // 2000-02-29 00:00:00
- *  get_posix_timezone("EST5EDT", "us", zone, sizeof zone);      // EST+5EDT,M3.2.0/2,M11.1.0/2
+ *  stod(951782400, &dt);                                    // 2000-02-29 00:00:00
+ *  get_posix_timezone("EST5EDT", "us", zone, sizeof zone);  // EST+5EDT,M3.2.0/2,M11.1.0/2
  *  printf("%d-%02d-%02d %s\n", dt.year, dt.month, dt.day, zone);
  *  @endcode
  *
@@ -14,8 +14,8 @@
  *  Environment Variables"). No function logs or sets errno on purpose, and none keeps state.
  *
  *  The text functions of time zones and SOAP write as snprintf() does: at most `size` bytes with
- *  the terminator, nothing when `size` is 0, and return the length that the whole text needs. Their
- *  output must not overlap their input.
+ *  the terminator, nothing when `size` is 0, and return the length that the whole text needs. A
+ *  zone may be converted in place; any other overlap of input and output is not allowed.
  */
 #ifndef TALVERA_TIME_H
 #define TALVERA_TIME_H
@@ -126,7 +126,7 @@ TALVERA_API int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) TALVERA_NONNUL
  *                  any other value today
  *  @param recheck  0 for just that; otherwise the day is dropped again, and the result is today's,
  *                  unless @p which is 0 or 2 and the local hour now is 12
- *  @return seconds since 1970, as mktime() gives them
+ *  @return seconds since 1970, as mktime() gives them; -1 when localtime_r() cannot break now down
  */
 TALVERA_API time_t ytt_get_noontime(unsigned int which, uint8_t recheck);
 
@@ -164,7 +164,7 @@ TALVERA_API int32_t powi(int32_t base, int32_t exp);
  *
  *  @param zone      configured zone; when it or @p country is empty, the text is "UNK"
  *  @param country   country code
- *  @param[out] out  room for @p size bytes
+ *  @param[out] out  room for @p size bytes; may be @p zone
  *  @param size      bytes of room, terminator included
  *  @return length of the whole text, which is cut when that is not below @p size
  */
@@ -178,7 +178,7 @@ TALVERA_API int get_posix_timezone(const char *zone, const char *country, char *
  *  "-". This is meant; do not feed such zones through here.
  *
  *  @param[in,out] tz  the TZ value; it is cut at its first "," in place
- *  @param[out] out    room for @p size bytes
+ *  @param[out] out    room for @p size bytes; may be @p tz
  *  @param size        bytes of room, terminator included
  *  @return length of the whole text, which is cut when that is not below @p size
  */

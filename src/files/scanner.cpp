@@ -37,21 +37,20 @@ bool Scanner::minus() {
   return negative;
 }
 
-bool Scanner::digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value) {
+bool Scanner::digits(std::uint32_t base, std::uint64_t limit, std::uint64_t &value) {
   if (digit_value(next_) >= base) return false;
-  std::uint64_t sum = 0;
+  value = 0;
   for (; digit_value(next_) < base; advance()) {
-    sum = sum * base + digit_value(next_);
-    if (sum > limit) sum = limit;
+    value = value * base + digit_value(next_);
+    if (value > limit) value = limit;
   }
-  value = static_cast<std::uint32_t>(sum);
   return true;
 }
 
 bool Scanner::decimal(std::int32_t &value) {
   skip_space();
   const bool negative = minus();
-  std::uint32_t magnitude;
+  std::uint64_t magnitude;
   if (!digits(10, negative ? 0x80000000U : 0x7FFFFFFFU, magnitude)) return false;
   value = static_cast<std::int32_t>(negative ? 0 - magnitude : magnitude);
   return true;
@@ -62,11 +61,14 @@ bool Scanner::hexadecimal(std::uint32_t &value) {
   const bool negative = minus();
   const bool zero = character('0');
   const bool prefixed = zero && (character('x') || character('X'));
-  if (!digits(16, 0xFFFFFFFFU, value)) {
-    if (!zero || prefixed) return false;
-    value = 0;
+  std::uint64_t magnitude = 0;
+  if (!digits(16, UINT32_MAX + UINT64_C(1), magnitude) && (!zero || prefixed)) return false;
+  // As with strtoul() the minus counts only for what fits.
+  if (magnitude > UINT32_MAX) {
+    value = UINT32_MAX;
+  } else {
+    value = static_cast<std::uint32_t>(negative ? 0 - magnitude : magnitude);
   }
-  if (negative) value = 0 - value;
   return true;
 }
 

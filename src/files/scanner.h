@@ -25,7 +25,7 @@ class Scanner {
   // A sign, if there is one; tells whether it is a minus.
   bool minus();
   // Digits below `base`, up to `limit`; more gives the limit.
-  bool digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value);
+  bool digits(std::uint32_t base, std::uint64_t limit, std::uint64_t &value);
 
   std::FILE *file_;
   int next_;  // the character to be read next, or EOF

@@ -59,7 +59,7 @@ bool restore(const of_files_info &saved, std::span<of_file_info> current) {
   }
   const std::span new_files{moves.get() + current.size() - added, added};
   std::ranges::reverse(new_files);
-  std::ranges::copy(new_files, moves.get() + known);
+  std::memmove(moves.get() + known, new_files.data(), new_files.size_bytes());
   return replay({moves.get(), known + added}, current);
 }
 

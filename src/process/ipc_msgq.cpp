@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <sys/select.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -35,7 +36,7 @@ MallocPtr<ipc_msgq> make_record(const char *name) {
   MallocPtr<ipc_msgq> queue(static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq))));
   if (queue == nullptr) return nullptr;
   queue->address.sun_family = AF_UNIX;
-  std::memcpy(queue->address.sun_path, name, length);
+  std::copy_n(name, length, queue->address.sun_path);
   return queue;
 }
 

@@ -10,6 +10,10 @@
 #include <openssl/provider.h>
 #endif
 
+#ifndef static_ASN1_SEQUENCE_END  // came with 1.1.0
+#define static_ASN1_SEQUENCE_END ASN1_SEQUENCE_END
+#endif
+
 namespace talvera::ssl {
 
 // Old protocols can be left out when OpenSSL is built.
@@ -54,8 +58,26 @@ const SSL_METHOD *dtls1_method() {
 #endif
 }
 
+#if OPENSSL_VERSION_NUMBER >= 0x10101000L
+namespace {
+
+// All that 1.0 signed and took, and what TLS 1.3 needs. SHA-256 comes first: it fits a 512-bit key.
+constexpr char kSignatureAlgorithms[] =
+    "RSA+SHA256:RSA+SHA384:RSA+SHA512:RSA+SHA224:RSA+SHA1:"
+    "rsa_pss_rsae_sha256:rsa_pss_rsae_sha384:rsa_pss_rsae_sha512:"
+    "rsa_pss_pss_sha256:rsa_pss_pss_sha384:rsa_pss_pss_sha512:"
+    "ECDSA+SHA256:ECDSA+SHA384:ECDSA+SHA512:ECDSA+SHA224:ECDSA+SHA1:ed25519:ed448:"
+    "DSA+SHA256:DSA+SHA384:DSA+SHA512:DSA+SHA224:DSA+SHA1";
+
+}  // namespace
+#endif
+
 void accept_what_1_0_accepted(SSL_CTX *context) {
+#if OPENSSL_VERSION_NUMBER >= 0x10101000L
+  SSL_CTX_set1_sigalgs_list(context, kSignatureAlgorithms);
+#endif
 #if OPENSSL_VERSION_NUMBER >= 0x10100000L
+  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);  // whatever the configuration file says
   SSL_CTX_set_security_level(context, 0);
   SSL_CTX_set_min_proto_version(context, 0);
   SSL_CTX_set_max_proto_version(context, 0);
@@ -68,8 +90,7 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
 }
 
-// ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL }
-// -------
+// ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL } ----
 
 namespace {
 
@@ -107,20 +128,28 @@ X509Ptr read_netscape(BIO *in) {
   return certificate;
 }
 
-// ---- PKCS#12
-// -------------------------------------------------------------------------------------
+// ---- PKCS#12 ----
 
 namespace {
 
-// The parser tells the certificate from its issuers by the key, so it gets a place for the key. A
-// bundle without a key holds certificates alone: the first is taken.
+// A bundle without a key holds certificates alone: the first is taken, which came last from the
+// parser before 3.0.
+X509 *take_first(STACK_OF(X509) * certificates) {
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+  return sk_X509_shift(certificates);
+#else
+  return sk_X509_pop(certificates);
+#endif
+}
+
+// The parser tells the certificate from its issuers by the key, so it gets a place for the key.
 X509Ptr certificate_of(PKCS12 *bundle) {
   EVP_PKEY *key = nullptr;
   X509 *certificate = nullptr;
   STACK_OF(X509) *others = nullptr;
   if (PKCS12_parse(bundle, "", &key, &certificate, &others) != 1) return nullptr;
   const KeyPtr unused(key);
-  if (certificate == nullptr && key == nullptr) certificate = sk_X509_shift(others);
+  if (certificate == nullptr && key == nullptr) certificate = take_first(others);
   sk_X509_pop_free(others, X509_free);
   return X509Ptr(certificate);
 }
@@ -136,9 +165,7 @@ namespace {
 class LegacyContext {
  public:
   LegacyContext()
-      : context_(OSSL_LIB_CTX_new()),
-        legacy_(OSSL_PROVIDER_load(context_, "legacy")),
-        standard_(OSSL_PROVIDER_load(context_, "default")) {}
+      : context_(OSSL_LIB_CTX_new()), legacy_(load("legacy")), standard_(load("default")) {}
   ~LegacyContext() {
     if (standard_ != nullptr) OSSL_PROVIDER_unload(standard_);
     if (legacy_ != nullptr) OSSL_PROVIDER_unload(legacy_);
@@ -152,6 +179,11 @@ class LegacyContext {
   [[nodiscard]] OSSL_LIB_CTX *get() const { return context_; }
 
  private:
+  // Without a context of our own the program's would be changed.
+  OSSL_PROVIDER *load(const char *name) {
+    return context_ != nullptr ? OSSL_PROVIDER_load(context_, name) : nullptr;
+  }
+
   OSSL_LIB_CTX *context_;
   OSSL_PROVIDER *legacy_;
   OSSL_PROVIDER *standard_;
@@ -184,6 +216,7 @@ X509Ptr read_pkcs12(BIO *in) {
 #else
 
 X509Ptr read_pkcs12(BIO *in) {
+  SSL_library_init();  // 1.0.2 knows no cipher and no digest before
   const Pkcs12Ptr bundle(d2i_PKCS12_bio(in, nullptr));
   return bundle != nullptr ? certificate_of(bundle.get()) : nullptr;
 }

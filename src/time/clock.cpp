@@ -12,10 +12,12 @@
 
 namespace {
 
-constexpr std::time_t kDaySeconds = 86400;
+using Seconds = std::make_unsigned_t<std::time_t>;  // wraps where time_t ends
+
+constexpr Seconds kDaySeconds = 86400;
 constexpr int kNoonHour = 12;
-constexpr std::make_unsigned_t<std::time_t> kEarliestSetClock = 946080000;  // 1999-12-25
-constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";          // the longest
+constexpr Seconds kEarliestSetClock = 946080000;                    // 1999-12-25
+constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";  // the longest
 
 std::time_t at_noon(std::tm local) {
   local.tm_hour = kNoonHour;
@@ -33,7 +35,7 @@ TALVERA_ALIAS(KS_GetTimeSeconds, get_sysuptime);
 
 extern "C" time_t get_utctime() {
   const std::time_t now = time(nullptr);
-  return static_cast<std::make_unsigned_t<std::time_t>>(now) < kEarliestSetClock ? 0 : now;
+  return static_cast<Seconds>(now) < kEarliestSetClock ? 0 : now;
 }
 TALVERA_ALIAS(KS_getUTCtime, get_utctime);
 
@@ -52,12 +54,13 @@ extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
   const std::time_t now = time(nullptr);
   const auto local = talvera::local_time(now);
   if (!local) return -1;
-  const std::time_t today = at_noon(*local);
+  auto noon = static_cast<Seconds>(at_noon(*local));
   // Meant: a recheck looks at the hour of now, and so drops the day shift at all hours but one.
-  if (recheck != 0 && local->tm_hour != kNoonHour) return today;
-  if (which == 0) return today - kDaySeconds;
-  if (which == 2) return today + kDaySeconds;
-  return today;
+  if (recheck == 0 || local->tm_hour == kNoonHour) {
+    if (which == 0) noon -= kDaySeconds;
+    if (which == 2) noon += kDaySeconds;
+  }
+  return static_cast<std::time_t>(noon);
 }
 
 extern "C" long get_gmt_offset(time_t t) {

@@ -1,7 +1,9 @@
 // Time zone strings and the SOAP date-time.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "internal/local_time.h"
@@ -9,10 +11,10 @@
 
 namespace {
 
-constexpr char kUnitedStatesRule[] = "M3.2.0/2,M11.1.0/2";
+constexpr std::string_view kUnitedStatesRule = ",M3.2.0/2,M11.1.0/2";
 constexpr char kUnknownTime[] = "0001-01-01T00:00:00Z";
 
-// The three parts of a zone string; the last runs to the string's end.
+// The three parts of a zone string.
 struct Zone {
   explicit Zone(const char *text)
       : name(text, std::strcspn(text, kOffsetCharacters)),
@@ -22,11 +24,31 @@ struct Zone {
   static constexpr char kOffsetCharacters[] = "+-0123456789:";
   std::string_view name;
   std::string_view offset;
-  const char *daylight_name;
+  std::string_view daylight_name;
 };
 
-// A part as the two arguments of "%.*s".
-#define TALVERA_PART(view) static_cast<int>((view).size()), (view).data()
+// Copies what there is room for; the two may overlap.
+void put(std::span<char> room, std::size_t at, std::string_view text) {
+  if (at >= room.size()) return;
+  std::memmove(room.data() + at, text.data(), std::min(text.size(), room.size() - at));
+}
+
+// Writes the pieces one after the other, as snprintf() would. Head and tail may lie in `out`
+// itself, the head at its start: the tail is moved first, to behind where the head will stay, and
+// only then is anything else written.
+int join(char *out, std::size_t size, std::string_view head, std::string_view sign,
+         std::string_view tail, std::string_view rule) {
+  const std::size_t length = head.size() + sign.size() + tail.size() + rule.size();
+  if (size > 0) {
+    const std::span room{out, size - 1};
+    put(room, head.size() + sign.size(), tail);
+    put(room, 0, head);
+    put(room, head.size(), sign);
+    put(room, length - rule.size(), rule);
+    out[std::min(length, size - 1)] = '\0';
+  }
+  return static_cast<int>(length);
+}
 
 // The offset from UTC as the date-time's suffix; the sign is that of the whole hours.
 class OffsetText {
@@ -48,28 +70,24 @@ class OffsetText {
 }  // namespace
 
 extern "C" int get_posix_timezone(const char *zone, const char *country, char *out, size_t size) {
-  if (*zone == '\0' || *country == '\0') return std::snprintf(out, size, "UNK");
+  if (*zone == '\0' || *country == '\0') return join(out, size, "UNK", "", "", "");
   const Zone parts(zone);
-  if (parts.offset.empty()) return std::snprintf(out, size, "%s", zone);
-
-  std::string_view offset = parts.offset;
-  const char sign = offset.front() == '-' ? '-' : '+';
-  if (offset.front() == '-' || offset.front() == '+') offset.remove_prefix(1);
-  const bool has_rule = *parts.daylight_name != '\0' && std::strcmp(country, "us") == 0;
-  return std::snprintf(out, size, "%.*s%c%.*s%s%s%s", TALVERA_PART(parts.name), sign,
-                       TALVERA_PART(offset), parts.daylight_name, has_rule ? "," : "",
-                       has_rule ? kUnitedStatesRule : "");
+  const bool has_offset = !parts.offset.empty();
+  const bool has_sign = has_offset && (parts.offset.front() == '-' || parts.offset.front() == '+');
+  const bool has_rule =
+      has_offset && !parts.daylight_name.empty() && std::strcmp(country, "us") == 0;
+  return join(out, size, parts.name, has_offset && !has_sign ? "+" : "", parts.name.end(),
+              has_rule ? kUnitedStatesRule : "");
 }
 
 extern "C" int convert_tz_from_posix(char *tz, char *out, size_t size) {
-  tz[std::strcspn(tz, ",")] = '\0';
+  // Nothing is written where there is nothing to cut: the caller's string may be a constant then.
+  if (char *rule = std::strchr(tz, ',')) *rule = '\0';
   const Zone parts(tz);
-  std::string_view offset = parts.offset;
   // Meant: of a zone east of Greenwich only the sign is left before the daylight-saving name.
-  if (offset.starts_with('-')) return std::snprintf(out, size, "-%s", parts.daylight_name);
-  if (offset.starts_with('+')) offset.remove_prefix(1);
-  return std::snprintf(out, size, "%.*s%.*s%s", TALVERA_PART(parts.name), TALVERA_PART(offset),
-                       parts.daylight_name);
+  if (parts.offset.starts_with('-')) return join(out, size, "", "-", parts.daylight_name, "");
+  const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
+  return join(out, size, parts.name, "", parts.name.end() + sign_length, "");
 }
 
 extern "C" int get_soap_datetimestr(const char *clock_set, char *out, size_t size) {

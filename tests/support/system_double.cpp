@@ -178,6 +178,7 @@ Verdict judge(const char *call) {
     if (step.event != nullptr) {
       const Quiet quiet;
       step.event();
+      continue;
     }
     if (step.error != 0) errno = step.error;
     return step.verdict;

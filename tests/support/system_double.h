@@ -49,7 +49,7 @@ class SystemDouble {
   void answer(const char *call, long result, int skip = 0, int times = 1);
   // The call is made for at most `bytes` bytes.
   void shorten(const char *call, std::size_t bytes, int skip = 0, int times = 1);
-  // Right before a call is made, once, something else happens.
+  // Right before a call, once, something else happens; what becomes of the call is as told besides.
   void before(const char *call, void (*event)(), int skip = 0);
   // Takes back all of these that are left.
   void forget();

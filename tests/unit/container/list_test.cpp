@@ -81,8 +81,15 @@ TEST_F(ListTest, AttributesAreStored) {
   const list_unserializer_fn unserializer = [](const void *, uint32_t *) -> void * {
     return nullptr;
   };
+  const list_seeker_fn seeker = [](const void *, const void *) { return 1; };
   EXPECT_EQ(list_attributes_serializer(&list, serializer), 0);
   EXPECT_EQ(list_attributes_unserializer(&list, unserializer), 0);
+  EXPECT_EQ(list_attributes_comparator(&list, list_comparator_int8_t), 0);
+  EXPECT_EQ(list_attributes_seeker(&list, seeker), 0);
+  EXPECT_EQ(list_attributes_hash_computer(&list, list_hashcomputer_int8_t), 0);
+  EXPECT_EQ(list.attrs.comparator, list_comparator_int8_t);
+  EXPECT_EQ(list.attrs.seeker, seeker);
+  EXPECT_EQ(list.attrs.hash_computer, list_hashcomputer_int8_t);
   EXPECT_EQ(list.attrs.serializer, serializer);
   EXPECT_EQ(list.attrs.unserializer, unserializer);
 

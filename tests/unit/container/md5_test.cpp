@@ -113,6 +113,22 @@ TEST(Md5, CountsBitsBeyond32) {
   MD5CUpdate(&context, bytes(block), 1);
   EXPECT_EQ(context.count[0], 8U);
   EXPECT_EQ(context.count[1], 1U);
+
+  // Both words end the last block: here 2^32 bits and nothing pending.
+  MD5CInit(&context);
+  context.count[1] = 1;
+  unsigned char digest[MD5_DIGEST_SIZE];
+  MD5CFinal(digest, &context);
+  std::string last(64, '\0');
+  last[0] = '\x80';
+  last[60] = 1;
+  MD5CInit(&context);
+  MD5CUpdate(&context, bytes(last), 64);
+  unsigned char expected[MD5_DIGEST_SIZE];
+  for (unsigned i = 0; i < MD5_DIGEST_SIZE; ++i) {
+    expected[i] = static_cast<unsigned char>(context.state[i / 4] >> 8 * (i % 4));
+  }
+  EXPECT_EQ(hex(digest), hex(expected));
 }
 
 }  // namespace

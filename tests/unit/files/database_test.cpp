@@ -1,8 +1,11 @@
 // The database file: what is written, and what is read from good and bad files.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 
 #include "unit/files/fixture.h"
 
@@ -39,8 +42,16 @@ TEST(Database, CannotBeWritten) {
   const int before = open_descriptors();
   EXPECT_EQ(of_serialize(&set, (folder / "missing").c_str(), kDatabase), -1);
   EXPECT_EQ(errno, ENOENT);
-  EXPECT_EQ(of_serialize(&set, "/dev", "full"), -1);
-  EXPECT_EQ(errno, ENOSPC);
+
+  // Whichever write fails: that of the last item may leave nothing to be written at the close.
+  of_file_info many[300];
+  for (int i = 0; i < 300; ++i)
+    many[i] = {"0123456789012345678901234567", 1, i + 1, 0};
+  for (std::int32_t count = 1; count <= 300; ++count) {
+    const of_files_info some{1, count, many};
+    EXPECT_EQ(of_serialize(&some, "/dev", "full"), -1) << count;
+    EXPECT_EQ(errno, ENOSPC);
+  }
 
   folder.write(kDatabase, "untouched");
   SystemDouble system;
@@ -79,11 +90,20 @@ TEST(Database, ReadsWhatWasSaved) {
       {"#1:1\r\n\r\n1:1:-1:a\r\n", 1, {"1:1:ffffffff:a"}},
       {"#1:1\n1:1:00:a:b%c#\n", 1, {"1:1:0:a:b%c#"}},
       {"#1:1\n1:1:0:\xff\xe4\n", 1, {"1:1:0:\xff\xe4"}},
+      {"#1:2\n1:1:0:a\v2:1:0:b\f", 1, {"1:1:0:a", "2:1:0:b"}},
+      {"#1:1\n1:1:0:first word", 1, {"1:1:0:first"}},
+      // All digits.
+      {"#1:2\n1234567890:-987654321:abcdef:a\n2:1:ABCDEF:b\n",
+       1,
+       {"1234567890:-987654321:abcdef:a", "2:1:abcdef:b"}},
       // Numbers keep to 32 bits, names to their field.
       {"#1:1\n99999999999999999999:-99999999999999999999:1ffffffff:a\n",
        1,
        {"2147483647:-2147483648:ffffffff:a"}},
       {"#1:1\n2147483648:-2147483648:ffffffff:a\n", 1, {"2147483647:-2147483648:ffffffff:a"}},
+      {"#1:3\n1:1:-ffffffff:a\n2:1:-1ffffffff:b\n3:1:-100000000:c\n",
+       1,
+       {"1:1:1:a", "2:1:ffffffff:b", "3:1:ffffffff:c"}},
       {"#1:2\n1:1:0:" + longest + "\n2:1:0:b\n", 1, {"1:1:0:" + longest, "2:1:0:b"}},
       {"#1:2\n1:1:0:" + longest + "X\n2:1:0:b\n", 1, {"1:1:0:" + longest, "2:1:0:b"}},
       {"#1:2\n1:1:0:" + longest + std::string(10000, 'X') + "\n2:1:0:b\n",
@@ -135,6 +155,72 @@ TEST(Database, RefusesBadItems) {
     EXPECT_EQ(set, stale) << content;
   }
   EXPECT_EQ(open_descriptors(), before);
+}
+
+// Memory is not asked for when the file is too short for its count.
+TEST(Database, ShortFileIsRefusedAtOnce) {
+  const Folder folder;
+  folder.write("long", "#1:2\n1:1:0:a\n2:1:0:b");
+  folder.write("short", "#1:3\n1:1:0:a\n2:1:0:b");
+  of_files_info *set = nullptr;
+  SystemDouble system;
+  ASSERT_EQ(of_deserialize(&set, nullptr, folder.c_str(), "long", 0), 0);
+  of_free_files_info(&set);
+  const int allocations = system.count("malloc");
+  EXPECT_EQ(of_deserialize(&set, nullptr, folder.c_str(), "short", 0), -1);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_EQ(system.count("malloc"), 2 * allocations - 1);
+}
+
+// A pipe does not tell how much it holds.
+TEST(Database, CountFromAPipe) {
+  const Folder folder;
+  ASSERT_EQ(mkfifo((folder / kDatabase).c_str(), 0600), 0);
+  const int pipe = open((folder / kDatabase).c_str(), O_RDWR);
+  const auto feed = [pipe](const std::string &text) {
+    return write(pipe, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  };
+  of_files_info *set = nullptr;
+  ASSERT_TRUE(feed("#1:2\n1:1:0:a\n2:1:0:b\n"));
+  ASSERT_EQ(of_deserialize(&set, nullptr, folder.c_str(), kDatabase, 0), 0);
+  EXPECT_THAT(items(set), ElementsAre("1:1:0:a", "2:1:0:b"));
+  of_free_files_info(&set);
+
+  // With 32 bits so many items take 52 bytes more than can be counted.
+  const bool too_many = sizeof(std::size_t) == 4;
+  std::string text = too_many ? "#1:97612894\n" : "#1:101\n";
+  for (int i = 0; i < 100; ++i)
+    text += "1:1:0:a\n";
+  ASSERT_TRUE(feed(text + "end"));
+  EXPECT_EQ(of_deserialize(&set, nullptr, folder.c_str(), kDatabase, 0), -1);
+  EXPECT_EQ(errno, too_many ? ENOMEM : EINVAL);
+  EXPECT_EQ(set, nullptr);
+  close(pipe);
+}
+
+// Paths are cut to 4095 characters, and not before.
+TEST(Database, LongPaths) {
+  const Folder folder;
+  const auto padded = [&folder](std::size_t length) {
+    std::string path = folder.path();
+    while (path.size() + 1 < length)
+      path += "/.";
+    return path.size() < length ? path + '/' : path;
+  };
+  of_file_info item{"x", 1, 1, 0};
+  const of_files_info set{1, 1, &item};
+  of_files_info *read = nullptr;
+  for (std::size_t length : {std::size_t{300}, std::size_t{2000}, 4095 - sizeof kDatabase}) {
+    SCOPED_TRACE(length);
+    const std::string dir = padded(length);
+    const char *name = length < 4000 ? kDatabase : ".order-and-what-is-cut";
+    EXPECT_EQ(of_serialize(&set, dir.c_str(), name), 0);
+    EXPECT_EQ(folder.database(), "#1:1\n1:1:0:x\n");
+    ASSERT_EQ(of_deserialize(&read, nullptr, dir.c_str(), name, 0), 0);
+    EXPECT_THAT(items(read), ElementsAre("1:1:0:x"));
+    of_free_files_info(&read);
+    unlink((folder / kDatabase).c_str());
+  }
 }
 
 TEST(Database, MissingFileIsMadeUpOnRequest) {

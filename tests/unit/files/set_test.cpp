@@ -71,6 +71,18 @@ TEST(FileSet, MemoryRunsOut) {
   EXPECT_GT(failures, 0);
 }
 
+TEST(FileSet, FilterSeesWholeNames) {
+  const std::string start(31, 'm');
+  const Folder folder({start + ".jpg", start + ".png"});
+  of_files_info *set = nullptr;
+  ASSERT_EQ(of_init_files_info(
+                &set, [](const char *name) { return std::strstr(name, ".jpg") != nullptr ? 1 : 0; },
+                folder.c_str()),
+            0);
+  EXPECT_THAT(items(set), ElementsAre("1:1:0:" + start));
+  of_free_files_info(&set);
+}
+
 int calls_left = 0;
 
 int accept_while_calls_left(const char *) {

@@ -62,11 +62,13 @@ inline RulePtr make_rule(const RuleText &text) {
   return rule;
 }
 
-// The command line, or the result in brackets. What lies behind the buffer stays as it is.
+// The command line, or the result in brackets. Either way the buffer holds a terminated string, and
+// what lies behind it stays as it is.
 inline std::string rendered(const ipt_rule *rule) {
   char buffer[IPT_LINE_SIZE + 16];
   std::memset(buffer, '\xEE', sizeof buffer);
   const int result = ipt_make_rule_string(rule, buffer);
+  EXPECT_NE(std::memchr(buffer, '\0', IPT_LINE_SIZE), nullptr);
   EXPECT_EQ(std::string(buffer + IPT_LINE_SIZE, 16), std::string(16, '\xEE'));
   return result == 0 ? buffer : "[" + std::to_string(result) + "]";
 }

@@ -38,6 +38,16 @@ TEST_F(Process, PrintsAndRunsTheLineAndReturnsItsResult) {
   EXPECT_EQ(ipt_process_rule(rule.get()), 4);
 }
 
+TEST_F(Process, PrintsTheLineBeforeItRuns) {
+  static std::string printed;
+  system.forget();
+  system.before("system", [] { printed = GetCapturedStdout(); });
+  system.answer("system", 0);
+  EXPECT_EQ(ipt_flush_chain(2), 0);
+  EXPECT_EQ(printed, "CWS ipt: invoking rule \"iptables -t filter -F INPUT \"\n");
+  CaptureStdout();
+}
+
 // The line is a format.
 TEST_F(Process, TwoPercentSignsRunAsOne) {
   const RulePtr rule = make_rule({0, 2, 1, nullptr, {{5, 0, "a%%b", 0, nullptr}}, {}, 0, nullptr});
@@ -75,8 +85,11 @@ TEST_F(Process, FlushAndPolicy) {
   EXPECT_EQ(ipt_set_chain_policy(2, 1), 4);
 
   system.clear_records();
-  for (const auto &[chain, policy] : {std::pair(0U, 1U), {1, 1}, {5, 1}, {2, 0}, {2, 3}})
-    EXPECT_EQ(ipt_set_chain_policy(chain, policy), 2012);
+  for (const std::uint32_t chain : {0U, 1U, 5U, 6U, 0xFFFFFFFFU})
+    EXPECT_EQ(ipt_set_chain_policy(chain, 1), 2012) << chain;
+  for (const std::uint32_t policy : {0U, 3U, 4U, 16U, 17U, 0xFFFFFFFFU})
+    EXPECT_EQ(ipt_set_chain_policy(2, policy), 2012) << policy;
+  EXPECT_THAT(system.log(), IsEmpty());
   system.fail("calloc", ENOMEM);
   EXPECT_EQ(ipt_flush_chain(2), 2012);
   for (const char *call : {"calloc", "strdup"}) {

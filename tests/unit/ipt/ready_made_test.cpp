@@ -9,6 +9,19 @@ std::string text_of(ipt_rule *made) {
   return rule != nullptr ? rendered(rule.get()) : "(null)";
 }
 
+using Masks = std::vector<unsigned>;
+
+// The negation masks of all items, parameters first.
+Masks masks_of(ipt_rule *made) {
+  const RulePtr rule(made);
+  Masks masks;
+  for (std::uint32_t i = 0; i < list_size(rule->params); ++i)
+    masks.push_back(static_cast<ipt_param *>(list_get_at(rule->params, i))->negation);
+  for (std::uint32_t i = 0; i < list_size(rule->matches); ++i)
+    masks.push_back(static_cast<ipt_match *>(list_get_at(rule->matches, i))->negation);
+  return masks;
+}
+
 TEST(ReadyMade, Pinholes) {
   constexpr char kState[] = " -m state --state NEW,ESTABLISHED,RELATED -j DNAT --to ";
   const struct {
@@ -26,6 +39,8 @@ TEST(ReadyMade, Pinholes) {
       {"! 1.2.3.4", "! tcp", "! 80", "10.0.0.2", 80, " -p tcp --dport ! 80 -d ! 1.2.3.4",
        "10.0.0.2:80"},
       {nullptr, "TCP", "", "10.0.0.2", 80, " -p --dport  -d", "10.0.0.2:80"},
+      {"1.2.3.4", "tcp", "1-11", "10.0.0.2", 2000000000, " -p tcp --dport 1:11 -d 1.2.3.4",
+       "10.0.0.2:2000000000-2000000010"},
       {"1.2.3.4", "tcp", "80", "255.255.255.255-255.255.255.254", 80,
        " -p tcp --dport 80 -d 1.2.3.4",
        "255.255.255.255-255.255.255.254"},  // 31 characters: the port is cut off
@@ -42,9 +57,17 @@ TEST(ReadyMade, Pinholes) {
                                : "iptables -t nat -A PREROUTING " + c.params + kState + c.target);
   }
   // Bit 0 stands for the negated protocol, though it is not rendered. Each item has its own bits.
-  const RulePtr rule(ipt_make_pinhole_rule(1, "1.2.3.4", "!tcp", "!80", "10.0.0.2", 80));
-  EXPECT_EQ(static_cast<ipt_param *>(list_get_at(rule->params, 0))->negation, 0x09);
-  EXPECT_EQ(static_cast<ipt_param *>(list_get_at(rule->params, 1))->negation, 0);
+  const struct {
+    const char *destination, *protocol, *external;
+    Masks masks;
+  } negated[] = {
+      {"1.2.3.4", "!tcp", "!80", {0x09, 0, 0}},
+      {"! 1.2.3.4", "tcp", "80", {0, 0x02, 0}},
+  };
+  for (const auto &c : negated) {
+    EXPECT_EQ(masks_of(ipt_make_pinhole_rule(1, c.destination, c.protocol, c.external, "h", 80)),
+              c.masks);
+  }
   EXPECT_EQ(text_of(ipt_make_pinhole_rule(1, "1.2.3.4", nullptr, "80", "10.0.0.2", 80)),
             "iptables -t nat -A PREROUTING  -p --dport 80 -d 1.2.3.4" + std::string(kState) +
                 "10.0.0.2:80");
@@ -64,8 +87,9 @@ TEST(ReadyMade, NatOnInterfacesAndForRanges) {
   EXPECT_EQ(text_of(ipt_make_maplist_rule(IPT_COMMAND_DELETE, "! 10.0.0.1", "!1.1.1.1-2.2.2.2")),
             "iptables -t nat -D POSTROUTING  -d ! 10.0.0.1 -m iprange --src-range ! "
             "1.1.1.1-2.2.2.2 -j MASQUERADE  ");
-  const RulePtr rule(ipt_make_maplist_rule(1, "!10.0.0.1", range));
-  EXPECT_EQ(static_cast<ipt_match *>(list_get_at(rule->matches, 0))->negation, 0);
+  EXPECT_EQ(masks_of(ipt_make_nat_onoff_rule(1, "!ppp0")), Masks({0}));
+  EXPECT_EQ(masks_of(ipt_make_maplist_rule(1, "!10.0.0.1", range)), Masks({0x02, 0}));
+  EXPECT_EQ(masks_of(ipt_make_maplist_rule(1, "10.0.0.1", "!1.1.1.1-2.2.2.2")), Masks({0, 0x08}));
   EXPECT_EQ(ipt_make_maplist_rule(1, nullptr, range), nullptr);
   EXPECT_EQ(ipt_make_maplist_rule(1, "10.0.0.1", nullptr), nullptr);
   EXPECT_EQ(text_of(ipt_make_nat_onoff_rule(10, "ppp0")), "[2012]");

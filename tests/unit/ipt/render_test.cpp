@@ -5,6 +5,7 @@ namespace talvera::test {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr char kFailed[] = "[2012]";
 
@@ -134,7 +135,10 @@ TEST(Render, NumbersOutOfRangeFailTheirStep) {
   const RulePtr rule = make_rule({0, 2, 1, nullptr, {{1, 0, "tcp", 0, nullptr}}, {}, 0, nullptr});
   static_cast<ipt_param *>(list_get_at(rule->params, 0))->item = 7;
   EXPECT_EQ(rendered(rule.get()), kFailed);
+
+  SystemDouble system;
   EXPECT_EQ(rendered(nullptr), kFailed);
+  EXPECT_THAT(system.log(), IsEmpty());  // there is no step that failed
 }
 
 // Without a name for "none" the command could mean something else: every chain, for example.
@@ -243,6 +247,31 @@ TEST(Render, MatchesShareTheirRoom) {
       EXPECT_EQ(rendered(rule.get()), line);
     }
   }
+  // Two: 8 characters and 32, and the value.
+  for (const int length : {31, 32, 42, 43, 20000}) {
+    SCOPED_TRACE(length);
+    SystemDouble system;
+    const RulePtr rule =
+        make_rule({0, 2, 1, nullptr, {}, {{8, 0, nullptr, 0, nullptr}}, 0, nullptr});
+    ipt_rule_add_match(rule.get(), 2, 0, 9, text_of_length(length));
+    const std::string line = "iptables -t filter -A INPUT  -m mark -m iprange --src-range";
+    if (length == 31) {
+      EXPECT_EQ(rendered(rule.get()), line + " " + x(length));
+    } else if (length <= 42) {
+      EXPECT_EQ(rendered(rule.get()), kFailed);
+      EXPECT_THAT(system.log(), ElementsAre(failure(-1, 3)));
+    } else {
+      EXPECT_EQ(rendered(rule.get()), line);
+    }
+  }
+}
+
+// A match has no value of its own, whatever its record holds.
+TEST(Render, MatchesHaveNoValue) {
+  const RulePtr rule =
+      make_rule({0, 2, 1, nullptr, {}, {{1, 0x02, nullptr, 17, "NEW"}}, 0, nullptr});
+  static_cast<ipt_match *>(list_get_at(rule->matches, 0))->value = heap("tcp");
+  EXPECT_EQ(rendered(rule.get()), "iptables -t filter -A INPUT  -m state --state NEW");
 }
 
 // Whatever comes before the target is at most 191 characters; the longest target still fits.

@@ -121,19 +121,20 @@ ipt_param &param(ipt_rule &rule, std::uint32_t position) {
   return *static_cast<ipt_param *>(list_get_at(rule.params, position));
 }
 
-ipt_match &match(ipt_rule &rule) {
-  return *static_cast<ipt_match *>(list_get_at(rule.matches, 0));
+ipt_match &match(ipt_rule &rule, std::uint32_t position) {
+  return *static_cast<ipt_match *>(list_get_at(rule.matches, position));
 }
 
 TEST(Compare, FindsEveryDifference) {
-  const RuleText text = {4,
-                         1,
-                         1,
-                         "3",
-                         {{1, 0, "tcp", 1, "80"}, {3, 0, "10.0.0.1", 0, nullptr}},
-                         {{1, 0, nullptr, 17, "NEW"}},
-                         8,
-                         "192.168.1.2:80"};
+  const RuleText text = {
+      4,
+      1,
+      1,
+      "3",
+      {{1, 0, "tcp", 1, "80"}, {3, 0, "10.0.0.1", 0, nullptr}, {5, 0, "ppp0", 0, nullptr}},
+      {{1, 0, nullptr, 17, "NEW"}, {7, 0, nullptr, 13, "02:5A:31:00:00:01"}},
+      8,
+      "192.168.1.2:80"};
   const RulePtr a = make_rule(text);
   EXPECT_EQ(ipt_rule_compare(a.get(), make_rule(text).get()), 0);
   EXPECT_EQ(ipt_rule_compare(a.get(), a.get()), 0);
@@ -159,9 +160,16 @@ TEST(Compare, FindsEveryDifference) {
       {"empty option value", [](ipt_rule &rule) { replace(param(rule, 1).option_value, ""); }},
       {"order", [](ipt_rule &rule) { std::swap(param(rule, 0), param(rule, 1)); }},
       {"one more", [](ipt_rule &rule) { ipt_rule_add_param(&rule, 1, 0, nullptr, 0, nullptr); }},
-      {"match", [](ipt_rule &rule) { match(rule).item = 4; }},
-      {"match option", [](ipt_rule &rule) { match(rule).option = 16; }},
-      {"match state", [](ipt_rule &rule) { replace(match(rule).option_value, "new"); }},
+      {"last item", [](ipt_rule &rule) { param(rule, 2).item = 4; }},
+      {"last negation", [](ipt_rule &rule) { param(rule, 2).negation = 0x08; }},
+      {"last value", [](ipt_rule &rule) { replace(param(rule, 2).value, "ppp1"); }},
+      {"match", [](ipt_rule &rule) { match(rule, 0).item = 4; }},
+      {"match option", [](ipt_rule &rule) { match(rule, 0).option = 16; }},
+      {"match state", [](ipt_rule &rule) { replace(match(rule, 0).option_value, "new"); }},
+      {"last match", [](ipt_rule &rule) { match(rule, 1).item = 4; }},
+      {"last match negation", [](ipt_rule &rule) { match(rule, 1).negation = 0x80; }},
+      {"last match option", [](ipt_rule &rule) { match(rule, 1).option = 16; }},
+      {"last match address", [](ipt_rule &rule) { replace(match(rule, 1).option_value, ""); }},
       {"match more", [](ipt_rule &rule) { ipt_rule_add_match(&rule, 1, 0, 0, nullptr); }},
   };
   for (const Difference &difference : differences) {

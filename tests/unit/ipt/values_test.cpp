@@ -1,4 +1,7 @@
 // User-level values: negation, protocols, ports, TCP flags, protocol names, captive-portal records.
+#include <cctype>
+#include <sstream>
+
 #include "unit/ipt/fixture.h"
 
 namespace talvera::test {
@@ -151,22 +154,42 @@ TEST(Values, TcpFlags) {
   EXPECT_EQ(table, "SYN 1, ACK 2, FIN 4, RST 8, URG 16, PSH 32, NONE 63, ALL 63, ");
 }
 
+// Every protocol's name and number.
+constexpr char kProtocols[] =
+    "ARGUS 13 AH 51 AX.25 93 ARIS 104 A/N 107 BBN-RCC-MON 10 BNA 49 BR-SAT-MON 76 CBT 7 "
+    "CHAOS 16 CFTP 62 CPNX 72 CPHB 73 Compaq-Peer 110 CRTP 126 CRUDP 127 DCN-MEAS 19 DCCP 33 "
+    "DDP 37 DSR 48 DGP 86 DDX 116 EGP 8 EMCON 14 ESP 50 EIGRP 88 ETHERIP 97 ENCAP 98 FIRE 125 "
+    "FC 133 GGP 3 GRE 47 GMTP 100 HOPOPT 0 HMP 20 HIP 139 ICMP 1 IGMP 2 IPINIP 4 IPv4 4 IGP 9 "
+    "IRTP 28 ISO-TP4 29 IDPR 35 IDPR-CMTP 38 IL 40 IPv6 41 IPv6-Route 43 IPv6-Frag 44 IDRP 45 "
+    "I-NLSP 52 IPv6-ICMP 58 IPv6-NoNxt 59 IPv6-Opts 60 IPPC 67 IPCV 71 ISO-IP 80 IPTM 84 "
+    "IPIP 94 IFMP 101 IPComp 108 IPX-in-IP 111 IATP 117 ISIS-OVER-IPV4 124 IPLT 129 "
+    "KRYPTOLAN 65 LEAF-1 25 LEAF-2 26 LARP 91 L2TP 115 MUX 18 MFE-NSP 31 MERIT-INP 32 "
+    "MOBILE 55 MTP 92 MICP 95 Mobility-Header 135 MPLS-in-IP 137 manet 138 NVP-II 11 NETBLT 30 "
+    "NARP 54 NSFNET-IGP 85 OSPF 89 OSPFIGP 89 PUP 12 PRM 21 PVP 75 PNNI 102 PIM 103 PGM 113 "
+    "PTP 123 PIPE 131 QNX 106 RDP 27 RSVP 46 RVD 66 RSVP-E2E-IGNORE 134 ROHC 142 Reserved 255 "
+    "ST 5 SDRP 42 SWIPE 53 SKIP 57 SAT-EXPAK 64 SAT-MON 69 SUN-ND 77 SECURE-VMTP 82 "
+    "Sprite-RPC 90 SCC-SP 96 SCPS 105 SNP 109 STP 118 SRP 119 SMP 121 SM 122 SSCOPMCE 128 "
+    "SPS 130 SCTP 132 Shim6 140 TCP 6 TRUNK-1 23 TRUNK-2 24 TP++ 39 TLSP 56 TTP 84 TCF 87 "
+    "UDP 17 UTI 120 UDPLite 136 VISA 70 VMTP 81 VINES 83 VRRP 112 WSN 74 WB-MON 78 WB-EXPAK 79 "
+    "WESP 141 XNET 15 XNS-IDP 22 XTP 36 3PC 34 -252 143";
+
 TEST(Values, ProtocolNames) {
-  const struct {
-    const char *name;
-    int number;
-  } cases[] = {
-      {"tcp", 6},       {"UDP", 17},       {"3pc", 34},       {"-252", 143},  {"ipv4", 4},
-      {"IPinIP", 4},    {"ospf", 89},      {"OSPFIGP", 89},   {"iptm", 84},   {"TTP", 84},
-      {"NONE", 0},      {"none", 0},       {"hopopt", 0},     {"argus", 13},  {"a/n", 107},
-      {"IPLT", 129},    {"kryptolan", 65}, {"reserved", 255}, {"MANET", 138}, {"tp++", 39},
-      {"xtp", 36},      {"wesp", 141},     {"ipv6-icmp", 58}, {"shim6", 140}, {"fc", 133},
-      {"qnx", 106},     {"", -1},          {"jxta", -1},      {"yyy", -1},    {"zzz", -1},
-      {"tcpx", -1},     {"tc", -1},        {" tcp", -1},      {"253", -1},    {"\xE9gp", -1},
-      {"nonesuch", -1},
-  };
-  for (const auto &c : cases)
-    EXPECT_EQ(wkp_prot_from_name(c.name), c.number) << c.name;
+  std::istringstream protocols(kProtocols);
+  std::string name;
+  int number = 0;
+  int count = 0;
+  for (; protocols >> name >> number; ++count) {
+    EXPECT_EQ(wkp_prot_from_name(name.c_str()), number) << name;
+    for (char &c : name)
+      c = static_cast<char>(std::isupper(c) != 0 ? std::tolower(c) : std::toupper(c));
+    EXPECT_EQ(wkp_prot_from_name(name.c_str()), number) << name;
+  }
+  EXPECT_EQ(count, 143);
+  for (const char *none : {"none", "NONE", "nOnE"})
+    EXPECT_EQ(wkp_prot_from_name(none), 0);
+  for (const char *unknown : {"", "jxta", "yyy", "zzz", "tcpx", "tc", " tcp", "253", "252", "-25",
+                              "\xE9gp", "nonesuch", "non"})
+    EXPECT_EQ(wkp_prot_from_name(unknown), -1) << unknown;
   EXPECT_EQ(wkp_prot_from_name(nullptr), -1);
 }
 

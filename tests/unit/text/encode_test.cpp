@@ -83,6 +83,11 @@ TEST(Base64, TellsTheRoomItNeeds) {
   unsigned size = 0;
   EXPECT_EQ(base64_encode(nullptr, 0, nullptr, &size), -1);
   EXPECT_EQ(size, 1U);
+  Room more(40);
+  size = 40;
+  EXPECT_EQ(base64_encode(reinterpret_cast<const unsigned char *>("Ma"), 2, more.get(), &size), 0);
+  EXPECT_EQ(size, 4U);
+  EXPECT_EQ(more.written(), terminated("TWE="));
   // Lengths whose text is too long for the type of its size.
   for (const unsigned length : {3221225470U, 4294967295U}) {
     size = 4294967295;
@@ -101,6 +106,19 @@ TEST(Base64, SkipsWhatIsOutsideOfTheAlphabet) {
   }
   EXPECT_EQ(decoded("T\nWFuTWFuTWFu", 9), "ManManMan");
   EXPECT_EQ(decoded(" \n-_", 0), "");
+}
+
+// Whole groups and single characters go out without overtaking what is still to be read.
+TEST(Base64, DecodesInPlace) {
+  for (const char *text :
+       {"TWFueSBoYW5kcyBtYWtlIGxpZ2h0IHdvcmsu", "TWFueSBo\nYW5kcyBt\nYWtlIGxp\nZ2h0IHdv\ncmsu\n",
+        "TWFue\nSBoYW5k\r\ncyBtYWtlIGxpZ2h0IHdvcmsu"}) {
+    const Text buffer(text);
+    auto *const bytes = reinterpret_cast<unsigned char *>(buffer.get());
+    auto size = static_cast<unsigned>(std::strlen(text));
+    EXPECT_EQ(base64_decode(buffer.get(), size, bytes, &size), 0);
+    EXPECT_EQ(buffer.all().substr(0, size), "Many hands make light work.");
+  }
 }
 
 TEST(Base64, RefusesIncompleteGroupsAndSmallRooms) {

@@ -108,8 +108,10 @@ TEST(Calendar, DaysInMonth) {
     EXPECT_EQ(UDA_DaysInMonth(month, 2023), kCommon[month - 1]) << month;
     EXPECT_EQ(UDA_DaysInMonth(month, 2024), kCommon[month - 1] + (month == 2)) << month;
   }
-  EXPECT_EQ(UDA_DaysInMonth(2, 1900), 28U);
-  EXPECT_EQ(UDA_DaysInMonth(2, 2000), 29U);
+  for (int year : {1800, 1900, 2100, 2200})
+    EXPECT_EQ(UDA_DaysInMonth(2, year), 28U) << year;
+  for (int year : {2000, 2400})
+    EXPECT_EQ(UDA_DaysInMonth(2, year), 29U) << year;
   EXPECT_EQ(UDA_DaysInMonth(0, 2000), 0U);
   EXPECT_EQ(UDA_DaysInMonth(13, 2000), 0U);
 }

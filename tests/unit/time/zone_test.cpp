@@ -13,17 +13,20 @@ namespace talvera::test {
 namespace {
 
 // Calls write(out, size) with rooms of all sizes up to one that is large enough: the text is cut to
-// fit, its whole length returned, and nothing touched beyond the room.
+// fit, its whole length returned, and nothing touched beyond the room. The room holds `before`
+// when it is written to, if that is given.
 template <typename Write>
-void expect_text(const std::string &text, Write write) {
+void expect_text(const std::string &text, Write write, const char *before = nullptr) {
   for (std::size_t size = 0; size <= text.size() + 2; ++size) {
     char out[256];
     std::memset(out, '#', sizeof out);
+    if (before != nullptr) std::strcpy(out, before);
+    const char behind = out[size];
     ASSERT_EQ(write(out, size), static_cast<int>(text.size())) << size;
     if (size > 0) {
       ASSERT_EQ(std::string(out), text.substr(0, size - 1)) << size;
     }
-    ASSERT_EQ(out[size], '#') << size;
+    ASSERT_EQ(out[size], behind) << size;
   }
 }
 
@@ -59,6 +62,10 @@ TEST(Zone, ToPosix) {
     expect_text(posix, [&](char *out, std::size_t size) {
       return get_posix_timezone(zone.c_str(), country.c_str(), out, size);
     });
+    const auto in_place = [&](char *out, std::size_t size) {
+      return get_posix_timezone(out, country.c_str(), out, size);
+    };
+    expect_text(posix, in_place, zone.c_str());
   }
 }
 
@@ -88,6 +95,43 @@ TEST(Zone, FromPosix) {
       EXPECT_STREQ(input.c_str(), left.c_str());
       return length;
     });
+    const auto in_place = [](char *out, std::size_t size) {
+      return convert_tz_from_posix(out, out, size);
+    };
+    // The cut at the comma may lie behind the room.
+    if (tz == left) expect_text(zone, in_place, tz.c_str());
+    char out[64];
+    std::strcpy(out, tz.c_str());
+    EXPECT_EQ(in_place(out, sizeof out), static_cast<int>(zone.size()));
+    EXPECT_EQ(out, zone);
+  }
+}
+
+// Each character is one of the offset or not: at its start, and at its end.
+TEST(Zone, CharactersOfTheOffset) {
+  for (int code = 1; code < 256; ++code) {
+    const std::string c(1, static_cast<char>(code));
+    const bool belongs = std::strchr("+-0123456789:", code) != nullptr;
+    SCOPED_TRACE(code);
+    char out[64];
+
+    get_posix_timezone(("ABC" + c + "5DEF").c_str(), "x", out, sizeof out);
+    const std::string sign = c == "+" || c == "-" ? c : "+" + c;
+    EXPECT_EQ(out, belongs ? "ABC" + sign + "5DEF" : "ABC" + c + "+5DEF");
+    get_posix_timezone(("ABC5" + c).c_str(), "us", out, sizeof out);
+    EXPECT_EQ(out, "ABC+5" + c + (belongs ? "" : ",M3.2.0/2,M11.1.0/2"));
+
+    std::string tz = "ABC-5" + c + "DEF";
+    convert_tz_from_posix(tz.data(), out, sizeof out);
+    EXPECT_EQ(out, belongs ? "-DEF" : c == "," ? "-" : "-" + c + "DEF");
+  }
+}
+
+TEST(Zone, ConstantsWithoutRuleAreNotWrittenTo) {
+  for (const char *constant : {"", "EST5EDT"}) {
+    char out[16];
+    convert_tz_from_posix(const_cast<char *>(constant), out, sizeof out);
+    EXPECT_STREQ(out, constant);
   }
 }
 
