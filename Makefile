@@ -14,7 +14,7 @@ help:
 	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
 	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
-	@echo "make bench      the library beside its yardsticks"
+	@echo "make bench      the library beside its yardsticks, in one table with the aims"
 	@echo "make lint       formatting and static analysis"
 	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
 	@echo "make install    the release build, to PREFIX (/usr/local) below DESTDIR"
