@@ -2,8 +2,8 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format docs deb install uninstall clean \
-	target-toolchain target-test target-lab
+.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format docs deb \
+	install uninstall clean target-toolchain target-test target-lab
 
 help:
 	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
@@ -79,10 +79,20 @@ fuzz: setup
 format:
 	git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format-14 -i
 
-install: setup
+docs: setup
+	scripts/manual
+
+deb: docs
+	cmake --preset package
+	$(BUILD) --preset package -j $(JOBS)
+	rm -rf build/packages
+	$(BUILD) build/package --target package
+	scripts/check-packages build/packages
+
+install uninstall: docs
 	cmake --preset release $(if $(PREFIX),-DCMAKE_INSTALL_PREFIX=$(PREFIX))
 	$(BUILD) --preset release -j $(JOBS)
-	cmake --install build/release
+	$(if $(filter install,$@),cmake --install,scripts/uninstall) build/release
 
 clean:
 	rm -rf build
