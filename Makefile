@@ -89,8 +89,9 @@ deb: docs
 	$(BUILD) build/package --target package
 	scripts/check-packages build/packages
 
+PREFIX ?= /usr/local
 install uninstall: docs
-	cmake --preset release $(if $(PREFIX),-DCMAKE_INSTALL_PREFIX=$(PREFIX))
+	cmake --preset release -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	$(BUILD) --preset release -j $(JOBS)
 	$(if $(filter install,$@),cmake --install,scripts/uninstall) build/release
 
