@@ -18,8 +18,9 @@
  *  Nothing ends a queue but the end of its process, and its path stays even then: the creator, or
  *  the system start-up, removes a stale path before it creates the queue anew.
  *
- *  Failures print a line to standard output. Several threads may send through one handle; one
- *  reader at a time may receive.
+ *  Failures of system calls, and a null sender's handle, print a line to standard output; refused
+ *  names and arguments and a lack of memory do not. Several threads may send through one handle;
+ *  one reader at a time may receive.
  */
 #ifndef TALVERA_IPC_MSGQ_H
 #define TALVERA_IPC_MSGQ_H
@@ -44,7 +45,8 @@ TALVERA_API int ipc_msgq_create(void);
 
 /** Creates a receiving queue.
  *
- *  @param name  path to bind, of at most 107 characters, which must not exist
+ *  @param name  path to bind, of at most 107 characters, which must not exist; "" binds the
+ *               abstract address of 108 zero bytes
  *  @return the queue; null with errno set when the name is null (EINVAL) or too long
  *          (ENAMETOOLONG), memory runs out, there is no socket ("socket create failed " is
  *          printed), or the path cannot be bound ("bind failed:<errno>:<its text>")

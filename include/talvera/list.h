@@ -31,9 +31,9 @@
  *  change the list's elements or their order is refused.
  *
  *  Only list_init(), the list_attributes_ functions and list_concat() accept a null list pointer.
- *  Nothing is logged. A list is not safe for concurrent use. Memory that runs out is told by
- *  list_insert_at() when it needs an element record; list_init(), list_concat() and the copy of a
- *  datum use what malloc() gives without a test, so there a process without memory ends.
+ *  Nothing is logged. A list is not safe for concurrent use. Memory that runs out is told by the
+ *  result of the function that needs it; nothing is lost then, and lists that were there stay as
+ *  they were.
  */
 #ifndef TALVERA_LIST_H
 #define TALVERA_LIST_H
@@ -108,13 +108,14 @@ typedef struct list_obj {
  *  of list_sort(); this is meant, and a program with a seed of its own sets it afterwards.
  *
  *  @param[out] list  object to fill; what it held is not released
- *  @return 0; -1 when @p list is null
+ *  @return 0; -1 when @p list is null; -1 when memory runs out: the object is then all zeros, good
+ *          for another list_init() or for list_destroy() alone
  */
 TALVERA_API int list_init(list_obj *list);
 
 /** Releases elements, spare records and sentinels, and the data too when the list copies them. The
  *  object itself stays the caller's and may be initialised again. An open iteration is closed: data
- *  that it handed out go too when the list copies them.
+ *  that it handed out go too when the list copies them. What a failed list_init() left is ignored.
  *
  *  @param list  the list
  */
@@ -185,7 +186,7 @@ TALVERA_API int list_attributes_unserializer(list_obj *list, list_unserializer_f
  *                   null pointer is then stored as it is)
  *  @param position  0 to list_size()
  *  @return 1; -1, with the list unchanged, while iterating, when @p position is too great, and when
- *          there is no memory for an element record
+ *          there is no memory for an element record or for the copy
  */
 TALVERA_API int list_insert_at(list_obj *list, const void *data, uint32_t position)
     TALVERA_NONNULL(1);
@@ -322,7 +323,8 @@ TALVERA_API void *list_get_min(const list_obj *list) TALVERA_NONNULL(1);
  *
  *  @param first, second     the sources; they may be one and the same list
  *  @param[out] destination  another object, initialised here; what it held is not released
- *  @return 0; -1 when a pointer is null or @p destination is one of the sources
+ *  @return 0; -1 when a pointer is null or @p destination is one of the sources; -1 when memory
+ *          runs out: @p destination is then an empty list, or what a failed list_init() leaves
  */
 TALVERA_API int list_concat(const list_obj *first, const list_obj *second, list_obj *destination);
 

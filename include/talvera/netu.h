@@ -16,7 +16,8 @@
  *  unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
  *  gateway that is the numeric order too.
  *
- *  Nothing here keeps state, and only the ARP probe logs.
+ *  Nothing here keeps state. The ARP probe logs a failed fork(), and the interface statistics what
+ *  sysfs_get_attr() (talvera/utils.h) logs of an attribute that cannot be read.
  */
 #ifndef TALVERA_NETU_H
 #define TALVERA_NETU_H
@@ -194,8 +195,8 @@ TALVERA_API int netu_init_linuxif_stats(struct netu_linuxif_stats *stats) TALVER
 /** Reads all counters of an interface, and works out the deltas.
  *
  *  Texts are taken as strtoul() takes them in base 0; a counter beyond 32 bits reads as 2^32 - 1. A
- *  counter without a file takes the value of the one before it in enum netu_stat (the first takes
- *  0), which is meant; one that cannot be read gives 0.
+ *  counter whose file is missing or empty takes the value of the one before it in enum netu_stat
+ *  (the first takes 0), which is meant; one that cannot be read gives 0.
  *
  *  @param ifname         the interface
  *  @param[in,out] stats  the record

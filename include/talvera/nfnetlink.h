@@ -159,13 +159,15 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
 /** Sends a message and dispatches what arrives until the kernel has acknowledged it.
  *
  *  Blocks. An error reply of the kernel's is not told: the wait goes on after it, and ends with
- *  whatever comes next.
+ *  whatever comes next. Of a datagram 8192 bytes are received, and the rest is lost. After any
+ *  other end than an acknowledgement that of this request may still be to come.
  *
  *  @param handle   the handle
  *  @param message  a whole message, nlmsg_len bytes, that asks for an acknowledgement
- *  @return 0 when the kernel acknowledged; the result of a handler that stopped the dispatch; -1
- *          when sending, receiving (other than for a signal) or dispatching fails, when a message
- *          has a sequence number that is neither 0 nor the handle's, or an argument is null
+ *  @return 0 when the kernel acknowledged, or a datagram came without a whole first message; the
+ *          result of a handler that stopped the dispatch; -1 when sending, receiving (other than
+ *          for a signal) or dispatching fails, when a datagram's first message has a sequence
+ *          number that is neither 0 nor the handle's, or an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
@@ -229,9 +231,14 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
  *  handle.
  *
+ *  Behind several packets in one datagram the kernel puts a message of type 3 without NLM_F_MULTI:
+ *  nfnetlink_msg_unpack() then gives -1, after the handlers have seen all of the packets.
+ *
  *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
  *  that says about errors that the kernel replies: a refused request does not return. Packets that
- *  arrive meanwhile are dispatched; one for a group without handler fails the request.
+ *  arrive meanwhile are dispatched; one for a group without handler, or several in one datagram,
+ *  fail the request, so that handlers are best registered, and modes set, before packets are
+ *  logged.
  *  @{ */
 
 /** Entries of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17 are seen. */

@@ -305,7 +305,8 @@ TALVERA_API int pfs_newbox(void);
 /** Runs "/sbin/pfs -r <line>" for each line of "/sbin/pfs -l" with a text in it.
  *
  *  @param substring  text to look for, ignoring case; null or empty is in every line
- *  @return the result of pclose() for the listing; 0 when that could not be started
+ *  @return the result of pclose() for the listing, which is -1 (ECHILD) when the handler that
+ *          process_start() installs has collected it first; 0 when it could not be started
  */
 TALVERA_API int pfs_forget_files(const char *substring);
 
