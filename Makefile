@@ -2,13 +2,13 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format install clean \
-	target-toolchain target-test target-results target-lab
+.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format docs deb \
+	install uninstall clean target-toolchain target-test target-results target-lab
 
 help:
 	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
 	@echo "make test       build with sanitizers and run every test"
-	@echo "make check      exported symbols, run-time dependencies, headers alone in C99 and C++17"
+	@echo "make check      exported symbols, run-time dependencies, headers alone in C99 and C++17, manual"
 	@echo "make mips-test  the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
 	@echo "make mips-ssl-test  the same for TLS, with an OpenSSL that it cross-builds once"
 	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
@@ -17,7 +17,10 @@ help:
 	@echo "make bench      the library beside its yardsticks, in one table with the aims"
 	@echo "make lint       formatting and static analysis"
 	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
-	@echo "make install    the release build, to PREFIX (/usr/local) below DESTDIR"
+	@echo "make docs       the reference manual: build/docs/html, man pages in build/docs/man"
+	@echo "make deb        Debian packages for run time, development and manual, in build/packages"
+	@echo "make install    release build and manual, to PREFIX (/usr/local) below DESTDIR"
+	@echo "make uninstall  takes them away again, with the same PREFIX and DESTDIR"
 
 setup:
 	@scripts/setup
@@ -36,6 +39,7 @@ check: setup
 	$(BUILD) --preset release -j $(JOBS)
 	scripts/check-library build/release
 	scripts/check-headers
+	scripts/check-manual
 
 mips-test: setup
 	cmake --preset mips
@@ -79,10 +83,21 @@ fuzz: setup
 format:
 	git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format-14 -i
 
-install: setup
-	cmake --preset release $(if $(PREFIX),-DCMAKE_INSTALL_PREFIX=$(PREFIX))
+docs: setup
+	scripts/manual
+
+deb: docs
+	cmake --preset package
+	$(BUILD) --preset package -j $(JOBS)
+	rm -rf build/packages
+	$(BUILD) build/package --target package
+	scripts/check-packages build/packages
+
+PREFIX ?= /usr/local
+install uninstall: docs
+	cmake --preset release -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	$(BUILD) --preset release -j $(JOBS)
-	cmake --install build/release
+	$(if $(filter install,$@),cmake --install,scripts/uninstall) build/release
 
 clean:
 	rm -rf build
