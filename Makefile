@@ -2,7 +2,7 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format install clean \
+.PHONY: help setup demo test check mips-test mips-ssl-test bench lint faults fuzz format install clean \
 	target-toolchain target-test target-lab
 
 help:
@@ -15,6 +15,7 @@ help:
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
 	@echo "make bench      the library beside its yardsticks"
 	@echo "make lint       formatting and static analysis"
+	@echo "make faults     every family's ordinary use with each allocation and system call failing"
 	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
 	@echo "make install    the release build, to PREFIX (/usr/local) below DESTDIR"
 
@@ -64,6 +65,11 @@ bench: setup
 
 lint: setup
 	scripts/lint
+
+faults: setup
+	cmake --preset dev
+	$(BUILD) --preset dev -j $(JOBS) --target faults
+	ctest --preset dev -R '^faults$$'
 
 # Seconds for each fuzz target.
 FUZZ_SECONDS ?= 60
