@@ -2,8 +2,8 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint faults fuzz format install clean \
-	target-toolchain target-test target-lab
+.PHONY: help setup demo test check mips-test mips-ssl-test bench lint faults fuzz format install \
+	clean target-toolchain target-test target-results target-lab
 
 help:
 	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
@@ -12,6 +12,7 @@ help:
 	@echo "make mips-test  the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
 	@echo "make mips-ssl-test  the same for TLS, with an OpenSSL that it cross-builds once"
 	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
+	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
 	@echo "make bench      the library beside its yardsticks"
 	@echo "make lint       formatting and static analysis"
@@ -46,10 +47,13 @@ mips-test: setup
 target-toolchain:
 	target/toolchain
 
-target-test:
+target-test: setup
 	target/test
 
-target-lab:
+target-results: setup
+	target/compare-results
+
+target-lab: setup
 	target/lab
 
 mips-ssl-test: setup

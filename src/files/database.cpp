@@ -114,8 +114,10 @@ extern "C" int of_serialize(const struct of_files_info *set, const char *dir, co
     if (item == nullptr) continue;
     std::fprintf(file.get(), "%d:%d:%x:%s\n", item->order, item->enable, item->flags, item->name);
   }
-  const bool written = std::ferror(file.get()) == 0;
-  return std::fclose(file.release()) == 0 && written ? 0 : -1;
+  // Flushed while there is a stream to ask: not every C library's fclose() and fflush() tell of
+  // what could not be written.
+  if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) return -1;
+  return std::fclose(file.release()) == 0 ? 0 : -1;
 }
 
 extern "C" int of_deserialize(struct of_files_info **set, of_filter filter, const char *dir,

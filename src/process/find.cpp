@@ -1,8 +1,6 @@
 // Finding running programs: by name through pidof, by pid file.
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <climits>
 #include <cstring>
 
 #include "internal/format.h"
@@ -60,9 +58,9 @@ extern "C" pid_t process_find(const char *name) {
 extern "C" pid_t process_get_from_file(const char *path) {
   const talvera::FilePtr file(std::fopen(path, "r"));
   if (file == nullptr) return 0;
-  long number = 0;
-  if (std::fscanf(file.get(), "%ld", &number) != 1) return 0;
-  // As on a 32-bit machine, what is out of range becomes the limit, and no process.
-  const int pid = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+  // A number of 32 bits with every C library: out of range it becomes the limit, and no process.
+  char number[64];
+  if (std::fscanf(file.get(), " %63[-+0-9]", number) != 1) return 0;
+  const int pid = talvera::parse_integer32(number, 10).to_signed();
   return process_exists(pid) ? pid : 0;
 }

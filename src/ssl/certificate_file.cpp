@@ -103,6 +103,12 @@ const EVP_MD *digest_of(const char *name) {
   return nullptr;
 }
 
+// Tells whether all has got to the file. Not every C library's fflush() does: the stream knows.
+bool flush(BIO *out) {
+  std::FILE *stream = nullptr;
+  return BIO_flush(out) == 1 && BIO_get_fp(out, &stream) == 1 && std::ferror(stream) == 0;
+}
+
 }  // namespace
 }  // namespace talvera::ssl
 
@@ -142,7 +148,5 @@ extern "C" int SSL_cert_der2pem(const char *der_path, const char *pem_path) {
   if (out == nullptr) return -1;
   const X509Ptr certificate = read_certificate(der_path, Format::kDer);
   if (certificate == nullptr) return -1;
-  const bool written =
-      PEM_write_bio_X509(out.get(), certificate.get()) == 1 && BIO_flush(out.get()) == 1;
-  return written ? 0 : -1;
+  return PEM_write_bio_X509(out.get(), certificate.get()) == 1 && flush(out.get()) ? 0 : -1;
 }

@@ -21,9 +21,14 @@ void *malloc(std::size_t size) noexcept {
   return intercept<void *>("malloc", [=] { return next(size); });
 }
 
+// By way of the real malloc(): a C library's own calloc() may call the malloc() that is in front.
 void *calloc(std::size_t count, std::size_t size) noexcept {
-  static auto *const next = real<void *(std::size_t, std::size_t)>("calloc");
-  return intercept<void *>("calloc", [=] { return next(count, size); });
+  static auto *const next = real<void *(std::size_t)>("malloc");
+  return intercept<void *>("calloc", [=]() -> void * {
+    std::size_t bytes;
+    void *const block = __builtin_mul_overflow(count, size, &bytes) ? nullptr : next(bytes);
+    return block != nullptr ? std::memset(block, 0, bytes) : nullptr;
+  });
 }
 
 char *strdup(const char *text) noexcept {

@@ -36,7 +36,7 @@ TEST_F(Start, RunsTheProgramInAGroupAndEnvironmentOfItsOwn) {
   const TempDir dir;
   const std::string script =
       "echo $$ $(cut -d' ' -f5 /proc/$$/stat) \"$0\" \"$A\" \"$B\" \"$C\" > " + dir / "out";
-  char *const argv[] = {arg("helper"), arg("-c"), arg(script.c_str()), arg("zero"), nullptr};
+  char *const argv[] = {arg("sh"), arg("-c"), arg(script.c_str()), arg("zero"), nullptr};
   char *const env[] = {arg("A=1=2"), arg("B"), arg("C="), arg("A=last"), nullptr};
   setenv("A", "parent", 1);
   setenv("B", "kept", 1);

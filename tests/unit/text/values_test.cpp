@@ -117,11 +117,13 @@ TEST(Printers, TimesAreLocal) {
 
   // "Tue Nov 14 22:13:20 ", the zone's name and " 2023": 63 characters fit.
   const std::string name(63 - 25, 'Z');
+  bool long_names = false;  // not every C library has them
   {
     const Zone zone("<" + name + ">0");
-    EXPECT_EQ(std::strlen(p_time(text, 1'700'000'000)), 63U);
+    long_names = name == tzname[0];
+    EXPECT_EQ(std::strlen(p_time(text, 1'700'000'000)), long_names ? 63U : 28U);
   }
-  {
+  if (long_names) {
     const Zone zone("<" + name + "Z>0");
     EXPECT_STREQ(p_time(text, 1'700'000'000), "");
   }
