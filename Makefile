@@ -2,7 +2,7 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format docs deb \
+.PHONY: help setup demo test check mips-test mips-ssl-test bench lint faults fuzz format docs deb \
 	install uninstall clean target-toolchain target-test target-results target-lab
 
 help:
@@ -16,6 +16,7 @@ help:
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
 	@echo "make bench      the library beside its yardsticks, in one table with the aims"
 	@echo "make lint       formatting and static analysis"
+	@echo "make faults     every family's ordinary use with each allocation and system call failing"
 	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
 	@echo "make docs       the reference manual: build/docs/html, man pages in build/docs/man"
 	@echo "make deb        Debian packages for run time, development and manual, in build/packages"
@@ -72,6 +73,11 @@ bench: setup
 
 lint: setup
 	scripts/lint
+
+faults: setup
+	cmake --preset dev
+	$(BUILD) --preset dev -j $(JOBS) --target faults
+	ctest --preset dev -R '^faults$$'
 
 # Seconds for each fuzz target.
 FUZZ_SECONDS ?= 60
