@@ -3,7 +3,7 @@ BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
 .PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format install clean \
-	target-toolchain target-test target-results target-lab
+	target-toolchain target-board target-test target-results target-lab footprint
 
 help:
 	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
@@ -14,6 +14,7 @@ help:
 	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
 	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
+	@echo "make footprint    what the library weighs there, against its budget"
 	@echo "make bench      the library beside its yardsticks"
 	@echo "make lint       formatting and static analysis"
 	@echo "make fuzz       every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
@@ -46,6 +47,9 @@ mips-test: setup
 target-toolchain:
 	target/toolchain
 
+target-board:
+	target/board
+
 target-test: setup
 	target/test
 
@@ -54,6 +58,9 @@ target-results: setup
 
 target-lab: setup
 	target/lab
+
+footprint: setup
+	target/footprint
 
 mips-ssl-test: setup
 	openssl=$$(scripts/cross-openssl) && \

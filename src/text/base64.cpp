@@ -98,7 +98,8 @@ class Decoder {
 
 extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *out,
                              unsigned int *out_len) {
-  const std::uint64_t needed = (std::uint64_t{len} + 2) / 3 * 4 + 1;
+  const std::uint32_t groups = len / 3 + (len % 3 != 0 ? 1 : 0);
+  const std::uint64_t needed = std::uint64_t{groups} * 4 + 1;
   if (*out_len < needed) {
     *out_len = needed > UINT32_MAX ? UINT32_MAX : static_cast<unsigned int>(needed);
     return -1;
