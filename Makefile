@@ -2,7 +2,7 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint fuzz format install clean \
+.PHONY: help setup demo test check mips-test bench lint fuzz format install clean \
 	target-toolchain target-board target-test target-results target-lab footprint
 
 help:
@@ -10,7 +10,6 @@ help:
 	@echo "make test       build with sanitizers and run every test"
 	@echo "make check      exported symbols, run-time dependencies, headers alone in C99 and C++17"
 	@echo "make mips-test  the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
-	@echo "make mips-ssl-test  the same for TLS, with an OpenSSL that it cross-builds once"
 	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
 	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
@@ -61,12 +60,6 @@ target-lab: setup
 
 footprint: setup
 	target/footprint
-
-mips-ssl-test: setup
-	openssl=$$(scripts/cross-openssl) && \
-	cmake --preset mips -B build/mips-ssl -DTALVERA_OPENSSL_ROOT=$$openssl
-	$(BUILD) build/mips-ssl -j $(JOBS) --target unit_ssl
-	ctest --test-dir build/mips-ssl -R unit_ssl --output-on-failure
 
 bench: setup
 	cmake --preset release
