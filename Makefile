@@ -2,18 +2,18 @@
 BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
-.PHONY: help setup demo test check mips-test mips-ssl-test bench lint faults fuzz format docs deb \
-	install uninstall clean target-toolchain target-test target-results target-lab
+.PHONY: help setup demo test check mips-test bench lint faults fuzz format docs deb install \
+	uninstall clean target-toolchain target-board target-test target-results target-lab footprint
 
 help:
 	@echo "make demo       see the library at work, in a sandbox that changes nothing of this machine"
 	@echo "make test       build with sanitizers and run every test"
 	@echo "make check      exported symbols, run-time dependencies, headers alone in C99 and C++17, manual"
 	@echo "make mips-test  the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
-	@echo "make mips-ssl-test  the same for TLS, with an OpenSSL that it cross-builds once"
 	@echo "make target-test  the unit tests with the product's libc, uClibc, under qemu-mips"
 	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
 	@echo "make target-lab   library, tests and examples on an emulated board with its own kernel"
+	@echo "make footprint  what the library weighs there, against its budget"
 	@echo "make bench      the library beside its yardsticks, in one table with the aims"
 	@echo "make lint       formatting and static analysis"
 	@echo "make faults     every family's ordinary use with each allocation and system call failing"
@@ -51,6 +51,9 @@ mips-test: setup
 target-toolchain:
 	target/toolchain
 
+target-board:
+	target/board
+
 target-test: setup
 	target/test
 
@@ -60,11 +63,8 @@ target-results: setup
 target-lab: setup
 	target/lab
 
-mips-ssl-test: setup
-	openssl=$$(scripts/cross-openssl) && \
-	cmake --preset mips -B build/mips-ssl -DTALVERA_OPENSSL_ROOT=$$openssl
-	$(BUILD) build/mips-ssl -j $(JOBS) --target unit_ssl
-	ctest --test-dir build/mips-ssl -R unit_ssl --output-on-failure
+footprint: setup
+	target/footprint
 
 bench: setup
 	cmake --preset release
