@@ -20,18 +20,19 @@ constexpr std::size_t kDirectoryPrefix = sizeof CA_DIRECTORY "/" - 1;
 constexpr std::size_t kHashLinkSize = 32;
 constexpr std::size_t kEntrySize = 255;
 
-bool exists(const char *path) {
+bool leads_to_file(const char *path) {
   return access(path, F_OK) == 0;
 }
 
-bool is_there(const char *path) {
+// Whether there is something at the path itself, be it a link that leads nowhere.
+bool is_taken(const char *path) {
   struct stat status;
   return lstat(path, &status) == 0;
 }
 
 bool is_dangling_link(const char *path) {
   struct stat status;
-  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !exists(path);
+  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !leads_to_file(path);
 }
 
 // Deliberately without a result and without numbering: a link of the same hash stays.
@@ -45,7 +46,7 @@ void add_hash_link(const char *link_path) {
 }
 
 int add_links(const char *cert_path, const char *link_path) {
-  if (is_there(link_path)) return 0;
+  if (is_taken(link_path)) return 0;
   if (symlink(cert_path, link_path) != 0) {
     sdb_log(SDB_LOG_ERROR, "SSL_CACERTDIR: failed linking %s", link_path);
     return 0;
@@ -66,7 +67,7 @@ void sweep_dangling_links() {
 }
 
 int remove_links(const char *link_path) {
-  if (!is_there(link_path) || unlink(link_path) != 0) return 0;
+  if (!is_taken(link_path) || unlink(link_path) != 0) return 0;
   sweep_dangling_links();
   return 1;
 }
@@ -75,6 +76,6 @@ int remove_links(const char *link_path) {
 }  // namespace talvera::ssl
 
 extern "C" int SSL_cert_rehash(const char *cert_path, const char *link_path) {
-  return talvera::ssl::exists(cert_path) ? talvera::ssl::add_links(cert_path, link_path)
-                                         : talvera::ssl::remove_links(link_path);
+  return talvera::ssl::leads_to_file(cert_path) ? talvera::ssl::add_links(cert_path, link_path)
+                                                : talvera::ssl::remove_links(link_path);
 }

@@ -57,7 +57,7 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
   const long size = uf_fsize(file.get());
   if (size < 1 || size > INT_MAX) return 0;
   const auto bytes = static_cast<std::size_t>(size);
-  talvera::MallocPtr<unsigned char> content(static_cast<unsigned char *>(std::malloc(bytes)));
+  talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr || ::read(file.get(), content.get(), bytes) != size) return 0;
   *data = content.release();
   return static_cast<int>(size);

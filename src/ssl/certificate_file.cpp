@@ -28,12 +28,15 @@ enum class Format {
   kPvk = 12,
 };
 
-bool names_pkcs12(std::string_view word) {
-  static constexpr std::array<std::string_view, 4> kWords = {"PKCS12", "pkcs12", "P12", "p12"};
-  return word.front() == '1' || std::ranges::find(kWords, word) != kWords.end();
+// Of a word that begins with "P": other words than those for PKCS#12 and PVK are PEM.
+Format format_with_p(const char *word) {
+  static constexpr std::array<std::string_view, 4> kPkcs12Words = {"PKCS12", "pkcs12", "P12",
+                                                                   "p12"};
+  if (std::ranges::find(kPkcs12Words, std::string_view(word)) != kPkcs12Words.end())
+    return Format::kPkcs12;
+  return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
 }
 
-// The order matters: "PKCS12" and "P12" are PKCS#12 although other words with "P" are PEM.
 Format format_of(const char *word) {
   if (word == nullptr || *word == '\0') return Format::kUndefined;
   switch (word[0]) {
@@ -52,17 +55,14 @@ Format format_of(const char *word) {
     case 'M':
     case 'm':
       return Format::kMicrosoftBlob;
-    default:
-      break;
-  }
-  if (names_pkcs12(word)) return Format::kPkcs12;
-  switch (word[0]) {
     case 'E':
     case 'e':
       return Format::kEngine;
+    case '1':
+      return Format::kPkcs12;
     case 'P':
     case 'p':
-      return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
+      return format_with_p(word);
     default:
       return Format::kUndefined;
   }

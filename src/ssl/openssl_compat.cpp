@@ -103,10 +103,10 @@ struct NetscapeSequence {
 ASN1_SEQUENCE(NetscapeSequence) = {
   ASN1_SIMPLE(NetscapeSequence, header, ASN1_OCTET_STRING),
   ASN1_OPT(NetscapeSequence, certificate, X509)
-} static_ASN1_SEQUENCE_END(NetscapeSequence)
-    // clang-format on
+} static_ASN1_SEQUENCE_END(NetscapeSequence);
+// clang-format on
 
-    constexpr char kNetscapeHeader[] = "certificate";
+constexpr char kNetscapeHeader[] = "certificate";
 
 // Deliberately no shortest length: an empty header will do.
 bool is_netscape_header(const ASN1_OCTET_STRING *header) {
