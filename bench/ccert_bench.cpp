@@ -37,8 +37,8 @@ constexpr unsigned char kBlob[] = {0x0E, 0x0C, 0x0A, 0x08, 2, 4, 6, 7, 0, 0, 0x0
                                    0,    0,    0x03, 0x70, 0, 0, 0, 2, 0, 0, 0,    0};
 constexpr std::size_t kBlobSize = sizeof kBlob + 880;
 
-// Writes a factory file with a blob in one slot; needs the sandbox, where "/mfg" can be made.
-bool make_factory_file(int slot) {
+// Writes a manufacturing file with a blob in one slot; needs the sandbox, where "/mfg" can be made.
+bool make_mfg_file(int slot) {
   if (std::system("mkdir -p /mfg") != 0) return false;
   FILE *file = std::fopen(kPath, "wb");
   if (file == nullptr) return false;
@@ -51,7 +51,7 @@ bool make_factory_file(int slot) {
 }
 
 void ccert_load(benchmark::State &state, int slot) {
-  if (!make_factory_file(slot)) return state.SkipWithError("no /mfg");
+  if (!make_mfg_file(slot)) return state.SkipWithError("no /mfg");
   mounts = 0;
   for (auto _ : state) {
     if (ccert_init() != 0 || ccert_get_data_count() != 1) return state.SkipWithError("not loaded");
@@ -63,7 +63,7 @@ BENCHMARK_CAPTURE(ccert_load, slot_2, 2);
 BENCHMARK_CAPTURE(ccert_load, slot_1, 1);
 
 void bare_accesses(benchmark::State &state, int slot) {
-  if (!make_factory_file(slot)) return state.SkipWithError("no /mfg");
+  if (!make_mfg_file(slot)) return state.SkipWithError("no /mfg");
   unsigned char buffer[kBlobSize];
   const int accesses = slot == 2 ? 3 : 4;
   for (auto _ : state) {

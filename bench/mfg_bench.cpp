@@ -24,8 +24,8 @@ namespace {
 
 constexpr char kPath[] = "/mfg/mfg.dat";
 
-// Writes an erased factory file; needs the sandbox, where "/mfg" can be made.
-bool make_factory_file() {
+// Writes an erased manufacturing file; needs the sandbox, where "/mfg" can be made.
+bool make_mfg_file() {
   if (std::system("mkdir -p /mfg") != 0) return false;
   FILE *file = std::fopen(kPath, "wb");
   if (file == nullptr) return false;
@@ -38,7 +38,7 @@ bool make_factory_file() {
 }
 
 void info_read(benchmark::State &state) {
-  if (!make_factory_file()) return state.SkipWithError("no /mfg");
+  if (!make_mfg_file()) return state.SkipWithError("no /mfg");
   unsigned char record[MFG_INFO_SIZE];
   for (auto _ : state)
     benchmark::DoNotOptimize(mfg_info_read(record));
@@ -46,7 +46,7 @@ void info_read(benchmark::State &state) {
 BENCHMARK(info_read);
 
 void bare_open_read_close(benchmark::State &state) {
-  if (!make_factory_file()) return state.SkipWithError("no /mfg");
+  if (!make_mfg_file()) return state.SkipWithError("no /mfg");
   unsigned char record[MFG_INFO_SIZE];
   for (auto _ : state) {
     const int fd = open(kPath, O_RDONLY);

@@ -1,4 +1,4 @@
-/* Writes a manufacturing data file as the factory does.
+/* Writes a manufacturing file as the factory does.
  *
  *   factory_file FILE MAC DEVICE-TYPE MAC-COUNT [SERIAL]
  *

@@ -11,8 +11,8 @@
 /** Marks what the shared library exports; all else is hidden. */
 #define TALVERA_API __attribute__((visibility("default")))
 
-/** Lets the compiler check a printf-style format at argument @p format (counted from 1) against
- *  the arguments from @p first on. */
+/** Lets the compiler check a printf-style format at argument @p format_index (counted from 1)
+ *  against the arguments from @p first on. */
 #define TALVERA_PRINTF(format_index, first) __attribute__((format(printf, format_index, first)))
 
 /** The named pointer arguments (counted from 1; none named: all of them) must not be null. */

@@ -1,6 +1,6 @@
 /** @file
  *  Client certificate blob: the device's certificate and private key, written at the factory into
- *  certificate slot 1 or 2 of the manufacturing data file (<talvera/mfg.h>).
+ *  certificate slot 1 or 2 of the manufacturing file (<talvera/mfg.h>).
  *
  *  @code
  *  unsigned char *certificate;
@@ -101,7 +101,7 @@ TALVERA_API uint32_t ccert_extract_certblob_total_length(const unsigned char *bl
 /** Finds the blob, reads it and makes it the loaded copy.
  *
  *  The table of contents is checked as ccert_install_cert_blob() does, magic and version are not. A
- *  blob that fails the check is dropped, deliberately with result 0: nothing is loaded then, and
+ *  blob that fails the check is dropped with result 0, which is meant: nothing is loaded then, and
  *  ccert_get_data_count() is 0. Of several certificates, and of several keys, the last one counts.
  *
  *  An earlier copy is replaced but not released, so that its addresses stay valid: call

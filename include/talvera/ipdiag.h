@@ -87,10 +87,11 @@ TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_
  *  nothing, but takes its place in this order. Of a line 511 characters are read at a time; what
  *  follows counts as another line.
  *
- *  @param name        test name
+ *  @param name          test name
  *  @param[in,out] hops  table of @p max_rows hops, zero-filled by the caller
- *  @param max_rows    its size
- *  @param[out] count  receives the number of hop lines; each took a row, even if it filled nothing
+ *  @param max_rows      its size
+ *  @param[out] count    receives the number of hop lines; each took a row, even if it filled
+ * nothing
  *  @return 0 when the file was read to its end; when the table filled up first, 0 if the last hop's
  *          address is the destination's (which the header has in parentheses), else 1; -1 with
  *          errno set when the file cannot be opened; -1 and a count of 0 when @p max_rows is below
@@ -112,8 +113,8 @@ TALVERA_API int ipdiag_tr_resptime(const char *name, int32_t *time) TALVERA_NONN
  *
  *  @param name       test name
  *  @param[out] code  receives 0 when the error file's first 63 characters contain "bad address", on
- *                    its first line (the destination could not be resolved), 1 for any other
- *                    text; unchanged when the file is empty
+ *                    its first line (the destination could not be resolved), 1 for any other text;
+ *                    unchanged when the file is empty
  *  @return 0, or -1 with errno set when the file cannot be opened
  */
 TALVERA_API int ipdiag_tr_err(const char *name, int32_t *code) TALVERA_NONNULL(1, 2);

@@ -49,8 +49,8 @@ TALVERA_API void MD5CUpdate(md5_context *context, const unsigned char *input, un
 
 /** Ends a digest. Mind the order of the arguments.
  *
- *  @param[out] digest       receives 16 bytes
- *  @param[in,out] context   all zero afterwards
+ *  @param[out] digest      receives 16 bytes
+ *  @param[in,out] context  all zero afterwards
  */
 TALVERA_API void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *context)
     TALVERA_NONNULL(1, 2);

@@ -11,7 +11,7 @@
  *  @endcode
  *
  *  The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
- *  it) holds one file, "/mfg/mfg.dat", of 131072 bytes:
+ *  it) holds one file, the manufacturing file "/mfg/mfg.dat", of 131072 bytes:
  *
  *      0x18000  16384 bytes  certificate slot 2
  *      0x1C000  14336 bytes  certificate slot 1
@@ -83,7 +83,7 @@ TALVERA_API void mfg_get_macaddr(const unsigned char *record, unsigned char *mac
  *  @param record  MFG_INFO_SIZE bytes */
 TALVERA_API int mfg_num_macaddr(const unsigned char *record) TALVERA_NONNULL(1);
 
-/** Prepares the factory file and hands identity and calibration to the platform driver.
+/** Prepares the manufacturing file and hands identity and calibration to the platform driver.
  *
  *  To be called once at system start. An empty or missing file becomes an erased one (131072 bytes
  *  of 0xFF); a file with content is never overwritten. The identity is sent with TVRA_INFO_SET;
@@ -138,8 +138,8 @@ TALVERA_API void mfg_wlcal_clear(void);
 /** Greatest size in bytes of what mfg_ccert_set() writes. */
 #define MFG_CCERT_MAX_SIZE 14336
 
-/** Greatest blob size that a size query of mfg_ccert_get() accepts; deliberately below what can be
- *  written. */
+/** Greatest blob size that a size query of mfg_ccert_get() accepts; below what can be written,
+ * which is meant. */
 #define MFG_CCERT_MAX_QUERY_SIZE 8000
 
 /** Argument of mfg_ccert_get(). All that it points to stays the caller's. */
@@ -224,8 +224,8 @@ TALVERA_API void tvra_close(void);
 
 /** Opens the device, runs one command and closes the device again.
  *
- *  @param request          one of the TVRA_ commands
- *  @param[in,out] argument record that the command takes
+ *  @param request           one of the TVRA_ commands
+ *  @param[in,out] argument  record that the command takes
  *  @return the result of ioctl() (-1 with errno set on failure), or tvra_open()'s negative result
  */
 TALVERA_API int tvra_ioctl(unsigned int request, void *argument);

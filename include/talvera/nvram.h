@@ -8,8 +8,8 @@
  *  const char *path = "/etc/config";
  *  nvram_hash = nvram_attach(path);  // the pairs are reached through nvram_hash,
  *  nvram_shmid = nvram_id(path);     // locks and status through nvram_shmid
- *  const char *name = nvram_get("hostname");
- *  if (name != NULL) printf("%.*s\n", NVRAM_VALUE_SIZE, name);
+ *  const char *hostname = nvram_get("hostname");
+ *  if (hostname != NULL) printf("%.*s\n", NVRAM_VALUE_SIZE, hostname);
  *  nvram_set("hostname", "gateway");
  *  nvram_detach(nvram_hash);
  *  nvram_hash = NULL;

@@ -29,9 +29,9 @@ enum sdb_log_level {
 
 /** Reads the value of a key.
  *
- *  @param key         name of the value, such as "system.sku"
- *  @param[out] buffer room for @p size bytes; receives the value, NUL-terminated
- *  @param size        bytes of room, terminator included
+ *  @param key          name of the value, such as "system.sku"
+ *  @param[out] buffer  room for @p size bytes; receives the value, NUL-terminated
+ *  @param size         bytes of room, terminator included
  *  @return 0 on success, else an error code that sdb_strerror() puts into words
  */
 int sdb_get(const char *key, char *buffer, size_t size);

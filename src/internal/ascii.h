@@ -23,6 +23,8 @@ constexpr std::uint8_t digit_value(char c) {
   return 255;
 }
 
+inline constexpr char kHexDigits[] = "0123456789abcdef";
+
 constexpr bool is_hex_digit(char c) {
   return digit_value(c) < 16;
 }

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 
 namespace talvera {
 
-inline constexpr std::size_t kPathSize = 256;     // a path built from a caller's format
-inline constexpr std::size_t kCommandSize = 512;  // a shell command
+inline constexpr std::size_t kPathSize = 256;         // a path built from a caller's format
+inline constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
+inline constexpr std::size_t kCommandSize = 512;      // a shell command
 
 template <std::size_t Size>
 class FormattedText {

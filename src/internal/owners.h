@@ -62,6 +62,15 @@ struct FreeDeleter {
 template <typename T>
 using MallocPtr = std::unique_ptr<T, FreeDeleter>;
 
+// A block for `count` objects, to be filled by the caller; null with errno set when memory runs
+// out. Never null for want of a size: one of 0 objects has room for one.
+template <typename T>
+MallocPtr<T> allocate(std::size_t count) {
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
+  constexpr std::size_t kSize = sizeof(T);
+  return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
+}
+
 // A mapping; unmapped with its owner.
 class Mapping {
  public:

@@ -2,11 +2,11 @@
 #include <fcntl.h>
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
-#include "internal/big_endian.h"
-#include "internal/owners.h"
 #include "mfg/calibration.h"
 #include "mfg/log.h"
 #include "mfg/mfg_file.h"
@@ -62,5 +62,5 @@ extern "C" void mfg_init(void) {
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
   mfg::push_identity(record);
-  if (load_be32(record + MFG_INFO_WLCAL_PRESENT) != 0) mfg::push_calibration(true);
+  if (mfg::has_calibration(record)) mfg::push_calibration(true);
 }

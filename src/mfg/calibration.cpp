@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "mfg/log.h"
 #include "mfg/mfg_file.h"
 #include "talvera/mfg.h"
@@ -18,15 +19,9 @@ static_assert(sizeof(void *) != 4 || sizeof(tvra_wlcal) == 8);
 
 using Calibration = std::array<std::uint8_t, TVRA_WLCAL_SIZE>;
 
-bool is_present(const std::uint8_t *record) {
-  return load_be32(record + MFG_INFO_WLCAL_PRESENT) != 0;
-}
-
 // Sums that wrap 32 bits lie outside as well.
-bool check_range(unsigned int offset, unsigned int length) {
-  if (offset <= TVRA_WLCAL_SIZE && length <= TVRA_WLCAL_SIZE - offset) return true;
-  errno = EINVAL;
-  return false;
+bool is_range(unsigned int offset, unsigned int length) {
+  return offset <= TVRA_WLCAL_SIZE && length <= TVRA_WLCAL_SIZE - offset;
 }
 
 std::int32_t file_offset(unsigned int offset) {
@@ -39,15 +34,16 @@ int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int len
   transfer.buffer = data.data();
   transfer.length = TVRA_WLCAL_SIZE;
   if (tvra_ioctl(TVRA_WLCAL_GET, &transfer) < 0) return -1;
-  if (transfer.length < length) {
-    errno = EINVAL;
-    return -1;
-  }
+  if (transfer.length < length) return fail(EINVAL);
   std::memcpy(buffer, data.data() + offset, length);
   return 0;
 }
 
 }  // namespace
+
+bool has_calibration(const unsigned char *record) {
+  return load_be32(record + MFG_INFO_WLCAL_PRESENT) != 0;
+}
 
 void push_calibration(bool present) {
   Calibration data = {};
@@ -66,21 +62,21 @@ void push_calibration(bool present) {
 using namespace talvera;
 
 extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int len) {
-  if (!mfg::check_range(offset, len)) return -1;
+  if (!mfg::is_range(offset, len)) return fail(EINVAL);
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (!mfg::is_present(record)) return mfg::get_from_driver(buf, offset, len);
+  if (!mfg::has_calibration(record)) return mfg::get_from_driver(buf, offset, len);
   return mfg::range_read(buf, mfg::file_offset(offset), len);
 }
 
 extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int len) {
-  if (!mfg::check_range(offset, len)) return -1;
+  if (!mfg::is_range(offset, len)) return fail(EINVAL);
   // A failed write stops neither the flag nor the push.
   int result = mfg::range_write(data, mfg::file_offset(offset), len);
   int error = errno;
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (!mfg::is_present(record)) {
+  if (!mfg::has_calibration(record)) {
     store_be32(record + MFG_INFO_WLCAL_PRESENT, 1);
     result = mfg_info_write(record);
     error = errno;
@@ -93,7 +89,7 @@ extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, uns
 extern "C" void mfg_wlcal_clear(void) {
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (mfg::is_present(record)) {
+  if (mfg::has_calibration(record)) {
     store_be32(record + MFG_INFO_WLCAL_PRESENT, 0);
     mfg_info_write(record);
   }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "talvera/ccert.h"
 #include "talvera/mfg.h"
 
@@ -50,8 +51,7 @@ extern "C" int ccert_install_cert_blob(const unsigned char *blob, unsigned int s
   if (std::memcmp(blob, mfg::kMagic.data(), mfg::kMagic.size()) != 0 ||
       !mfg::is_known_version(blob + mfg::kBlobVersion) ||
       !mfg::is_consistent(blob, ccert_extract_certblob_total_length(blob))) {
-    errno = EINVAL;
-    return -1;
+    return fail(EINVAL);
   }
   const mfg_ccert_set_info info = {blob, ccert_extract_certblob_total_length(blob), slot};
   return mfg_ccert_set(&info);

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "mfg/ccert_blob.h"
 #include "talvera/mfg.h"
@@ -107,7 +108,7 @@ extern "C" int ccert_location(void) {
 extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsigned int slot) {
   std::uint32_t size;
   if (mfg::query_size(slot, &size) != 0) return mfg::report_read_failure();
-  MallocPtr<unsigned char> content(static_cast<unsigned char *>(std::malloc(size)));
+  MallocPtr<unsigned char> content = allocate<unsigned char>(size);
   if (content == nullptr) return CCERT_NO_MEMORY;
   unsigned char *buffer = content.get();
   mfg_ccert_get_info info = {&buffer, &size, slot};
@@ -162,10 +163,7 @@ extern "C" unsigned char *ccert_get_data_from_toc_item(const struct ccert_toc_it
 extern "C" int ccert_get_data_from_index(unsigned int index, unsigned char **data, uint32_t *length,
                                          uint32_t *type, uint32_t *flags) {
   const ccert_toc_item *item = ccert_get_toc_item_from_index(index);
-  if (item == nullptr) {
-    errno = EINVAL;
-    return -1;
-  }
+  if (item == nullptr) return fail(EINVAL);
   *data = ccert_get_data_from_toc_item(item);
   *length = item->length;
   if (type != nullptr) *type = item->type;
@@ -176,9 +174,7 @@ extern "C" int ccert_get_data_from_index(unsigned int index, unsigned char **dat
 extern "C" int ccert_get_client_cert(unsigned char **certificate, uint32_t *length) {
   *certificate = ccert_get_data_from_toc_item(mfg::certificate);
   *length = *certificate != nullptr ? mfg::certificate->length : 0;
-  if (*certificate != nullptr) return 0;
-  errno = ENOENT;
-  return -1;
+  return *certificate != nullptr ? 0 : fail(ENOENT);
 }
 
 // Nothing fills the certificate's MAC address and common name: they are held empty.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "internal/wipe.h"
 #include "mfg/ccert_copy.h"
@@ -17,7 +18,7 @@ constexpr std::uint32_t kEncryptedHeaderSize = 8;
 constexpr std::uint32_t kEncryptedFormat = 1;
 
 MallocPtr<unsigned char> copy_of(const ccert_toc_item &item) {
-  MallocPtr<unsigned char> copy(static_cast<unsigned char *>(std::malloc(item.length)));
+  MallocPtr<unsigned char> copy = allocate<unsigned char>(item.length);
   if (copy != nullptr) std::memcpy(copy.get(), ccert_get_data_from_toc_item(&item), item.length);
   return copy;
 }
@@ -40,8 +41,7 @@ void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_
 }
 
 int not_provided() {
-  errno = ENOSYS;
-  return -1;
+  return fail(ENOSYS);
 }
 
 }  // namespace
@@ -53,10 +53,7 @@ extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *lengt
   *key = nullptr;
   *length = 0;
   const ccert_toc_item *item = mfg::loaded_key();
-  if (item == nullptr) {
-    errno = ENOENT;
-    return -1;
-  }
+  if (item == nullptr) return fail(ENOENT);
   switch (item->type) {
     case CCERT_KEY_PLAIN:
       mfg::get_plain(*item, key, length);

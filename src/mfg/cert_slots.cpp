@@ -6,6 +6,8 @@
 #include <cstddef>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
+#include "mfg/ccert_blob.h"
 #include "mfg/mfg_file.h"
 #include "talvera/mfg.h"
 
@@ -21,12 +23,9 @@ static_assert(offsetof(mfg_ccert_set_info, len) == sizeof(void *) &&
 // can be transferred.
 constexpr std::array<std::int32_t, 3> kSlotOffsets{-1, kCertSlot1Offset, kCertSlot2Offset};
 
-constexpr std::int32_t kTotalLengthOffset = 8;  // of the length field in a blob
-
 int refuse(const char *message) {
   syslog(LOG_ERR, "%s", message);
-  errno = EIO;
-  return -1;
+  return fail(EIO);
 }
 
 int refuse_get(int reason) {
@@ -37,7 +36,8 @@ int refuse_get(int reason) {
 std::uint32_t stated_length(std::uint32_t slot) {
   if (slot != 1 && slot != 2) return 0;
   std::uint8_t field[4];
-  if (range_read(field, kSlotOffsets[slot] + kTotalLengthOffset, sizeof field) != 0) return 0;
+  const std::int32_t offset = kSlotOffsets[slot] + static_cast<std::int32_t>(kBlobTotalLength);
+  if (range_read(field, offset, sizeof field) != 0) return 0;
   return load_be32(field);
 }
 

@@ -1,4 +1,4 @@
-// Failure messages of the manufacturing store.
+// Failure messages of the manufacturing file and the platform driver.
 #pragma once
 
 namespace talvera::mfg {

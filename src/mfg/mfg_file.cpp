@@ -1,5 +1,5 @@
-// The manufacturing data file: mounted and opened for one access at a time, read by range, written
-// as a whole.
+// The manufacturing file: mounted and opened for one access at a time, read by range, written as a
+// whole.
 #include "mfg/mfg_file.h"
 
 #include <fcntl.h>
@@ -25,12 +25,12 @@ constexpr mode_t kFileMode = 0600;
 
 int open_fd = -1;  // the open file; the partition is mounted while it is 0 or above
 
-// Closes the file at the end of an access, whatever its outcome.
-struct FileCloser {
-  FileCloser() = default;
-  ~FileCloser() { file_close(); }
-  FileCloser(const FileCloser &) = delete;
-  FileCloser &operator=(const FileCloser &) = delete;
+// Closes the manufacturing file at the end of an access, whatever its outcome.
+struct CloseAtEnd {
+  CloseAtEnd() = default;
+  ~CloseAtEnd() { file_close(); }
+  CloseAtEnd(const CloseAtEnd &) = delete;
+  CloseAtEnd &operator=(const CloseAtEnd &) = delete;
 };
 
 bool mount_partition(int flags) {
@@ -91,7 +91,7 @@ void file_close() {
 int range_read(void *buffer, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDONLY);
   if (fd < 0) return -1;
-  const FileCloser closer;
+  const CloseAtEnd closer;
   const auto start = range_start(offset, length);
   if (!start) return -1;
   if (*start != 0 && !seek_to(fd, *start)) return -1;
@@ -102,11 +102,11 @@ int range_read(void *buffer, std::int32_t offset, std::uint32_t length) {
 int range_write(const void *data, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDWR);
   if (fd < 0) return -1;
-  const FileCloser closer;
+  const CloseAtEnd closer;
   const auto start = range_start(offset, length);
   if (!start) return -1;
   if (!seek_to(fd, 0)) return -1;
-  const MallocPtr<std::uint8_t> content(static_cast<std::uint8_t *>(std::malloc(kFileSize)));
+  const MallocPtr<std::uint8_t> content = allocate<std::uint8_t>(kFileSize);
   if (content == nullptr) return -1;
   if (!transferred(uf_full_read(fd, content.get(), kFileSize), kFileSize, "read")) return -1;
   std::memcpy(content.get() + *start, data, length);

@@ -1,5 +1,5 @@
-// Range access to the manufacturing data file. The partition is mounted exactly while the file is
-// open, and no range access returns with the file open.
+// Range access to the manufacturing file. The partition is mounted exactly while the file is open,
+// and no range access returns with the file open.
 #pragma once
 
 #include <cstdint>

@@ -105,10 +105,10 @@ int run_once(const Scenario &scenario, const Fault &fault, int skip) {
 
 World::World()
     : blob(make_blob({{"certificate", CCERT_CERTIFICATE}, {"key", CCERT_KEY_PLAIN}})),
-      factory(system.platform().flash_directory() + "/mfg.dat"),
+      mfg_file(system.platform().flash_directory() + "/mfg.dat"),
       log_message(message(0x0101, std::string(4, '\0'))) {
   std::string flash(kMfgFileSize, '\xFF');
-  std::ofstream(factory, std::ios::binary) << flash.replace(kSlot1, blob.size(), blob);
+  std::ofstream(mfg_file, std::ios::binary) << flash.replace(kSlot1, blob.size(), blob);
   folder.write("a", kText);
   folder.write("b", kText);
   folder.write(".order", kOrder);

@@ -11,8 +11,8 @@
 
 namespace talvera::test {
 
-// What every scenario finds: a factory file with a certificate blob, files in a folder with their
-// database, and a kernel that acknowledges netlink requests.
+// What every scenario finds: a manufacturing file with a certificate blob, files in a folder with
+// their database, and a kernel that acknowledges netlink requests.
 struct World {
   World();
 
@@ -34,7 +34,7 @@ struct World {
   const std::string a = folder / "a", b = folder / "b", order = folder / ".order",
                     hops = folder / "hops", fresh = folder / "fresh";
   const std::string blob;         // in slot 1
-  const std::string factory;      // path of the factory file
+  const std::string mfg_file;     // path of the manufacturing file
   const std::string log_message;  // a netlink message of subsystem 1, type 1
 };
 

@@ -1,4 +1,4 @@
-// Faults in the manufacturing store, the certificate blob and the configuration store.
+// Faults in the manufacturing data, the certificate blob and the configuration store.
 #include "talvera/mfg.h"
 
 #include <gtest/gtest.h>
@@ -19,9 +19,9 @@ constexpr std::size_t kFileSize = 0x20000;
 constexpr std::size_t kSlot2 = 0x18000;
 constexpr std::size_t kRecord = 0x1FF00;
 
-// Whether the factory file is whole, with these bytes in it.
+// Whether the manufacturing file is whole, with these bytes in it.
 bool stored(const World &world, std::size_t offset, const void *data, std::size_t size) {
-  const std::string content = World::content(world.factory);
+  const std::string content = World::content(world.mfg_file);
   return content.size() == kFileSize && std::memcmp(content.data() + offset, data, size) == 0;
 }
 
@@ -35,9 +35,9 @@ long record(World &world) {
 
 // What stops the start-up half-way is logged.
 long start_up(World &world) {
-  World::quietly([&] { return truncate(world.factory.c_str(), 0); });
+  World::quietly([&] { return truncate(world.mfg_file.c_str(), 0); });
   mfg_init();
-  const bool prepared = World::content(world.factory).size() == kFileSize;
+  const bool prepared = World::content(world.mfg_file).size() == kFileSize;
   return prepared || !world.system.log().empty() ? 0 : kWrong;
 }
 

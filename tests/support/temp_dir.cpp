@@ -1,3 +1,4 @@
+// Directories for tests, made in /tmp.
 #include "support/temp_dir.h"
 
 #include <ftw.h>
