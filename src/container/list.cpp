@@ -9,7 +9,12 @@
 #include <initializer_list>
 #include <utility>
 
+#include "container/list_steps.h"
+
 namespace {
+
+using talvera::container::backward;
+using talvera::container::forward;
 
 // The record's size on the 32-bit target.
 static_assert(sizeof(void *) != 4 || (sizeof(list_obj) == 64 && sizeof(list_elem) == 12));
@@ -45,20 +50,6 @@ void insert_between(list_elem *left, list_elem *element, list_elem *right) {
 
 std::uint32_t middle_position(std::uint32_t count) {
   return (count - 1) / 2;
-}
-
-list_elem *forward(list_elem *element, std::uint32_t steps) {
-  for (; steps > 0; --steps) {
-    element = element->next;
-  }
-  return element;
-}
-
-list_elem *backward(list_elem *element, std::uint32_t steps) {
-  for (; steps > 0; --steps) {
-    element = element->prev;
-  }
-  return element;
 }
 
 // The element at a position of the list, reached from the nearest of head, middle and tail.
@@ -129,6 +120,13 @@ void *extract_element(list_obj &list, list_elem *element, std::uint32_t position
   return data;
 }
 
+template <typename Function>
+int set_attribute(list_obj *list, Function list_attrs::*attribute, Function value) {
+  if (list == nullptr) return -1;
+  list->attrs.*attribute = value;
+  return 0;
+}
+
 // What an empty list without spare records is made of.
 void free_frame(const list_obj &list) {
   std::free(list.spares);
@@ -166,15 +164,11 @@ extern "C" void list_destroy(list_obj *list) {
 }
 
 extern "C" int list_attributes_comparator(list_obj *list, list_comparator_fn comparator) {
-  if (list == nullptr) return -1;
-  list->attrs.comparator = comparator;
-  return 0;
+  return set_attribute(list, &list_attrs::comparator, comparator);
 }
 
 extern "C" int list_attributes_seeker(list_obj *list, list_seeker_fn seeker) {
-  if (list == nullptr) return -1;
-  list->attrs.seeker = seeker;
-  return 0;
+  return set_attribute(list, &list_attrs::seeker, seeker);
 }
 
 extern "C" int list_attributes_copy(list_obj *list, list_meter_fn meter, int copy_data) {
@@ -185,21 +179,15 @@ extern "C" int list_attributes_copy(list_obj *list, list_meter_fn meter, int cop
 }
 
 extern "C" int list_attributes_hash_computer(list_obj *list, list_hashcomputer_fn hash_computer) {
-  if (list == nullptr) return -1;
-  list->attrs.hash_computer = hash_computer;
-  return 0;
+  return set_attribute(list, &list_attrs::hash_computer, hash_computer);
 }
 
 extern "C" int list_attributes_serializer(list_obj *list, list_serializer_fn serializer) {
-  if (list == nullptr) return -1;
-  list->attrs.serializer = serializer;
-  return 0;
+  return set_attribute(list, &list_attrs::serializer, serializer);
 }
 
 extern "C" int list_attributes_unserializer(list_obj *list, list_unserializer_fn unserializer) {
-  if (list == nullptr) return -1;
-  list->attrs.unserializer = unserializer;
-  return 0;
+  return set_attribute(list, &list_attrs::unserializer, unserializer);
 }
 
 extern "C" int list_insert_at(list_obj *list, const void *data, uint32_t position) {

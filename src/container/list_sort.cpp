@@ -4,9 +4,13 @@
 #include <cstdlib>
 #include <utility>
 
+#include "container/list_steps.h"
 #include "talvera/list.h"
 
 namespace {
+
+using talvera::container::backward;
+using talvera::container::forward;
 
 constexpr std::uint32_t kShortRange = 25;  // below this many elements selection sort takes over
 
@@ -38,18 +42,8 @@ class Sorter {
 
 const void *random_pivot(Range range) {
   const std::uint32_t index = static_cast<std::uint32_t>(random()) % range.size;
-  const list_elem *element;
-  if (index < range.size / 2) {
-    element = range.first;
-    for (std::uint32_t steps = index; steps > 0; --steps) {
-      element = element->next;
-    }
-  } else {
-    element = range.last;
-    for (std::uint32_t steps = range.size - 1 - index; steps > 0; --steps) {
-      element = element->prev;
-    }
-  }
+  const list_elem *element = index < range.size / 2 ? forward(range.first, index)
+                                                    : backward(range.last, range.size - 1 - index);
   return element->data;
 }
 

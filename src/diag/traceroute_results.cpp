@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/integer32.h"
 #include "internal/streams.h"
 #include "talvera/ipdiag.h"
@@ -12,7 +13,7 @@
 namespace talvera::diag {
 namespace {
 
-constexpr std::size_t kPathSize = 64;
+constexpr std::size_t kWorkPathSize = 64;
 constexpr std::size_t kLineSize = 512;
 constexpr std::size_t kStatusLineSize = 16;
 constexpr std::size_t kErrorLineSize = 64;
@@ -32,7 +33,7 @@ constexpr Marker kMarkers[] = {
 };
 
 FilePtr open_work_file(const char *name, const char *kind) {
-  char path[kPathSize];
+  char path[kWorkPathSize];
   const int length = std::snprintf(path, sizeof path, "/tmp/%s-%s", name, kind);
   if (length < 0 || static_cast<std::size_t>(length) >= sizeof path) {
     errno = ENAMETOOLONG;
@@ -116,10 +117,7 @@ extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t 
   const FilePtr file = diag::open_work_file(name, "out");
   if (file == nullptr) return -1;
   *count = 0;
-  if (max_rows < 1) {
-    errno = EINVAL;
-    return -1;
-  }
+  if (max_rows < 1) return fail(EINVAL);
   char destination[diag::kDestinationSize] = "";
   char line[diag::kLineSize];
   if (diag::read_line(file.get(), line)) diag::take_destination(line, destination);

@@ -7,6 +7,7 @@
 
 #include "files/scanner.h"
 #include "files/set.h"
+#include "internal/format.h"
 #include "internal/streams.h"
 
 namespace talvera::files {

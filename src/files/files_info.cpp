@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "files/set.h"
+#include "internal/fail.h"
 #include "talvera/utils.h"
 
 static_assert(sizeof(of_file_info) == 44 && offsetof(of_file_info, enable) == 32);
@@ -66,10 +67,7 @@ using namespace talvera;
 
 extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, const char *dir) {
   *set = nullptr;
-  if (filter == nullptr) {
-    errno = EINVAL;
-    return -1;
-  }
+  if (filter == nullptr) return fail(EINVAL);
   const files::FileList list(dir);
   if (!list.valid()) return -1;
   const int accepted = list.accepted_by(filter);

@@ -1,27 +1,12 @@
 // Fields of a database file.
 #include "files/scanner.h"
 
+#include "internal/ascii.h"
+
 namespace talvera::files {
-namespace {
-
-constexpr std::uint32_t kNoDigit = 255;
-
-// The classes of the C locale, whichever the program has set.
-bool is_space(int c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-std::uint32_t digit_value(int c) {
-  if (c >= '0' && c <= '9') return static_cast<std::uint32_t>(c - '0');
-  if (c >= 'a' && c <= 'f') return static_cast<std::uint32_t>(c - 'a' + 10);
-  if (c >= 'A' && c <= 'F') return static_cast<std::uint32_t>(c - 'A' + 10);
-  return kNoDigit;
-}
-
-}  // namespace
 
 void Scanner::skip_space() {
-  while (is_space(next_))
+  while (is_space(next()))
     advance();
 }
 
@@ -38,10 +23,10 @@ bool Scanner::minus() {
 }
 
 bool Scanner::digits(std::uint32_t base, std::uint64_t limit, std::uint64_t &value) {
-  if (digit_value(next_) >= base) return false;
+  if (digit_value(next()) >= base) return false;
   value = 0;
-  for (; digit_value(next_) < base; advance()) {
-    value = value * base + digit_value(next_);
+  for (; digit_value(next()) < base; advance()) {
+    value = value * base + digit_value(next());
     if (value > limit) value = limit;
   }
   return true;
@@ -76,8 +61,8 @@ bool Scanner::word(std::span<char> name) {
   skip_space();
   if (next_ == EOF) return false;
   std::size_t length = 0;
-  for (; next_ != EOF && !is_space(next_); advance()) {
-    if (length + 1 < name.size()) name[length++] = static_cast<char>(next_);
+  for (; next_ != EOF && !is_space(next()); advance()) {
+    if (length + 1 < name.size()) name[length++] = next();
   }
   return true;
 }

@@ -21,6 +21,8 @@ class Scanner {
 
  private:
   void advance() { next_ = getc_unlocked(file_); }
+  // Behind the last character one that is neither white space nor a digit.
+  [[nodiscard]] char next() const { return static_cast<char>(next_); }
   void skip_space();
   // A sign, if there is one; tells whether it is a minus.
   bool minus();

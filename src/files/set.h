@@ -12,15 +12,6 @@ namespace talvera::files {
 using SetPtr = MallocPtr<of_files_info>;
 
 inline constexpr std::int32_t kVersion = 1;
-inline constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
-
-// Memory for `count` objects, to be filled by the caller; null with errno set when there is none.
-template <typename T>
-MallocPtr<T> allocate(std::size_t count) {
-  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
-  constexpr std::size_t kSize = sizeof(T);
-  return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
-}
 
 // A set with room for `count` items, for the caller to fill; null with errno set when memory runs
 // out.

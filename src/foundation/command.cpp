@@ -1,8 +1,8 @@
 // Shell commands built from a format, their failure noted in the system database's log.
+#include <cerrno>
 #include <cstdlib>
 
 #include "internal/format.h"
-#include "internal/owners.h"
 #include "talvera/sdb.h"
 #include "talvera/utils.h"
 

@@ -4,12 +4,12 @@
 
 #include <climits>
 
+#include "internal/fail.h"
+#include "internal/format.h"
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
 namespace {
-
-constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
 
 // Moves exactly `length` bytes with `transfer` (read or write), which gets the bytes done so far.
 template <typename Transfer>
@@ -44,7 +44,7 @@ bool read_whole(int fd, unsigned char *buffer, std::size_t size) {
 }  // namespace
 
 extern "C" int uf_open(const char *directory, const char *name) {
-  char path[kJoinedPathSize];
+  char path[talvera::kJoinedPathSize];
   std::snprintf(path, sizeof path, "%s/%s", directory, name);
   return open(path, O_RDONLY);
 }
@@ -62,12 +62,9 @@ extern "C" int uf_readall(const char *directory, const char *name, unsigned char
   if (file.get() < 1) return -1;
   const long size = uf_fsize(file.get());
   if (size < 1) return -1;
-  if (size > INT_MAX) {  // beyond what the 32-bit target can hold
-    errno = EFBIG;
-    return -1;
-  }
+  if (size > INT_MAX) return talvera::fail(EFBIG);  // beyond what the 32-bit target can hold
   const auto bytes = static_cast<std::size_t>(size);
-  talvera::MallocPtr<unsigned char> content(static_cast<unsigned char *>(std::malloc(bytes)));
+  talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr || !read_whole(file.get(), content.get(), bytes)) return -1;
   *buffer = content.release();
   *length = static_cast<unsigned int>(bytes);

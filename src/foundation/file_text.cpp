@@ -14,6 +14,14 @@ constexpr mode_t kTextMode = 0660;
 constexpr int kMissingPath = 0xA000;  // file_delete's answer when there is nothing at the path
 constexpr std::size_t kLongestTarget = 128;  // characters of a link's target that are followed
 
+__attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
+                                                          std::va_list arguments, int flags,
+                                                          const char *string) {
+  if (string == nullptr) return -1;
+  const talvera::FormattedPath path(path_format, arguments);
+  return file_write_string(path.c_str(), flags, kTextMode, string);
+}
+
 }  // namespace
 
 extern "C" int file_access(const char *format, int mode, ...) {
@@ -32,21 +40,19 @@ extern "C" int file_write_string(const char *path, int flags, mode_t mode, const
 }
 
 extern "C" int file_append_write(const char *path_format, const char *string, ...) {
-  if (string == nullptr) return -1;
   std::va_list arguments;
   va_start(arguments, string);
-  const talvera::FormattedPath path(path_format, arguments);
+  const int written = write_formatted(path_format, arguments, O_WRONLY | O_APPEND, string);
   va_end(arguments);
-  return file_write_string(path.c_str(), O_WRONLY | O_APPEND, kTextMode, string);
+  return written;
 }
 
 extern "C" int file_create_write(const char *path_format, const char *string, ...) {
-  if (string == nullptr) return -1;
   std::va_list arguments;
   va_start(arguments, string);
-  const talvera::FormattedPath path(path_format, arguments);
+  const int written = write_formatted(path_format, arguments, O_WRONLY | O_CREAT | O_TRUNC, string);
   va_end(arguments);
-  return file_write_string(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kTextMode, string);
+  return written;
 }
 
 // Deliberately not unlink(): only what a symbolic link points to is removed. For anything else the

@@ -8,7 +8,7 @@
 
 using talvera::ipt::RulePtr;
 
-// The command line is meant to be the format: "%%" in a text runs as "%".
+// The command line is deliberately the format: "%%" in a text runs as "%".
 #pragma GCC diagnostic ignored "-Wformat-security"
 
 extern "C" int ipt_process_rule(const ipt_rule *rule) {

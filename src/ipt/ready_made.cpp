@@ -78,7 +78,7 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
   ipt::Draft draft;
-  // The protocol's "!" sets a bit that nothing renders: a negated protocol is meant to come out
+  // The protocol's "!" sets a bit that nothing renders: a negated protocol deliberately comes out
   // without it.
   std::uint8_t mask = 0;
   protocol = without_not(ipt::kNothingBit, mask, protocol);

@@ -13,9 +13,13 @@ namespace {
 
 static_assert(sizeof(void *) != 4 || (sizeof(ipt_rule) == 36 && sizeof(ipt_param) == 20));
 
+// Item numbers from here on are invalid.
+constexpr std::uint32_t kParamItems = IPT_PARAM_FRAGMENT + 1;
+constexpr std::uint32_t kMatchItems = IPT_MATCH_TOS + 1;
+
 // What sets parameters and matches apart.
 struct ItemKind {
-  std::uint32_t count;  // item numbers from here on are invalid
+  std::uint32_t count;  // of item numbers
   const char *label;    // in messages about a list or a number
   const char *name;     // in messages about an item
 };
@@ -98,13 +102,13 @@ extern "C" void ipt_rule_free(ipt_rule *rule) {
 extern "C" ipt_param *ipt_rule_add_param(ipt_rule *rule, uint32_t item, uint8_t negation,
                                          char *value, uint32_t option, char *option_value) {
   return static_cast<ipt_param *>(ipt::add_item(rule != nullptr ? &rule->params : nullptr,
-                                                {7, "param", "parameter"},
+                                                {ipt::kParamItems, "param", "parameter"},
                                                 {item, negation, value, option, option_value}));
 }
 
 extern "C" ipt_match *ipt_rule_add_match(ipt_rule *rule, uint32_t item, uint8_t negation,
                                          uint32_t option, char *option_value) {
   return static_cast<ipt_match *>(ipt::add_item(rule != nullptr ? &rule->matches : nullptr,
-                                                {10, "match", "match"},
+                                                {ipt::kMatchItems, "match", "match"},
                                                 {item, negation, nullptr, option, option_value}));
 }

@@ -8,7 +8,7 @@
 
 #include "talvera/ipt.h"
 
-// "NONE" is meant to have the same bits as "ALL": both exclude every other flag of their list.
+// "NONE" deliberately has the same bits as "ALL": both exclude every other flag of their list.
 extern "C" const ipt_tcp_flag flags[] = {
     {"SYN", 0x01}, {"ACK", 0x02}, {"FIN", 0x04},  {"RST", 0x08},
     {"URG", 0x10}, {"PSH", 0x20}, {"NONE", 0x3F}, {"ALL", 0x3F},

@@ -1,12 +1,12 @@
 // User-level values: negation, protocols, ports and port ranges.
 #include "ipt/values.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
+#include "internal/integer32.h"
 #include "talvera/ipt.h"
 
 namespace talvera::ipt {
@@ -14,14 +14,12 @@ namespace {
 
 enum PortInput { kNoPort = -1, kPlainNumber = 1, kNumberAndMore = 2 };
 
-// Reads a number as "%d" does and moves behind it. What exceeds 32 bits is the nearest that does
-// not, as on the target, where long has no more.
+// Reads a number as "%d" does and moves behind it.
 bool read_int(const char *&text, std::int32_t &value) {
-  char *end = nullptr;
-  const long number = std::strtol(text, &end, 10);
-  if (end == text) return false;
-  text = end;
-  value = static_cast<std::int32_t>(std::clamp<long>(number, INT32_MIN, INT32_MAX));
+  const Integer32 number = parse_integer32(text, 10);
+  if (number.end == text) return false;
+  text = number.end;
+  value = number.to_signed();
   return true;
 }
 

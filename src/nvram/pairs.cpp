@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "talvera/nvram.h"
 
@@ -159,11 +160,6 @@ void remove_first(Entry *entries, Entry &bucket) {
   release(*second);
 }
 
-int invalid() {
-  errno = EINVAL;
-  return -1;
-}
-
 }  // namespace
 
 extern "C" char *nvram_get(const char *name) {
@@ -178,17 +174,14 @@ extern "C" char *nvram_get(const char *name) {
 extern "C" int nvram_set(const char *name, const char *value) {
   const Pin pin;
   Entry *entries = table();
-  if (entries == nullptr || name == nullptr || value == nullptr) return invalid();
+  if (entries == nullptr || name == nullptr || value == nullptr) return talvera::fail(EINVAL);
   const Name wanted(name);
   Chain chain(entries, wanted.bucket());
   if (Entry *found = chain.find(wanted)) {
     store_text(found->value, sizeof found->value, value);
     return 0;
   }
-  if (chain.is_circle()) {
-    errno = ELOOP;
-    return -1;
-  }
+  if (chain.is_circle()) return talvera::fail(ELOOP);
   if (chain.previous() != nullptr) return append(entries, *chain.previous(), wanted, value);
   fill(entries[wanted.bucket()], wanted, value);
   return 0;
@@ -197,7 +190,7 @@ extern "C" int nvram_set(const char *name, const char *value) {
 extern "C" int nvram_unset(const char *name) {
   const Pin pin;
   Entry *entries = table();
-  if (entries == nullptr || name == nullptr) return invalid();
+  if (entries == nullptr || name == nullptr) return talvera::fail(EINVAL);
   const Name wanted(name);
   Chain chain(entries, wanted.bucket());
   Entry *found = chain.find(wanted);

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "internal/alias.h"
+#include "internal/fail.h"
 #include "talvera/nvram.h"
 
 int32_t nvram_shmid = -1;
@@ -14,29 +15,24 @@ namespace {
 constexpr int kProject = 1;  // second half of the segment's key
 constexpr int kMode = 0600;
 
-int invalid() {
-  errno = EINVAL;
-  return -1;
-}
-
 int find_segment(const char *path, unsigned int size, int flags) {
   const key_t key = ftok(path, kProject);
   return key != -1 ? shmget(key, size, flags) : -1;
 }
 
 int control_attached(int command, struct shmid_ds *status) {
-  return nvram_shmid >= 0 ? shmctl(nvram_shmid, command, status) : invalid();
+  return nvram_shmid >= 0 ? shmctl(nvram_shmid, command, status) : talvera::fail(EINVAL);
 }
 
 }  // namespace
 
 extern "C" int nvram_init(const char *path, unsigned int size) {
-  if (path == nullptr || size == 0) return invalid();
+  if (path == nullptr || size == 0) return talvera::fail(EINVAL);
   return find_segment(path, size, IPC_CREAT | kMode);
 }
 
 extern "C" int nvram_open(const char *path) {
-  return path != nullptr ? find_segment(path, 0, kMode) : invalid();
+  return path != nullptr ? find_segment(path, 0, kMode) : talvera::fail(EINVAL);
 }
 
 TALVERA_ALIAS(nvram_id, nvram_open);
@@ -50,13 +46,13 @@ extern "C" void *nvram_attach(const char *path) {
 }
 
 extern "C" int nvram_detach(void *segment) {
-  if (segment == nullptr) return invalid();
+  if (segment == nullptr) return talvera::fail(EINVAL);
   nvram_shmid = -1;
   return shmdt(segment);
 }
 
 extern "C" int nvram_exit(const char *path) {
-  return path != nullptr ? shmctl(nvram_open(path), IPC_RMID, nullptr) : invalid();
+  return path != nullptr ? shmctl(nvram_open(path), IPC_RMID, nullptr) : talvera::fail(EINVAL);
 }
 
 extern "C" int nvram_stat(struct shmid_ds *status) {

@@ -1,6 +1,8 @@
 // Finding running programs: by name through pidof, by pid file.
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "internal/format.h"

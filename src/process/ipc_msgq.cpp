@@ -8,11 +8,13 @@
 #include <cstddef>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/owners.h"
 
 namespace {
 
 using talvera::ErrnoKeeper;
+using talvera::fail;
 using talvera::MallocPtr;
 using talvera::UniqueFd;
 
@@ -55,10 +57,7 @@ UniqueFd open_socket() {
 
 // Waits until the socket is readable.
 int wait_readable(int fd) {
-  if (fd < 0 || fd >= FD_SETSIZE) {  // beyond what a descriptor set holds
-    errno = EBADF;
-    return -1;
-  }
+  if (fd < 0 || fd >= FD_SETSIZE) return fail(EBADF);  // beyond what a descriptor set holds
   fd_set readable;
   FD_ZERO(&readable);
   FD_SET(fd, &readable);
@@ -99,8 +98,7 @@ extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
 extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, size_t length) {
   if (queue == nullptr) {
     std::printf("%s:Invalid server details\n", __func__);
-    errno = EINVAL;
-    return -1;
+    return fail(EINVAL);
   }
   if (sendto(queue->fd, buffer, length, 0, address_of(*queue), kAddressLength) < 0) {
     const ErrnoKeeper keep;
@@ -111,10 +109,7 @@ extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, s
 }
 
 extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size_t length) {
-  if (queue == nullptr) {
-    errno = EINVAL;
-    return -1;
-  }
+  if (queue == nullptr) return fail(EINVAL);
   const int ready = wait_readable(queue->fd);
   if (ready < 0) {
     const ErrnoKeeper keep;

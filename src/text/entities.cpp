@@ -2,16 +2,15 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
+#include "internal/ascii.h"
 #include "internal/owners.h"
 #include "talvera/encode.h"
 
 namespace {
 
 constexpr std::size_t kReferenceSize = 6;  // "&#x3c;"
-constexpr char kDigits[] = "0123456789abcdef";
 
 // A bit for each dangerous character; all of them are below 64.
 constexpr std::uint64_t kDangerous = [] {
@@ -31,8 +30,8 @@ char *write_reference(char *out, char c) {
   out[0] = '&';
   out[1] = '#';
   out[2] = 'x';
-  out[3] = kDigits[byte >> 4];
-  out[4] = kDigits[byte & 15];
+  out[3] = talvera::kHexDigits[byte >> 4];
+  out[4] = talvera::kHexDigits[byte & 15];
   out[5] = ';';
   return out + kReferenceSize;
 }
@@ -114,7 +113,7 @@ extern "C" int entities_hex_encode(char *out, unsigned int size, const char *in)
 
 extern "C" int entities_hex_encode_in_place(unsigned int size, char *buf) {
   if (size == 0 || buf == nullptr) return -1;
-  const talvera::MallocPtr<char> copy(static_cast<char *>(std::malloc(size)));
+  const talvera::MallocPtr<char> copy = talvera::allocate<char>(size);
   if (copy == nullptr) return -1;
   std::memcpy(copy.get(), buf, size);
   return entities_hex_encode(buf, size, copy.get());

@@ -3,11 +3,7 @@
 #include "internal/ascii.h"
 #include "talvera/strutil.h"
 
-namespace {
-
-constexpr char kDigits[] = "0123456789abcdef";
-
-}  // namespace
+using talvera::kHexDigits;
 
 extern "C" int hex(int ch) {
   const int value = talvera::digit_value(static_cast<char>(ch));
@@ -17,12 +13,12 @@ extern "C" int hex(int ch) {
 extern "C" void GN_HexToString(const unsigned char *in, char *out, char delim, int digits) {
   char *const start = out;
   for (int left = digits; left > 1; left -= 2) {
-    *out++ = kDigits[*in >> 4];
-    *out++ = kDigits[*in++ & 0xF];
+    *out++ = kHexDigits[*in >> 4];
+    *out++ = kHexDigits[*in++ & 0xF];
     if (delim != '\0') *out++ = delim;
   }
   if (digits > 0 && digits % 2 != 0) {
-    *out++ = kDigits[*in >> 4];
+    *out++ = kHexDigits[*in >> 4];
   } else if (delim != '\0' && out != start) {
     --out;  // the delimiter after the last byte
   }

@@ -4,21 +4,18 @@
 #include <cstdio>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/integer32.h"
 #include "talvera/args.h"
 
 namespace {
 
+using talvera::fail;
 using talvera::Integer32;
 using talvera::parse_integer32;
 
 constexpr std::size_t kPortRangeSize = sizeof "65535-65535";
 constexpr std::size_t kCircuitListSize = 80;
-
-int out_of_range() {
-  errno = ARGS_ERROR_RANGE;
-  return -1;
-}
 
 // Reads "number/number", white space before each number and anything behind. The first is stored
 // even when the second fails.
@@ -41,17 +38,14 @@ extern "C" int str_to_port_range(const char *s, int *low, int *high) {
   *low = number.to_signed();
   if (*number.end != '\0') number = parse_integer32(number.end, 0);
   *high = number.to_signed();
-  return *number.end == '\0' && *high >= *low ? 0 : out_of_range();
+  return *number.end == '\0' && *high >= *low ? 0 : fail(ARGS_ERROR_RANGE);
 }
 
 extern "C" int strtol_range(long *value, const char *s, long min, long max) {
   const Integer32 number = parse_integer32(s, 0);
-  if (*number.end != '\0') {
-    errno = EINVAL;
-    return -1;
-  }
+  if (*number.end != '\0') return fail(EINVAL);
   const long result = number.to_signed();
-  if (result < min || result > max) return out_of_range();
+  if (result < min || result > max) return fail(ARGS_ERROR_RANGE);
   *value = result;
   return 0;
 }

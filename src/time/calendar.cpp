@@ -53,7 +53,7 @@ extern "C" void stod(int32_t seconds, struct datetime *dt) {
   dt->second = seconds % 60;
   dt->minute = seconds / 60 % 60;
   dt->hour = seconds / 3600 % 24;
-  dt->weekday = (days + 5) % 7;  // meant: the interface's own numbering
+  dt->weekday = (days + 5) % 7;  // deliberately the interface's own numbering
   if (days < -365) {
     // Only one year lies before 1970 here; days before it are counted on below its first.
     dt->day = days + 365 + 1;

@@ -14,7 +14,7 @@ namespace {
 
 using Seconds = std::make_unsigned_t<std::time_t>;  // wraps where time_t ends
 
-constexpr Seconds kDaySeconds = 86400;
+constexpr int32_t kDaySeconds = 86400;
 constexpr int kNoonHour = 12;
 constexpr Seconds kEarliestSetClock = 946080000;                    // 1999-12-25
 constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";  // the longest
@@ -46,8 +46,8 @@ extern "C" void get_datetime(struct datetime *dt) {
 
 extern "C" int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) {
   if (seconds < 0) seconds = 0;
-  return std::snprintf(buf, kDurationTextSize, "%02d:%02d:%02d:%02d", seconds / 86400,
-                       seconds % 86400 / 3600, seconds % 3600 / 60, seconds % 60);
+  return std::snprintf(buf, kDurationTextSize, "%02d:%02d:%02d:%02d", seconds / kDaySeconds,
+                       seconds % kDaySeconds / 3600, seconds % 3600 / 60, seconds % 60);
 }
 
 extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
@@ -55,7 +55,8 @@ extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
   const auto local = talvera::local_time(now);
   if (!local) return -1;
   auto noon = static_cast<Seconds>(at_noon(*local));
-  // Meant: a recheck looks at the hour of now, and so drops the day shift at all hours but one.
+  // Deliberately a recheck looks at the hour of now, and so drops the day shift at all hours but
+  // one.
   if (recheck == 0 || local->tm_hour == kNoonHour) {
     if (which == 0) noon -= kDaySeconds;
     if (which == 2) noon += kDaySeconds;

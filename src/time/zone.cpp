@@ -84,7 +84,7 @@ extern "C" int convert_tz_from_posix(char *tz, char *out, size_t size) {
   // Nothing is written where there is nothing to cut: the caller's string may be a constant then.
   if (char *rule = std::strchr(tz, ',')) *rule = '\0';
   const Zone parts(tz);
-  // Meant: of a zone east of Greenwich only the sign is left before the daylight-saving name.
+  // Deliberately only the sign of a zone east of Greenwich is left before the daylight-saving name.
   if (parts.offset.starts_with('-')) return join(out, size, "", "-", parts.daylight_name, "");
   const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
   return join(out, size, parts.name, "", parts.name.end() + sign_length, "");
