@@ -43,7 +43,6 @@ expect() {
   grep -q "$1" "$work/out" || { echo "expected: $1"; exit 1; }
 }
 
-echo
 echo "== Client certificate blob"
 openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj "/CN=gateway" \
   -days 30 -outform DER -out "$work/certificate.der" -keyout "$work/key.pem" 2>/dev/null

@@ -2,7 +2,6 @@
 # has bound the group gets them, and the interface's counters tell of the same datagrams.
 set -eu
 
-echo
 echo "== Packet log and interface counters"
 lines=$(mktemp)
 

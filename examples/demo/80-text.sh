@@ -29,4 +29,3 @@ if "$BUILD/examples/read_config" "$file" >"$file.out"; then
 fi
 sed 's/^/    /' "$file.out"
 [ "$(wc -l <"$file.out")" = 4 ]
-echo
