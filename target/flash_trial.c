@@ -130,6 +130,21 @@ static int kill_writer(unsigned microseconds) {
   return WIFSIGNALED(status) ? 0 : -1;
 }
 
+/* Counts what became of a write that was interrupted, if there was one in the area, and makes the
+ * next writer begin with what is there; what is mixed is written anew. Not 0 for a loss. */
+static int take_stock(int round, int area, int counts[OUTCOMES]) {
+  const int outcome = judge(area);
+  if (outcome < 0 || (outcome == MIXED && area != CERTIFICATE)) {
+    printf("round %d: the %s is lost\n", round, area_names[area]);
+    return 1;
+  }
+  if (progress->begun[area] != progress->done[area]) counts[outcome]++;
+  if (outcome == MIXED && writers[area](progress->begun[area]) != 0) return 1;
+  if (outcome != OLD) progress->done[area] = progress->begun[area];
+  progress->begun[area] = progress->done[area];
+  return 0;
+}
+
 static int kill_writers(int rounds) {
   int counts[AREAS][OUTCOMES];
   int caught = 0;
@@ -147,21 +162,11 @@ static int kill_writers(int rounds) {
       return 1;
     }
     for (area = 0; area < AREAS; area++) {
-      const int outcome = judge(area);
-      if (outcome < 0 || (outcome == MIXED && area != CERTIFICATE)) {
-        printf("round %d: the %s is lost\n", round, area_names[area]);
-        return 1;
-      }
-      if (progress->begun[area] != progress->done[area]) {
-        counts[area][outcome]++;
-        caught++;
-      }
-      /* The next writer begins with what is there; what is mixed is written anew. */
-      if (outcome == MIXED && writers[area](progress->begun[area]) != 0) return 1;
-      if (outcome != OLD) progress->done[area] = progress->begun[area];
-      progress->begun[area] = progress->done[area];
+      if (take_stock(round, area, counts[area]) != 0) return 1;
     }
   }
+  for (area = 0; area < AREAS; area++)
+    caught += counts[area][OLD] + counts[area][NEW] + counts[area][MIXED];
   printf("%d writers killed, %d of them within a write; the file always had its size\n", rounds,
          caught);
   for (area = 0; area < AREAS; area++) {

@@ -1,5 +1,4 @@
-/* Dates, zones and durations. The clock stands still here, and the zone is this program's choice.
- */
+/* Dates, zones and durations. The clock stands still; the zone is this program's choice. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -38,19 +37,10 @@ static void print_date(const struct datetime *date) {
          date->second, date->weekday);
 }
 
-static void print_calendar(void) {
-  static const struct datetime dates[] = {
-      {0, 0, 0, 1, 1, 1970, 0},         {59, 59, 23, 31, 12, 2037, 0}, {0, 0, 0, 29, 2, 2100, 0},
-      {-1, 60, 24, 0, 0, 1969, 0},      {7, 14, 3, 19, 1, 2038, 0},    {15, 28, 6, 7, 2, 2106, 0},
-      {16, 28, 6, 7, 2, 2106, 0},       {0, 0, 0, 31, 13, 2000, 0},    {0, 0, 0, -5, -3, 1972, 0},
-      {2147483647, 0, 0, 1, 1, 2000, 0}};
-  static const int days[] = {-2147483647 - 1, -1, 0, 1, 28, 29, 30, 31, 32, 2147483647};
-  static const int years[] = {-4, 0, 1900, 1970, 2000, 2024, 2069, 2070, 2147483647};
+static void print_moments(void) {
   struct datetime date;
   char buffer[64];
   size_t i;
-  size_t k;
-  int month;
 
   for (i = 0; i < COUNT(moments); i++) {
     stod(moments[i], &date);
@@ -65,6 +55,20 @@ static void print_calendar(void) {
     print_date(&date);
     printf("\n");
   }
+}
+
+static void print_calendar(void) {
+  static const struct datetime dates[] = {
+      {0, 0, 0, 1, 1, 1970, 0},         {59, 59, 23, 31, 12, 2037, 0}, {0, 0, 0, 29, 2, 2100, 0},
+      {-1, 60, 24, 0, 0, 1969, 0},      {7, 14, 3, 19, 1, 2038, 0},    {15, 28, 6, 7, 2, 2106, 0},
+      {16, 28, 6, 7, 2, 2106, 0},       {0, 0, 0, 31, 13, 2000, 0},    {0, 0, 0, -5, -3, 1972, 0},
+      {2147483647, 0, 0, 1, 1, 2000, 0}};
+  static const int days[] = {-2147483647 - 1, -1, 0, 1, 28, 29, 30, 31, 32, 2147483647};
+  static const int years[] = {-4, 0, 1900, 1970, 2000, 2024, 2069, 2070, 2147483647};
+  size_t i;
+  size_t k;
+  int month;
+
   for (i = 0; i < COUNT(dates); i++) {
     print_date(&dates[i]);
     printf(" dtos %u\n", dtos(&dates[i]));
@@ -144,6 +148,7 @@ static void print_powers(void) {
 
 void print_dates(void) {
   char buffer[64];
+  print_moments();
   print_calendar();
   print_zone("UTC0");
   print_zone("EST5EDT,M3.2.0/2,M11.1.0/2");

@@ -89,18 +89,33 @@ static int show_message(const struct nlmsghdr *message, const struct nlattr *con
   return *(int *)data;
 }
 
+/* Dispatches the message cut to all lengths, then a buffer cut to them. The handler gives answers
+ * in turn. */
+static void print_dispatch(struct nfnetlink_handle *handle, struct nlmsghdr *message, int *answer) {
+  static const int answers[] = {1, 0, -5};
+  const int length = (int)message->nlmsg_len;
+  int cut;
+  for (cut = 0; cut <= length; cut++) {
+    *answer = answers[cut % COUNT(answers)];
+    message->nlmsg_len = (uint32_t)cut;
+    printf("length %d of %d", cut, length);
+    printf(" result %d\n", nfnetlink_msg_unpack(handle, message, length));
+  }
+  for (cut = -1; cut < length; cut++) {
+    printf("buffer of %d", cut);
+    printf(" result %d\n", nfnetlink_msg_unpack(handle, message, cut));
+  }
+}
+
 static void print_messages(void) {
   static union {
     struct nlmsghdr header;
     unsigned char bytes[512];
   } message;
-  static const int answers[] = {1, 0, -5};
   static const unsigned types[] = {0x0400, 0x0401, 0x0402, 0x0500, 0x2000, 2, 3};
   struct nfnetlink_callback callbacks[2];
   struct nfnetlink_handle handle;
   int answer;
-  int length;
-  int cut;
   size_t i;
 
   memset(&handle, 0, sizeof handle);
@@ -116,19 +131,8 @@ static void print_messages(void) {
   for (i = 0; i < COUNT(types); i++) {
     memset(&message, 0, sizeof message);
     pack(&message.header, types[i]);
-    length = (int)message.header.nlmsg_len;
-    printf("message %04x packed %d\n", types[i], length);
-    /* The same message cut to all lengths, then a buffer cut to them. */
-    for (cut = 0; cut <= length; cut++) {
-      answer = answers[cut % COUNT(answers)];
-      message.header.nlmsg_len = (uint32_t)cut;
-      printf("length %d of %d", cut, length);
-      printf(" result %d\n", nfnetlink_msg_unpack(&handle, message.bytes, length));
-    }
-    for (cut = -1; cut < length; cut++) {
-      printf("buffer of %d", cut);
-      printf(" result %d\n", nfnetlink_msg_unpack(&handle, message.bytes, cut));
-    }
+    printf("message %04x packed %d\n", types[i], (int)message.header.nlmsg_len);
+    print_dispatch(&handle, &message.header, &answer);
   }
 }
 

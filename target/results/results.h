@@ -8,8 +8,7 @@
 
 /* Each of these returns a static text, good for the next 15 calls. */
 
-/** The bytes of a string in quotes, those that are not plain as "\xx"; "null" for a null pointer.
- */
+/** The bytes of a string in quotes, those that are not plain as "\xx"; "null" for null. */
 const char *quoted(const char *s);
 
 /** Bytes as hexadecimal digits. */

@@ -29,7 +29,8 @@ static void print_entries(void) {
   }
 }
 
-void print_store(void) {
+/* Pairs of all samples, changed and removed again. */
+static void print_changes(void) {
   static const char *const values[] = {
       "1",
       "",
@@ -37,18 +38,7 @@ void print_store(void) {
       "2147483648",
       "sixty-four characters, which leave no room for any terminator: <>",
       "a value that is longer than the sixty-four characters that an entry has for it"};
-  char name[64];
-  int result = 0;
   unsigned i;
-
-  table = calloc(1, NVRAM_SEGMENT_SIZE);
-  if (table == NULL) return;
-  nvram_shmid = -1;
-  nvram_hash = NULL;
-  errno = 0;
-  result = nvram_set("name", "value");
-  printf("no store: set %d %s get %s\n", result, error_name(errno), quoted(nvram_get("name")));
-  nvram_hash = table;
 
   for (i = 0; i < sample_count; i++)
     nvram_set(sample_texts[i], values[i % COUNT(values)]);
@@ -63,7 +53,14 @@ void print_store(void) {
   for (i = 0; i < sample_count; i += 2)
     nvram_unset(sample_texts[i]);
   print_table("removals");
-  result = 0;
+}
+
+/* So many pairs that the store is full, and what is left when a third of them is removed. */
+static void print_filling(void) {
+  char name[64];
+  int result = 0;
+  unsigned i;
+
   for (i = 0; i < 1000 && result == 0; i++) {
     sprintf(name, "name.%u", i * 2654435761U);
     result = nvram_set(name, sample_texts[i % sample_count]);
@@ -77,6 +74,21 @@ void print_store(void) {
   }
   print_table("more removals");
   print_entries();
+}
+
+void print_store(void) {
+  int result;
+
+  table = calloc(1, NVRAM_SEGMENT_SIZE);
+  if (table == NULL) return;
+  nvram_shmid = -1;
+  nvram_hash = NULL;
+  errno = 0;
+  result = nvram_set("name", "value");
+  printf("no store: set %d %s get %s\n", result, error_name(errno), quoted(nvram_get("name")));
+  nvram_hash = table;
+  print_changes();
+  print_filling();
   nvram_hash = NULL;
   free(table);
 }
