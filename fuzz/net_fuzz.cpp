@@ -1,6 +1,5 @@
 // Datagrams of netlink messages with any content, and work files of traceroute with any content.
 // Whatever a handler is given is read to its last byte.
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
