@@ -4,6 +4,7 @@
 // and headers are copied out of the buffer, whose alignment may be any.
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/owners.h"
@@ -50,7 +51,8 @@ bool advance(Bytes &at, int &size, std::uint32_t item_length) {
 class AttributeTable {
  public:
   explicit AttributeTable(std::uint16_t size) : size_(size) {
-    if (size > kUsualSize) large_ = allocate<const nlattr *>(size);
+    if (size > kUsualSize)
+      large_.reset(static_cast<const nlattr **>(std::malloc(size * sizeof(void *))));
   }
   [[nodiscard]] const nlattr **get() { return size_ > kUsualSize ? large_.get() : usual_; }
   [[nodiscard]] int size() const { return size_; }
