@@ -7,7 +7,7 @@ export LC_ALL=C
 
 project=$(cd "$(dirname "$0")/.." && pwd)
 target=$project/target
-cache=${TALVERA_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/talvera}
+cache=${TALVERA_CACHE:-${XDG_CACHE_HOME:-${HOME:-/var/tmp}/.cache}/talvera}
 jobs=${JOBS:-$(nproc)}
 triple=mips-linux-gnu
 unset MAKEFLAGS MAKELEVEL 2>/dev/null || true

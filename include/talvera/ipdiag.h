@@ -2,11 +2,12 @@
  *  Traceroute for a diagnostics front end: its command line, and its results.
  *
  *  @code
- *  char command[1024];
+ *  char command[1024], line[1100];
  *  struct tr_hop hops[30];
  *  int32_t count = 0;
  *  ipdiag_tr_makeparam("203.0.113.7", NULL, 1, 30, 2, 0, 0, 0, 0, command, 0, sizeof command);
- *  if (sdb_system("%s >/tmp/wan-out 2>/tmp/wan-err", command) == 0) {
+ *  snprintf(line, sizeof line, "%s >/tmp/wan-out 2>/tmp/wan-err", command);
+ *  if (system(line) == 0) {
  *    memset(hops, 0, sizeof hops);
  *    ipdiag_tr_formatout("wan", hops, 30, &count);
  *  }

@@ -15,7 +15,9 @@
  *
  *  A command line has five sections, written in this order: table, command with chain and command
  *  argument, parameters, matches, target. Each section holds at most 63 characters, shared by all
- *  of its items, and everything in front of the target at most 191.
+ *  of its items, and everything in front of the target at most 191. Where a value is IPT_..._NONE
+ *  and a text must stand, "none" is rendered, which iptables refuses: records that are run have a
+ *  chain, a command, and items other than these.
  *
  *  Texts go into the command line as they are, and a shell reads it: callers hand over no blanks,
  *  shell characters or "%" that they did not choose themselves. Messages go to sdb_log() at
@@ -33,9 +35,6 @@
 TALVERA_BEGIN_DECLS
 
 /* ---- Values of a rule ------------------------------------------------------------------------ */
-
-/* Where a value is IPT_..._NONE and a text must stand, "none" is rendered, which iptables refuses:
- * records that are run have a chain, a command, and items other than these. */
 
 /** Result of a rule that could not be rendered or built; nothing was run. */
 #define IPT_RULE_FAILED 2012
@@ -348,12 +347,11 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
                                    size_t size);
 
-/* ---- Ready-made rules ------------------------------------------------------------------------ */
-
-/* Each returns a new rule, to be released with ipt_rule_free(), or null when a text cannot be used
- * or memory runs out. Texts are copied. A null interface, host, port, source range or, in
- * ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered in front of the value:
- * see enum ipt_negation. */
+/** @name Ready-made rules Each returns a new rule, to be released with ipt_rule_free(), or null
+ *  when a text cannot be used or memory runs out. Texts are copied. A null interface, host, port,
+ *  source range or, in ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered
+ *  in front of the value: see enum ipt_negation.
+ *  @{ */
 
 /** Makes the rule of a pinhole: connections to a port of the gateway go to a host inside.
  *
@@ -395,6 +393,8 @@ TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
  */
 TALVERA_API ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                             const char *source_range) TALVERA_MUST_USE;
+
+/** @} */
 
 /* ---- Names ----------------------------------------------------------------------------------- */
 

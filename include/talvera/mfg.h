@@ -181,8 +181,9 @@ TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 
 /* ---- Platform device ------------------------------------------------------------------------- */
 
-/* Commands of "/dev/talvera": the target's values (32-bit MIPS encoding, type 'M', write) on every
- * platform. */
+/** @name Commands of "/dev/talvera"
+ *  The target's values (32-bit MIPS encoding, type 'M', write) on every platform.
+ *  @{ */
 
 /** Takes struct tvra_info. */
 #define TVRA_INFO_SET 0x80284D00U
@@ -190,6 +191,7 @@ TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 #define TVRA_WLCAL_GET 0x80084D03U
 /** Takes struct tvra_wlcal; a null buffer and length 0 make the driver drop what it has. */
 #define TVRA_WLCAL_SET 0x80084D04U
+/** @} */
 
 /** Bytes of wireless calibration data. */
 #define TVRA_WLCAL_SIZE 1792

@@ -2,6 +2,8 @@
  *  Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
  *
  *  @code
+ *  #include <linux/netfilter/nfnetlink_log.h>
+ *
  *  nfnetlink_log_handler print_packet = NULL;  // yours
  *  uint32_t buffer[16384];
  *  struct nfnetlink_log *log = nfnetlink_log_open();
@@ -222,22 +224,22 @@ TALVERA_API int nfnetlink_msg_unpack(struct nfnetlink_handle *handle, const void
 TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_size,
                                          const struct nlattr *first, int length);
 
-/* ---- The packet log -------------------------------------------------------------------------- */
-
-/* Packets that a firewall rule sends to a log group (iptables' NFLOG target) are delivered to the
- * program that has bound the group (<linux/netfilter/nfnetlink_log.h>). A program opens a log
- * handle, binds groups, sets what is copied of each packet and registers a handler for each group;
- * then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
- * handle.
+/** @name The packet log
+ *  Packets that a firewall rule sends to a log group (iptables' NFLOG target) are delivered to the
+ *  program that has bound the group (<linux/netfilter/nfnetlink_log.h>). A program opens a log
+ *  handle, binds groups, sets what is copied of each packet and registers a handler for each group;
+ *  then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
+ *  handle.
  *
- * Behind several packets in one datagram the kernel puts a message of type 3 without NLM_F_MULTI:
- * nfnetlink_msg_unpack() then gives -1, after the handlers have seen all of the packets.
+ *  Behind several packets in one datagram the kernel puts a message of type 3 without NLM_F_MULTI:
+ *  nfnetlink_msg_unpack() then gives -1, after the handlers have seen all of the packets.
  *
- * Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
- * that says about errors that the kernel replies: a refused request does not return. Packets that
- * arrive meanwhile are dispatched; one for a group without handler, or several in one datagram,
- * fail the request, so that handlers are best registered, and modes set, before packets are logged.
- */
+ *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
+ *  that says about errors that the kernel replies: a refused request does not return. Packets that
+ *  arrive meanwhile are dispatched; one for a group without handler, or several in one datagram,
+ *  fail the request, so that handlers are best registered, and modes set, before packets are
+ *  logged.
+ *  @{ */
 
 /** Entries of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17 are seen. */
 #define NFNETLINK_LOG_ATTRIBUTES 17
@@ -348,6 +350,8 @@ TALVERA_API int nfnetlink_log_setmode(struct nfnetlink_log_group *group, unsigne
  */
 TALVERA_API const void *nfnetlink_log_nfa_get_ptr(const struct nlattr *const *attributes,
                                                   unsigned int type);
+
+/** @} */
 
 TALVERA_END_DECLS
 

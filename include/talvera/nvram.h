@@ -31,8 +31,8 @@
  *      97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
  *                  entry is not in use
  *
- *  A name's bucket is its hash modulo 256, plus 1, where the hash starts at 0 and becomes hash * 31
- *  + character for each character of the whole name. Names are compared over their first 32
+ *  A name's bucket is its hash modulo 256, plus 1, where the hash starts at 0 and each character of
+ *  the whole name makes it hash * 31 + character. Names are compared over their first 32
  *  characters.
  *
  *  Nothing excludes other processes: programs that share a store serialise their writers
@@ -131,10 +131,10 @@ TALVERA_API int nvram_lock(void);
  */
 TALVERA_API int nvram_unlock(void);
 
-/* ---- Pairs ----------------------------------------------------------------------------------- */
-
-/* Each of these but nvram_show_all() calls nvram_lock() first and nvram_unlock() last; with
- * nvram_shmid at -1 that costs no system call. */
+/** @name Pairs
+ *  Each of these but nvram_show_all() calls nvram_lock() first and nvram_unlock() last; with
+ *  nvram_shmid at -1 that costs no system call.
+ *  @{ */
 
 /** Looks a pair up.
  *
@@ -165,6 +165,8 @@ TALVERA_API int nvram_unset(const char *name);
 /** Prints every pair as "name: value" on a line of standard output, chain after chain; without a
  *  segment nothing. */
 TALVERA_API void nvram_show_all(void);
+
+/** @} */
 
 TALVERA_END_DECLS
 

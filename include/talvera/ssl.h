@@ -130,21 +130,21 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
 
-/* ---- Certificate files ----------------------------------------------------------------------- */
-
-/* The encoding of a certificate file is named by a word. What counts is its beginning, tested in
- * this order:
+/** @name Certificate files
+ *  The encoding of a certificate file is named by a word. What counts is its beginning, tested in
+ *  this order:
  *
- *     D or d                         DER
- *     N or n                         Netscape certificate sequence
- *     1, or the word is PKCS12, pkcs12, P12 or p12
- *                                    PKCS#12 bundle with the empty password
- *     P or p, unless V or v follows  PEM, plain or with trust settings
+ *      D or d                         DER
+ *      N or n                         Netscape certificate sequence
+ *      1, or the word is PKCS12, pkcs12, P12 or p12
+ *                                     PKCS#12 bundle with the empty password
+ *      P or p, unless V or v follows  PEM, plain or with trust settings
  *
- * Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
- * read, and neither can a null or any other word: the certificate is missing then, as it is when
- * the file cannot be opened or holds something else. A null path stands for standard input, which
- * is made unbuffered and stays open. */
+ *  Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
+ *  read, and neither can a null or any other word: the certificate is missing then, as it is when
+ *  the file cannot be opened or holds something else. A null path stands for standard input, which
+ *  is made unbuffered and stays open.
+ *  @{ */
 
 /** The hash of a certificate's subject, by which OpenSSL looks certificates up in a directory:
  *  "openssl x509 -subject_hash" prints the same.
@@ -197,6 +197,8 @@ TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long len);
  */
 TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name)
     TALVERA_NONNULL(1, 2, 3) TALVERA_MUST_USE;
+
+/** @} */
 
 /* ---- Parsed certificates --------------------------------------------------------------------- */
 

@@ -287,9 +287,10 @@ TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) 
  */
 TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
-/* ---- Persistent files ------------------------------------------------------------------------ */
-/* What the tool "/sbin/pfs" is told, through sdb_system() and with its results. Paths go to the
- * shell as they are. */
+/** @name Persistent files
+ *  What the tool "/sbin/pfs" is told, through sdb_system() and with its results. Paths go to the
+ *  shell as they are.
+ *  @{ */
 
 /** Notes that a factory clearing is in progress: from now on, in this process, no file is added
  *  and nothing is committed. */
@@ -328,6 +329,8 @@ TALVERA_API int pfs_remember_file(const char *path) TALVERA_NONNULL(1);
  *  @return the result of sdb_system(), or 1
  */
 TALVERA_API int pfs_commit(void);
+
+/** @} */
 
 /* ---- Random numbers -------------------------------------------------------------------------- */
 

@@ -156,10 +156,11 @@ TALVERA_API const char *p_enum(int value, const char *const names[]) TALVERA_NON
  */
 TALVERA_API size_t mkstr_date(time_t time, char *buffer) TALVERA_NONNULL(2);
 
-/* ---- Heap strings in a slot ----
- * Each puts a new heap string into *slot, frees the one that was there (null: none), and returns
- * the new one. The string is the caller's to free(), or replaced by the next call for the slot.
- * When memory runs out the old string is gone too and the slot is null. */
+/** @name Heap strings in a slot
+ *  Each puts a new heap string into *slot, frees the one that was there (null: none), and returns
+ *  the new one. The string is the caller's to free(), or replaced by the next call for the slot.
+ *  When memory runs out the old string is gone too and the slot is null.
+ *  @{ */
 
 /** Puts "%ld" of a value into a slot.
  *
@@ -184,6 +185,8 @@ TALVERA_API char *mkstr_ulong(char **slot, unsigned long value) TALVERA_NONNULL(
  *  @return the new string; null when @p text is null or memory runs out
  */
 TALVERA_API char *mkstr_string(char **slot, const char *text) TALVERA_NONNULL(1);
+
+/** @} */
 
 /* ---- Names ----------------------------------------------------------------------------------- */
 

@@ -71,8 +71,10 @@ void round(State &state, const Block &block) {
     const std::uint32_t word = block[(First + Stride * i) % 16] + kSines[16 * Number + i];
     w = x + std::rotl(Mix::add(w + word, x, y, z), shift);
   };
-  // Word numbers and sines become constants of the code.
+  // Word numbers and sines become constants of the code, unless it is to be small.
+#ifndef __OPTIMIZE_SIZE__
 #pragma GCC unroll 4
+#endif
   for (unsigned i = 0; i < 16; i += 4) {
     step(a, b, c, d, i, S1);
     step(d, a, b, c, i + 1, S2);

@@ -1,5 +1,6 @@
 // One pass that fits the saved settings to the files now in the directory.
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "files/replay.h"
@@ -16,10 +17,8 @@ class NameIndex {
     if (sorted_ == nullptr) return;
     const std::span all{sorted_.get(), size_};
     std::ranges::transform(items, all.begin(), [](const of_file_info &item) { return &item; });
-    std::ranges::sort(all, [](const of_file_info *a, const of_file_info *b) {
-      const int order = std::strcmp(a->name, b->name);
-      return order != 0 ? order < 0 : a < b;
-    });
+    // Several times smaller than an inlined sort.
+    std::qsort(all.data(), all.size(), sizeof all[0], by_name);
   }
 
   [[nodiscard]] bool valid() const { return sorted_ != nullptr; }
@@ -31,6 +30,14 @@ class NameIndex {
   }
 
  private:
+  // Of one name, the first item comes first.
+  static int by_name(const void *left, const void *right) {
+    const auto *a = *static_cast<const of_file_info *const *>(left);
+    const auto *b = *static_cast<const of_file_info *const *>(right);
+    const int order = std::strcmp(a->name, b->name);
+    return order != 0 ? order : (a > b) - (a < b);
+  }
+
   MallocPtr<const of_file_info *> sorted_;
   std::size_t size_;
 };

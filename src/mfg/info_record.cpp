@@ -1,5 +1,6 @@
 // The info record at the end of the manufacturing file: checksum, default record, derived serial
 // number.
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -40,8 +41,8 @@ void set_checksum(std::uint8_t *record) {
 
 // An all-zero record sums to 0 as well, but nobody has written it.
 bool is_valid(const std::uint8_t *record) {
-  static constexpr std::uint8_t kZeros[MFG_INFO_SIZE] = {};
-  return word_sum(record) == 0 && std::memcmp(record, kZeros, MFG_INFO_SIZE) != 0;
+  return word_sum(record) == 0 && std::ranges::any_of(record, record + MFG_INFO_SIZE,
+                                                      [](std::uint8_t byte) { return byte != 0; });
 }
 
 void set_serial(std::uint8_t *record, long long serial) {

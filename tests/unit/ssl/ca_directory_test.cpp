@@ -104,10 +104,9 @@ TEST_F(CaDirectory, AVanishedCertificateTakesEveryDanglingLinkWithIt) {
   EXPECT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/other.pem"), 0);  // nothing there
   EXPECT_EQ(links().size(), 9U);
   EXPECT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/first.pem"), 1);
-  EXPECT_EQ(links(), (Links{{"+" + longest, "/nowhere"},
-                            {"file", ""},
-                            {"folder", ""},
-                            {"good", "/etc/passwd"}}));
+  EXPECT_EQ(
+      links(),
+      (Links{{"+" + longest, "/nowhere"}, {"file", ""}, {"folder", ""}, {"good", "/etc/passwd"}}));
   EXPECT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/first.pem"), 0);
   EXPECT_TRUE(system.log().empty());
 }
