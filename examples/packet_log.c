@@ -16,7 +16,7 @@
 #include "talvera/netu.h"
 #include "talvera/nfnetlink.h"
 
-enum { kBufferSize = 65536, kCopyBytes = 64 };
+enum { kBufferSize = 65536, kCopyBytes = 64 }; /* the longest IPv4 header is 60 */
 
 /* Makes or takes out the rule. The builder has no name for the target NFLOG: it stands behind the
  * last parameter's value, which goes into the command line as it is. */
@@ -36,16 +36,24 @@ static int run_rule(uint32_t command, const char *destination, unsigned group) {
   return error;
 }
 
-/* Ports come first in the headers of both TCP (6) and UDP (17). */
+/* The size of an IPv4 header, when the packet and it are whole, else 0. */
+static unsigned ipv4_header_size(const unsigned char *packet, unsigned length) {
+  const unsigned size = length >= 20 ? (packet[0] & 0x0Fu) * 4 : 0;
+  return size >= 20 && size <= length ? size : 0;
+}
+
 static void print_end(const unsigned char *address, const unsigned char *port) {
   printf("%u.%u.%u.%u", address[0], address[1], address[2], address[3]);
   if (port != NULL) printf(":%u", (unsigned)port[0] << 8 | port[1]);
 }
 
-static void print_ipv4(const unsigned char *packet) {
-  const unsigned protocol = packet[9];
-  const unsigned char *ports =
-      protocol == 6 || protocol == 17 ? packet + (packet[0] & 0x0F) * 4 : NULL;
+/* Prints the first bytes of a packet. Ports come first in the headers of TCP (6) and UDP (17). */
+static void print_ipv4(const unsigned char *packet, unsigned length) {
+  const unsigned header_size = ipv4_header_size(packet, length);
+  const unsigned protocol = header_size != 0 ? packet[9] : 0;
+  const unsigned char *ports = NULL;
+  if (header_size == 0) return;
+  if ((protocol == 6 || protocol == 17) && length >= header_size + 4) ports = packet + header_size;
   printf("protocol %-2u  ", protocol);
   print_end(packet + 12, ports);
   printf(" > ");
@@ -62,8 +70,9 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
 
   printf("group %u  ", (unsigned)group->number);
   if (out != NULL && netu_ifindex2name(ntohl(*out), name) == 0) printf("to %s  ", name);
-  /* The kernel copies whole headers: 64 bytes hold the longest IPv4 header and the ports. */
-  if (header->nfgen_family == AF_INET && payload != NULL) print_ipv4(payload);
+  /* A payload stands behind its attribute's header, whose length includes that header. */
+  if (header->nfgen_family == AF_INET && payload != NULL)
+    print_ipv4(payload, attributes[NFULA_PAYLOAD - 1]->nla_len - (unsigned)NLA_HDRLEN);
   printf("\n");
   fflush(stdout);
   --*left;
@@ -103,8 +112,9 @@ int main(int argc, char **argv) {
     return 1;
   }
   group = nfnetlink_log_bind_group(log, number);
-  if (group != NULL && nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, kCopyBytes) == 0 &&
-      nfnetlink_log_register_handler(group, print_packet, &left) == 0 &&
+  /* The handler comes first: a packet without one would fail the next request. */
+  if (group != NULL && nfnetlink_log_register_handler(group, print_packet, &left) == 0 &&
+      nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, kCopyBytes) == 0 &&
       (destination == NULL || run_rule(IPT_COMMAND_APPEND, destination, number) == 0)) {
     printf("ready\n");
     fflush(stdout);

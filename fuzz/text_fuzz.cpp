@@ -5,28 +5,11 @@
 #include <cstring>
 #include <memory>
 
+#include "fuzz/line.h"
 #include "talvera/strutil.h"
+#include "talvera/values.h"
 
 namespace {
-
-// A terminated copy, which the functions may cut.
-class Line {
- public:
-  Line(const std::uint8_t *data, std::size_t size) : text_(new char[size + 1]) {
-    std::copy_n(data, size, text_.get());
-    text_[size] = '\0';
-    end_ = text_.get() + std::strlen(text_.get());
-  }
-  [[nodiscard]] char *get() const { return text_.get(); }
-  // Where a scanner stopped must be inside.
-  void check(const char *p) const {
-    if (p < text_.get() || p > end_) std::abort();
-  }
-
- private:
-  std::unique_ptr<char[]> text_;
-  const char *end_;
-};
 
 void scan(const Line &line, int option) {
   char *const s = line.get();
@@ -62,6 +45,41 @@ void split(const std::uint8_t *data, std::size_t size, int option) {
   ValidateUlong(Line(data, size).get(), &number);
 }
 
+// Values and their texts, in buffers of just the documented sizes.
+void convert(const std::uint8_t *data, std::size_t size, int option) {
+  Lines lines(data, size);
+  const Line name = lines.next();
+  const Line other = lines.next();
+  const ust_entry entries[] = {{option, name.get()}, {0, ""}, {1, other.get()}};
+  const ust_table table = {entries, 3};
+  if (ust_lookup_index_by_name(&table, name.get()) < 0) std::abort();
+  if (ust_lookup_index_by_name_i(&table, other.get()) < 0) std::abort();
+  ust_longest_strlen(&table);
+
+  long low = 0;
+  long high = 0;
+  strtol_range(&low, name.get(), -option, 1000000);
+  strtol_range(&high, other.get(), 0, 70000);
+  const std::unique_ptr<char[]> ports(new char[12]);
+  range_to_portstr(ports.get(), static_cast<unsigned>(low), static_cast<unsigned>(high), option);
+  const std::unique_ptr<char[]> shown(new char[64]);
+  p_time(shown.get(), low);
+  p_secs(shown.get(), static_cast<unsigned long>(low), high);
+
+  char *slot = nullptr;
+  mkstr_string(&slot, name.get());
+  mkstr_string(&slot, slot + std::strlen(slot) / 2);  // a text that lies in the string
+  mkstr_long(&slot, low);
+  std::free(slot);
+
+  const auto digits = static_cast<int>(std::min<std::size_t>(size * 2, option));
+  const std::unique_ptr<char[]> hexadecimal(new char[digits + digits / 2 + 1]);
+  hex_to_str_with_delim(data, hexadecimal.get(), ':', digits);
+  const std::unique_ptr<char[]> filtered(new char[std::max(option, 1)]);
+  strfilt(filtered.get(), name.get(), other.get(), option);
+  strncasestr(name.get(), other.get(), option);
+}
+
 void encode(const std::uint8_t *data, std::size_t size, int option) {
   const std::unique_ptr<char[]> text(new char[size]);
   std::copy_n(data, size, text.get());
@@ -83,5 +101,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   scan(Line(data, size), option);
   split(data, size, option);
   encode(data, size, option);
+  convert(data, size, option);
   return 0;
 }

@@ -1,4 +1,6 @@
-/* Declaration helpers that every public header uses. */
+/** @file
+ *  Declaration helpers that every public header uses.
+ */
 #ifndef TALVERA_API_H
 #define TALVERA_API_H
 
@@ -18,6 +20,12 @@
 
 /** Ignoring the result would leak or hide a failure. */
 #define TALVERA_MUST_USE __attribute__((warn_unused_result))
+
+/** @def TALVERA_BEGIN_DECLS
+ *  Opens the declarations of a header, which are C in C++ too. */
+
+/** @def TALVERA_END_DECLS
+ *  Closes what TALVERA_BEGIN_DECLS opens. */
 
 #ifdef __cplusplus
 #define TALVERA_BEGIN_DECLS extern "C" {

@@ -1,11 +1,22 @@
-/* Words and ranges of command lines and configuration values.
+/** @file
+ *  Words and ranges of command lines and configuration values.
  *
- * The splitters cut the caller's string in place, by writing terminators into it, and fill the
- * caller's array with pointers into it; nothing is allocated. White space is the isspace() class of
- * the POSIX locale.
+ *  @code
+ *  char line[] = "forward 1000-1999 \"two words\"";
+ *  char *argv[ARGS_SLOTS];
+ *  int argc;
+ *  long ttl;
+ *  str_to_args(line, &argc, argv);
+ *  for (int i = 0; i < argc; i++) puts(argv[i]);
+ *  if (strtol_range(&ttl, "64", 1, 255) != 0) puts("a TTL is 1 to 255");
+ *  @endcode
  *
- * Numbers convert as strtol() does where long has 32 bits, on every machine: what is beyond gives
- * -2147483648 or 2147483647.
+ *  The splitters cut the caller's string in place, by writing terminators into it, and fill the
+ *  caller's array with pointers into it; nothing is allocated. White space is the isspace() class
+ *  of the POSIX locale.
+ *
+ *  Numbers convert as strtol() does where long has 32 bits, on every machine: what is beyond gives
+ *  -2147483648 or 2147483647.
  */
 #ifndef TALVERA_ARGS_H
 #define TALVERA_ARGS_H
@@ -42,9 +53,13 @@ TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);
  */
 TALVERA_API void str_to_args(char *s, int *argc, char *argv[20]) TALVERA_NONNULL(2, 3);
 
-/** @return where in the table " -/" the first of its characters stands that occurs in @p s: space
+/** Finds the delimiter of a text.
+ *
+ *  @param s  text to look through
+ *  @return where in the table " -/" the first of its characters stands that occurs in @p s: space
  *          before "-" before "/", wherever they are in @p s; null when none does. A pointer into
- *          the table itself, so that as a string it goes on to the table's end */
+ *          the table itself, so that as a string it goes on to the table's end
+ */
 TALVERA_API const char *str_get_delim(const char *s) TALVERA_NONNULL(1);
 
 /** Splits at delimiters, as strtok_r() does: a run of them counts as one, there are no empty words.
@@ -75,8 +90,8 @@ TALVERA_API char *str_to_args_by_delim1(char *s, const char *delims, int *argc, 
 /** Reads a number, or two that only white space or a "+" separates: "80", "1000 2000", "1000+2000".
  *
  *  Decimal, hexadecimal with "0x", octal with a leading "0"; an empty string is 0. "1000-2000"
- * fails, because the "-" is the second number's sign; so does any other separator. There is no
- * bound of 65535.
+ *  fails, because the "-" is the second number's sign; so does any other separator. There is no
+ *  bound of 65535.
  *
  *  @param s          text
  *  @param[out] low   the first number, also on failure
@@ -92,7 +107,7 @@ TALVERA_API int str_to_port_range(const char *s, int *low, int *high) TALVERA_NO
  *  @param min         least value
  *  @param max         greatest value
  *  @return 0; -1 with errno EINVAL when anything follows the number, ARGS_ERROR_RANGE when it is
- * out of bounds
+ *          out of bounds
  */
 TALVERA_API int strtol_range(long *value, const char *s, long min, long max) TALVERA_NONNULL(1, 2);
 

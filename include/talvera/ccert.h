@@ -1,20 +1,30 @@
-/* Client certificate blob: the device's certificate and private key, written at the factory into
- * certificate slot 1 or 2 of the manufacturing data file (<talvera/mfg.h>).
+/** @file
+ *  Client certificate blob: the device's certificate and private key, written at the factory into
+ *  certificate slot 1 or 2 of the manufacturing data file (<talvera/mfg.h>).
  *
- * A blob, all integers unsigned 32-bit big-endian:
+ *  @code
+ *  unsigned char *certificate;
+ *  uint32_t length;
+ *  if (ccert_init() == 0) {
+ *    if (ccert_get_client_cert(&certificate, &length) == 0) fwrite(certificate, 1, length, stdout);
+ *    ccert_deinit();
+ *  }
+ *  @endcode
  *
- *   offset      size  field
- *   0              4  magic: the bytes 0E 0C 0A 08
- *   4              4  format version, a byte a component; this library knows 02 04 06 07
- *   8              4  total length of the blob in bytes, header included
- *   12             4  item count N
- *   16             4  header word, carried and not interpreted
- *   20        16 * N  table of contents: for each item its data's offset, length, type and flags
- *   20 + 16 * N       item data, one item after the other without gaps; offsets count from here
+ *  A blob, all integers unsigned 32-bit big-endian:
  *
- * ccert_init() loads the blob into the one copy that the process has; the getters read that copy.
- * Addresses in it stay valid until ccert_deinit(). Nothing is locked. Failures to read the blob are
- * reported on standard error, with the text of sdb_strerror() and without a line feed.
+ *      offset      size  field
+ *      0              4  magic: the bytes 0E 0C 0A 08
+ *      4              4  format version, a byte a component; this library knows 02 04 06 07
+ *      8              4  total length of the blob in bytes, header included
+ *      12             4  item count N
+ *      16             4  header word, carried and not interpreted
+ *      20        16 * N  table of contents: for each item its data's offset, length, type and flags
+ *      20 + 16 * N       item data, one item after the other without gaps; offsets count from here
+ *
+ *  ccert_init() loads the blob into the one copy that the process has; the getters read that copy.
+ *  Addresses in it stay valid until ccert_deinit(). Nothing is locked. Failures to read the blob
+ *  are reported on standard error, with the text of sdb_strerror() and without a line feed.
  */
 #ifndef TALVERA_CCERT_H
 #define TALVERA_CCERT_H
@@ -44,10 +54,10 @@ struct ccert_toc_item {
   uint32_t offset; /**< of the item's bytes from the start of the loaded copy */
   uint32_t length; /**< bytes of the item */
   uint32_t type;   /**< one of enum ccert_item_type, or another value */
-  uint32_t flags;
+  uint32_t flags;  /**< CCERT_FLAG_ENCRYPTED, or other bits, which mean nothing here */
 };
 
-/* ---- The slots ------------------------------------------------------------------------------ */
+/* ---- The slots ------------------------------------------------------------------------------- */
 
 /** Finds the slot that holds a blob: one whose length field lies between 1 and
  *  MFG_CCERT_MAX_QUERY_SIZE. Slot 2 comes first.
@@ -70,13 +80,13 @@ TALVERA_API int ccert_get_ccertblob(uint32_t *length, unsigned char **blob,
 /** Checks a blob and writes it to a slot.
  *
  *  Refused is a blob of another magic, of a version with a byte above the library's byte at the
- * same place, or whose first item does not start at offset 0, whose items do not follow each other
+ *  same place, or whose first item does not start at offset 0, whose items do not follow each other
  *  without gaps, or whose total length is not that of header, table and items.
  *
  *  @param blob  at least 20 bytes, and as many as its total length field states
  *  @param slot  1 or 2
  *  @return 0; -1 with errno EINVAL when the blob is refused; -1 as of mfg_ccert_set(), which takes
- * 20 to 14336 bytes, when the write fails
+ *          20 to 14336 bytes, when the write fails
  */
 TALVERA_API int ccert_install_cert_blob(const unsigned char *blob, unsigned int slot)
     TALVERA_NONNULL(1);
@@ -86,7 +96,7 @@ TALVERA_API int ccert_install_cert_blob(const unsigned char *blob, unsigned int 
 TALVERA_API uint32_t ccert_extract_certblob_total_length(const unsigned char *blob)
     TALVERA_NONNULL(1);
 
-/* ---- The loaded copy ------------------------------------------------------------------------ */
+/* ---- The loaded copy ------------------------------------------------------------------------- */
 
 /** Finds the blob, reads it and makes it the loaded copy.
  *
@@ -149,7 +159,7 @@ TALVERA_API int ccert_get_client_cert(unsigned char **certificate, uint32_t *len
  *  nothing, and end with result 0, null and 0. So does a lack of memory.
  *
  *  @param[out] key     copy of the key, which the caller releases with free(); null when none is
- * handed out
+ *                      handed out
  *  @param[out] length  its bytes
  *  @return 0; -1 with errno ENOENT, null and 0 when there is no key
  */
@@ -162,7 +172,7 @@ TALVERA_API const unsigned char *ccert_get_mac_address(void);
 /** @return the certificate's common name, which is always empty */
 TALVERA_API const char *ccert_get_cert_common_name(void);
 
-/* ---- Key hooks ------------------------------------------------------------------------------ */
+/* ---- Key hooks ------------------------------------------------------------------------------- */
 
 /** Would take the bare RSA key out of PKCS#8; not provided.
  *

@@ -1,5 +1,14 @@
-/* Encoders at text boundaries: Base64 for arbitrary bytes, character references for markup, and
- * strict MAC addresses. All work on the caller's buffers and keep no state.
+/** @file
+ *  Encoders at text boundaries: Base64 for arbitrary bytes, character references for markup, and
+ *  strict MAC addresses. All work on the caller's buffers and keep no state.
+ *
+ *  @code
+ *  const unsigned char bytes[] = {1, 2, 3};
+ *  char text[8], cell[64];
+ *  unsigned int length = sizeof text;
+ *  if (base64_encode(bytes, sizeof bytes, text, &length) == 0) puts(text);  // AQID
+ *  if (entities_hex_encode(cell, sizeof cell, "<b>") == 0) puts(cell);      // &#x3c;b&#x3e;
+ *  @endcode
  */
 #ifndef TALVERA_ENCODE_H
 #define TALVERA_ENCODE_H
@@ -37,8 +46,8 @@ TALVERA_API int base64_encode(const unsigned char *in, unsigned int len, char *o
 TALVERA_API int base64_decode(const char *in, unsigned int len, unsigned char *out,
                               unsigned int *out_len);
 
-/** Escapes text for HTML, in content and in attributes: the characters < > / " ' & become
- * hexadecimal character references of six characters, such as "&#x3c;".
+/** Escapes text for HTML, in content and in attributes: the characters
+ *  `< > / " ' &` become hexadecimal character references of six characters, such as "&\#x3c;".
  *
  *  @param[out] out  receives the text, terminated; empty when @p in is null
  *  @param size      bytes of room; where a reference does not fit any more, "-" takes its place
@@ -57,13 +66,17 @@ TALVERA_API int entities_hex_encode(char *out, unsigned int size, const char *in
 TALVERA_API int entities_hex_encode_in_place(unsigned int size, char *buf);
 
 /** Results of parse_macaddr() other than 0. */
-enum { MACADDR_MALFORMED = -2, MACADDR_MULTICAST = -3, MACADDR_ZERO = -4 };
+enum {
+  MACADDR_MALFORMED = -2, /**< no MAC address */
+  MACADDR_MULTICAST = -3, /**< a group address, which is not allowed */
+  MACADDR_ZERO = -4       /**< the address of zeros, which is not allowed */
+};
 
 /** Reads a MAC address typed by a user: six groups of one or two hexadecimal digits, joined by ":"
  *  throughout or by "-" throughout, with white space around any group. Nothing may follow.
  *
  *  Each call, a successful one too, prints "Parse MAC error %d\n" with its result to standard
- * output.
+ *  output.
  *
  *  @param s                text; null is malformed
  *  @param allow_zero       non-zero accepts the address of six zero bytes

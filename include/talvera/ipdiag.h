@@ -1,14 +1,28 @@
-/* Traceroute for a diagnostics front end: its command line, and its results.
+/** @file
+ *  Traceroute for a diagnostics front end: its command line, and its results.
  *
- * The caller chooses a test name, builds the command line with ipdiag_tr_makeparam(), runs it with
- * the output going to three work files, and reads these with the other functions:
+ *  @code
+ *  char command[1024], line[1100];
+ *  struct tr_hop hops[30];
+ *  int32_t count = 0;
+ *  ipdiag_tr_makeparam("203.0.113.7", NULL, 1, 30, 2, 0, 0, 0, 0, command, 0, sizeof command);
+ *  snprintf(line, sizeof line, "%s >/tmp/wan-out 2>/tmp/wan-err", command);
+ *  if (system(line) == 0) {
+ *    memset(hops, 0, sizeof hops);
+ *    ipdiag_tr_formatout("wan", hops, 30, &count);
+ *  }
+ *  for (int32_t i = 0; i < count && i < 30; i++) puts(hops[i].address);
+ *  @endcode
  *
- *   /tmp/NAME-out     traceroute's standard output: a header line, then a line for each hop
- *   /tmp/NAME-err     its standard error
- *   /tmp/NAME-status  a decimal integer on the first line: the response time, in the caller's unit
+ *  The caller chooses a test name, builds the command line with ipdiag_tr_makeparam(), runs it with
+ *  the output going to three work files, and reads these with the other functions:
  *
- * A path has at most 63 characters; a longer one cannot be opened. Nothing here keeps state or
- * logs.
+ *      /tmp/NAME-out     traceroute's standard output: a header line, then a line for each hop
+ *      /tmp/NAME-err     its standard error
+ *      /tmp/NAME-status  a decimal integer on the first line: the response time, caller's unit
+ *
+ *  A path has at most 63 characters; a longer one cannot be opened. Nothing here keeps state or
+ *  logs.
  */
 #ifndef TALVERA_IPDIAG_H
 #define TALVERA_IPDIAG_H
@@ -79,7 +93,8 @@ TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_
  *  @param[out] count  receives the number of hop lines; each took a row, even if it filled nothing
  *  @return 0 when the file was read to its end; when the table filled up first, 0 if the last hop's
  *          address is the destination's (which the header has in parentheses), else 1; -1 with
- * errno set when the file cannot be opened; -1 and a count of 0 when @p max_rows is below 1
+ *          errno set when the file cannot be opened; -1 and a count of 0 when @p max_rows is below
+ *          1
  */
 TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32_t max_rows,
                                     int32_t *count) TALVERA_NONNULL(1, 2, 4);

@@ -1,20 +1,27 @@
-/* Firewall rules: packet-filter rules as records, rendered into iptables command lines and run.
+/** @file
+ *  Firewall rules: packet-filter rules as records, rendered into iptables command lines and run.
  *
- *   ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
- *                                                 "192.168.1.10", 80);
- *   if (rule != NULL) error = ipt_process_rule(rule);
- *   ...
- *   rule->command = IPT_COMMAND_DELETE;   // the same record takes the rule out again
- *   error = ipt_process_rule(rule);
- *   ipt_rule_free(rule);
+ *  @code
+ *  int error = IPT_RULE_FAILED;
+ *  ipt_rule *rule = ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "203.0.113.7", "tcp", "8080",
+ *                                         "192.168.1.10", 80);
+ *  if (rule != NULL) error = ipt_process_rule(rule);
+ *  if (error == 0) {
+ *    rule->command = IPT_COMMAND_DELETE;  // the same record takes the rule out again
+ *    error = ipt_process_rule(rule);
+ *  }
+ *  ipt_rule_free(rule);
+ *  @endcode
  *
- * A command line has five sections, written in this order: table, command with chain and command
- * argument, parameters, matches, target. Each section holds at most 63 characters, shared by all of
- * its items, and everything in front of the target at most 191.
+ *  A command line has five sections, written in this order: table, command with chain and command
+ *  argument, parameters, matches, target. Each section holds at most 63 characters, shared by all
+ *  of its items, and everything in front of the target at most 191. Where a value is IPT_..._NONE
+ *  and a text must stand, "none" is rendered, which iptables refuses: records that are run have a
+ *  chain, a command, and items other than these.
  *
- * Texts go into the command line as they are, and a shell reads it: callers hand over no blanks,
- * shell characters or "%" that they did not choose themselves. Messages go to sdb_log() at
- * SDB_LOG_INFO ("ipt: ..."). Nothing is shared between records; one record is used by one thread.
+ *  Texts go into the command line as they are, and a shell reads it: callers hand over no blanks,
+ *  shell characters or "%" that they did not choose themselves. Messages go to sdb_log() at
+ *  SDB_LOG_INFO ("ipt: ..."). Nothing is shared between records; one record is used by one thread.
  */
 #ifndef TALVERA_IPT_H
 #define TALVERA_IPT_H
@@ -27,10 +34,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/* ---- Values of a rule ----------------------------------------------------------------------- */
-
-/* Where a value is IPT_..._NONE and a text must stand, "none" is rendered, which iptables refuses:
- * records that are run have a chain, a command, and items other than these. */
+/* ---- Values of a rule ------------------------------------------------------------------------ */
 
 /** Result of a rule that could not be rendered or built; nothing was run. */
 #define IPT_RULE_FAILED 2012
@@ -40,26 +44,26 @@ TALVERA_BEGIN_DECLS
 
 /** Tables, after "-t". */
 enum ipt_table {
-  IPT_TABLE_FILTER = 0,
-  IPT_TABLE_RAW = 1,
+  IPT_TABLE_FILTER = 0,    /**< "filter" */
+  IPT_TABLE_RAW = 1,       /**< "raw" */
   IPT_TABLE_CONNTRACK = 2, /**< "conntrack", the name of a match: iptables knows no such table */
-  IPT_TABLE_MANGLE = 3,
-  IPT_TABLE_NAT = 4
+  IPT_TABLE_MANGLE = 3,    /**< "mangle" */
+  IPT_TABLE_NAT = 4        /**< "nat" */
 };
 
 /** Built-in chains. */
 enum ipt_chain {
-  IPT_CHAIN_NONE = 0,
-  IPT_CHAIN_PREROUTING = 1,
-  IPT_CHAIN_INPUT = 2,
-  IPT_CHAIN_FORWARD = 3,
-  IPT_CHAIN_OUTPUT = 4,
-  IPT_CHAIN_POSTROUTING = 5
+  IPT_CHAIN_NONE = 0,       /**< "none" */
+  IPT_CHAIN_PREROUTING = 1, /**< "PREROUTING" */
+  IPT_CHAIN_INPUT = 2,      /**< "INPUT" */
+  IPT_CHAIN_FORWARD = 3,    /**< "FORWARD" */
+  IPT_CHAIN_OUTPUT = 4,     /**< "OUTPUT" */
+  IPT_CHAIN_POSTROUTING = 5 /**< "POSTROUTING" */
 };
 
 /** Commands, each a dash and a letter. */
 enum ipt_command {
-  IPT_COMMAND_NONE = 0,
+  IPT_COMMAND_NONE = 0,         /**< "none" */
   IPT_COMMAND_APPEND = 1,       /**< -A */
   IPT_COMMAND_INSERT = 2,       /**< -I; the command argument is a rule number */
   IPT_COMMAND_DELETE = 3,       /**< -D; likewise */
@@ -73,28 +77,28 @@ enum ipt_command {
 
 /** Targets, after "-j". */
 enum ipt_target {
-  IPT_TARGET_NONE = 0, /**< no "-j" */
-  IPT_TARGET_ACCEPT = 1,
-  IPT_TARGET_DROP = 2,
-  IPT_TARGET_QUEUE = 3,
-  IPT_TARGET_RETURN = 4,
-  IPT_TARGET_REJECT = 5,
-  IPT_TARGET_JUMP = 6, /**< "JUMP": iptables knows no such target */
-  IPT_TARGET_CLASSIFY = 7,
-  IPT_TARGET_DNAT = 8, /**< the target argument goes behind "--to" */
-  IPT_TARGET_SNAT = 9, /**< likewise */
-  IPT_TARGET_DSCP = 10,
-  IPT_TARGET_MARK = 11,
-  IPT_TARGET_MASQUERADE = 12,
-  IPT_TARGET_NETMAP = 13,
-  IPT_TARGET_REDIRECT = 14,
-  IPT_TARGET_SAME = 15,
-  IPT_TARGET_ULOG = 16
+  IPT_TARGET_NONE = 0,        /**< no "-j" */
+  IPT_TARGET_ACCEPT = 1,      /**< "ACCEPT" */
+  IPT_TARGET_DROP = 2,        /**< "DROP" */
+  IPT_TARGET_QUEUE = 3,       /**< "QUEUE" */
+  IPT_TARGET_RETURN = 4,      /**< "RETURN" */
+  IPT_TARGET_REJECT = 5,      /**< "REJECT" */
+  IPT_TARGET_JUMP = 6,        /**< "JUMP": iptables knows no such target */
+  IPT_TARGET_CLASSIFY = 7,    /**< "CLASSIFY" */
+  IPT_TARGET_DNAT = 8,        /**< the target argument goes behind "--to" */
+  IPT_TARGET_SNAT = 9,        /**< likewise */
+  IPT_TARGET_DSCP = 10,       /**< "DSCP" */
+  IPT_TARGET_MARK = 11,       /**< "MARK" */
+  IPT_TARGET_MASQUERADE = 12, /**< "MASQUERADE" */
+  IPT_TARGET_NETMAP = 13,     /**< "NETMAP" */
+  IPT_TARGET_REDIRECT = 14,   /**< "REDIRECT" */
+  IPT_TARGET_SAME = 15,       /**< "SAME" */
+  IPT_TARGET_ULOG = 16        /**< "ULOG" */
 };
 
 /** Parameters, each a dash and a letter. */
 enum ipt_param_item {
-  IPT_PARAM_NONE = 0,
+  IPT_PARAM_NONE = 0,          /**< "none" */
   IPT_PARAM_PROTOCOL = 1,      /**< -p */
   IPT_PARAM_SOURCE = 2,        /**< -s */
   IPT_PARAM_DESTINATION = 3,   /**< -d */
@@ -105,16 +109,16 @@ enum ipt_param_item {
 
 /** Match modules, after "-m". */
 enum ipt_match_module {
-  IPT_MATCH_NONE = 0,
-  IPT_MATCH_STATE = 1,
-  IPT_MATCH_IPRANGE = 2,
-  IPT_MATCH_MPORT = 3,
-  IPT_MATCH_CONNTRACK = 4,
-  IPT_MATCH_DSCP = 5,
-  IPT_MATCH_HELPER = 6,
-  IPT_MATCH_MAC = 7,
-  IPT_MATCH_MARK = 8,
-  IPT_MATCH_TOS = 9
+  IPT_MATCH_NONE = 0,      /**< "none" */
+  IPT_MATCH_STATE = 1,     /**< "state" */
+  IPT_MATCH_IPRANGE = 2,   /**< "iprange" */
+  IPT_MATCH_MPORT = 3,     /**< "mport" */
+  IPT_MATCH_CONNTRACK = 4, /**< "conntrack" */
+  IPT_MATCH_DSCP = 5,      /**< "dscp" */
+  IPT_MATCH_HELPER = 6,    /**< "helper" */
+  IPT_MATCH_MAC = 7,       /**< "mac" */
+  IPT_MATCH_MARK = 8,      /**< "mark" */
+  IPT_MATCH_TOS = 9        /**< "tos" */
 };
 
 /** Option words of parameters and matches. The caller pairs them with what takes them. */
@@ -142,12 +146,12 @@ enum ipt_option {
 /** Bits of an item's negation mask: what gets a "!" in front. In front of a value ("-d ! 10.0.0.1",
  *  "--dport ! 80") is where the gateway's iptables takes it; newer ones refuse that and take
  *  IPT_NEGATE_OPTION ("! --dport 80"). What they want for an item's own value ("! -d 10.0.0.1")
- * cannot be rendered. */
+ *  cannot be rendered. */
 enum ipt_negation {
-  IPT_NEGATE_NOTHING = 0x01, /**< carried, never rendered */
-  IPT_NEGATE_VALUE = 0x02,
-  IPT_NEGATE_OPTION = 0x04,
-  IPT_NEGATE_OPTION_VALUE = 0x08
+  IPT_NEGATE_NOTHING = 0x01,     /**< carried, never rendered */
+  IPT_NEGATE_VALUE = 0x02,       /**< the item's own value */
+  IPT_NEGATE_OPTION = 0x04,      /**< the option word */
+  IPT_NEGATE_OPTION_VALUE = 0x08 /**< the option's value */
 };
 
 /** One parameter, such as "-p tcp --dport 80". Owned by its rule. */
@@ -191,7 +195,10 @@ TALVERA_API ipt_rule *ipt_simplerule_init(void) TALVERA_MUST_USE;
 /** @return a new rule, all zero, with two empty lists; null when memory runs out */
 TALVERA_API ipt_rule *ipt_rule_init(void) TALVERA_MUST_USE;
 
-/** Frees a rule with its items and strings; null is ignored. */
+/** Frees a rule with its items and strings; null is ignored.
+ *
+ *  @param rule  the rule
+ */
 TALVERA_API void ipt_rule_free(ipt_rule *rule);
 
 /** Appends a parameter; items are rendered in the order in which they were added.
@@ -222,8 +229,11 @@ TALVERA_API ipt_param *ipt_rule_add_param(ipt_rule *rule, uint32_t item, uint8_t
 TALVERA_API ipt_match *ipt_rule_add_match(ipt_rule *rule, uint32_t item, uint8_t negation,
                                           uint32_t option, char *option_value);
 
-/** @return the name of a target (enum ipt_target), static; null for IPT_TARGET_NONE and for values
- *          that are no target */
+/** The name of a target.
+ *
+ *  @param target  one of enum ipt_target
+ *  @return the name, static; null for IPT_TARGET_NONE and for values that are no target
+ */
 TALVERA_API const char *ipt_target_string(uint32_t target);
 
 /* ---- Running rules --------------------------------------------------------------------------- */
@@ -246,13 +256,14 @@ TALVERA_API const char *ipt_target_string(uint32_t target);
  */
 TALVERA_API int ipt_make_rule_string(const ipt_rule *rule, char *buffer) TALVERA_NONNULL(2);
 
-/** Renders a rule, prints "CWS ipt: invoking rule "<command line>"" to standard output and runs it.
+/** Renders a rule, prints `CWS ipt: invoking rule "<command line>"` to standard output and runs it.
  *
  *  The command line is sdb_system()'s format and there are no arguments, so texts must hold no "%".
  *
+ *  @param rule  the rule, which is not changed; null cannot be rendered
  *  @return the result of sdb_system(): 0 for success, and also when a signal ended the command;
- * else its exit code, or an errno value when no shell could be started. IPT_RULE_FAILED, with
- *          nothing run, when the rule cannot be rendered
+ *          else its exit code, or an errno value when no shell could be started. IPT_RULE_FAILED,
+ *          with nothing run, when the rule cannot be rendered
  */
 TALVERA_API int ipt_process_rule(const ipt_rule *rule);
 
@@ -278,18 +289,19 @@ TALVERA_API int ipt_set_chain_policy(uint32_t chain, uint32_t policy);
  *  Strings are equal when both are null or both hold the same bytes: a null one differs from an
  *  empty one. A missing list is an empty one. The rule mask counts, though it is not rendered.
  *
+ *  @param rule_a  one rule
+ *  @param rule_b  the other
  *  @return 0 when equal, 1 when not, and 1 when either is null, even when both are, which is meant:
  *          no rule is equal to none
  */
 TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b);
 
-/* ---- User-level values ------------------------------------------------------------------------
- */
+/* ---- User-level values ----------------------------------------------------------------------- */
 
 /** Takes a leading "!" and the spaces behind it off a text.
  *
  *  @param bit           number of the bit to set in @p mask when there is a "!"; 8 and more set
- * none
+ *                       none
  *  @param[in,out] mask  negation mask; other bits stay
  *  @param text          user-level text, or null
  *  @param[out] result   receives a pointer into @p text, or null when that is null
@@ -297,12 +309,20 @@ TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b)
 TALVERA_API void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *text,
                                    const char **result) TALVERA_NONNULL(2, 4);
 
-/** @return a heap copy of @p text for the caller to free, when it is "tcp", "udp", "icmp" or "ALL"
- *          in exactly this case, or a decimal number; else, and when memory runs out, null */
+/** Makes a protocol as iptables wants it.
+ *
+ *  @param text  user-level text, or null
+ *  @return a heap copy of @p text for the caller to free, when it is "tcp", "udp", "icmp" or "ALL"
+ *          in exactly this case, or a decimal number; else, and when memory runs out, null
+ */
 TALVERA_API char *ipt_make_protocol_value(const char *text) TALVERA_MUST_USE;
 
-/** @return 1 when @p text is digits only, or empty; 2 when something else follows a leading digit;
- *          -1 when it does not begin with a digit, or is null */
+/** Tells a port from a port range.
+ *
+ *  @param text  user-level text
+ *  @return 1 when @p text is digits only, or empty; 2 when something else follows a leading digit;
+ *          -1 when it does not begin with a digit, or is null
+ */
 TALVERA_API int ipt_check_port_input(const char *text);
 
 /** Makes a port or port range as iptables wants it.
@@ -327,13 +347,11 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
                                    size_t size);
 
-/* ---- Ready-made rules --------------------------------------------------------------------------
- */
-
-/* Each returns a new rule, to be released with ipt_rule_free(), or null when a text cannot be used
- * or memory runs out. Texts are copied. A null interface, host, port, source range or, in
- * ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered in front of the value:
- * see enum ipt_negation. */
+/** @name Ready-made rules Each returns a new rule, to be released with ipt_rule_free(), or null
+ *  when a text cannot be used or memory runs out. Texts are copied. A null interface, host, port,
+ *  source range or, in ipt_make_maplist_rule(), destination gives null. A leading "!" is rendered
+ *  in front of the value: see enum ipt_negation.
+ *  @{ */
 
 /** Makes the rule of a pinhole: connections to a port of the gateway go to a host inside.
  *
@@ -347,6 +365,8 @@ TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char
  *  @param external_port  what ipt_make_port_value() takes
  *  @param internal_host  address of the host; with ":" and ports it is cut to 31 characters
  *  @param internal_port  the host's port, the first one for a range
+ *  @return a new rule, to be released with ipt_rule_free(); null when a text cannot be used or
+ *          memory runs out
  */
 TALVERA_API ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destination,
                                             const char *protocol, const char *external_port,
@@ -357,6 +377,8 @@ TALVERA_API ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destin
  *
  *  @param command    IPT_COMMAND_APPEND or IPT_COMMAND_INSERT turns NAT on, IPT_COMMAND_DELETE off
  *  @param interface  name of the interface
+ *  @return a new rule, to be released with ipt_rule_free(); null when a text cannot be used or
+ *          memory runs out
  */
 TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
                                               const char *interface) TALVERA_MUST_USE;
@@ -366,24 +388,29 @@ TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
  *  @param command       one of enum ipt_command
  *  @param destination   address that packets go to; may begin with "!"
  *  @param source_range  "first-last" addresses that they come from; may begin with "!"
+ *  @return a new rule, to be released with ipt_rule_free(); null when a text cannot be used or
+ *          memory runs out
  */
 TALVERA_API ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                             const char *source_range) TALVERA_MUST_USE;
 
-/* ---- Names --------------------------------------------------------------------------------------
- */
+/** @} */
 
-/** The gateway's own chains. */
+/* ---- Names ----------------------------------------------------------------------------------- */
+
+/** @{ */
+/** Name of one of the gateway's own chains. */
 TALVERA_API extern const char nm_tai_mangle_prerouting_chain_name[28];
 TALVERA_API extern const char nm_tai_filter_sbl_chain_name[21];
 TALVERA_API extern const char nm_tai_filter_input_chain_name[23];
 TALVERA_API extern const char nm_tai_filter_forward_chain_name[25];
 TALVERA_API extern const char nm_tai_nat_prerouting_chain_name[25];
+/** @} */
 
 /** A TCP flag. */
 typedef struct ipt_tcp_flag {
-  const char *name;
-  uint8_t value; /**< the library's own bit, not that of the TCP header */
+  const char *name; /**< in capitals */
+  uint8_t value;    /**< the library's own bit, not that of the TCP header */
 } ipt_tcp_flag;
 
 /** SYN, ACK, FIN, RST, URG, PSH, and NONE and ALL, which both stand for all six. */
@@ -398,8 +425,11 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
  */
 TALVERA_API int check_tcp_flags(const char *text);
 
-/** @return the number of an IP protocol by its name in any case (the keywords of IANA's registry of
- *          Assigned Internet Protocol Numbers), 0 for "none", -1 for unknown names */
+/** The number of an IP protocol (IANA's registry of Assigned Internet Protocol Numbers).
+ *
+ *  @param name  the registry's keyword, in any case
+ *  @return the number; 0 for "none"; -1 for unknown names
+ */
 TALVERA_API int wkp_prot_from_name(const char *name);
 
 /** Formats one address record of the captive portal as "192.168.1.0/24".

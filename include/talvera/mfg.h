@@ -1,19 +1,29 @@
-/* Manufacturing data and device identity.
+/** @file
+ *  Manufacturing data and device identity.
  *
- * The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
- * it) holds one file, "/mfg/mfg.dat", of 131072 bytes:
+ *  @code
+ *  unsigned char record[MFG_INFO_SIZE], mac[6];
+ *  mfg_info_read(record);
+ *  mfg_get_macaddr(record, mac);
+ *  printf("%d addresses from %02x:%02x:%02x:%02x:%02x:%02x on, serial number %s\n",
+ *         mfg_num_macaddr(record), mac[0], mac[1], mac[2], mac[3], mac[4], mac[5],
+ *         (const char *)record + MFG_INFO_SERIAL);
+ *  @endcode
  *
- *   0x18000  16384 bytes  certificate slot 2
- *   0x1C000  14336 bytes  certificate slot 1
- *   0x1F800   1792 bytes  wireless calibration
- *   0x1FF00    256 bytes  info record: base MAC address, number of MAC addresses, serial number
+ *  The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
+ *  it) holds one file, "/mfg/mfg.dat", of 131072 bytes:
  *
- * mfg_init() hands that identity, and the wireless calibration, to the platform driver behind
- * "/dev/talvera". <talvera/ccert.h> works on the content of the certificate slots.
+ *      0x18000  16384 bytes  certificate slot 2
+ *      0x1C000  14336 bytes  certificate slot 1
+ *      0x1F800   1792 bytes  wireless calibration
+ *      0x1FF00    256 bytes  info record: base MAC address, number of MAC addresses, serial number
  *
- * Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
- * "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked: callers
- * serialise writes, each of which rewrites the whole file.
+ *  mfg_init() hands that identity, and the wireless calibration, to the platform driver behind
+ *  "/dev/talvera". <talvera/ccert.h> works on the content of the certificate slots.
+ *
+ *  Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
+ *  "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked:
+ *  callers serialise writes, each of which rewrites the whole file.
  */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H
@@ -24,7 +34,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/* ---- Info record ---------------------------------------------------------------------------- */
+/* ---- Info record ----------------------------------------------------------------------------- */
 
 /** Size of the info record in bytes. */
 #define MFG_INFO_SIZE 256
@@ -46,7 +56,7 @@ enum mfg_info_offset {
  *
  *  A record that is missing, unreadable, all zeros or of wrong checksum is replaced by the default
  *  one: MAC 02:5A:30:96:02:D0, 16 addresses, type code 40, serial number 1234567890. An empty
- * serial number is derived from the MAC address. Neither is written back.
+ *  serial number is derived from the MAC address. Neither is written back.
  *
  *  @param[out] record  room for MFG_INFO_SIZE bytes
  *  @return 0, always
@@ -57,7 +67,7 @@ TALVERA_API int mfg_info_read(unsigned char *record) TALVERA_NONNULL(1);
  *
  *  @param[in,out] record  MFG_INFO_SIZE bytes
  *  @return 0, or -1 with errno set when the file cannot be opened, read or written; a mount that
- * fails is logged and no failure by itself
+ *          fails is logged and no failure by itself
  */
 TALVERA_API int mfg_info_write(unsigned char *record) TALVERA_NONNULL(1);
 
@@ -82,7 +92,7 @@ TALVERA_API int mfg_num_macaddr(const unsigned char *record) TALVERA_NONNULL(1);
  */
 TALVERA_API void mfg_init(void);
 
-/* ---- Wireless calibration ------------------------------------------------------------------- */
+/* ---- Wireless calibration -------------------------------------------------------------------- */
 
 /** Reads a range of the wireless calibration: from the file when the info record says that the file
  *  holds one, else from the driver.
@@ -100,11 +110,11 @@ TALVERA_API int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned 
     TALVERA_NONNULL(1);
 
 /** Writes a range of the wireless calibration to the file, marks it present in the info record
- * (which is rewritten only when it was not) and sends the whole calibration to the driver.
+ *  (which is rewritten only when it was not) and sends the whole calibration to the driver.
  *
  *  The later steps are taken even when the write failed. The record that is rewritten is the one
- * that mfg_info_read() gives: where none is valid, the default one is stored with its MAC address,
- * and a derived serial number is stored with it.
+ *  that mfg_info_read() gives: where none is valid, the default one is stored with its MAC address,
+ *  and a derived serial number is stored with it.
  *
  *  @param data    @p len bytes
  *  @param offset  where they go, counted from the start of the calibration
@@ -120,10 +130,12 @@ TALVERA_API int mfg_wlcal_set(const unsigned char *data, unsigned int offset, un
  *  what it has. The calibration bytes stay in the file. */
 TALVERA_API void mfg_wlcal_clear(void);
 
-/* ---- Certificate slots ---------------------------------------------------------------------- */
+/* ---- Certificate slots ----------------------------------------------------------------------- */
 
-/** Sizes in bytes of what mfg_ccert_set() writes. */
+/** Least size in bytes of what mfg_ccert_set() writes. */
 #define MFG_CCERT_MIN_SIZE 20
+
+/** Greatest size in bytes of what mfg_ccert_set() writes. */
 #define MFG_CCERT_MAX_SIZE 14336
 
 /** Greatest blob size that a size query of mfg_ccert_get() accepts; deliberately below what can be
@@ -167,10 +179,11 @@ TALVERA_API int mfg_ccert_get(struct mfg_ccert_get_info *info);
  */
 TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 
-/* ---- Platform device ------------------------------------------------------------------------ */
+/* ---- Platform device ------------------------------------------------------------------------- */
 
-/* Commands of "/dev/talvera": the target's values (32-bit MIPS encoding, type 'M', write) on every
- * platform. */
+/** @name Commands of "/dev/talvera"
+ *  The target's values (32-bit MIPS encoding, type 'M', write) on every platform.
+ *  @{ */
 
 /** Takes struct tvra_info. */
 #define TVRA_INFO_SET 0x80284D00U
@@ -178,6 +191,7 @@ TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 #define TVRA_WLCAL_GET 0x80084D03U
 /** Takes struct tvra_wlcal; a null buffer and length 0 make the driver drop what it has. */
 #define TVRA_WLCAL_SET 0x80084D04U
+/** @} */
 
 /** Bytes of wireless calibration data. */
 #define TVRA_WLCAL_SIZE 1792
@@ -187,8 +201,8 @@ struct tvra_info {
   uint32_t device_type; /**< type code of the info record */
   char serial[24];      /**< decimal digits, NUL-terminated */
   uint8_t mac[6];       /**< base MAC address */
-  uint8_t padding[2];
-  uint32_t mac_count; /**< number of MAC addresses */
+  uint8_t padding[2];   /**< not used */
+  uint32_t mac_count;   /**< number of MAC addresses */
 };
 
 /** Calibration transfer. On the 32-bit target 8 bytes. */

@@ -1,10 +1,23 @@
-/* IPv4 address arithmetic, conversion of addresses, interface statistics, and the ARP probe.
+/** @file
+ *  IPv4 address arithmetic, conversion of addresses, interface statistics, and the ARP probe.
  *
- * Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
- * unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
- * gateway that is the numeric order too.
+ *  @code
+ *  uint32_t network;
+ *  struct netu_linuxif_stats *stats = netu_alloc_linuxif_stats();
+ *  if (netu_calc_network("192.168.1.77", "255.255.255.0", &network) != 0) puts("no address");
+ *  if (stats != NULL) {
+ *    netu_update_linuxif_stats("eth0", stats);
+ *    printf("%u bytes received\n", (unsigned)stats->current[NETU_RX_BYTES]);
+ *    netu_free_linuxif_stats(stats);
+ *  }
+ *  @endcode
  *
- * Nothing here keeps state, and only the ARP probe logs.
+ *  Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
+ *  unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
+ *  gateway that is the numeric order too.
+ *
+ *  Nothing here keeps state. The ARP probe logs a failed fork(), and the interface statistics what
+ *  sysfs_get_attr() (talvera/utils.h) logs of an attribute that cannot be read.
  */
 #ifndef TALVERA_NETU_H
 #define TALVERA_NETU_H
@@ -18,8 +31,7 @@ TALVERA_BEGIN_DECLS
 /** What an address text that is not valid gives. */
 #define NETU_INVALID_ADDRESS 2103
 
-/* ---- IPv4 address arithmetic ------------------------------------------------------------------
- */
+/* ---- IPv4 address arithmetic ----------------------------------------------------------------- */
 
 /** The network part of an address: address AND mask.
  *
@@ -31,16 +43,29 @@ TALVERA_BEGIN_DECLS
 TALVERA_API int netu_calc_network(const char *address, const char *mask, uint32_t *result)
     TALVERA_NONNULL(3);
 
-/** The broadcast address: address OR NOT mask. Otherwise as netu_calc_network(). */
+/** The broadcast address: address OR NOT mask.
+ *
+ *  @param address      address text
+ *  @param mask         mask text; need not be contiguous
+ *  @param[out] result  the address in network byte order; left as it was on failure
+ *  @return as netu_calc_network()
+ */
 TALVERA_API int netu_calc_broadcast(const char *address, const char *mask, uint32_t *result)
     TALVERA_NONNULL(3);
 
-/** The host part of an address: address AND NOT mask. Otherwise as netu_calc_network(). */
+/** The host part of an address: address AND NOT mask.
+ *
+ *  @param address      address text
+ *  @param mask         mask text; need not be contiguous
+ *  @param[out] result  the address in network byte order; left as it was on failure
+ *  @return as netu_calc_network()
+ */
 TALVERA_API int netu_calc_host(const char *address, const char *mask, uint32_t *result)
     TALVERA_NONNULL(3);
 
 /** Counts the bits that are set in a mask, contiguous or not: 255.0.255.0 gives 16.
  *
+ *  @param mask  mask text
  *  @return 0 to 32; 0 when @p mask is null or not a valid IPv4 address
  */
 TALVERA_API unsigned int netu_calc_subnet_prefix(const char *mask);
@@ -54,13 +79,13 @@ TALVERA_API uint32_t netu_subnet_mask_from_prefix(unsigned int prefix);
 
 /** Whether an address is not set.
  *
+ *  @param address  address text, or null
  *  @return 1 for null, for the empty string and for 0.0.0.0 in any spelling that inet_pton() takes;
  *          0 for any other address and for what is not an address
  */
 TALVERA_API int netu_is_empty_ip4addr(const char *address);
 
-/* ---- Conversion -------------------------------------------------------------------------------
- */
+/* ---- Conversion ------------------------------------------------------------------------------ */
 
 /** Converts an IPv4 address text.
  *
@@ -71,7 +96,13 @@ TALVERA_API int netu_is_empty_ip4addr(const char *address);
  */
 TALVERA_API int netu_atoipv4(const char *address, void *result);
 
-/** Converts an IPv6 address text (RFC 4291) to 16 bytes. Otherwise as netu_atoipv4(). */
+/** Converts an IPv6 address text (RFC 4291).
+ *
+ *  @param address      address text
+ *  @param[out] result  16 bytes in network order, of any alignment, written when the text is valid;
+ *                      null to ask for validity alone
+ *  @return 1 when valid; 0 when not, or null
+ */
 TALVERA_API int netu_atoipv6(const char *address, void *result);
 
 /** Room for the text of a MAC address: 17 characters and the terminator. */
@@ -104,28 +135,27 @@ TALVERA_API unsigned char *netu_atoe(const char *text, unsigned char *mac) TALVE
  */
 TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
 
-/* ---- Interface statistics ---------------------------------------------------------------------
- */
+/* ---- Interface statistics -------------------------------------------------------------------- */
 
 /** Counters of an interface: what they count is named after the file that they are read from, below
  *  /sys/class/net/INTERFACE/statistics (Documentation/ABI/testing/sysfs-class-net-statistics). The
  *  last four files are the platform drivers' own. */
 enum netu_stat {
-  NETU_RX_PACKETS,
-  NETU_RX_BYTES,
-  NETU_RX_DROPPED,
-  NETU_RX_ERRORS,
-  NETU_MULTICAST,
-  NETU_TX_PACKETS,
-  NETU_TX_BYTES,
-  NETU_TX_DROPPED,
-  NETU_TX_ERRORS,
-  NETU_COLLISIONS,
+  NETU_RX_PACKETS,       /**< rx_packets */
+  NETU_RX_BYTES,         /**< rx_bytes */
+  NETU_RX_DROPPED,       /**< rx_dropped */
+  NETU_RX_ERRORS,        /**< rx_errors */
+  NETU_MULTICAST,        /**< multicast */
+  NETU_TX_PACKETS,       /**< tx_packets */
+  NETU_TX_BYTES,         /**< tx_bytes */
+  NETU_TX_DROPPED,       /**< tx_dropped */
+  NETU_TX_ERRORS,        /**< tx_errors */
+  NETU_COLLISIONS,       /**< collisions */
   NETU_TX_ERRORED_BYTES, /**< tx-errored-bytes */
   NETU_RX_ERRORED_BYTES, /**< rx-errored-bytes */
   NETU_TX_DROPPED_BYTES, /**< tx-dropped-bytes */
   NETU_RX_DROPPED_BYTES, /**< rx-dropped-bytes */
-  NETU_STAT_COUNT
+  NETU_STAT_COUNT        /**< number of counters */
 };
 
 /** Counters and how they changed since the last reset. Indexed by enum netu_stat. */
@@ -149,24 +179,37 @@ TALVERA_API int netu_ifstat_get(const char *ifname, unsigned int index, char *bu
 /** @return a record of zeros, to release with netu_free_linuxif_stats(); null without memory */
 TALVERA_API struct netu_linuxif_stats *netu_alloc_linuxif_stats(void) TALVERA_MUST_USE;
 
-/** Frees a record; null is ignored. */
+/** Frees a record; null is ignored.
+ *
+ *  @param stats  the record
+ */
 TALVERA_API void netu_free_linuxif_stats(struct netu_linuxif_stats *stats);
 
-/** Sets all counters of a record to 0. @return 0 */
+/** Sets all counters of a record to 0.
+ *
+ *  @param[out] stats  the record
+ *  @return 0
+ */
 TALVERA_API int netu_init_linuxif_stats(struct netu_linuxif_stats *stats) TALVERA_NONNULL(1);
 
 /** Reads all counters of an interface, and works out the deltas.
  *
  *  Texts are taken as strtoul() takes them in base 0; a counter beyond 32 bits reads as 2^32 - 1. A
- *  counter without a file takes the value of the one before it in enum netu_stat (the first
- *  takes 0), which is meant; one that cannot be read gives 0.
+ *  counter whose file is missing or empty takes the value of the one before it in enum netu_stat
+ *  (the first takes 0), which is meant; one that cannot be read gives 0.
  *
+ *  @param ifname         the interface
+ *  @param[in,out] stats  the record
  *  @return 0
  */
 TALVERA_API int netu_update_linuxif_stats(const char *ifname, struct netu_linuxif_stats *stats)
     TALVERA_NONNULL(1, 2);
 
-/** Makes the current values the base, and the deltas 0. @return 0 */
+/** Makes the current values the base, and the deltas 0.
+ *
+ *  @param[in,out] stats  the record
+ *  @return 0
+ */
 TALVERA_API int netu_reset_linuxif_stats(struct netu_linuxif_stats *stats) TALVERA_NONNULL(1);
 
 /** One counter of a record.
@@ -179,8 +222,7 @@ TALVERA_API int netu_reset_linuxif_stats(struct netu_linuxif_stats *stats) TALVE
 TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stats,
                                            unsigned int index) TALVERA_NONNULL(1);
 
-/* ---- Duplicate addresses ----------------------------------------------------------------------
- */
+/* ---- Duplicate addresses --------------------------------------------------------------------- */
 
 /** Asks with one ARP probe whether another host uses an address.
  *

@@ -1,12 +1,30 @@
-/* Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
+/** @file
+ *  Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
  *
- * Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>): in host byte
- * order except where a field is said to be big-endian. A message is a struct nlmsghdr, a struct
- * nfgenmsg (address family, version 0, big-endian resource id), then attributes, each with a
- * struct nlattr before it and on a 4-byte boundary. A message's type is the subsystem's id shifted
- * left by 8, plus the message type within the subsystem.
+ *  @code
+ *  #include <linux/netfilter/nfnetlink_log.h>
  *
- * A handle and all that belongs to it is used by one thread at a time. Nothing here logs.
+ *  nfnetlink_log_handler print_packet = NULL;  // yours
+ *  uint32_t buffer[16384];
+ *  struct nfnetlink_log *log = nfnetlink_log_open();
+ *  struct nfnetlink_log_group *group = log != NULL ? nfnetlink_log_bind_group(log, 5) : NULL;
+ *  if (group != NULL) {
+ *    int length;
+ *    nfnetlink_log_register_handler(group, print_packet, NULL);
+ *    nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, 128);
+ *    while ((length = nfnetlink_receive(log->netlink, buffer, sizeof buffer)) > 0)
+ *      nfnetlink_msg_unpack(log->netlink, buffer, length);
+ *  }
+ *  if (log != NULL) nfnetlink_log_close(log);
+ *  @endcode
+ *
+ *  Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>): in host byte
+ *  order except where a field is said to be big-endian. A message is a struct nlmsghdr, a struct
+ *  nfgenmsg (address family, version 0, big-endian resource id), then attributes, each with a
+ *  struct nlattr before it and on a 4-byte boundary. A message's type is the subsystem's id shifted
+ *  left by 8, plus the message type within the subsystem.
+ *
+ *  A handle and all that belongs to it is used by one thread at a time. Nothing here logs.
  */
 #ifndef TALVERA_NFNETLINK_H
 #define TALVERA_NFNETLINK_H
@@ -64,8 +82,7 @@ struct nfnetlink_handle {
   struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem id */
 };
 
-/* ---- Handles and subsystems -------------------------------------------------------------------
- */
+/* ---- Handles and subsystems ------------------------------------------------------------------ */
 
 /** Opens a netfilter netlink socket and binds it to a port id of the kernel's choice.
  *
@@ -79,6 +96,7 @@ TALVERA_API struct nfnetlink_handle *nfnetlink_open(void) TALVERA_MUST_USE;
  *
  *  Groups are only ever added: closing a subsystem does not leave its groups.
  *
+ *  @param handle  the handle
  *  @return 0; -1 with errno set when binding fails, the groups then being those of before; -1 for
  *          null
  */
@@ -98,19 +116,23 @@ TALVERA_API struct nfnetlink_subsys *nfnetlink_subsys_open(struct nfnetlink_hand
                                                            unsigned int callback_count,
                                                            uint32_t subscriptions);
 
-/** Frees a slot's callback table and clears the slot. @return 0; -1 for null */
+/** Frees a slot's callback table and clears the slot.
+ *
+ *  @param[in,out] subsys  the slot
+ *  @return 0; -1 for null
+ */
 TALVERA_API int nfnetlink_subsys_close(struct nfnetlink_subsys *subsys);
 
 /** Closes all subsystems and the socket, and frees the handle.
  *
  *  A socket with descriptor 0 is left open, which is meant: 0 counts as no socket.
  *
+ *  @param handle  the handle
  *  @return 0; -1 for null
  */
 TALVERA_API int nfnetlink_close(struct nfnetlink_handle *handle);
 
-/* ---- Requests ---------------------------------------------------------------------------------
- */
+/* ---- Requests -------------------------------------------------------------------------------- */
 
 /** Appends to a message under construction, which begins with its nlmsg_len set to 0.
  *
@@ -128,6 +150,8 @@ TALVERA_API int nfnetlink_msg_pack(struct nlmsghdr *message, const void *data, u
 
 /** Sends a message to the kernel.
  *
+ *  @param handle   the handle
+ *  @param message  a whole message, nlmsg_len bytes
  *  @return bytes sent; -1 with errno set; -1 when an argument is null
  */
 TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlmsghdr *message);
@@ -135,17 +159,20 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
 /** Sends a message and dispatches what arrives until the kernel has acknowledged it.
  *
  *  Blocks. An error reply of the kernel's is not told: the wait goes on after it, and ends with
- *  whatever comes next.
+ *  whatever comes next. Of a datagram 8192 bytes are received, and the rest is lost. After any
+ *  other end than an acknowledgement that of this request may still be to come.
  *
- *  @return 0 when the kernel acknowledged; the result of a handler that stopped the dispatch; -1
- *          when sending, receiving (other than for a signal) or dispatching fails, when a
- *          message has a sequence number that is neither 0 nor the handle's, or an argument is null
+ *  @param handle   the handle
+ *  @param message  a whole message, nlmsg_len bytes, that asks for an acknowledgement
+ *  @return 0 when the kernel acknowledged, or a datagram came without a whole first message; the
+ *          result of a handler that stopped the dispatch; -1 when sending, receiving (other than
+ *          for a signal) or dispatching fails, when a datagram's first message has a sequence
+ *          number that is neither 0 nor the handle's, or an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
 
-/* ---- Reception --------------------------------------------------------------------------------
- */
+/* ---- Reception ------------------------------------------------------------------------------- */
 
 /** Receives one datagram of messages from the kernel.
  *
@@ -177,7 +204,7 @@ TALVERA_API int nfnetlink_receive(struct nfnetlink_handle *handle, void *buffer,
  *  @return the result that ended the dispatch; at the end of the buffer that of the last message,
  *          which is 1 for one passed over; 0 when the buffer does not hold a first message; -1 when
  *          @p handle or @p buffer is null, or memory runs out for a table of more than 64
- * attributes
+ *          attributes
  */
 TALVERA_API int nfnetlink_msg_unpack(struct nfnetlink_handle *handle, const void *buffer,
                                      int length);
@@ -197,19 +224,22 @@ TALVERA_API int nfnetlink_msg_unpack(struct nfnetlink_handle *handle, const void
 TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_size,
                                          const struct nlattr *first, int length);
 
-/* ---- The packet log ---------------------------------------------------------------------------
- */
-
-/* Packets that a firewall rule sends to a log group (iptables' NFLOG target) are delivered to the
- * program that has bound the group (<linux/netfilter/nfnetlink_log.h>). A program opens a log
- * handle, binds groups, sets what is copied of each packet and registers a handler for each group;
- * then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
- * handle.
+/** @name The packet log
+ *  Packets that a firewall rule sends to a log group (iptables' NFLOG target) are delivered to the
+ *  program that has bound the group (<linux/netfilter/nfnetlink_log.h>). A program opens a log
+ *  handle, binds groups, sets what is copied of each packet and registers a handler for each group;
+ *  then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
+ *  handle.
  *
- * Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
- * that says about errors that the kernel replies: a refused request does not return. Packets that
- * arrive meanwhile are dispatched; one for a group without handler fails the request.
- */
+ *  Behind several packets in one datagram the kernel puts a message of type 3 without NLM_F_MULTI:
+ *  nfnetlink_msg_unpack() then gives -1, after the handlers have seen all of the packets.
+ *
+ *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
+ *  that says about errors that the kernel replies: a refused request does not return. Packets that
+ *  arrive meanwhile are dispatched; one for a group without handler, or several in one datagram,
+ *  fail the request, so that handlers are best registered, and modes set, before packets are
+ *  logged.
+ *  @{ */
 
 /** Entries of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17 are seen. */
 #define NFNETLINK_LOG_ATTRIBUTES 17
@@ -232,15 +262,15 @@ typedef int (*nfnetlink_log_handler)(struct nfnetlink_log_group *group,
 /** A bound log group. Made by nfnetlink_log_bind_group(), owned by its log handle. */
 struct nfnetlink_log_group {
   struct nfnetlink_log_group *next; /**< bound before this one */
-  struct nfnetlink_log *log;
-  uint16_t number;
-  nfnetlink_log_handler handler; /**< null until registered */
-  void *data;                    /**< given to the handler */
+  struct nfnetlink_log *log;        /**< the log handle that the group is bound on */
+  uint16_t number;                  /**< group number */
+  nfnetlink_log_handler handler;    /**< null until registered */
+  void *data;                       /**< given to the handler */
 };
 
 /** A packet-log client. Made by nfnetlink_log_open(). */
 struct nfnetlink_log {
-  struct nfnetlink_handle *netlink;
+  struct nfnetlink_handle *netlink;   /**< its netlink handle */
   struct nfnetlink_subsys *subsys;    /**< the packet-log subsystem's slot */
   struct nfnetlink_log_group *groups; /**< newest first */
 };
@@ -251,6 +281,7 @@ TALVERA_API struct nfnetlink_log *nfnetlink_log_open(void) TALVERA_MUST_USE;
 /** Frees the log handle with its groups and closes its socket. No unbind requests are sent: the
  *  kernel drops the groups with the socket.
  *
+ *  @param log  the log handle
  *  @return 0
  */
 TALVERA_API int nfnetlink_log_close(struct nfnetlink_log *log) TALVERA_NONNULL(1);
@@ -263,7 +294,12 @@ TALVERA_API int nfnetlink_log_close(struct nfnetlink_log *log) TALVERA_NONNULL(1
  */
 TALVERA_API int nfnetlink_log_bind_pf(struct nfnetlink_log *log, unsigned int family);
 
-/** Takes nfnetlink_log_bind_pf() back. */
+/** Takes nfnetlink_log_bind_pf() back.
+ *
+ *  @param log     the log handle
+ *  @param family  such as AF_INET; its low 8 bits are sent
+ *  @return as nfnetlink_log_bind_pf()
+ */
 TALVERA_API int nfnetlink_log_unbind_pf(struct nfnetlink_log *log, unsigned int family);
 
 /** Binds a log group to this client.
@@ -276,7 +312,13 @@ TALVERA_API int nfnetlink_log_unbind_pf(struct nfnetlink_log *log, unsigned int 
 TALVERA_API struct nfnetlink_log_group *nfnetlink_log_bind_group(struct nfnetlink_log *log,
                                                                  unsigned int group);
 
-/** Sets a group's handler, in place of any earlier one. @return 0; -1 for a null @p group */
+/** Sets a group's handler, in place of any earlier one.
+ *
+ *  @param group    the group's node
+ *  @param handler  called with each packet of the group
+ *  @param data     given to the handler
+ *  @return 0; -1 for a null @p group
+ */
 TALVERA_API int nfnetlink_log_register_handler(struct nfnetlink_log_group *group,
                                                nfnetlink_log_handler handler, void *data);
 
@@ -284,6 +326,7 @@ TALVERA_API int nfnetlink_log_register_handler(struct nfnetlink_log_group *group
  *
  *  A node that is not on its log handle's list is not freed.
  *
+ *  @param group  the group's node
  *  @return 0; -1 when the request fails, the node then staying as it is, and for null
  */
 TALVERA_API int nfnetlink_log_unbind_group(struct nfnetlink_log_group *group);
@@ -307,6 +350,8 @@ TALVERA_API int nfnetlink_log_setmode(struct nfnetlink_log_group *group, unsigne
  */
 TALVERA_API const void *nfnetlink_log_nfa_get_ptr(const struct nlattr *const *attributes,
                                                   unsigned int type);
+
+/** @} */
 
 TALVERA_END_DECLS
 

@@ -1,38 +1,44 @@
-/* Configuration store: name/value pairs in one System V shared-memory segment, which all processes
- * of the gateway attach and read and write directly.
+/** @file
+ *  Configuration store: name/value pairs in one System V shared-memory segment, which all processes
+ *  of the gateway attach and read and write directly.
  *
- * One process creates the segment with nvram_init(). Then every process attaches it:
+ *  One process creates the segment with nvram_init(). Then every process attaches it:
  *
- *   nvram_hash = nvram_attach(path);      // the pairs are reached through nvram_hash,
- *   nvram_shmid = nvram_id(path);         // locks and status through nvram_shmid
- *   ...
- *   nvram_detach(nvram_hash);
- *   nvram_hash = NULL;
+ *  @code
+ *  const char *path = "/etc/config";
+ *  nvram_hash = nvram_attach(path);  // the pairs are reached through nvram_hash,
+ *  nvram_shmid = nvram_id(path);     // locks and status through nvram_shmid
+ *  const char *name = nvram_get("hostname");
+ *  if (name != NULL) printf("%.*s\n", NVRAM_VALUE_SIZE, name);
+ *  nvram_set("hostname", "gateway");
+ *  nvram_detach(nvram_hash);
+ *  nvram_hash = NULL;
+ *  @endcode
  *
- * The segment's key is ftok(path, 1). The segment is a table of NVRAM_ENTRIES entries, without any
- * header; a new one is all zeros, the empty store:
+ *  The segment's key is ftok(path, 1). The segment is a table of NVRAM_ENTRIES entries, without any
+ *  header; a new one is all zeros, the empty store:
  *
- *   entry 0           never used: a link of 0 ends every chain
- *   entries 1 to 256  buckets, where chains start
- *   257 to 383        overflow entries, which continue chains
+ *      entry 0           never used: a link of 0 ends every chain
+ *      entries 1 to 256  buckets, where chains start
+ *      257 to 383        overflow entries, which continue chains
  *
- * An entry has no alignment and is the same 99 bytes on every machine:
+ *  An entry has no alignment and is the same 99 bytes on every machine:
  *
- *   offset  size  field
- *   0         32  name, NUL-terminated unless it has 32 characters
- *   32        64  value, NUL-terminated unless it has 64 characters
- *   96         1  not 0: in use
- *   97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
- *                 entry is not in use
+ *      offset  size  field
+ *      0         32  name, NUL-terminated unless it has 32 characters
+ *      32        64  value, NUL-terminated unless it has 64 characters
+ *      96         1  not 0: in use
+ *      97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
+ *                  entry is not in use
  *
- * A name's bucket is its hash modulo 256, plus 1, where the hash starts at 0 and becomes hash * 31
- * + character for each character of the whole name. Names are compared over their first 32
- * characters.
+ *  A name's bucket is its hash modulo 256, plus 1, where the hash starts at 0 and each character of
+ *  the whole name makes it hash * 31 + character. Names are compared over their first 32
+ *  characters.
  *
- * Nothing excludes other processes: programs that share a store serialise their writers themselves,
- * and a value can change under its reader. What a process that is wrong writes into the segment
- * leads none of these functions outside of it, nor into an endless loop: links out of range end a
- * chain, and so does a chain that is longer than the table.
+ *  Nothing excludes other processes: programs that share a store serialise their writers
+ *  themselves, and a value can change under its reader. What a process that is wrong writes into
+ *  the segment leads none of these functions outside of it, nor into an endless loop: links out of
+ *  range end a chain, and so does a chain that is longer than the table.
  */
 #ifndef TALVERA_NVRAM_H
 #define TALVERA_NVRAM_H
@@ -45,10 +51,10 @@ struct shmid_ds; /* <sys/shm.h> */
 
 TALVERA_BEGIN_DECLS
 
-#define NVRAM_ENTRIES 384
-#define NVRAM_NAME_SIZE 32
-#define NVRAM_VALUE_SIZE 64
-#define NVRAM_ENTRY_SIZE 99
+#define NVRAM_ENTRIES 384   /**< entries of the table */
+#define NVRAM_NAME_SIZE 32  /**< bytes of a name */
+#define NVRAM_VALUE_SIZE 64 /**< bytes of a value */
+#define NVRAM_ENTRY_SIZE 99 /**< bytes of an entry */
 
 /** Smallest size of the segment in bytes: 38016. */
 #define NVRAM_SEGMENT_SIZE (NVRAM_ENTRIES * NVRAM_ENTRY_SIZE)
@@ -63,7 +69,7 @@ extern TALVERA_API int32_t nvram_shmid;
  *  address, nvram_attach()'s failure, counts as null. */
 extern TALVERA_API void *nvram_hash;
 
-/* ---- The segment ---------------------------------------------------------------------------- */
+/* ---- The segment ----------------------------------------------------------------------------- */
 
 /** Creates the segment with mode 0600, or finds the one that is there.
  *
@@ -80,7 +86,7 @@ TALVERA_API int nvram_init(const char *path, unsigned int size);
  */
 TALVERA_API int nvram_open(const char *path);
 
-/** Second name of nvram_open(). */
+/** Same as nvram_open(). @copydetails nvram_open */
 TALVERA_API int nvram_id(const char *path);
 
 /** Attaches the segment at an address that the system chooses.
@@ -125,10 +131,10 @@ TALVERA_API int nvram_lock(void);
  */
 TALVERA_API int nvram_unlock(void);
 
-/* ---- Pairs ---------------------------------------------------------------------------------- */
-
-/* Each of these but nvram_show_all() calls nvram_lock() first and nvram_unlock() last; with
- * nvram_shmid at -1 that costs no system call. */
+/** @name Pairs
+ *  Each of these but nvram_show_all() calls nvram_lock() first and nvram_unlock() last; with
+ *  nvram_shmid at -1 that costs no system call.
+ *  @{ */
 
 /** Looks a pair up.
  *
@@ -159,6 +165,8 @@ TALVERA_API int nvram_unset(const char *name);
 /** Prints every pair as "name: value" on a line of standard output, chain after chain; without a
  *  segment nothing. */
 TALVERA_API void nvram_show_all(void);
+
+/** @} */
 
 TALVERA_END_DECLS
 

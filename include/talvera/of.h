@@ -1,31 +1,43 @@
-/* Ordered files: a place, an enable switch and a flags word for each regular file of a directory,
- * kept in a small text file in that directory.
+/** @file
+ *  Ordered files: a place, an enable switch and a flags word for each regular file of a directory,
+ *  kept in a small text file in that directory.
  *
- * A set is built from the directory (of_init_files_info()) or from the saved file
- * (of_deserialize()), edited in place through the items that the look-ups return, and written with
- * of_serialize(). of_sync_dbfile() does the whole pass: it fits the saved settings to the files
- * that are there now.
+ *  @code
+ *  int is_photo(const char *name);  // yours: not 0 for the names that belong to the set
+ *  struct of_files_info *set;
+ *  if (of_sync_dbfile(is_photo, "/photos", ".order") == 0 &&
+ *      of_deserialize(&set, is_photo, "/photos", ".order", 0) == 0) {
+ *    struct of_file_info *first = of_get_file_info_from_order(set, 1);
+ *    if (first != NULL) puts(first->name);
+ *    of_free_files_info(&set);
+ *  }
+ *  @endcode
  *
- * The database file is text. A header line "#VERSION:COUNT", then a line "ORDER:ENABLE:FLAGS:NAME"
- * for each item in ascending order, all numbers decimal but the flags, which are lower-case
- * hexadecimal without prefix:
+ *  A set is built from the directory (of_init_files_info()) or from the saved file
+ *  (of_deserialize()), edited in place through the items that the look-ups return, and written with
+ *  of_serialize(). of_sync_dbfile() does the whole pass: it fits the saved settings to the files
+ *  that are there now.
  *
- *     #1:2
- *     1:1:0:b.jpg
- *     2:0:4:a.jpg
+ *  The database file is text. A header line "#VERSION:COUNT", then a line "ORDER:ENABLE:FLAGS:NAME"
+ *  for each item in ascending order, all numbers decimal but the flags, which are lower-case
+ *  hexadecimal without prefix:
  *
- * Names must not contain white space, at which they end when they are read back: the filter should
- * leave such files out. One before the last makes the whole database unreadable, so that the next
- * of_sync_dbfile() drops every saved setting; the last one is read as its first word.
+ *      #1:2
+ *      1:1:0:b.jpg
+ *      2:0:4:a.jpg
  *
- * Numbers outside 32 bits are read as the nearest limit. A name of more than 31 characters is cut
- * to 31 when it is read, as it is when a set is built. The path "directory/name" is cut to 4095
- * characters.
+ *  Names must not contain white space, at which they end when they are read back: the filter should
+ *  leave such files out. One before the last makes the whole database unreadable, so that the next
+ *  of_sync_dbfile() drops every saved setting; the last one is read as its first word.
  *
- * The database is itself a regular file of the directory: the filter has to leave it out. Every
- * failure is the result -1, and nothing is logged. errno is EINVAL for a database whose content is
- * bad, untouched after of_set_order_for_item(), and otherwise as the failing call left it. Callers
- * serialise their access to one directory's database.
+ *  Numbers outside 32 bits are read as the nearest limit. A name of more than 31 characters is cut
+ *  to 31 when it is read, as it is when a set is built. The path "directory/name" is cut to 4095
+ *  characters.
+ *
+ *  The database is itself a regular file of the directory: the filter has to leave it out. Every
+ *  failure is the result -1, and nothing is logged. errno is EINVAL for a database whose content is
+ *  bad, untouched after of_set_order_for_item(), and otherwise as the failing call left it. Callers
+ *  serialise their access to one directory's database.
  */
 #ifndef TALVERA_OF_H
 #define TALVERA_OF_H
@@ -72,15 +84,28 @@ typedef int (*of_filter)(const char *name);
 TALVERA_API int of_init_files_info(struct of_files_info **set, of_filter filter, const char *dir)
     TALVERA_NONNULL(1, 3) TALVERA_MUST_USE;
 
-/** Frees the set that @p set points to and sets that pointer to null; null is ignored. */
+/** Frees the set that @p set points to and sets that pointer to null; null is ignored.
+ *
+ *  @param[in,out] set  address of the pointer to the set
+ */
 TALVERA_API void of_free_files_info(struct of_files_info **set);
 
-/** @return the first item named exactly @p name, or null; it belongs to @p set */
+/** Looks an item up by its name.
+ *
+ *  @param set   the set
+ *  @param name  the name
+ *  @return the first item named exactly @p name, or null; it belongs to @p set
+ */
 TALVERA_API struct of_file_info *of_get_file_info_from_name(struct of_files_info *set,
                                                             const char *name) TALVERA_NONNULL(1, 2);
 
-/** @return the first item, in the order of the array, that has this order, or null; it belongs to
- *          @p set */
+/** Looks an item up by its place.
+ *
+ *  @param set    the set
+ *  @param order  the place
+ *  @return the first item, in the order of the array, that has this order, or null; it belongs to
+ *          @p set
+ */
 TALVERA_API struct of_file_info *of_get_file_info_from_order(struct of_files_info *set,
                                                              int32_t order) TALVERA_NONNULL(1);
 
@@ -94,10 +119,20 @@ TALVERA_API struct of_file_info *of_get_file_info_from_order(struct of_files_inf
 TALVERA_API int of_set_order_for_item(struct of_files_info *set, struct of_file_info *item,
                                       int32_t new_order) TALVERA_NONNULL(1, 2);
 
-/** Sets the item's enable switch to 1, or to 0 if @p enable is 0. @return 0 */
+/** Sets the item's enable switch.
+ *
+ *  @param[out] item  the item
+ *  @param enable     0 for 0, any other value for 1
+ *  @return 0
+ */
 TALVERA_API int of_set_enable_for_item(struct of_file_info *item, int enable) TALVERA_NONNULL(1);
 
-/** Sets the item's flags. @return 0 */
+/** Sets the item's flags.
+ *
+ *  @param[out] item  the item
+ *  @param flags      bits of the caller's own
+ *  @return 0
+ */
 TALVERA_API int of_set_flags_for_item(struct of_file_info *item, uint32_t flags) TALVERA_NONNULL(1);
 
 /** Writes a set to the database file "dir/dbname", which is created or replaced.
@@ -106,6 +141,9 @@ TALVERA_API int of_set_flags_for_item(struct of_file_info *item, uint32_t flags)
  *  outside that range, and of items that share an order all but the first in the array. The header
  *  has version 1 and the set's count, however many lines follow.
  *
+ *  @param set     the set
+ *  @param dir     path of the directory
+ *  @param dbname  name of the database file in it
  *  @return 0; -1 when the file cannot be opened for writing (mode "w+") or not be written whole; -1
  *          with the file as it was when memory runs out
  */
@@ -145,6 +183,9 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
  *
  *  The cost grows with the number of files n as n log n.
  *
+ *  @param filter  which files to take; null is a failure (EINVAL)
+ *  @param dir     path of the directory
+ *  @param dbname  name of the database file in it
  *  @return 0; -1 when the directory cannot be read or memory runs out, with the database as it was;
  *          -1 when it cannot be written
  */

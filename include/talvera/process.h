@@ -1,12 +1,23 @@
-/* Starting, finding, signalling, waiting for and stopping programs.
+/** @file
+ *  Starting, finding, signalling, waiting for and stopping programs.
  *
- * Everything is logged with syslog (LOG_ERR failures to start, LOG_WARNING signal failures,
- * LOG_DEBUG starts, stops and time-outs). Results are 0, an errno value of the failed system call,
- * or one of the codes below. A process identifier below 2 is never signalled.
+ *  @code
+ *  char *const argv[] = {"example_daemon", "-f", NULL};
+ *  char *const env[] = {"LANG=C", NULL};
+ *  pid_t pid;
+ *  if (process_start(&pid, "/usr/sbin/example_daemon", argv, env) == 0) {
+ *    process_signal(pid, SIGHUP);
+ *    process_stop(pid);
+ *  }
+ *  @endcode
  *
- * process_start() installs a handler of SIGCHLD that collects every finished child of this process,
- * by whatever means it was started: a program that waits for its own children elsewhere must expect
- * them to be gone (ECHILD).
+ *  Everything is logged with syslog (LOG_ERR failures to start, LOG_WARNING signal failures,
+ *  LOG_DEBUG starts, stops and time-outs). Results are 0, an errno value of the failed system call,
+ *  or one of the codes below. A process identifier below 2 is never signalled.
+ *
+ *  process_start() installs a handler of SIGCHLD that collects every finished child of this
+ *  process, by whatever means it was started: a program that waits for its own children elsewhere
+ *  must expect them to be gone (ECHILD).
  */
 #ifndef TALVERA_PROCESS_H
 #define TALVERA_PROCESS_H
@@ -50,13 +61,17 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
  *
  *  @param name       name or path of the program, of which what follows the last "/" counts
  *  @param[out] pids  room for @p capacity identifiers, zero-filled and then filled from the start
- * in pidof's order
+ *                    in pidof's order
  *  @param capacity   identifiers wanted at most
  *  @return number found, 0 to @p capacity; 0 also when pidof cannot be run
  */
 TALVERA_API int process_find_all(const char *name, pid_t *pids, int capacity) TALVERA_NONNULL(1);
 
-/** @return the first identifier that process_find_all() finds, or 0 */
+/** Finds a running program of a name.
+ *
+ *  @param name  as for process_find_all()
+ *  @return the first identifier that process_find_all() finds, or 0
+ */
 TALVERA_API pid_t process_find(const char *name) TALVERA_NONNULL(1);
 
 /** Reads a pid file.
@@ -69,13 +84,17 @@ TALVERA_API pid_t process_get_from_file(const char *path) TALVERA_NONNULL(1);
 
 /** Sends a signal with kill().
  *
+ *  @param pid     the process
+ *  @param signal  number of the signal
  *  @return 0; PROCESS_INVALID with nothing sent; or the errno of kill(), such as ESRCH
  */
 TALVERA_API int process_signal(pid_t pid, int signal);
 
 /** Sends a signal with a value, with sigqueue().
  *
- *  @param value  integer or pointer that the receiver's handler gets
+ *  @param pid     the process
+ *  @param signal  number of the signal
+ *  @param value   integer or pointer that the receiver's handler gets
  *  @return 0; PROCESS_INVALID with nothing sent; or the errno of sigqueue()
  */
 TALVERA_API int process_queue_signal(pid_t pid, int signal, union sigval value);
@@ -94,6 +113,7 @@ TALVERA_API int process_wait(pid_t pid, int seconds);
  *
  *  A child of this process is collected, if it has ended.
  *
+ *  @param pid  the process
  *  @return 0 when it has ended; PROCESS_INVALID; PROCESS_TIMEOUT when it is there a second after
  *          SIGKILL; or the errno of the signal that could not be sent (ESRCH: already gone)
  */

@@ -1,7 +1,14 @@
-/* What the host supplies: access to the gateway's system database and its log.
+/** @file
+ *  What the host supplies: access to the gateway's system database and its log.
  *
- * The library calls these three functions and leaves them undefined; the program, or the gateway's
- * own library, defines them. On a development machine `host/` has a provider to link.
+ *  @code
+ *  char sku[32];
+ *  int error = sdb_get("system.sku", sku, sizeof sku);
+ *  if (error != 0) sdb_log(SDB_LOG_WARNING, "no sku: %s", sdb_strerror(error));
+ *  @endcode
+ *
+ *  The library calls these three functions and leaves them undefined; the program, or the gateway's
+ *  own library, defines them. On a development machine `host/` has a provider to link.
  */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H
@@ -13,7 +20,12 @@
 TALVERA_BEGIN_DECLS
 
 /** Levels of sdb_log(), with the numbers of syslog's. */
-enum sdb_log_level { SDB_LOG_ERROR = 3, SDB_LOG_WARNING = 4, SDB_LOG_INFO = 6, SDB_LOG_DEBUG = 7 };
+enum sdb_log_level {
+  SDB_LOG_ERROR = 3,   /**< something failed */
+  SDB_LOG_WARNING = 4, /**< something is not as it should be */
+  SDB_LOG_INFO = 6,    /**< what happens in ordinary work */
+  SDB_LOG_DEBUG = 7    /**< for who looks for a fault */
+};
 
 /** Reads the value of a key.
  *

@@ -1,22 +1,30 @@
-/* TLS client connections to the gateway's servers, and certificate tools.
+/** @file
+ *  TLS client connections to the gateway's servers, and certificate tools.
  *
- * A program asks SSL_initialize() for a client context, binds an OpenSSL `SSL` object of it to a
- * connected socket, runs the handshake with SSL_Nblk_connect(), and judges the server with
- * SSL_check_cert() before it sends anything: the handshake itself accepts every server.
+ *  A program asks SSL_initialize() for a client context, binds an OpenSSL `SSL` object of it to a
+ *  connected socket, runs the handshake with SSL_Nblk_connect(), and judges the server with
+ *  SSL_check_cert() before it sends anything: the handshake itself accepts every server.
  *
- *     SSL_CTX *ctx = SSL_initialize("tls1.2");
- *     SSL *ssl = SSL_new(ctx);
- *     SSL_set_fd(ssl, fd);
- *     if (SSL_Nblk_connect(ssl, fd) == 1 && SSL_check_cert(ssl, "acs.example.net") == 0) ...
+ *  @code
+ *  int connect_to(const char *host);  // yours
+ *  int fd = connect_to("acs.example.net");
+ *  SSL_CTX *ctx = SSL_initialize("tls1.2");
+ *  SSL *ssl = ctx != NULL ? SSL_new(ctx) : NULL;
+ *  if (ssl != NULL && SSL_set_fd(ssl, fd) == 1 && SSL_Nblk_connect(ssl, fd) == 1 &&
+ *      SSL_check_cert(ssl, "acs.example.net") == 0)
+ *    SSL_write(ssl, "GET / HTTP/1.0\r\n\r\n", 18);
+ *  SSL_free(ssl);
+ *  SSL_CTX_free(ctx);
+ *  @endcode
  *
- * The objects are OpenSSL's own, to be used and released with its functions. The library works with
- * OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by default
- * (old protocols, short keys, old digests, servers without secure renegotiation) is allowed, inside
- * the context that SSL_initialize() returns and nowhere else.
+ *  The objects are OpenSSL's own, to be used and released with its functions. The library works
+ *  with OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by
+ *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
+ *  allowed, inside the context that SSL_initialize() returns and nowhere else.
  *
- * Connection functions log to the system database's log; certificate tools log nothing. Errors that
- * OpenSSL queues during a call are taken back before the call returns, except by
- * SSL_Nblk_connect(), after which ERR_get_error() tells why a handshake failed.
+ *  Connection functions log to the system database's log; certificate tools log nothing. Errors
+ *  that OpenSSL queues during a call are taken back before the call returns, except by
+ *  SSL_Nblk_connect(), after which ERR_get_error() tells why a handshake failed.
  */
 #ifndef TALVERA_SSL_H
 #define TALVERA_SSL_H
@@ -30,8 +38,8 @@ TALVERA_BEGIN_DECLS
 
 /* ---- The client context ---------------------------------------------------------------------- */
 
-#define SSL_CLIENT_CERT_SIZE 880
-#define SSL_CLIENT_PVT_KEY_SIZE 317
+#define SSL_CLIENT_CERT_SIZE 880    /**< bytes of client_cert */
+#define SSL_CLIENT_PVT_KEY_SIZE 317 /**< bytes of client_pvt_key */
 
 /** The device's client certificate (DER, RFC 5280). */
 TALVERA_API extern const unsigned char client_cert[SSL_CLIENT_CERT_SIZE];
@@ -42,10 +50,10 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
 /** Makes a client context for one protocol.
  *
  *  The context trusts OpenSSL's default places, the eleven root certificates that the product
- * ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
- * read. It offers all ciphers and presents the device's client certificate. It does not verify the
- * peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries
- * are on.
+ *  ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
+ *  read. It offers all ciphers and presents the device's client certificate. It does not verify the
+ *  peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic
+ *  retries are on.
  *
  *  An empty downloaded file counts as an installed certificate. A product key or certificate that
  *  OpenSSL refuses is no failure: the context then lacks the client identity, and what comes after
@@ -117,26 +125,26 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  @param expected_name  the name the server must have
  *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* code of
  *          <openssl/x509_vfy.h>, of which 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name
- * and for a server without a certificate
+ *          and for a server without a certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
 
-/* ---- Certificate files ----------------------------------------------------------------------- */
-
-/* The encoding of a certificate file is named by a word. What counts is its beginning, tested in
- * this order:
+/** @name Certificate files
+ *  The encoding of a certificate file is named by a word. What counts is its beginning, tested in
+ *  this order:
  *
- *     D or d                         DER
- *     N or n                         Netscape certificate sequence
- *     1, or the word is PKCS12, pkcs12, P12 or p12
- *                                    PKCS#12 bundle with the empty password
- *     P or p, unless V or v follows  PEM, plain or with trust settings
+ *      D or d                         DER
+ *      N or n                         Netscape certificate sequence
+ *      1, or the word is PKCS12, pkcs12, P12 or p12
+ *                                     PKCS#12 bundle with the empty password
+ *      P or p, unless V or v follows  PEM, plain or with trust settings
  *
- * Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
- * read, and neither can a null or any other word: the certificate is missing then, as it is when
- * the file cannot be opened or holds something else. A null path stands for standard input, which
- * is made unbuffered and stays open. */
+ *  Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
+ *  read, and neither can a null or any other word: the certificate is missing then, as it is when
+ *  the file cannot be opened or holds something else. A null path stands for standard input, which
+ *  is made unbuffered and stays open.
+ *  @{ */
 
 /** The hash of a certificate's subject, by which OpenSSL looks certificates up in a directory:
  *  "openssl x509 -subject_hash" prints the same.
@@ -170,7 +178,12 @@ TALVERA_API int SSL_cert_fingerprint(const char *path, const char *format, const
  */
 TALVERA_API int SSL_cert_der2pem(const char *der_path, const char *pem_path);
 
-/** @return 1 when the @p len bytes at @p der begin with an X.509 certificate in DER, else 0 */
+/** Tells whether bytes are a certificate.
+ *
+ *  @param der  @p len bytes
+ *  @param len  bytes at @p der
+ *  @return 1 when the @p len bytes at @p der begin with an X.509 certificate in DER, else 0
+ */
 TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long len);
 
 /** Reads a whole file, such as a certificate, with one read.
@@ -180,10 +193,12 @@ TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long len);
  *  @param dir        path of the directory
  *  @param name       name of the file in it
  *  @return the file's size in bytes; 0 when it cannot be opened or read, is empty, or is read
- * short; also when open() gives descriptor 0, which is meant
+ *          short; also when open() gives descriptor 0, which is meant
  */
 TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name)
     TALVERA_NONNULL(1, 2, 3) TALVERA_MUST_USE;
+
+/** @} */
 
 /* ---- Parsed certificates --------------------------------------------------------------------- */
 
@@ -195,26 +210,48 @@ TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir
  */
 TALVERA_API X509 *uc_make_x509(const unsigned char *der, long len) TALVERA_MUST_USE;
 
-/* One attribute of the subject's name, the first of its kind, as the certificate holds it (no
- * conversion of character sets):
+/** The commonName of the subject, the first of several, as the certificate holds it (no conversion
+ *  of character sets).
  *
  *  @param cert      the certificate
  *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
- * terminated
+ *                   terminated
  *  @param len       bytes of room; below 1 nothing is written
  *  @return length of the text in @p buf, or -1 when the subject has no such attribute
  */
-
-/** commonName; see above. */
 TALVERA_API int uc_get_common_name(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** The subject's serialNumber attribute, not the certificate's serial number; see above. */
+/** The serialNumber attribute of the subject, the first of several, as the certificate holds it (no
+ *  conversion of character sets). Not the certificate's serial number.
+ *
+ *  @param cert      the certificate
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ *                   terminated
+ *  @param len       bytes of room; below 1 nothing is written
+ *  @return length of the text in @p buf, or -1 when the subject has no such attribute
+ */
 TALVERA_API int uc_get_serial_number(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** organizationName; see above. */
+/** The organizationName of the subject, the first of several, as the certificate holds it (no
+ *  conversion of character sets).
+ *
+ *  @param cert      the certificate
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ *                   terminated
+ *  @param len       bytes of room; below 1 nothing is written
+ *  @return length of the text in @p buf, or -1 when the subject has no such attribute
+ */
 TALVERA_API int uc_get_organization_name(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** organizationalUnitName; see above. */
+/** The organizationalUnitName of the subject, the first of several, as the certificate holds it (no
+ *  conversion of character sets).
+ *
+ *  @param cert      the certificate
+ *  @param[out] buf  room for @p len bytes; receives the text, cut to @p len - 1 bytes and
+ *                   terminated
+ *  @param len       bytes of room; below 1 nothing is written
+ *  @return length of the text in @p buf, or -1 when the subject has no such attribute
+ */
 TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int len)
     TALVERA_NONNULL(1, 2);
 
@@ -233,7 +270,13 @@ TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int len)
  */
 TALVERA_API int uc_get_notbefore(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
-/** The end of a certificate's validity; as uc_get_notbefore() in all else. */
+/** The end of a certificate's validity; as uc_get_notbefore() in all else.
+ *
+ *  @param cert      the certificate, which the call uses up
+ *  @param[out] buf  room for @p len + 1 bytes
+ *  @param len       greatest number of characters
+ *  @return as uc_get_notbefore()
+ */
 TALVERA_API int uc_get_notafter(X509 *cert, char *buf, int len) TALVERA_NONNULL(1, 2);
 
 TALVERA_END_DECLS

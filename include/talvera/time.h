@@ -1,12 +1,21 @@
-/* Seconds, dates, clocks and time zones.
+/** @file
+ *  Seconds, dates, clocks and time zones.
  *
- * A date is counted from 1970-01-01 without any time zone unless a function says "local"; the local
- * zone is that of the TZ environment variable at the time of the call (POSIX, "Other Environment
- * Variables"). No function logs or sets errno on purpose, and none keeps state.
+ *  @code
+ *  struct datetime dt;
+ *  char zone[64];
+ *  stod(951782400, &dt);                                    // 2000-02-29 00:00:00
+ *  get_posix_timezone("EST5EDT", "us", zone, sizeof zone);  // EST+5EDT,M3.2.0/2,M11.1.0/2
+ *  printf("%d-%02d-%02d %s\n", dt.year, dt.month, dt.day, zone);
+ *  @endcode
  *
- * The text functions of time zones and SOAP write as snprintf() does: at most `size` bytes with the
- * terminator, nothing when `size` is 0, and return the length that the whole text needs. A zone
- * may be converted in place; any other overlap of input and output is not allowed.
+ *  A date is counted from 1970-01-01 without any time zone unless a function says "local"; the
+ *  local zone is that of the TZ environment variable at the time of the call (POSIX, "Other
+ *  Environment Variables"). No function logs or sets errno on purpose, and none keeps state.
+ *
+ *  The text functions of time zones and SOAP write as snprintf() does: at most `size` bytes with
+ *  the terminator, nothing when `size` is 0, and return the length that the whole text needs. A
+ *  zone may be converted in place; any other overlap of input and output is not allowed.
  */
 #ifndef TALVERA_TIME_H
 #define TALVERA_TIME_H
@@ -41,44 +50,61 @@ struct datetime {
  *  @param[out] dt  the date; null is ignored
  */
 TALVERA_API void stod(int32_t seconds, struct datetime *dt);
-TALVERA_API void seconds_to_datetime(int32_t seconds, struct datetime *dt); /**< same as stod() */
+/** Same as stod(). @copydetails stod */
+TALVERA_API void seconds_to_datetime(int32_t seconds, struct datetime *dt);
 
 /** The inverse of stod() for all that is not negative.
  *
  *  Fields out of their range count as arithmetic has it, modulo 2^32; a month below 1 counts as
  *  January and one above 12 as the year's end.
  *
+ *  @param dt  the date
  *  @return seconds since 1970-01-01 00:00:00
  */
 TALVERA_API uint32_t dtos(const struct datetime *dt) TALVERA_NONNULL(1);
-TALVERA_API uint32_t datetime_to_seconds(const struct datetime *dt)
-    TALVERA_NONNULL(1); /**< same as dtos() */
+/** Same as dtos(). @copydetails dtos */
+TALVERA_API uint32_t datetime_to_seconds(const struct datetime *dt) TALVERA_NONNULL(1);
 
-/** @return seconds since boot, from sysinfo(); 0 should that fail */
+/** The time since boot.
+ *
+ *  @return seconds since boot, from sysinfo(); 0 should that fail
+ */
 TALVERA_API int32_t get_sysuptime(void);
-TALVERA_API int32_t KS_GetTimeSeconds(void); /**< same as get_sysuptime() */
+/** Same as get_sysuptime(). @copydetails get_sysuptime */
+TALVERA_API int32_t KS_GetTimeSeconds(void);
 
-/** @return time(), or 0 while that is before 946080000 (1999-12-25 00:00:00 UTC): a clock that was
- *          never set counts as no time at all; times before 1970 count as late ones */
+/** The wall clock.
+ *
+ *  @return time(), or 0 while that is before 946080000 (1999-12-25 00:00:00 UTC): a clock that was
+ *          never set counts as no time at all; times before 1970 count as late ones
+ */
 TALVERA_API time_t get_utctime(void);
-TALVERA_API time_t KS_getUTCtime(void); /**< same as get_utctime() */
+/** Same as get_utctime(). @copydetails get_utctime */
+TALVERA_API time_t KS_getUTCtime(void);
 
-/** @param month  1 to 12; any other gives 0
+/** The length of a month.
+ *
+ *  @param month  1 to 12; any other gives 0
  *  @param year   full year
  *  @return days in the month by the full Gregorian rule (1900 is no leap year, 2000 is one)
  */
 TALVERA_API unsigned int UDA_DaysInMonth(int month, int year);
-TALVERA_API unsigned int get_daysinmonth(int month, int year); /**< same as UDA_DaysInMonth() */
+/** Same as UDA_DaysInMonth(). @copydetails UDA_DaysInMonth */
+TALVERA_API unsigned int get_daysinmonth(int month, int year);
 
 /** Checks a date; mind the order month, day, year.
  *
  *  There is no lower bound on the day: 0 and negative days pass.
  *
+ *  @param month  month
+ *  @param day    day of the month
+ *  @param year   full year
  *  @return 1 if @p month is 1 to 12, @p day at most the month's length and @p year 0 to 2069; else
- * 0
+ *          0
  */
 TALVERA_API int ValiDateProc(int month, int day, int year);
-TALVERA_API int is_valid_date(int month, int day, int year); /**< same as ValiDateProc() */
+/** Same as ValiDateProc(). @copydetails ValiDateProc */
+TALVERA_API int is_valid_date(int month, int day, int year);
 
 /** Lays out the time since boot, not the wall clock, as a date: stod() of get_sysuptime().
  *
@@ -104,28 +130,42 @@ TALVERA_API int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) TALVERA_NONNUL
  */
 TALVERA_API time_t ytt_get_noontime(unsigned int which, uint8_t recheck);
 
-/** @return how many seconds local time is ahead of UTC at time @p t (negative west of Greenwich);
- *          0 when localtime_r() cannot break @p t down */
+/** The offset of the local zone.
+ *
+ *  @param t  seconds since 1970
+ *  @return how many seconds local time is ahead of UTC at time @p t (negative west of Greenwich); 0
+ *          when localtime_r() cannot break @p t down
+ */
 TALVERA_API long get_gmt_offset(time_t t);
 
-/** @return the local day of the week at time @p t, 0 Sunday to 6 Saturday; -1 when localtime_r()
- *          cannot break @p t down */
+/** The day of the week.
+ *
+ *  @param t  seconds since 1970
+ *  @return the local day of the week at time @p t, 0 Sunday to 6 Saturday; -1 when localtime_r()
+ *          cannot break @p t down
+ */
 TALVERA_API int get_dow(time_t t);
 
-/** @return @p base raised to @p exp modulo 2^32; 1 when @p exp is below 1 */
+/** Raises an integer to a power.
+ *
+ *  @param base  the base
+ *  @param exp   the exponent
+ *  @return @p base raised to @p exp modulo 2^32; 1 when @p exp is below 1
+ */
 TALVERA_API int32_t powi(int32_t base, int32_t exp);
 
 /** Makes a POSIX TZ value of a configured zone, always with an explicit sign.
  *
  *  A zone is a name (up to the first of "+-0123456789:"), an offset of such characters, and the
- * name of daylight-saving time, if any. An offset without a sign, as one with "+", is west of
- * Greenwich. With a daylight-saving name and the country "us" (in just these letters) the rule
+ *  name of daylight-saving time, if any. An offset without a sign, as one with "+", is west of
+ *  Greenwich. With a daylight-saving name and the country "us" (in just these letters) the rule
  *  ",M3.2.0/2,M11.1.0/2" is added: the second Sunday of March to the first of November, at 02:00.
  *  ("EST5EDT", "us") gives "EST+5EDT,M3.2.0/2,M11.1.0/2", ("GMT0", "gb") gives "GMT+0".
  *
  *  @param zone      configured zone; when it or @p country is empty, the text is "UNK"
  *  @param country   country code
  *  @param[out] out  room for @p size bytes; may be @p zone
+ *  @param size      bytes of room, terminator included
  *  @return length of the whole text, which is cut when that is not below @p size
  */
 TALVERA_API int get_posix_timezone(const char *zone, const char *country, char *out, size_t size)
@@ -139,6 +179,7 @@ TALVERA_API int get_posix_timezone(const char *zone, const char *country, char *
  *
  *  @param[in,out] tz  the TZ value; it is cut at its first "," in place
  *  @param[out] out    room for @p size bytes; may be @p tz
+ *  @param size        bytes of room, terminator included
  *  @return length of the whole text, which is cut when that is not below @p size
  */
 TALVERA_API int convert_tz_from_posix(char *tz, char *out, size_t size) TALVERA_NONNULL(1);
@@ -151,6 +192,7 @@ TALVERA_API int convert_tz_from_posix(char *tz, char *out, size_t size) TALVERA_
  *  @param clock_set  "1" when the clock is set; for anything else the text is the unknown time
  *                    "0001-01-01T00:00:00Z"
  *  @param[out] out   room for @p size bytes; 26 take every time of the years up to 9999
+ *  @param size       bytes of room, terminator included
  *  @return length of the whole text, which is cut when that is not below @p size
  */
 TALVERA_API int get_soap_datetimestr(const char *clock_set, char *out, size_t size)

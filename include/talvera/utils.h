@@ -1,11 +1,22 @@
-/* File and system helpers that every gateway program needs.
+/** @file
+ *  File and system helpers that every gateway program needs.
  *
- * None of the file helpers keeps state or logs: a failure is told by the return value, with errno
- * as the failing system call (POSIX, Linux) left it. Heap blocks handed out come from malloc and
- * are the caller's to free.
+ *  @code
+ *  unsigned char *data;
+ *  unsigned int length;
+ *  if (uf_readall("/etc", "hostname", &data, &length) == 0) {
+ *    fwrite(data, 1, length, stdout);
+ *    free(data);
+ *  }
+ *  if (sdb_system("ip link set %s up", "eth0") != 0) puts("no such interface");
+ *  @endcode
  *
- * A path built from two parts ("directory/name") is cut to 4095 characters, a path built from a
- * format to 255, as snprintf cuts.
+ *  None of the file helpers keeps state or logs: a failure is told by the return value, with errno
+ *  as the failing system call (POSIX, Linux) left it. Heap blocks handed out come from malloc and
+ *  are the caller's to free.
+ *
+ *  A path built from two parts ("directory/name") is cut to 4095 characters, a path built from a
+ *  format to 255, as snprintf cuts.
  */
 #ifndef TALVERA_UTILS_H
 #define TALVERA_UTILS_H
@@ -19,10 +30,18 @@
 
 TALVERA_BEGIN_DECLS
 
-/** @return 1 if @p path can be opened as a directory, else 0 */
+/** Tells whether a directory can be opened.
+ *
+ *  @param path  the directory
+ *  @return 1 if @p path can be opened as a directory, else 0
+ */
 TALVERA_API int dir_exists(const char *path) TALVERA_NONNULL(1);
 
-/** @return 1 if stat() succeeds on @p path (which follows symbolic links), else 0 */
+/** Tells whether there is something at a path.
+ *
+ *  @param path  the path
+ *  @return 1 if stat() succeeds on @p path (which follows symbolic links), else 0
+ */
 TALVERA_API int uf_path_exists(const char *path) TALVERA_NONNULL(1);
 
 /** Lists the regular files of a directory, in byte order of their names.
@@ -48,8 +67,14 @@ TALVERA_API int uf_get_dirent_list(const char *directory, struct dirent ***list)
  */
 TALVERA_API void uf_free_dirent_list(struct dirent ***list, int count);
 
-/** @return 1 if one of the first @p count entries of @p list is named exactly @p name, else 0;
- *          0 when @p count is below 1 */
+/** Looks for an entry by name.
+ *
+ *  @param list   entries, as uf_get_dirent_list() gives them
+ *  @param count  how many of them to look at
+ *  @param name   the name
+ *  @return 1 if one of the first @p count entries of @p list is named exactly @p name, else 0; 0
+ *          when @p count is below 1
+ */
 TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name);
 
 /** Counts entries by name.
@@ -64,12 +89,18 @@ TALVERA_API int uf_filtered_file_count(struct dirent *const *list, int count,
 
 /** Opens "directory/name" read-only.
  *
+ *  @param directory  path of the directory
+ *  @param name       name of the file in it
  *  @return the descriptor, or -1 with errno set
  */
 TALVERA_API int uf_open(const char *directory, const char *name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
 
-/** @return the size in bytes of the open file @p fd, or 0 with errno set when fstat() fails */
+/** The size of an open file.
+ *
+ *  @param fd  open descriptor
+ *  @return the size in bytes of the open file @p fd, or 0 with errno set when fstat() fails
+ */
 TALVERA_API long uf_fsize(int fd);
 
 /** Reads a whole file.
@@ -124,7 +155,7 @@ struct filemap {
  *  @param flags       flags for open(); the same value is passed as creation mode
  *  @param protection  protection for mmap(), such as PROT_READ
  *  @return 0; -1 with errno set on failure, also (EFBIG) for a file of 2 GiB or more; -1 with errno
- * as it was for an empty file
+ *          as it was for an empty file
  */
 TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, int protection)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -133,10 +164,17 @@ TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, 
  *
  *  The path field keeps its stale value, so a record must not be closed twice; a failed
  *  filemap_open() has closed it already.
+ *
+ *  @param[in,out] file  the record
  */
 TALVERA_API void filemap_close(struct filemap *file) TALVERA_NONNULL(1);
 
-/** @return 0 when both files have the same size and the same bytes, 1 otherwise and on any error */
+/** Compares two files.
+ *
+ *  @param path1  one file
+ *  @param path2  the other
+ *  @return 0 when both files have the same size and the same bytes, 1 otherwise and on any error
+ */
 TALVERA_API int file_diff(const char *path1, const char *path2) TALVERA_NONNULL(1, 2);
 
 /** access() on a path built from a format.
@@ -150,8 +188,8 @@ TALVERA_API int file_access(const char *format, int mode, ...) TALVERA_PRINTF(1,
 /** Removes what a symbolic link points to.
  *
  *  This is not unlink(): for a link the target is removed and the link stays; a path that is no
- * link is left alone. A relative target counts from the current directory. Only the first 128
- * characters of the target count: of a longer one, the file that those name is removed instead.
+ *  link is left alone. A relative target counts from the current directory. Only the first 128
+ *  characters of the target count: of a longer one, the file that those name is removed instead.
  *
  *  @param path  the link
  *  @return unlink()'s result for the target: 0, or -1 with errno set; -1 for a path that is not a
@@ -184,12 +222,16 @@ TALVERA_API int file_write_string(const char *path, int flags, mode_t mode, cons
 TALVERA_API int file_append_write(const char *path_format, const char *string, ...)
     TALVERA_PRINTF(1, 3);
 
-/** As file_append_write(), but creates the file (mode 0660 before the umask) or empties it. */
+/** As file_append_write(), but creates the file (mode 0660 before the umask) or empties it.
+ *
+ *  @param path_format  printf format of the path
+ *  @param string       text to write; null gives -1
+ *  @return as file_write_string()
+ */
 TALVERA_API int file_create_write(const char *path_format, const char *string, ...)
     TALVERA_PRINTF(1, 3);
 
-/* ---- Commands ---------------------------------------------------------------------------------
- */
+/* ---- Commands -------------------------------------------------------------------------------- */
 
 /** Runs a shell command with system().
  *
@@ -201,8 +243,7 @@ TALVERA_API int file_create_write(const char *path_format, const char *string, .
  */
 TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
 
-/* ---- Attributes of sysfs ------------------------------------------------------------------------
- */
+/* ---- Attributes of sysfs --------------------------------------------------------------------- */
 
 /** Reads the first line of an attribute file.
  *
@@ -233,7 +274,7 @@ TALVERA_API int sysfs_get_attr(const char *path_format, char *buf, size_t size, 
 TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) TALVERA_PRINTF(1, 3)
     TALVERA_NONNULL(2);
 
-/* ---- Console -------------------------------------------------------------------------------- */
+/* ---- Console --------------------------------------------------------------------------------- */
 
 /** Prints a message on "/dev/console", which the first message opens (close-on-exec) and the
  *  process keeps.
@@ -246,62 +287,90 @@ TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) 
  */
 TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
-/* ---- Persistent files -------------------------------------------------------------------------
- */
-/* What the tool "/sbin/pfs" is told, through sdb_system() and with its results. Paths go to the
- * shell as they are. */
+/** @name Persistent files
+ *  What the tool "/sbin/pfs" is told, through sdb_system() and with its results. Paths go to the
+ *  shell as they are.
+ *  @{ */
 
 /** Notes that a factory clearing is in progress: from now on, in this process, no file is added
  *  and nothing is committed. */
 TALVERA_API void pfs_clearing_set(void);
 
-/** Stops the running "pfs" and runs "pfs -e > /dev/null 2>&1". */
+/** Stops the running "pfs" and runs "pfs -e > /dev/null 2>&1".
+ *
+ *  @return the result of sdb_system()
+ */
 TALVERA_API int pfs_newbox(void);
 
 /** Runs "/sbin/pfs -r <line>" for each line of "/sbin/pfs -l" with a text in it.
  *
  *  @param substring  text to look for, ignoring case; null or empty is in every line
- *  @return the result of pclose() for the listing; 0 when that could not be started
+ *  @return the result of pclose() for the listing, which is -1 (ECHILD) when the handler that
+ *          process_start() installs has collected it first; 0 when it could not be started
  */
 TALVERA_API int pfs_forget_files(const char *substring);
 
-/** Runs "/sbin/pfs -r <path>", also during a clearing. */
+/** Runs "/sbin/pfs -r <path>", also during a clearing.
+ *
+ *  @param path  the file
+ *  @return the result of sdb_system()
+ */
 TALVERA_API int pfs_forget_file(const char *path) TALVERA_NONNULL(1);
 
-/** Runs "/sbin/pfs -a <path>"; during a clearing it runs nothing and returns 1. */
+/** Runs "/sbin/pfs -a <path>"; during a clearing it runs nothing and returns 1.
+ *
+ *  @param path  the file
+ *  @return the result of sdb_system(), or 1
+ */
 TALVERA_API int pfs_remember_file(const char *path) TALVERA_NONNULL(1);
 
-/** Runs "/sbin/pfs -s"; during a clearing it runs nothing and returns 1. */
+/** Runs "/sbin/pfs -s"; during a clearing it runs nothing and returns 1.
+ *
+ *  @return the result of sdb_system(), or 1
+ */
 TALVERA_API int pfs_commit(void);
 
-/* ---- Random numbers ---------------------------------------------------------------------------
- */
+/** @} */
+
+/* ---- Random numbers -------------------------------------------------------------------------- */
 
 /** Reads random bytes from "/dev/random", which may wait for them (random(4)).
  *
  *  @param[out] buffer  room for @p length bytes; a byte that cannot be read becomes 0xFF
+ *  @param length       bytes wanted
  *  @return 0, or -1 with errno set when the device cannot be opened
  */
 TALVERA_API int rand_read(void *buffer, size_t length);
 
-/** As rand_read(), from "/dev/urandom", which does not wait. */
+/** As rand_read(), from "/dev/urandom", which does not wait.
+ *
+ *  @param[out] buffer  room for @p length bytes; a byte that cannot be read becomes 0xFF
+ *  @param length       bytes wanted
+ *  @return as rand_read()
+ */
 TALVERA_API int urand_read(void *buffer, size_t length);
 
-/** @return a number from "/dev/random", the first byte read being the highest; all ones, a value
- *          like any other, also when the device cannot be opened */
+/** Makes a random number.
+ *
+ *  @return a number from "/dev/random", the first byte read being the highest; all ones, a value
+ *          like any other, also when the device cannot be opened
+ */
 TALVERA_API uint32_t rand_generate_uint32(void);
 
-/** As rand_generate_uint32(), from "/dev/urandom". */
+/** As rand_generate_uint32(), from "/dev/urandom".
+ *
+ *  @return as rand_generate_uint32()
+ */
 TALVERA_API uint32_t urand_generate_uint32(void);
 
-/* ---- Host look-up -------------------------------------------------------------------------------
- */
+/* ---- Host look-up ---------------------------------------------------------------------------- */
 
 /** Resolves a host name to the text of its first address.
  *
  *  @param name         host name, or an address as text
  *  @param[out] buffer  room for @p size bytes; empty when the look-up fails and when the address
  *                      does not fit (INET_ADDRSTRLEN bytes always do)
+ *  @param size         bytes of room
  *  @return 0 when the name was found; else the result of gethostbyname_r(), or its h_errno value
  *          (such as HOST_NOT_FOUND, netdb.h)
  */

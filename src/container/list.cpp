@@ -14,7 +14,6 @@ namespace {
 // The record's size on the 32-bit target.
 static_assert(sizeof(void *) != 4 || (sizeof(list_obj) == 64 && sizeof(list_elem) == 12));
 
-// Null only where the caller says that it copes.
 list_elem *allocate_element() {
   return static_cast<list_elem *>(std::malloc(sizeof(list_elem)));
 }
@@ -74,18 +73,30 @@ list_elem *element_at(const list_obj &list, std::uint32_t position) {
   return backward(list.tail, list.count - position);
 }
 
-void *copy_of(const list_obj &list, const void *data) {
+// Replaces a datum by a heap copy of it; false when there is no memory.
+bool copy(const list_obj &list, void *&data) {
   const std::uint32_t size = list.attrs.meter(data);
-  return std::memcpy(std::malloc(size), data, size);
+  void *const block = std::malloc(size);
+  if (size > 0) {  // without a byte a null block will do
+    if (block == nullptr) return false;
+    std::memcpy(block, data, size);
+  }
+  data = block;
+  return true;
 }
 
 // Inserts a datum at a position, behind the element before it.
 int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
   if (list.iterating != 0) return -1;
-  list_elem *element = take_element(list);
-  if (element == nullptr) return -1;
+  void *stored = const_cast<void *>(data);
   const bool copies = list.attrs.copy_data != 0 && data != nullptr;
-  element->data = copies ? copy_of(list, data) : const_cast<void *>(data);
+  if (copies && !copy(list, stored)) return -1;
+  list_elem *element = take_element(list);
+  if (element == nullptr) {
+    if (copies) std::free(stored);
+    return -1;
+  }
+  element->data = stored;
   insert_between(left, element, left->next);
 
   const std::uint32_t half = list.count / 2;
@@ -118,6 +129,13 @@ void *extract_element(list_obj &list, list_elem *element, std::uint32_t position
   return data;
 }
 
+// What an empty list without spare records is made of.
+void free_frame(const list_obj &list) {
+  std::free(list.spares);
+  std::free(list.head);
+  std::free(list.tail);
+}
+
 }  // namespace
 
 extern "C" int list_init(list_obj *list) {
@@ -127,20 +145,24 @@ extern "C" int list_init(list_obj *list) {
   list->head = allocate_element();
   list->tail = allocate_element();
   list->spares = static_cast<list_elem **>(std::malloc(LIST_SPARES_MAX * sizeof(list_elem *)));
+  if (list->head == nullptr || list->tail == nullptr || list->spares == nullptr) {
+    free_frame(*list);
+    *list = {};
+    return -1;
+  }
   *list->head = {nullptr, list->tail, nullptr};
   *list->tail = {nullptr, nullptr, list->head};
   return 0;
 }
 
 extern "C" void list_destroy(list_obj *list) {
+  if (list->head == nullptr) return;  // list_init() has failed
   list->iterating = 0;
   list_clear(list);
   while (list->spare_count > 0) {
     std::free(list->spares[--list->spare_count]);
   }
-  std::free(list->spares);
-  std::free(list->head);
-  std::free(list->tail);
+  free_frame(*list);
 }
 
 extern "C" int list_attributes_comparator(list_obj *list, list_comparator_fn comparator) {
@@ -253,12 +275,17 @@ extern "C" int list_clear(list_obj *list) {
 extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
   if (first == nullptr || second == nullptr || destination == nullptr) return -1;
   if (destination == first || destination == second) return -1;
-  list_init(destination);
+  if (list_init(destination) != 0) return -1;
   const std::uint32_t count = first->count + second->count;
   list_elem *last = destination->head;
   for (const list_obj *source : {first, second}) {
     for (const list_elem *from = source->head->next; from != source->tail; from = from->next) {
       list_elem *element = allocate_element();
+      if (element == nullptr) {
+        join(last, destination->tail);
+        list_clear(destination);
+        return -1;
+      }
       element->data = from->data;
       join(last, element);
       if (destination->count++ == middle_position(count)) destination->mid = element;

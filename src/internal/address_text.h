@@ -17,13 +17,17 @@ inline bool has_padded_number(const char *quad) {
   return false;
 }
 
-// inet_pton() for texts whose numbers have no zeros in front. The last four bytes of an IPv6
-// address may be a dotted quad.
-inline int address_from_text(int family, const char *text, void *address) {
+// The dotted quad that an address text is or ends with; null without one.
+inline const char *dotted_quad(int family, const char *text) {
+  if (family == AF_INET) return text;
   const char *const colon = std::strrchr(text, ':');
-  const char *const quad = family == AF_INET || colon == nullptr ? text : colon + 1;
-  const bool dotted = family == AF_INET || std::strchr(quad, '.') != nullptr;
-  if (dotted && has_padded_number(quad)) return 0;
+  return colon != nullptr && std::strchr(colon, '.') != nullptr ? colon + 1 : nullptr;
+}
+
+// inet_pton() for texts whose numbers have no zeros in front.
+inline int address_from_text(int family, const char *text, void *address) {
+  const char *const quad = dotted_quad(family, text);
+  if (quad != nullptr && has_padded_number(quad)) return 0;
   return inet_pton(family, text, address);
 }
 

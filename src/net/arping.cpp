@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "internal/signal_block.h"
 #include "talvera/netu.h"
 
 namespace {
@@ -31,12 +32,17 @@ bool wait_for(pid_t child, int &status) {
 }  // namespace
 
 extern "C" int netu_arping_test(const char *ifname, const char *address) {
+  // The reaper of process_start() must not collect this child: it would take its status.
+  const talvera::SignalBlock no_reaper(SIGCHLD);
   const pid_t child = fork();
   if (child < 0) {
     syslog(LOG_ERR, "netu_arping_test fork failed (%s)", std::strerror(errno));
     return 0;
   }
-  if (child == 0) run_arping(ifname, address);
+  if (child == 0) {
+    no_reaper.restore();
+    run_arping(ifname, address);
+  }
   int status;
   if (!wait_for(child, status) || !WIFEXITED(status)) return 1;
   return WEXITSTATUS(status) == kAnswered ? 1 : 0;

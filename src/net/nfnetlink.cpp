@@ -28,8 +28,12 @@ int bind_local(const nfnetlink_handle &handle) {
 // Learns the port id that the kernel chose.
 bool read_local(nfnetlink_handle &handle) {
   socklen_t length = sizeof handle.local;
-  return getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) == 0 &&
-         length == sizeof handle.local;
+  if (getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) != 0) {
+    return false;
+  }
+  if (length == sizeof handle.local) return true;
+  errno = EINVAL;
+  return false;
 }
 
 // Deliberately not for descriptor 0, which counts as no socket.

@@ -14,7 +14,8 @@ const SSL_METHOD *ssl3_method();
 const SSL_METHOD *dtls1_method();
 
 // Makes a new context accept what 1.0 accepted, whatever the distribution or its configuration file
-// set: any protocol version, key length and digest, and servers without secure renegotiation.
+// set: any protocol version, key length and digest, and servers without secure renegotiation. The
+// key exchange groups stay those of the configuration.
 void accept_what_1_0_accepted(SSL_CTX *context);
 
 // The certificate of a Netscape certificate sequence, or null.

@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include "internal/owners.h"
+#include "internal/signal_block.h"
 
 namespace talvera::ssl {
 
@@ -13,24 +14,23 @@ class PipeSignalBlock {
  public:
   PipeSignalBlock() {
     sigset_t pending;
-    sigemptyset(&signal_);
-    sigaddset(&signal_, SIGPIPE);
     sigpending(&pending);
     was_pending_ = sigismember(&pending, SIGPIPE) == 1;
-    sigprocmask(SIG_BLOCK, &signal_, &former_);
   }
   ~PipeSignalBlock() {
     const ErrnoKeeper keep;
+    if (was_pending_) return;
     constexpr timespec kAtOnce = {0, 0};
-    if (!was_pending_) sigtimedwait(&signal_, nullptr, &kAtOnce);
-    sigprocmask(SIG_SETMASK, &former_, nullptr);
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    sigtimedwait(&pipe, nullptr, &kAtOnce);
   }
   PipeSignalBlock(const PipeSignalBlock &) = delete;
   PipeSignalBlock &operator=(const PipeSignalBlock &) = delete;
 
  private:
-  sigset_t signal_;
-  sigset_t former_;
+  SignalBlock block_{SIGPIPE};  // ends after the body of the destructor
   bool was_pending_;
 };
 

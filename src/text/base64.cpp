@@ -98,25 +98,27 @@ class Decoder {
 
 extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *out,
                              unsigned int *out_len) {
+  constexpr std::uint32_t kMostGroups = (UINT32_MAX - 1) / 4;
   const std::uint32_t groups = len / 3 + (len % 3 != 0 ? 1 : 0);
-  const std::uint64_t needed = std::uint64_t{groups} * 4 + 1;
-  if (*out_len < needed) {
-    *out_len = needed > UINT32_MAX ? UINT32_MAX : static_cast<unsigned int>(needed);
+  const std::uint32_t needed = groups <= kMostGroups ? groups * 4 + 1 : UINT32_MAX;
+  if (groups > kMostGroups || *out_len < needed) {
+    *out_len = needed;
     return -1;
   }
   std::size_t rest = len;
   for (; rest > 3; rest -= 3, in += 3, out += 4)
     write_characters(talvera::load_be32(in), out);
   if (rest > 0) {
-    std::uint8_t last[4] = {};
-    std::copy_n(in, rest, last);
-    write_characters(talvera::load_be32(last), out);
+    std::uint32_t last = std::uint32_t{in[0]} << 24;
+    if (rest > 1) last |= std::uint32_t{in[1]} << 16;
+    if (rest > 2) last |= std::uint32_t{in[2]} << 8;
+    write_characters(last, out);
     if (rest < 3) out[3] = '=';
     if (rest < 2) out[2] = '=';
     out += 4;
   }
   *out = '\0';
-  *out_len = static_cast<unsigned int>(needed - 1);
+  *out_len = needed - 1;
   return 0;
 }
 

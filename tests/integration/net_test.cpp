@@ -196,8 +196,12 @@ TEST(RealInterface, Counters) {
   for (const unsigned bytes : {NETU_RX_BYTES, NETU_TX_BYTES})
     EXPECT_EQ(netu_get_linuxif_stat(stats.get(), bytes), 7U * 100);
   char name[16];
-  EXPECT_EQ(netu_ifindex2name(if_nametoindex("lo"), name), 0);
-  EXPECT_STREQ(name, "lo");
+  run("ip link add fifteen-letters type veth peer name peer");
+  for (const char *expected : {"lo", "fifteen-letters"}) {
+    EXPECT_EQ(netu_ifindex2name(if_nametoindex(expected), name), 0);
+    EXPECT_STREQ(name, expected);
+  }
+  run("ip link delete fifteen-letters");
 }
 
 class RealHosts : public ::testing::Test {

@@ -3,6 +3,8 @@
 // with EAGAIN. All the calls can be made to fail through the SystemDouble as well.
 #pragma once
 
+#include <sys/socket.h>
+
 #include <linux/netlink.h>
 
 #include <cstdint>

@@ -43,8 +43,8 @@ class SystemDouble {
   SystemDouble(const SystemDouble &) = delete;
   SystemDouble &operator=(const SystemDouble &) = delete;
 
-  // After `skip` calls that go through, `times` calls are not made at all: they fail with `error`,
-  // or give `result`.
+  // After `skip` calls that this leaves alone, `times` calls are not made at all: they fail with
+  // `error`, or give `result`.
   void fail(const char *call, int error, int skip = 0, int times = 1);
   void answer(const char *call, long result, int skip = 0, int times = 1);
   // The call is made for at most `bytes` bytes.

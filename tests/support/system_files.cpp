@@ -52,7 +52,8 @@ int open(const char *path, int flags, ...) {
 int close(int fd) {
   static auto *const next = real<int(int)>("close");
   if (fd == driver_fd) driver_fd = -1;
-  return intercept<int>("close", [=] { return next(fd); });
+  const int result = next(fd);  // the descriptor is gone whatever the call then says
+  return intercept<int>("close", [=] { return result; });
 }
 
 ssize_t read(int fd, void *buffer, std::size_t size) {

@@ -151,6 +151,8 @@ TEST_F(TracerouteResults, HopLines) {
            Case{" 3  gw (10.0.0.9)  1.5 ms !F-1400\n", "gw", "10.0.0.9", "1.5", 4},
            Case{" 3  gw (10.0.0.9)  !S  1.5 ms !X\n", "gw", "10.0.0.9", "1.5", 5},
            Case{" 3  gw (10.0.0.9)  1.5 ms !H 2 ms !N\n", "gw", "10.0.0.9", "1.5,2", 0},
+           // Neither a time nor a marker, though near to one.
+           Case{" 3  gw (10.0.0.9)  1.5 ms 0.5ms 1.5!H\n", "gw", "10.0.0.9", "1.5", kNone},
            // Another address answers a later probe.
            Case{" 4  a (10.1.1.1)  1 ms 10.1.1.2 (10.1.1.2)  2 ms b (fe80::1) 3 ms\n", "a",
                 "10.1.1.1", "1,2,b,3", kNone},
@@ -177,7 +179,7 @@ TEST_F(TracerouteResults, HopLines) {
 }
 
 TEST_F(TracerouteResults, RowsKeepWhatALineDoesNotSupply) {
-  files.write("out", std::string(kHeader) + " 1  * * *\n() \n 2 a (1.2.3.4) 5 ms\n");
+  files.write("out", std::string(kHeader) + " 1  * * *\n() \n 2 a (1.2.3.4) 5 ms\n()");
   std::memset(hops, 0, sizeof hops);
   for (tr_hop &hop : hops) {
     std::strcpy(hop.host, "host");
@@ -185,9 +187,11 @@ TEST_F(TracerouteResults, RowsKeepWhatALineDoesNotSupply) {
     std::strcpy(hop.times, "9");
     hop.status = 3;
   }
-  EXPECT_EQ(ipdiag_tr_formatout(name.c_str(), hops, 4, &count), 0);
-  EXPECT_EQ(count, 3);
-  for (const int row : {0, 3}) {
+  std::strcpy(hops[3].times, "8,");  // not even its comma goes
+  EXPECT_EQ(ipdiag_tr_formatout(name.c_str(), hops, 5, &count), 0);
+  EXPECT_EQ(count, 4);
+  EXPECT_STREQ(hops[3].times, "8,");
+  for (const int row : {0, 4}) {
     EXPECT_STREQ(hops[row].host, "host");
     EXPECT_STREQ(hops[row].address, "address");
     EXPECT_STREQ(hops[row].times, "9");
@@ -235,6 +239,7 @@ TEST_F(TracerouteResults, FullTable) {
   EXPECT_EQ(read_hops(kHeader + one + two, 1), 1);
   EXPECT_EQ(count, 1);
   EXPECT_EQ(read_hops(kHeader + two + one, 1), 0);
+  EXPECT_EQ(read_hops(kHeader + one, 1), 1);  // full, though at the end of the file
   EXPECT_EQ(read_hops(kHeader + one, 2), 0);
   EXPECT_EQ(count, 1);
   for (const int none : {0, -1, std::numeric_limits<int>::min()}) {

@@ -19,15 +19,18 @@ class PersistentFiles : public ::testing::Test {
 
 TEST_F(PersistentFiles, ForgetsListedFilesThatContainAText) {
   const TempDir dir;
-  const std::string long_line = std::string(1019, 'x') + "/ETC/y";
-  const std::string list =
-      dir.write("list", "/var/etc/a\n/Etc/b c\n/var/lib/c\n" + long_line + "\n/etc/last");
+  // A line comes in pieces of at most 1023 characters: of the first of these the first piece ends
+  // with the text, of the second no piece has it.
+  const std::string whole = std::string(1018, 'x') + "/ETC/";
+  const std::string divided = std::string(1019, 'x') + "/ETC/y";
+  const std::string list = dir.write(
+      "list", "/var/etc/a\n/Etc/b c\n/var/lib/c\n" + divided + "\n" + whole + "y\n/etc/last");
   system.redirect("/sbin/pfs -l", "cat " + list + "; exit 3");
   EXPECT_EQ(pfs_forget_files("/etc/"), 3 << 8);
-  // The long line comes in pieces of 1023 characters, neither of which has the text.
-  EXPECT_EQ(system.calls(),
-            Texts({"popen /sbin/pfs -l", "system /sbin/pfs -r /var/etc/a\n",
-                   "system /sbin/pfs -r /Etc/b c\n", "system /sbin/pfs -r /etc/last"}));
+  EXPECT_EQ(system.calls(), Texts({"popen /sbin/pfs -l", "system /sbin/pfs -r /var/etc/a\n",
+                                   "system /sbin/pfs -r /Etc/b c\n",
+                                   "system " + ("/sbin/pfs -r " + whole).substr(0, 511),
+                                   "system /sbin/pfs -r /etc/last"}));
 
   system.clear_records();
   dir.write("list", "a\nb\n");

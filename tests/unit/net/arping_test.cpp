@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 
 #include "support/system_double.h"
@@ -64,6 +65,33 @@ TEST_F(ArpProbe, LeavesOtherChildrenAlone) {
   ASSERT_EQ(waitid(P_PID, static_cast<id_t>(other), &info, WEXITED | WNOWAIT), 0);
   EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
   EXPECT_EQ(waitpid(other, nullptr, 0), other);
+}
+
+// A program that starts others has a handler that collects every child it is told of.
+TEST_F(ArpProbe, GetsTheStatusBeforeTheReaper) {
+  struct sigaction reaper = {};
+  reaper.sa_handler = [](int) {
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+  };
+  struct sigaction former;
+  sigaction(SIGCHLD, &reaper, &former);
+  sigset_t mask;
+  write_arping("exit 0");
+  for (int i = 0; i < 20; ++i)
+    EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  sigprocmask(SIG_SETMASK, nullptr, &mask);
+  EXPECT_EQ(sigismember(&mask, SIGCHLD), 0);
+  sigaction(SIGCHLD, &former, nullptr);
+
+  // arping gets the caller's own mask.
+  const std::string out = bin / "blocked";
+  write_arping(
+      "while read -r name value; do case $name in SigBlk:) echo $value; esac; done < "
+      "/proc/self/status > " +
+      out);
+  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_EQ(read_file(out), "0000000000000000\n");
 }
 
 TEST_F(ArpProbe, Failures) {

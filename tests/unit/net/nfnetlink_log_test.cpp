@@ -198,6 +198,28 @@ TEST_F(PacketLog, PacketsGoToTheirGroup) {
   }
 }
 
+// A request's result is that of the handler that ends its wait; the mode's is -1.
+TEST_F(PacketLog, PacketsDuringARequest) {
+  nfnetlink_log_group *one = nfnetlink_log_bind_group(log, 1);
+  Seen seen;
+  seen.result = -7;
+  nfnetlink_log_register_handler(one, Seen::handler, &seen);
+  kernel.acknowledge = false;
+  for (int i = 0; i < 3; ++i)
+    kernel.deliver(packet(1));
+  EXPECT_EQ(nfnetlink_log_bind_pf(log, 2), -7);
+  EXPECT_EQ(nfnetlink_log_unbind_pf(log, 2), -7);
+  EXPECT_EQ(nfnetlink_log_setmode(one, 2, 1), -1);
+}
+
+TEST_F(PacketLog, CloseSendsNothing) {
+  nfnetlink_log *other = nfnetlink_log_open();
+  ASSERT_NE(nfnetlink_log_bind_group(other, 1), nullptr);
+  ASSERT_NE(nfnetlink_log_bind_group(other, 2), nullptr);
+  EXPECT_EQ(nfnetlink_log_close(other), 0);
+  EXPECT_EQ(kernel.sent.size(), 2U);
+}
+
 TEST_F(PacketLog, PacketsWithoutAHandlerFail) {
   nfnetlink_log_group *one = nfnetlink_log_bind_group(log, 1);
   EXPECT_EQ(dispatch(packet(2)), -1);

@@ -47,7 +47,9 @@ TEST(NetlinkOpen, EveryFailureLeavesNothingBehind) {
   }
   for (const socklen_t size : {11U, 13U, 0U}) {
     kernel.address_size = size;
+    errno = 0;
     EXPECT_EQ(nfnetlink_open(), nullptr) << size;
+    EXPECT_EQ(errno, EINVAL);
   }
   EXPECT_EQ(open_descriptors(), before);
 }
@@ -261,6 +263,11 @@ TEST_F(NetlinkAcknowledgement, OtherMessagesAreDispatchedMeanwhile) {
   EXPECT_EQ(send_wait_ack(), -7);
   kernel.deliver(message(0x305, Bytes(4, '\0'), 0));
   EXPECT_EQ(send_wait_ack(), -1);
+  // Without a first message there is nothing to go on from.
+  for (const Bytes &datagram : {Bytes(), Bytes(15, '\1'), packet.substr(0, 19)}) {
+    kernel.deliver(datagram);
+    EXPECT_EQ(send_wait_ack(), 0) << datagram.size();
+  }
 }
 
 TEST_F(NetlinkAcknowledgement, DatagramsOf8192Bytes) {

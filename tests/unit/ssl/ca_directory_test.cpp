@@ -93,14 +93,20 @@ TEST_F(CaDirectory, AVanishedCertificateTakesEveryDanglingLinkWithIt) {
   ASSERT_EQ(symlink("/nowhere", "/var/etc/ssl/dangling"), 0);
   ASSERT_EQ(symlink("./dangling", "/var/etc/ssl/chain"), 0);
   ASSERT_EQ(symlink("/etc/passwd", "/var/etc/ssl/good"), 0);
+  // With its folder before it, the last name that is not cut, and the first that is.
+  const std::string longest(241, 'l');
+  ASSERT_EQ(symlink("/nowhere", ("/var/etc/ssl/" + longest).c_str()), 0);
+  ASSERT_EQ(symlink("/nowhere", ("/var/etc/ssl/+" + longest).c_str()), 0);
   ASSERT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/first.pem"), 1);
-  ASSERT_EQ(links().size(), 7U);
+  ASSERT_EQ(links().size(), 9U);
 
   ASSERT_EQ(unlink("/var/first.pem"), 0);
   EXPECT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/other.pem"), 0);  // nothing there
-  EXPECT_EQ(links().size(), 7U);
+  EXPECT_EQ(links().size(), 9U);
   EXPECT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/first.pem"), 1);
-  EXPECT_EQ(links(), (Links{{"file", ""}, {"folder", ""}, {"good", "/etc/passwd"}}));
+  EXPECT_EQ(
+      links(),
+      (Links{{"+" + longest, "/nowhere"}, {"file", ""}, {"folder", ""}, {"good", "/etc/passwd"}}));
   EXPECT_EQ(SSL_cert_rehash("/var/first.pem", "/var/etc/ssl/first.pem"), 0);
   EXPECT_TRUE(system.log().empty());
 }

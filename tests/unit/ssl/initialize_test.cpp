@@ -272,6 +272,7 @@ TEST_F(Initialize, ProductVariantDecidesTheWords) {
                         {"0", kRoots},
                         {"abc", kRoots},
                         {"", kRoots},
+                        {"0000000000000500", kRootsWithoutVasko},  // of which 15 characters count
                         {"51", kRoots},
                         {"63", kRoots},
                         {"500", kRoots},

@@ -1,0 +1,47 @@
+# Debian packages, one for each component of the installation; `make deb` builds them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "The talvera developers <talvera@localhost>" CACHE STRING
+  "Maintainer of the Debian packages")
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_COMPONENTS_ALL runtime development manual)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# Each description has a summary of its own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(what "Manufacturing data, configuration store, processes, firewall rules, TLS, text, time
+and lists, behind a plain C interface.")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libtalvera${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "utility library of a home gateway
+${what}")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtalvera-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+  "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
+if(TALVERA_SSL)
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libssl-dev")
+endif()
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS talvera-doc)
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "utility library of a home gateway - development files
+${what}
+
+Headers, static library, and what CMake and pkg-config need to find them.")
+
+set(CPACK_DEBIAN_MANUAL_PACKAGE_NAME talvera-doc)
+set(CPACK_DEBIAN_MANUAL_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_MANUAL_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_MANUAL_DESCRIPTION "utility library of a home gateway - reference manual
+${what}
+
+HTML, and a man page for each function.")
+include(CPack)
