@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "talvera/ccert.h"
 #include "talvera/mfg.h"
@@ -25,6 +26,14 @@ unsigned read_all(const unsigned char *data, std::size_t size) {
   for (std::size_t i = 0; i < size; ++i)
     sum += data[i];
   return sum;
+}
+
+// A blob as a caller hands it in: as many bytes as it says.
+void install(const std::uint8_t *data, std::size_t size) {
+  if (size < 20 || ccert_extract_certblob_total_length(data) > size) return;
+  const std::unique_ptr<std::uint8_t[]> blob(new std::uint8_t[size]);
+  std::memcpy(blob.get(), data, size);
+  ccert_install_cert_blob(blob.get(), 2);
 }
 
 }  // namespace
@@ -79,5 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     ccert_deinit();
   }
+  install(data, size);
   return 0;
 }

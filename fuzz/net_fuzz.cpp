@@ -1,9 +1,12 @@
-// Datagrams of netlink messages with any content, and work files of traceroute with any content.
+// Datagrams of netlink messages, work files of traceroute and its options, with any content.
 // Whatever a handler is given is read to its last byte.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "talvera/ipdiag.h"
@@ -73,10 +76,23 @@ void read_results(const std::uint8_t *data, std::size_t size) {
   ipdiag_tr_err("fuzz", &value);
 }
 
+// Texts of the greatest lengths for which the buffer is documented to do.
+void make_command(const std::uint8_t *data, std::size_t size) {
+  const std::string host(data, data + std::min<std::size_t>(size, 255));
+  const std::string interface = host.substr(0, 15);
+  std::int32_t numbers[6] = {};
+  std::memcpy(numbers, data, std::min(size, sizeof numbers));
+  const std::unique_ptr<char[]> line(new char[1024]);
+  ipdiag_tr_makeparam(host.c_str(), interface.c_str(), numbers[0], numbers[1], numbers[2],
+                      numbers[3], static_cast<std::uint16_t>(numbers[4]), numbers[5], numbers[4],
+                      line.get(), static_cast<std::uint16_t>(numbers[0]), 1024);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   dispatch(data, size);
+  make_command(data, size);
   if (size > 0 && data[0] >= ' ') read_results(data, size);  // a text, perhaps
   return 0;
 }

@@ -17,8 +17,8 @@ class NameIndex {
     if (sorted_ == nullptr) return;
     const std::span all{sorted_.get(), size_};
     std::ranges::transform(items, all.begin(), [](const of_file_info &item) { return &item; });
-    // Several times smaller than an inlined sort.
-    std::qsort(all.data(), all.size(), sizeof all[0], by_name);
+    // Pointers, sorted by libc: several times smaller than an inlined sort.
+    std::qsort(all.data(), all.size(), sizeof(void *), by_name);
   }
 
   [[nodiscard]] bool valid() const { return sorted_ != nullptr; }

@@ -1,5 +1,6 @@
 // Processes as they are: real programs, the real pidof, the real tool of persistent files (a script
 // in its place), a real second process at the other end of a queue.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -71,6 +72,34 @@ TEST_F(Process, CollectsAZombie) {
   ASSERT_EQ(waitid(P_PID, zombie, &info, WEXITED | WNOWAIT), 0);
   EXPECT_GE(seconds_for(zombie, 62), 4.0);
   EXPECT_EQ(kill(zombie, 0), -1);
+}
+
+TEST_F(Process, SignalsNobodyElsesProgram) {
+  const pid_t nobody = fork();
+  if (nobody == 0) {
+    const bool refused = setuid(65534) == 0 && process_signal(getppid(), SIGTERM) == EPERM &&
+                         process_stop(getppid()) == EPERM;
+    _exit(refused ? 0 : 1);
+  }
+  int status = -1;
+  EXPECT_EQ(waitpid(nobody, &status, 0), nobody);
+  EXPECT_EQ(status, 0);
+}
+
+// The terminal puts a carriage return before the line feed, and the library one behind it.
+TEST_F(Process, WritesToATerminalAsConsole) {
+  const int master = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_EQ(grantpt(master) | unlockpt(master), 0);
+  const int slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+  ASSERT_EQ(sdb_system("mount -t tmpfs none /dev && touch /dev/console"), 0);
+  EXPECT_EQ(sdb_system("mount --bind /proc/%d/fd/%d /dev/console", getpid(), slave), 0);
+  EXPECT_EQ(cons_printk("up %d\n", 7), 1);
+  EXPECT_EQ(sdb_system("umount -l /dev"), 0);
+  char shown[16] = "";
+  EXPECT_EQ(read(master, shown, sizeof shown - 1), 7);
+  EXPECT_STREQ(shown, "up 7\r\n\r");
+  close(slave);
+  close(master);
 }
 
 TEST_F(Process, FindsProgramsByName) {

@@ -23,7 +23,9 @@ std::string shell(const std::string &command) {
 }
 
 Certificates::Certificates() {
-  shell("openssl genrsa -out " + key() + " 2048");
+  // One for the whole program: finding its primes takes an emulated machine seconds.
+  static const std::string key = shell("openssl genrsa 2048");
+  folder_.write("key.pem", key);
   shell("openssl x509 -inform DER -in " TALVERA_STAND_INS "/06-brio.der -out " +
         *this / "root.pem");
 }
