@@ -2,11 +2,11 @@
 // mfg_init(), with every step made to fail.
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "support/descriptors.h"
 #include "support/errors.h"
 #include "talvera/mfg.h"
 #include "unit/mfg/fixture.h"
@@ -224,16 +224,13 @@ TEST_F(MfgFile, InitSendsTheTextOfTheSerialNumberAlone) {
 // A program that has closed its standard input gets descriptor 0 for the file and the device.
 TEST_F(MfgFile, DescriptorZeroIsAsGoodAsAny) {
   write_content(std::string(kMfgFileSize, '\xFF'));
-  const int saved = dup(0);
-  close(0);
+  const ClosedStandardInput closed;
   EXPECT_EQ(mfg_info_write(record), 0);
   EXPECT_FALSE(system.platform().mounted());
   EXPECT_EQ(fcntl(0, F_GETFD), -1);
   EXPECT_EQ(tvra_open(), 0);
   tvra_close();
   EXPECT_EQ(fcntl(0, F_GETFD), -1);
-  dup2(saved, 0);
-  close(saved);
 }
 
 TEST_F(MfgFile, InitGoesOnAfterEveryFailure) {
