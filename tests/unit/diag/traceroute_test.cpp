@@ -241,16 +241,11 @@ TEST_F(TracerouteResults, DestinationFromTheHeader) {
   }
 }
 
-TEST_F(TracerouteResults, FilesOfNoLinesAndOfAnything) {
-  EXPECT_EQ(read_hops(""), 0);
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(read_hops(kHeader), 0);
-  EXPECT_EQ(count, 0);
-  std::string anything;
-  for (unsigned i = 0, x = 1; i < 20000; ++i, x = x * 1103515245 + 12345)
-    anything += " ()*!\n1Hms,.:\0\xFF"[x >> 16 & 15];
-  EXPECT_GE(read_hops(anything, 5), 0);
-  EXPECT_EQ(count, 5);
+TEST_F(TracerouteResults, FilesWithoutHops) {
+  for (const char *content : {"", kHeader}) {
+    EXPECT_EQ(read_hops(content), 0);
+    EXPECT_EQ(count, 0);
+  }
 }
 
 TEST_F(TracerouteResults, ResponseTime) {

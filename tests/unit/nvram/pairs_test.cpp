@@ -3,7 +3,6 @@
 #include <sys/shm.h>
 
 #include <algorithm>
-#include <random>
 #include <set>
 
 #include "support/errors.h"
@@ -324,27 +323,6 @@ TEST_F(Pairs, CirclesAreLeft) {
   poke_link(65, 65);
   EXPECT_EQ(nvram_unset("Aa"), 0);
   EXPECT_THAT(used_entries(), IsEmpty());
-}
-
-// Whatever the bytes of the table, no operation leaves it or goes on for ever.
-TEST_F(Pairs, RandomTables) {
-  std::mt19937 random(11);
-  for (int round = 0; round < 200; ++round) {
-    for (int i = 0; i < NVRAM_ENTRIES; ++i) {
-      poke(i, 0, static_cast<int>(random() % 4));
-      poke(i, kUsed, static_cast<int>(random() % 4));
-      poke_link(i, static_cast<int>(random() % 2 == 0 ? random() : random() % NVRAM_ENTRIES));
-    }
-    testing::internal::CaptureStderr();
-    for (int i = 0; i < 50; ++i) {
-      const std::string name = std::string(1, static_cast<char>(random())) + "x";
-      get(name);
-      set(name, "v");
-      nvram_unset(name.c_str());
-    }
-    testing::internal::GetCapturedStderr();
-    shown();
-  }
 }
 
 }  // namespace

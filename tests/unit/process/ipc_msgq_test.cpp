@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "support/descriptors.h"
@@ -17,31 +18,21 @@ namespace talvera::test {
 namespace {
 
 // A queue that the test ends, as the library does not.
-class Queue {
- public:
-  explicit Queue(ipc_msgq *queue) : queue_(queue) {}
-  ~Queue() {
-    if (queue_ == nullptr) return;
-    close(queue_->fd);
-    std::free(queue_);
+struct EndQueue {
+  void operator()(ipc_msgq *queue) const {
+    close(queue->fd);
+    std::free(queue);
   }
-  Queue(const Queue &) = delete;
-  Queue &operator=(const Queue &) = delete;
-
-  operator ipc_msgq *() const { return queue_; }
-  ipc_msgq *operator->() const { return queue_; }
-
- private:
-  ipc_msgq *queue_;
 };
+using Queue = std::unique_ptr<ipc_msgq, EndQueue>;
 
 std::string failure(const char *what, int error) {
   return what + std::to_string(error) + ":" + strerror(error) + "\n";
 }
 
-std::string receive(ipc_msgq *queue, std::size_t size) {
+std::string receive(const Queue &queue, std::size_t size) {
   std::string buffer(size + 1, '#');
-  const int length = ipc_msgq_receive(queue, buffer.data(), size);
+  const int length = ipc_msgq_receive(queue.get(), buffer.data(), size);
   return std::to_string(length) + ':' + buffer;
 }
 
@@ -67,20 +58,20 @@ TEST_F(MessageQueue, CarriesMessagesWhole) {
   const Queue queue(ipc_msgq_createByName(name.c_str()));
   ASSERT_NE(queue, nullptr);
   for (const std::string message : {"one", "", "four and more", "last"})
-    EXPECT_EQ(ipc_msgq_send(sender, message.c_str(), message.size()), 0);
+    EXPECT_EQ(ipc_msgq_send(sender.get(), message.c_str(), message.size()), 0);
   EXPECT_EQ(receive(queue, 6), "3:one####");
   EXPECT_EQ(receive(queue, 6), "0:#######");
   EXPECT_EQ(receive(queue, 4), "4:four#");  // the rest is lost
   EXPECT_EQ(receive(queue, 4), "4:last#");
 
   // What does nothing leaves the queue working.
-  EXPECT_EQ(ipc_msgq_send(sender, "kept", 4), 0);
-  EXPECT_EQ(ipc_msgq_msg_count(queue), 0);
-  EXPECT_EQ(ipc_msgq_delete(queue), 0);
-  EXPECT_EQ(ipc_msgq_close(queue), 0);
-  EXPECT_EQ(ipc_msgq_close(sender), 0);
+  EXPECT_EQ(ipc_msgq_send(sender.get(), "kept", 4), 0);
+  EXPECT_EQ(ipc_msgq_msg_count(queue.get()), 0);
+  EXPECT_EQ(ipc_msgq_delete(queue.get()), 0);
+  EXPECT_EQ(ipc_msgq_close(queue.get()), 0);
+  EXPECT_EQ(ipc_msgq_close(sender.get()), 0);
   EXPECT_EQ(receive(queue, 4), "4:kept#");
-  EXPECT_EQ(ipc_msgq_send(sender, "more", 4), 0);
+  EXPECT_EQ(ipc_msgq_send(sender.get(), "more", 4), 0);
 }
 
 TEST_F(MessageQueue, RecordHoldsSocketAndWholeAddress) {
@@ -88,10 +79,10 @@ TEST_F(MessageQueue, RecordHoldsSocketAndWholeAddress) {
   const Queue sender(ipc_msgq_GetByName(name.c_str()));
   std::string path = name;
   path.resize(108);
-  for (const ipc_msgq *record : {static_cast<ipc_msgq *>(queue), static_cast<ipc_msgq *>(sender)}) {
-    EXPECT_EQ(record->address.sun_family, AF_UNIX);
-    EXPECT_EQ(std::string(record->address.sun_path, 108), path);
-    EXPECT_NE(fcntl(record->fd, F_GETFL) & O_NONBLOCK, 0);
+  for (const Queue *record : {&queue, &sender}) {
+    EXPECT_EQ((*record)->address.sun_family, AF_UNIX);
+    EXPECT_EQ(std::string((*record)->address.sun_path, 108), path);
+    EXPECT_NE(fcntl((*record)->fd, F_GETFL) & O_NONBLOCK, 0);
   }
 }
 
@@ -99,7 +90,7 @@ TEST_F(MessageQueue, NamesOfUpTo107Characters) {
   const std::string longest = dir / std::string(107 - dir.path().size() - 1, 'n');
   const Queue queue(ipc_msgq_createByName(longest.c_str()));
   const Queue sender(ipc_msgq_GetByName(longest.c_str()));
-  EXPECT_EQ(ipc_msgq_send(sender, "x", 1), 0);
+  EXPECT_EQ(ipc_msgq_send(sender.get(), "x", 1), 0);
   EXPECT_EQ(receive(queue, 1), "1:x#");
   for (auto *make : {ipc_msgq_createByName, ipc_msgq_GetByName}) {
     EXPECT_EQ(error_of(make((longest + "n").c_str())), ENAMETOOLONG);
@@ -126,7 +117,7 @@ TEST_F(MessageQueue, CreationFailures) {
 
 TEST_F(MessageQueue, SendFailsAtOnce) {
   const Queue sender(ipc_msgq_GetByName(name.c_str()));
-  const auto send = [&] { return ipc_msgq_send(sender, "x", 1); };
+  const auto send = [&] { return ipc_msgq_send(sender.get(), "x", 1); };
   EXPECT_EQ(outcome([] { return ipc_msgq_send(nullptr, "x", 1); }),
             std::pair(EINVAL, std::string("ipc_msgq_send:Invalid server details\n")));
   EXPECT_EQ(outcome(send), std::pair(ENOENT, failure("sendto failed.Error:", ENOENT)));
@@ -161,7 +152,7 @@ TEST_F(MessageQueue, ReceiveFailures) {
   // A signal ends the wait, even one whose handler restarts other calls.
   signal(SIGALRM, [](int) {});
   alarm(1);
-  EXPECT_EQ(outcome([&] { return ipc_msgq_receive(queue, buffer, sizeof buffer); }),
+  EXPECT_EQ(outcome([&] { return ipc_msgq_receive(queue.get(), buffer, sizeof buffer); }),
             failed_wait(EINTR));
   signal(SIGALRM, SIG_DFL);
 }
