@@ -11,37 +11,24 @@
 namespace talvera::test {
 namespace {
 
-TEST(Command, ResultIsTheExitCodeAndFailuresAreLogged) {
-  struct Case {
-    const char *command;
-    int code;
-  };
-  const Case cases[] = {
-      {"exit 0", 0},
-      {"exit 3", 3},
-      {"exit 255", 255},
-      {"kill -9 $$", 0},  // no exit code
-      {"/no/such/program 2>/dev/null", 127},
-  };
-  for (const Case &c : cases) {
-    SystemDouble system;
-    EXPECT_EQ(sdb_system("%s", c.command), c.code) << c.command;
-    std::vector<LogLine> expected;
-    if (c.code != 0) {
-      expected = {{"sdb", 7, "sdb_system (ret " + std::to_string(c.code) + "): " + c.command}};
-    }
-    EXPECT_EQ(system.log(), expected);
-    EXPECT_EQ(system.calls(), Texts({std::string("system ") + c.command}));
-  }
+LogLine note(int code, const std::string &command) {
+  return {"sdb", 7, "sdb_system (ret " + std::to_string(code) + "): " + command};
 }
 
-TEST(Command, GivesTheErrorOfACommandThatCannotBeRun) {
-  SystemDouble system;
+TEST(Command, ResultIsTheExitCodeAndFailuresAreLogged) {
+  for (const auto &[command, code] : {std::pair{"exit 0", 0},
+                                      {"exit 255", 255},
+                                      {"kill -9 $$", 0},  // no exit code
+                                      {"/no/such/program 2>/dev/null", 127}}) {
+    SystemDouble system;
+    EXPECT_EQ(sdb_system("%s", command), code) << command;
+    EXPECT_EQ(system.log(), std::vector<LogLine>(code != 0 ? 1 : 0, note(code, command)));
+    EXPECT_EQ(system.calls(), Texts({std::string("system ") + command}));
+  }
+  SystemDouble system;  // a command that cannot be run
   system.fail("system", EAGAIN);
   EXPECT_EQ(sdb_system("iptables -t %s", "nat"), EAGAIN);
-  EXPECT_EQ(system.log(),
-            std::vector<LogLine>(
-                {{"sdb", 7, "sdb_system (ret " + std::to_string(EAGAIN) + "): iptables -t nat"}}));
+  EXPECT_EQ(system.log(), std::vector<LogLine>({note(EAGAIN, "iptables -t nat")}));
 }
 
 TEST(Command, LongCommandsAreCut) {

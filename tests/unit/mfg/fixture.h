@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "support/system_double.h"
+#include "support/descriptors.h"
 
 namespace talvera::test {
 
@@ -14,13 +14,10 @@ inline constexpr std::size_t kMfgFileSize = 131072;
 
 class MfgTest : public ::testing::Test {
  protected:
-  MfgTest() : descriptors_(open_descriptors()) {}
-
   // Whatever a test does, the file is closed and the partition unmounted afterwards.
   void TearDown() override {
     EXPECT_FALSE(system.platform().mounted());
     system.forget();
-    EXPECT_EQ(open_descriptors(), descriptors_);
   }
 
   [[nodiscard]] std::string path() { return system.platform().flash_directory() + "/mfg.dat"; }
@@ -45,10 +42,7 @@ class MfgTest : public ::testing::Test {
     return texts;
   }
 
- private:
-  int descriptors_;
-
- protected:
+  const DescriptorCheck descriptors;
   SystemDouble system;
 };
 

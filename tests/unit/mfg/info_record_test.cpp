@@ -9,86 +9,65 @@ namespace {
 
 class InfoRecord : public MfgTest {
  protected:
-  // Stores a record as the factory does, with its checksum.
-  void store(std::string bytes) {
-    unsigned sum = 0;
-    bytes.resize(254, '\0');
-    for (std::size_t i = 0; i < bytes.size(); i += 2) {
-      sum += static_cast<unsigned char>(bytes[i]) * 256U + static_cast<unsigned char>(bytes[i + 1]);
-    }
-    sum = 0x10000 - (sum & 0xFFFF);
-    bytes += static_cast<char>(sum >> 8);
-    bytes += static_cast<char>(sum);
-    write_file_with(kMfgFileSize - 256, bytes);
-  }
-  std::string read() {
-    unsigned char bytes[256 + 1];
-    std::memset(bytes, 0xEE, sizeof bytes);
-    EXPECT_EQ(mfg_info_read(bytes), 0);
-    EXPECT_EQ(bytes[256], 0xEE);
-    return {reinterpret_cast<char *>(bytes), 256};
-  }
-  static std::string serial(const std::string &record) { return record.c_str() + 67; }
   static unsigned word_sum(const std::string &record) {
     unsigned sum = 0;
-    for (std::size_t i = 0; i < 256; i += 2) {
+    for (std::size_t i = 0; i < record.size(); i += 2)
       sum +=
           static_cast<unsigned char>(record[i]) * 256U + static_cast<unsigned char>(record[i + 1]);
-    }
     return sum & 0xFFFF;
   }
-  static std::string default_record() {
-    std::string record(256, '\0');
-    record.replace(0, 6, "\x02\x5A\x30\x96\x02\xD0");
-    record[20] = 40;
-    record[46] = 16;
-    record.replace(67, 10, "1234567890");
+  // A record that begins with these bytes, with its checksum.
+  static std::string with_checksum(std::string record) {
+    record.resize(254, '\0');
     const unsigned sum = 0x10000 - word_sum(record);
-    record[254] = static_cast<char>(sum >> 8);
-    record[255] = static_cast<char>(sum);
-    return record;
+    return record + static_cast<char>(sum >> 8) + static_cast<char>(sum);
   }
+  std::string read() {
+    std::string bytes(256 + 1, '\xEE');
+    EXPECT_EQ(mfg_info_read(reinterpret_cast<unsigned char *>(bytes.data())), 0);
+    EXPECT_EQ(bytes.back(), '\xEE');
+    return bytes.substr(0, 256);
+  }
+  static std::string serial(const std::string &record) { return record.c_str() + 67; }
 };
 
 TEST_F(InfoRecord, InvalidRecordsAreReplacedByTheDefault) {
-  EXPECT_EQ(read(), default_record());  // no file at all
-  write_content(std::string(kMfgFileSize, '\xFF'));
-  EXPECT_EQ(read(), default_record());
-  write_content(std::string(kMfgFileSize, '\0'));
-  EXPECT_EQ(read(), default_record());
-  write_content("");
-  EXPECT_EQ(read(), default_record());
+  std::string expected(254, '\0');
+  expected.replace(0, 6, "\x02\x5A\x30\x96\x02\xD0");
+  expected[20] = 40;
+  expected[46] = 16;
+  expected.replace(67, 10, "1234567890");
+  expected = with_checksum(expected);
+  EXPECT_EQ(read(), expected);  // no file at all
+  for (const std::string &file :
+       {std::string(kMfgFileSize, '\xFF'), std::string(kMfgFileSize, '\0'), std::string()}) {
+    write_content(file);
+    EXPECT_EQ(read(), expected);
+  }
 
   std::string stored(254, '\0');
   stored[200] = 1;
   stored[67] = '7';
-  store(stored);
+  stored = with_checksum(stored);
+  write_file_with(kMfgFileSize - 256, stored);
   EXPECT_EQ(serial(read()), "7");
-  std::string file = content();
-  file[kMfgFileSize - 256 + 201] ^= 1;  // one bit of the low byte
-  write_content(file);
-  EXPECT_EQ(read(), default_record());
-  EXPECT_TRUE(content() == file);  // and nothing is written back
+  stored[201] ^= 1;  // one bit of the low byte
+  write_file_with(kMfgFileSize - 256, stored);
+  EXPECT_EQ(read(), expected);
+  EXPECT_TRUE(content().substr(kMfgFileSize - 256) == stored);  // and nothing is written back
 }
 
 TEST_F(InfoRecord, DerivesAnEmptySerialNumber) {
-  struct Case {
-    std::string mac;
-    const char *serial;
-  };
   using namespace std::string_literals;
-  for (const Case &c : {Case{"\x02\x5A\x31\xFF\xFF\xFF"s, "16777215"},
-                        {"\x02\x5A\x31\x00\x00\x00"s, "0"},
-                        {"\x02\x5A\x32\x00\x00\x05"s, "16777221"},
-                        {"\x02\x5A\x33\x80\x00\x01"s, "41943041"},
-                        {"\x02\x5A\x34\x00\x00\x05"s, "2586442727429"},
-                        {"\x00\x11\x22\x33\x44\x55"s, "73588229205"},
-                        {"\xFF\xFF\xFF\xFF\xFF\xFF"s, "281474976710655"}}) {
-    SCOPED_TRACE(c.serial);
-    store(c.mac);
+  for (const auto &[mac, number] : {std::pair{"\x02\x5A\x31\xFF\xFF\xFF"s, "16777215"},
+                                    {"\x02\x5A\x32\x00\x00\x05"s, "16777221"},
+                                    {"\x02\x5A\x33\x80\x00\x01"s, "41943041"},
+                                    {"\x02\x5A\x34\x00\x00\x05"s, "2586442727429"},
+                                    {"\xFF\xFF\xFF\xFF\xFF\xFF"s, "281474976710655"}}) {
+    write_file_with(kMfgFileSize - 256, with_checksum(mac));
     const std::string file = content();
     const std::string record = read();
-    EXPECT_EQ(serial(record), c.serial);
+    EXPECT_EQ(serial(record), number);
     EXPECT_EQ(word_sum(record), 0U);
     EXPECT_EQ(record.substr(0, 67), file.substr(kMfgFileSize - 256, 67));
     EXPECT_TRUE(content() == file);

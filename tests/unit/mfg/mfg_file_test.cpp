@@ -2,11 +2,12 @@
 // mfg_init(), with every step made to fail.
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <cstring>
 
+#include "support/descriptors.h"
+#include "support/errors.h"
 #include "talvera/mfg.h"
 #include "unit/mfg/fixture.h"
 
@@ -27,6 +28,10 @@ std::string open_call(int flags) {
   return text;
 }
 
+std::string failed(const char *operation, int error) {
+  return std::string("MFG: ") + operation + " failed: " + std::strerror(error);
+}
+
 TEST_F(MfgFile, EachAccessMountsAndUnmounts) {
   write_content(std::string(kMfgFileSize, '\xFF'));
   mfg_info_read(record);
@@ -45,10 +50,14 @@ TEST_F(MfgFile, WritesTheWholeFileAndChangesOnlyTheRange) {
   for (std::size_t i = 0; i < kMfgFileSize; ++i)
     before += static_cast<char>(i * 7 + i / 256);
   write_content(before);
+  for (const char *call : {"read", "write"}) {  // transfers that are interrupted go on
+    system.shorten(call, 1000);
+    system.fail(call, EINTR);
+  }
   EXPECT_EQ(mfg_info_write(record), 0);
   const std::string after = content();
   ASSERT_EQ(after.size(), kMfgFileSize);
-  EXPECT_TRUE(after.compare(0, kMfgFileSize - 256, before, 0, kMfgFileSize - 256) == 0);
+  EXPECT_TRUE(after.substr(0, kMfgFileSize - 256) == before.substr(0, kMfgFileSize - 256));
   EXPECT_EQ(std::memcmp(after.data() + kMfgFileSize - 256, record, 256), 0);
 
   // A file of another size is managed by its first 131072 bytes.
@@ -58,88 +67,55 @@ TEST_F(MfgFile, WritesTheWholeFileAndChangesOnlyTheRange) {
 }
 
 // A mount that fails, since somebody has mounted the partition already, is no obstacle; by design
-// the partition is unmounted all the same.
+// the partition is unmounted all the same, unless the file cannot be opened.
 TEST_F(MfgFile, WorksOnAMountedPartition) {
   write_content(std::string(kMfgFileSize, '\xFF'));
   ASSERT_EQ(mount("mtd:mfg", "/mfg", "jffs2", 0, nullptr), 0);
-  EXPECT_EQ(mfg_info_write(record), 0);
-  EXPECT_THAT(logged(3), ElementsAre("MFG: mount failed: " + std::string(std::strerror(EBUSY))));
-  EXPECT_FALSE(system.platform().mounted());
-}
-
-TEST_F(MfgFile, FailedOpenLeavesNothingMounted) {
-  EXPECT_EQ(mfg_info_write(record), -1);  // there is no file
-  EXPECT_EQ(errno, ENOENT);
-  EXPECT_THAT(logged(3), ElementsAre("MFG: open failed: " + std::string(std::strerror(ENOENT))));
-  EXPECT_EQ(system.calls().back(), "umount2 /mfg 2");
-
-  // What another had mounted before is not unmounted by an open that fails.
-  system.clear_records();
-  ASSERT_EQ(mount("mtd:mfg", "/mfg", "jffs2", 0, nullptr), 0);
+  system.fail("open", EPERM);
   EXPECT_EQ(mfg_info_write(record), -1);
   EXPECT_TRUE(system.platform().mounted());
-  umount2("/mfg", 0);
+  EXPECT_EQ(mfg_info_write(record), 0);
+  EXPECT_FALSE(system.platform().mounted());
+  EXPECT_THAT(logged(3),
+              ElementsAre(failed("mount", EBUSY), failed("open", EPERM), failed("mount", EBUSY)));
 }
 
 TEST_F(MfgFile, EveryFailingStepOfAWriteIsReported) {
-  struct Case {
-    const char *call;
-    int skip;
-    const char *logged;  // operation of the message, or none
-  };
+  const std::string before(kMfgFileSize, 'x');
   // Seeks to the start of the file, before reading and before writing.
-  for (const Case &c : {Case{"open", 0, "open"},
-                        {"lseek", 0, ""},
-                        {"malloc", 0, ""},
-                        {"read", 0, "read"},
-                        {"lseek", 1, ""},
-                        {"write", 0, "write"}}) {
-    SCOPED_TRACE(std::string(c.call) + ' ' + std::to_string(c.skip));
-    const std::string before(kMfgFileSize, 'x');
+  for (const auto &[call, skip, logs] : {std::tuple{"open", 0, true},
+                                         {"lseek", 0, false},
+                                         {"malloc", 0, false},
+                                         {"read", 0, true},
+                                         {"lseek", 1, false},
+                                         {"write", 0, true}}) {
+    SCOPED_TRACE(std::string(call) + ' ' + std::to_string(skip));
     write_content(before);
     system.clear_records();
-    system.fail(c.call, ENOSPC, c.skip);
-    EXPECT_EQ(mfg_info_write(record), -1);
-    EXPECT_EQ(errno, ENOSPC);
-    Texts messages;
-    if (*c.logged != '\0') {
-      messages.push_back(std::string("MFG: ") + c.logged + " failed: " + std::strerror(ENOSPC));
-    }
-    EXPECT_EQ(logged(3), messages);
-    EXPECT_EQ(system.calls().back(), "umount2 /mfg 2");
-    system.forget();
+    system.fail(call, ENOSPC, skip);
+    EXPECT_EQ(error_of(mfg_info_write(record)), ENOSPC);
+    EXPECT_EQ(logged(3), logs ? Texts({failed(call, ENOSPC)}) : Texts());
+    EXPECT_FALSE(system.platform().mounted());
     EXPECT_TRUE(content() == before);
   }
 }
 
 TEST_F(MfgFile, ShortFilesAreRefused) {
-  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, kMfgFileSize - 1}) {
-    SCOPED_TRACE(size);
+  for (const std::size_t size : {std::size_t{0}, kMfgFileSize - 1}) {
     write_content(std::string(size, '\0'));
     system.clear_records();
-    EXPECT_EQ(mfg_info_write(record), -1);
-    EXPECT_THAT(logged(3), ElementsAre("MFG: read failed: " + std::string(std::strerror(EIO))));
+    EXPECT_EQ(error_of(mfg_info_write(record)), EIO);
     EXPECT_EQ(content().size(), size);
     mfg_info_read(record);  // the default, with the same message
     EXPECT_EQ(record[1], 0x5A);
-    EXPECT_EQ(logged(3).size(), 2U);
+    EXPECT_THAT(logged(3), ElementsAre(failed("read", EIO), failed("read", EIO)));
   }
   write_content(std::string(kMfgFileSize, '\0'));
   system.clear_records();
   system.shorten("write", 1000);
   system.answer("write", 0);
   EXPECT_EQ(mfg_info_write(record), -1);
-  EXPECT_THAT(logged(3), ElementsAre("MFG: write failed: " + std::string(std::strerror(EIO))));
-}
-
-TEST_F(MfgFile, InterruptedTransfersGoOn) {
-  write_content(std::string(kMfgFileSize, 'x'));
-  for (const char *call : {"read", "write"}) {
-    system.shorten(call, 1000);
-    system.fail(call, EINTR);
-  }
-  EXPECT_EQ(mfg_info_write(record), 0);
-  EXPECT_EQ(content().size(), kMfgFileSize);
+  EXPECT_THAT(logged(3), ElementsAre(failed("write", EIO)));
 }
 
 // ---- mfg_init -------------------------------------------------------------------------------
@@ -182,15 +158,13 @@ TEST_F(MfgFile, InitHandsOverStoredIdentityAndCalibration) {
   std::memcpy(record, "\x02\x5A\x32\x00\x00\x05", 6);
   record[MFG_INFO_DEVICE_TYPE] = 200;
   record[MFG_INFO_MAC_COUNT] = 255;
-  record[MFG_INFO_WLCAL_PRESENT + 3] = 1;
+  record[MFG_INFO_WLCAL_PRESENT] = 1;  // any bit of the flag counts
   std::memset(record + MFG_INFO_SERIAL, 0, 16);
-  std::memset(record + 83, 'Z', 20);  // what follows the serial number is not part of it
   std::string all(kMfgFileSize, '\xFF');
   for (std::size_t i = 0; i < TVRA_WLCAL_SIZE; ++i)
     all[0x1F800 + i] = static_cast<char>(i);
   write_content(all);
   ASSERT_EQ(mfg_info_write(record), 0);
-  system.clear_records();
 
   mfg_init();
   const auto &identity = system.platform().identity;
@@ -199,87 +173,73 @@ TEST_F(MfgFile, InitHandsOverStoredIdentityAndCalibration) {
   EXPECT_STREQ(identity->serial, "16777221");
   EXPECT_EQ(identity->mac[5], 5);
   EXPECT_EQ(identity->mac_count, 255U);
-  ASSERT_TRUE(system.platform().calibration);
-  const auto &calibration = *system.platform().calibration;
-  EXPECT_EQ(calibration.size(), std::size_t{TVRA_WLCAL_SIZE});
-  EXPECT_EQ(std::memcmp(calibration.data(), all.data() + 0x1F800, TVRA_WLCAL_SIZE), 0);
+  const auto &calibration = system.platform().calibration;
+  ASSERT_TRUE(calibration);
+  EXPECT_EQ(std::string(calibration->begin(), calibration->end()),
+            all.substr(0x1F800, TVRA_WLCAL_SIZE));
   EXPECT_TRUE(content().substr(0, kMfgFileSize - 256) == all.substr(0, kMfgFileSize - 256));
 
   // An unreadable calibration area is sent all the same; refused commands are logged.
-  system.clear_records();
-  system.platform().calibration.reset();
   system.fail("read", EIO, 1);
   mfg_init();
-  ASSERT_TRUE(system.platform().calibration);
-  EXPECT_EQ(*system.platform().calibration, std::vector<std::uint8_t>(TVRA_WLCAL_SIZE, 0));
+  ASSERT_TRUE(calibration);
+  EXPECT_EQ(*calibration, std::vector<std::uint8_t>(TVRA_WLCAL_SIZE, 0));
   system.clear_records();
   system.fail("ioctl", EPERM, 0, 2);
   mfg_init();
-  EXPECT_THAT(logged(3), ElementsAre("MFG: TVRA_INFO_SET ioctl failed: Operation not permitted",
-                                     "MFG: TVRA_WLCAL_SET ioctl failed: Operation not permitted"));
+  EXPECT_THAT(logged(3), ElementsAre(failed("TVRA_INFO_SET ioctl", EPERM),
+                                     failed("TVRA_WLCAL_SET ioctl", EPERM)));
 }
 
 // What the driver gets is the serial number's text and zeros, whatever lies behind it in the field
-// and behind the field; any bit of the flag says that there is calibration.
+// and behind the field.
 TEST_F(MfgFile, InitSendsTheTextOfTheSerialNumberAlone) {
-  struct Case {
-    std::string field;  // 16 bytes
-    std::string sent;
-  };
-  using namespace std::string_literals;
-  for (const Case &c :
-       {Case{"7\0junkjunkjunkju"s, "7"}, {"1234567890123456", "1234567890123456"}}) {
-    write_content(std::string(kMfgFileSize, '\xFF'));
+  write_content(std::string(kMfgFileSize, '\xFF'));
+  for (const std::string serial : {"7", "1234567890123456"}) {
     mfg_info_read(record);
-    std::memcpy(record + MFG_INFO_SERIAL, c.field.data(), 16);
-    std::memset(record + MFG_INFO_SERIAL + 16, 'Z', 20);
-    record[MFG_INFO_WLCAL_PRESENT] = 1;
+    std::memset(record + MFG_INFO_SERIAL, 'Z', 36);
+    std::memcpy(record + MFG_INFO_SERIAL, serial.c_str(),
+                std::min<std::size_t>(serial.size() + 1, 16));
     ASSERT_EQ(mfg_info_write(record), 0);
-    system.platform().calibration.reset();
     mfg_init();
-    const std::string sent(system.platform().identity->serial, 24);
-    EXPECT_EQ(sent, c.sent + std::string(24 - c.sent.size(), '\0'));
-    EXPECT_TRUE(system.platform().calibration);
+    EXPECT_EQ(std::string(system.platform().identity->serial, 24),
+              serial + std::string(24 - serial.size(), '\0'));
   }
 }
 
 // A program that has closed its standard input gets descriptor 0 for the file and the device.
 TEST_F(MfgFile, DescriptorZeroIsAsGoodAsAny) {
   write_content(std::string(kMfgFileSize, '\xFF'));
-  const int saved = dup(0);
-  close(0);
+  const ClosedStandardInput closed;
   EXPECT_EQ(mfg_info_write(record), 0);
   EXPECT_FALSE(system.platform().mounted());
   EXPECT_EQ(fcntl(0, F_GETFD), -1);
   EXPECT_EQ(tvra_open(), 0);
   tvra_close();
   EXPECT_EQ(fcntl(0, F_GETFD), -1);
-  dup2(saved, 0);
-  close(saved);
 }
 
 TEST_F(MfgFile, InitGoesOnAfterEveryFailure) {
   system.fail("mount", EPERM);
   system.fail("open", EPERM);
   mfg_init();
-  EXPECT_THAT(logged(3), ElementsAre("MFG: mount failed: Operation not permitted",
-                                     "MFG: open failed: Operation not permitted",
-                                     "MFG: open failed: No such file or directory"));
+  EXPECT_THAT(logged(3),
+              ElementsAre(failed("mount", EPERM), failed("open", EPERM), failed("open", ENOENT)));
   EXPECT_TRUE(system.platform().identity);
 
-  // A flash that fills up while the file is made.
-  system.clear_records();
-  system.fail("write", ENOSPC, 5);
-  mfg_init();
-  EXPECT_EQ(content().size(), 5U * 1024);
-  EXPECT_EQ(logged(3).front(), "MFG: write failed: No space left on device");
-
-  write_content("");
-  system.clear_records();
-  system.answer("write", 0, 5);
-  mfg_init();
-  EXPECT_EQ(content().size(), 5U * 1024);
-  EXPECT_EQ(logged(3).front(), "MFG: write failed: Input/output error");
+  // A flash that fills up while the file is made, or takes no more.
+  for (const int error : {ENOSPC, EIO}) {
+    write_content("");
+    system.clear_records();
+    if (error == ENOSPC) {
+      system.fail("write", ENOSPC, 5);
+    } else {
+      system.answer("write", 0, 5);
+    }
+    mfg_init();
+    EXPECT_EQ(content().size(), 5U * 1024);
+    EXPECT_EQ(logged(3).front(), failed("write", error));
+  }
 }
 
 }  // namespace

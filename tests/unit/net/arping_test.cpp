@@ -4,10 +4,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 
+#include "support/errors.h"
 #include "support/system_double.h"
 #include "talvera/netu.h"
 
@@ -23,6 +23,8 @@ class ArpProbe : public ::testing::Test {
     chmod(bin.write("arping", "#!/bin/sh\n" + commands + "\n").c_str(), 0755);
   }
 
+  static int probe() { return netu_arping_test("wan7", "192.0.2.9"); }
+
   TempDir bin;
   SystemDouble system;
 
@@ -31,18 +33,12 @@ class ArpProbe : public ::testing::Test {
 };
 
 TEST_F(ArpProbe, ExitStatusOneMeansInUse) {
-  struct Case {
-    const char *commands;
-    int result;
-  };
   for (const auto &[commands, result] :
-       {Case{"exit 0", 0}, Case{"exit 1", 1}, Case{"exit 2", 0}, Case{"exit 127", 0},
-        Case{"kill -9 $$", 1}, Case{"kill -1 $$", 1}}) {
+       {std::pair{"exit 0", 0}, {"exit 1", 1}, {"exit 2", 0}, {"kill -9 $$", 1}}) {
     write_arping(commands);
-    EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), result) << commands;
+    EXPECT_EQ(probe(), result) << commands;
   }
-  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // nothing left to reap
-  EXPECT_EQ(errno, ECHILD);
+  EXPECT_EQ(error_of(waitpid(-1, nullptr, WNOHANG)), ECHILD);  // nothing left to reap
 }
 
 TEST_F(ArpProbe, Arguments) {
@@ -52,18 +48,13 @@ TEST_F(ArpProbe, Arguments) {
   EXPECT_EQ(read_file(out), (bin / "arping") + "|6|-Dq|-c|1|-I|wan 7|192.0.2.9; exit 1|");
 }
 
-TEST_F(ArpProbe, WithoutArping) {
-  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
-  EXPECT_TRUE(system.log().empty());
-}
-
 TEST_F(ArpProbe, LeavesOtherChildrenAlone) {
   write_arping("exit 0");
   const pid_t other = fork();
   if (other == 0) _exit(1);
   siginfo_t info;
   ASSERT_EQ(waitid(P_PID, static_cast<id_t>(other), &info, WEXITED | WNOWAIT), 0);
-  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_EQ(probe(), 0);
   EXPECT_EQ(waitpid(other, nullptr, 0), other);
 }
 
@@ -79,7 +70,7 @@ TEST_F(ArpProbe, GetsTheStatusBeforeTheReaper) {
   sigset_t mask;
   write_arping("exit 0");
   for (int i = 0; i < 20; ++i)
-    EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+    EXPECT_EQ(probe(), 0);
   sigprocmask(SIG_SETMASK, nullptr, &mask);
   EXPECT_EQ(sigismember(&mask, SIGCHLD), 0);
   sigaction(SIGCHLD, &former, nullptr);
@@ -90,25 +81,24 @@ TEST_F(ArpProbe, GetsTheStatusBeforeTheReaper) {
       "while read -r name value; do case $name in SigBlk:) echo $value; esac; done < "
       "/proc/self/status > " +
       out);
-  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
+  EXPECT_EQ(probe(), 0);
   EXPECT_EQ(read_file(out), "0000000000000000\n");
 }
 
 TEST_F(ArpProbe, Failures) {
-  write_arping("exit 0");
+  EXPECT_EQ(probe(), 0);  // there is no arping
+  EXPECT_TRUE(system.log().empty());
+  write_arping("exit 1");
   system.fail("waitpid", EINTR, 0, 2);
-  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
-  EXPECT_EQ(system.count("waitpid"), 3);
-
+  EXPECT_EQ(probe(), 1);
   system.fail("fork", EAGAIN);
-  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 0);
-  EXPECT_EQ(
-      system.log(),
-      std::vector<LogLine>(
-          {{"syslog", 3, "netu_arping_test fork failed (Resource temporarily unavailable)"}}));
+  EXPECT_EQ(probe(), 0);
+  const std::string note = "netu_arping_test fork failed (Resource temporarily unavailable)";
+  EXPECT_EQ(system.log(), std::vector<LogLine>({{"syslog", 3, note}}));
 
+  write_arping("exit 0");
   system.fail("waitpid", ECHILD);
-  EXPECT_EQ(netu_arping_test("wan7", "192.0.2.9"), 1);
+  EXPECT_EQ(probe(), 1);
   EXPECT_GT(waitpid(-1, nullptr, 0), 0);
 }
 

@@ -20,15 +20,19 @@ class InterfaceStatistics : public ::testing::Test {
  protected:
   InterfaceStatistics() : stats(netu_alloc_linuxif_stats(), netu_free_linuxif_stats) {
     for (const char *file : kFiles)
-      system.redirect(std::string("/sys/class/net/wan7/statistics/") + file, files / file);
+      redirect(file, files / file);
   }
   // Gives counter i the value first + i, for the first `count` counters.
   void write_counters(unsigned first, unsigned count) {
     for (unsigned i = 0; i < count; ++i)
       files.write(kFiles[i], std::to_string(first + i) + "\n");
   }
+  void update() { EXPECT_EQ(netu_update_linuxif_stats("wan7", stats.get()), 0); }
   [[nodiscard]] std::uint32_t get(unsigned index) const {
     return netu_get_linuxif_stat(stats.get(), index);
+  }
+  void redirect(const char *file, const std::string &target) {
+    system.redirect(std::string("/sys/class/net/wan7/statistics/") + file, target);
   }
 
   TempDir files;
@@ -37,71 +41,66 @@ class InterfaceStatistics : public ::testing::Test {
 };
 
 TEST_F(InterfaceStatistics, DeltasCountFromTheLastReset) {
+  system.fail("calloc", ENOMEM);
+  EXPECT_EQ(netu_alloc_linuxif_stats(), nullptr);
+  netu_free_linuxif_stats(nullptr);
   for (unsigned i = 0; i < 42; ++i)
     EXPECT_EQ(get(i), 0U);
   std::memset(stats.get(), 0x55, sizeof *stats);
   EXPECT_EQ(netu_init_linuxif_stats(stats.get()), 0);
 
   write_counters(1000, 14);
-  EXPECT_EQ(netu_update_linuxif_stats("wan7", stats.get()), 0);
+  update();
   for (unsigned i = 0; i < 14; ++i) {
     EXPECT_EQ(get(i), 1000 + i);
     EXPECT_EQ(get(14 + i), 1000 + i);
     EXPECT_EQ(get(28 + i), 0U);
   }
   EXPECT_EQ(netu_reset_linuxif_stats(stats.get()), 0);
-  for (unsigned i = 0; i < 14; ++i) {
-    EXPECT_EQ(get(i), 0U);
-    EXPECT_EQ(get(28 + i), 1000 + i);
+  for (const bool updated : {false, true}) {
+    if (updated) update();
+    for (unsigned i = 0; i < 14; ++i) {
+      EXPECT_EQ(get(i), 0U);
+      EXPECT_EQ(get(28 + i), 1000 + i);
+    }
   }
-  netu_update_linuxif_stats("wan7", stats.get());
-  for (unsigned i = 0; i < 14; ++i)
-    EXPECT_EQ(get(i), 0U);
-
   write_counters(1007, 14);
   files.write("tx_errors", "1000");  // was 1008
-  netu_update_linuxif_stats("wan7", stats.get());
+  update();
   EXPECT_EQ(get(NETU_RX_PACKETS), 7U);
   EXPECT_EQ(get(NETU_TX_ERRORS), 0xFFFFFFF8U);
   EXPECT_EQ(get(14 + NETU_TX_ERRORS), 1000U);
 }
 
 TEST_F(InterfaceStatistics, TextsInAnyBaseWithin32Bits) {
-  struct Case {
-    const char *text;
-    std::uint32_t value;
-  };
-  const std::array cases = {
-      Case{"0x1F\n", 31},
-      Case{"017\n", 15},
-      Case{"4294967295\n", UINT32_MAX},
-      Case{"4294967296\n", UINT32_MAX},
-      Case{"99999999999999999999999\n", UINT32_MAX},
-      Case{"-1\n", UINT32_MAX},
-      Case{"12 34\n", 12},
-      Case{"08\n", 0},
-      Case{"none\n", 0},
-      Case{"\n", 0},
-      // 32 characters are read, and no terminator is missed behind them.
-      Case{"                              7890123", 78},
-  };
-  for (std::size_t i = 0; i < cases.size(); ++i)
-    files.write(kFiles[i], cases[i].text);
-  netu_update_linuxif_stats("wan7", stats.get());
-  for (unsigned i = 0; i < cases.size(); ++i)
-    EXPECT_EQ(get(i), cases[i].value) << cases[i].text;
+  for (const auto &[text, value] : {
+           std::pair{"0x1F\n", 31U},
+           {"017\n", 15},
+           {"4294967296\n", UINT32_MAX},
+           {"99999999999999999999999\n", UINT32_MAX},
+           {"-1\n", UINT32_MAX},
+           {"12 34\n", 12},
+           {"08\n", 0},
+           {"none\n", 0},
+           // 32 characters are read, and no terminator is missed behind them.
+           {"                              7890123", 78},
+       }) {
+    files.write(kFiles[0], text);
+    update();
+    EXPECT_EQ(get(0), value) << text;
+  }
 }
 
 TEST_F(InterfaceStatistics, MissingFilesRepeatTheCounterBefore) {
   write_counters(500, 10);
-  netu_update_linuxif_stats("wan7", stats.get());
+  update();
   for (unsigned i = 10; i < 14; ++i)
     EXPECT_EQ(get(i), 509U);
 
-  system.redirect("/sys/class/net/wan7/statistics/rx_packets", files / "missing");
+  redirect("rx_packets", files / "missing");
   files.write("tx_dropped", "");
-  system.redirect("/sys/class/net/wan7/statistics/tx_errors", files.path());  // read gives EISDIR
-  netu_update_linuxif_stats("wan7", stats.get());
+  redirect("tx_errors", files.path());  // read gives EISDIR
+  update();
   EXPECT_EQ(get(NETU_RX_PACKETS), 0U);
   EXPECT_EQ(get(NETU_RX_BYTES), 501U);
   EXPECT_EQ(get(NETU_TX_DROPPED), 506U);
@@ -124,14 +123,8 @@ TEST_F(InterfaceStatistics, TextOfOneCounter) {
   EXPECT_STREQ(text, "1###");
   EXPECT_EQ(netu_ifstat_get("lan", 6, text, 7), ENOENT);
   EXPECT_STREQ(text, "1###");
-  system.redirect("/sys/class/net/wan7/statistics/tx_bytes", files.path());
+  redirect("tx_bytes", files.path());
   EXPECT_EQ(netu_ifstat_get("wan7", 6, text, 7), EISDIR);
-}
-
-TEST_F(InterfaceStatistics, NoMemory) {
-  system.fail("calloc", ENOMEM);
-  EXPECT_EQ(netu_alloc_linuxif_stats(), nullptr);
-  netu_free_linuxif_stats(nullptr);
 }
 
 }  // namespace

@@ -4,18 +4,17 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 
+#include "support/descriptors.h"
+#include "support/errors.h"
 #include "unit/net/fixture.h"
 
 namespace talvera::test {
 namespace {
 
-using ::testing::Each;
-
 TEST(NetlinkOpen, BindsToAPortOfTheKernelsChoice) {
-  const int before = open_descriptors();
+  const DescriptorCheck descriptors;
   SystemDouble system;
   NetlinkDouble kernel;
   system.set_time(0x12345678);
@@ -27,39 +26,29 @@ TEST(NetlinkOpen, BindsToAPortOfTheKernelsChoice) {
   EXPECT_EQ(kernel.bound[0].nl_groups, 0U);
   EXPECT_EQ(handle->local.nl_pid, NetlinkDouble::kPortId);
   EXPECT_EQ(handle->peer.nl_family, AF_NETLINK);
-  EXPECT_EQ(handle->peer.nl_pid, 0U);
-  EXPECT_EQ(handle->peer.nl_groups, 0U);
   EXPECT_EQ(handle->sequence, 0x12345678U);
-  for (const nfnetlink_subsys &subsys : handle->subsystems)
-    EXPECT_EQ(subsys.callbacks, nullptr);
   EXPECT_EQ(nfnetlink_close(handle), 0);
-  EXPECT_EQ(open_descriptors(), before);
 }
 
 TEST(NetlinkOpen, EveryFailureLeavesNothingBehind) {
-  const int before = open_descriptors();
+  const DescriptorCheck descriptors;
   SystemDouble system;
   NetlinkDouble kernel;
   for (const char *call : {"calloc", "socket", "bind", "getsockname"}) {
     system.fail(call, EPERM);
-    EXPECT_EQ(nfnetlink_open(), nullptr) << call;
-    EXPECT_EQ(errno, EPERM) << call;
+    EXPECT_EQ(error_of(nfnetlink_open()), EPERM) << call;
   }
-  for (const socklen_t size : {11U, 13U, 0U}) {
+  for (const socklen_t size : {11U, 13U}) {
     kernel.address_size = size;
-    errno = 0;
-    EXPECT_EQ(nfnetlink_open(), nullptr) << size;
-    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(error_of(nfnetlink_open()), EINVAL) << size;
   }
-  EXPECT_EQ(open_descriptors(), before);
 }
 
 // Descriptor 0 counts as no socket: it is used, but never closed.
 TEST(NetlinkOpen, DescriptorZeroStaysOpen) {
   SystemDouble system;
   NetlinkDouble kernel;
-  const int saved = dup(0);
-  close(0);
+  const ClosedStandardInput closed;
   nfnetlink_handle *handle = nfnetlink_open();
   ASSERT_NE(handle, nullptr);
   EXPECT_EQ(handle->fd, 0);
@@ -67,8 +56,7 @@ TEST(NetlinkOpen, DescriptorZeroStaysOpen) {
   EXPECT_EQ(close(0), 0);
   system.fail("bind", EPERM);
   EXPECT_EQ(nfnetlink_open(), nullptr);
-  EXPECT_EQ(dup2(saved, 0), 0);
-  close(saved);
+  EXPECT_EQ(close(0), 0);
 }
 
 using NetlinkSubsystems = NetlinkTest;
@@ -79,11 +67,8 @@ TEST_F(NetlinkSubsystems, TakeAndFreeSlots) {
   EXPECT_EQ(slot->handle, handle);
   EXPECT_EQ(slot->id, 4);
   EXPECT_EQ(slot->callback_count, 3);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(slot->callbacks[i].handler, nullptr);
-    EXPECT_EQ(slot->callbacks[i].attribute_count, 0);
-  }
-  EXPECT_EQ(nfnetlink_subsys_open(handle, 4, 1, 0), nullptr);
+  EXPECT_EQ(slot->callbacks[2].handler, nullptr);
+  EXPECT_EQ(error_of(nfnetlink_subsys_open(handle, 4, 1, 0)), EBUSY);
   EXPECT_EQ(slot->callback_count, 3);
   EXPECT_EQ(nfnetlink_subsys_close(slot), 0);
   EXPECT_EQ(slot->callbacks, nullptr);
@@ -91,9 +76,10 @@ TEST_F(NetlinkSubsystems, TakeAndFreeSlots) {
   EXPECT_NE(nfnetlink_subsys_open(handle, 4, 1, 0), nullptr);
 
   EXPECT_NE(nfnetlink_subsys_open(handle, 16, 0, 0), nullptr);
-  EXPECT_EQ(nfnetlink_subsys_open(handle, 16, 0, 0), nullptr);  // in use with no callbacks, too
-  EXPECT_EQ(nfnetlink_subsys_open(handle, 17, 1, 0), nullptr);
-  EXPECT_EQ(nfnetlink_subsys_open(nullptr, 1, 1, 0), nullptr);
+  // In use with no callbacks, too.
+  EXPECT_EQ(error_of(nfnetlink_subsys_open(handle, 16, 0, 0)), EBUSY);
+  EXPECT_EQ(error_of(nfnetlink_subsys_open(handle, 17, 1, 0)), EINVAL);
+  EXPECT_EQ(error_of(nfnetlink_subsys_open(nullptr, 1, 1, 0)), EINVAL);
   EXPECT_EQ(nfnetlink_subsys_close(nullptr), -1);
   EXPECT_EQ(nfnetlink_close(nullptr), -1);
 }
@@ -111,8 +97,7 @@ TEST_F(NetlinkSubsystems, GroupsAreOnlyAdded) {
 
   const std::size_t binds = kernel.bound.size();
   system.fail("bind", EPERM);
-  EXPECT_EQ(nfnetlink_subsys_open(handle, 2, 1, 0x10), nullptr);
-  EXPECT_EQ(errno, EPERM);
+  EXPECT_EQ(error_of(nfnetlink_subsys_open(handle, 2, 1, 0x10)), EPERM);
   EXPECT_EQ(handle->local.nl_groups, 0x80000007U);
   EXPECT_EQ(handle->subsystems[2].callbacks, nullptr);
   EXPECT_EQ(nfnetlink_rebind(handle), 0);  // the failed subsystem wants nothing any more
@@ -129,27 +114,23 @@ TEST(NetlinkPack, AppendsOnFourByteBoundaries) {
   std::memset(buffer, '#', sizeof buffer);
   auto *request = reinterpret_cast<nlmsghdr *>(buffer);
   request->nlmsg_len = 0;
+  const auto length_with = [request](const void *data, unsigned size) {
+    EXPECT_EQ(nfnetlink_msg_pack(request, data, size), 0);
+    return request->nlmsg_len;
+  };
   const nlmsghdr header = {16, 0x401, 5, 77, 0};
-  EXPECT_EQ(nfnetlink_msg_pack(request, &header, sizeof header), 0);
-  EXPECT_EQ(request->nlmsg_len, 16U);
-  EXPECT_EQ(nfnetlink_msg_pack(request, "abcde", 5), 0);
-  EXPECT_EQ(request->nlmsg_len, 24U);
-  EXPECT_EQ(nfnetlink_msg_pack(request, "WXYZ", 4), 0);
-  EXPECT_EQ(request->nlmsg_len, 28U);
-  EXPECT_EQ(nfnetlink_msg_pack(request, "", 0), 0);
-  EXPECT_EQ(request->nlmsg_len, 28U);
+  EXPECT_EQ(length_with(&header, sizeof header), 16U);
+  EXPECT_EQ(length_with("abcde", 5), 24U);
+  EXPECT_EQ(length_with("WXYZ", 4), 28U);
   EXPECT_EQ(Bytes(buffer, sizeof buffer),
             u32(28) + u16(0x401) + u16(5) + u32(77) + u32(0) + "abcde###WXYZ############");
 
   // The first piece's own length field counts, not its size and not rounded.
   const nlmsghdr odd = {19, 0, 0, 0, 0};
   request->nlmsg_len = 0;
-  EXPECT_EQ(nfnetlink_msg_pack(request, &odd, sizeof odd), 0);
-  EXPECT_EQ(request->nlmsg_len, 19U);
-  EXPECT_EQ(nfnetlink_msg_pack(request, "!", 1), 0);
-  EXPECT_EQ(request->nlmsg_len, 23U);
+  EXPECT_EQ(length_with(&odd, sizeof odd), 19U);
+  EXPECT_EQ(length_with("!", 1), 23U);
   EXPECT_EQ(buffer[19], '!');
-
   EXPECT_EQ(nfnetlink_msg_pack(nullptr, "x", 1), -1);
   EXPECT_EQ(nfnetlink_msg_pack(request, nullptr, 1), -1);
   EXPECT_EQ(request->nlmsg_len, 23U);
@@ -179,12 +160,10 @@ TEST_F(NetlinkTransfer, ReceivesFromTheKernelAlone) {
   kernel.deliver("");
   EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), 6);
   EXPECT_STREQ(buffer, "123456");
-  EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), -1);
-  EXPECT_EQ(errno, ENOMSG);
+  EXPECT_EQ(error_of(nfnetlink_receive(handle, buffer, 7)), ENOMSG);
   EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), 7);
   EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), 0);
-  EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), -1);
-  EXPECT_EQ(errno, EAGAIN);
+  EXPECT_EQ(error_of(nfnetlink_receive(handle, buffer, 7)), EAGAIN);
   EXPECT_EQ(nfnetlink_receive(nullptr, buffer, 7), -1);
   EXPECT_EQ(nfnetlink_receive(handle, nullptr, 7), -1);
 }
@@ -195,88 +174,67 @@ class NetlinkAcknowledgement : public NetlinkTest {
     const Bytes bytes = message(0x401, "", handle->sequence);
     return nfnetlink_send_wait_ack(handle, reinterpret_cast<const nlmsghdr *>(bytes.data()));
   }
+  // The same, with datagrams of the kernel to come.
+  int result_of(const std::vector<Bytes> &datagrams) {
+    for (const Bytes &datagram : datagrams)
+      kernel.deliver(datagram);
+    return send_wait_ack();
+  }
+  const Bytes acknowledged = error_message(0, handle->sequence);
 };
 
 TEST_F(NetlinkAcknowledgement, EndsTheWait) {
-  kernel.deliver(error_message(0, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), 0);
-  kernel.deliver(error_message(0, 0));
-  EXPECT_EQ(send_wait_ack(), 0);
+  EXPECT_EQ(result_of({acknowledged}), 0);
+  EXPECT_EQ(result_of({error_message(0, 0)}), 0);
   EXPECT_EQ(kernel.sent.size(), 2U);
 
   system.fail("sendto", EPERM);
-  kernel.deliver(error_message(0, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), -1);
+  EXPECT_EQ(result_of({acknowledged}), -1);
   EXPECT_EQ(kernel.queue.size(), 1U);
-  EXPECT_EQ(nfnetlink_send_wait_ack(handle, nullptr), -1);
   EXPECT_EQ(nfnetlink_send_wait_ack(nullptr, nullptr), -1);
 }
 
 TEST_F(NetlinkAcknowledgement, SignalsInterruptNothing) {
   system.fail("recvfrom", EINTR, 0, 3);
-  kernel.deliver(error_message(0, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), 0);
+  EXPECT_EQ(result_of({acknowledged}), 0);
   EXPECT_EQ(system.count("recvfrom"), 4);
-  for (const int error : {EAGAIN, ENOBUFS}) {
-    system.fail("recvfrom", error);
-    EXPECT_EQ(send_wait_ack(), -1);
-    EXPECT_EQ(errno, error);
-  }
-  kernel.deliver(error_message(0, handle->sequence), 77);  // not from the kernel
-  kernel.deliver(error_message(0, handle->sequence));
+  system.fail("recvfrom", ENOBUFS);
+  EXPECT_EQ(error_of(send_wait_ack()), ENOBUFS);
+  kernel.deliver(acknowledged, 77);  // not from the kernel
   errno = EINTR;
-  EXPECT_EQ(send_wait_ack(), -1);
+  EXPECT_EQ(result_of({acknowledged}), -1);
   EXPECT_EQ(kernel.queue.size(), 1U);
 }
 
 // A refusal is not told: whatever comes next ends the wait.
 TEST_F(NetlinkAcknowledgement, ErrorsKeepTheWaitGoing) {
-  kernel.deliver(error_message(-EPERM, handle->sequence));
-  kernel.deliver(error_message(EPERM, 0));
-  kernel.deliver(error_message(0, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), 0);
-  kernel.deliver(error_message(-EPERM, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), -1);
-  EXPECT_EQ(errno, EAGAIN);
+  const Bytes refused = error_message(-EPERM, handle->sequence);
+  EXPECT_EQ(result_of({refused, error_message(EPERM, 0), acknowledged}), 0);
+  EXPECT_EQ(error_of(result_of({refused})), EAGAIN);
 }
 
 TEST_F(NetlinkAcknowledgement, OfAnotherRequestFails) {
-  kernel.deliver(error_message(0, handle->sequence - 1));
-  EXPECT_EQ(send_wait_ack(), -1);
+  EXPECT_EQ(result_of({error_message(0, handle->sequence - 1)}), -1);
   // The first message of a datagram is the one that is asked.
-  Bytes both = error_message(-1, handle->sequence) + error_message(0, handle->sequence + 1);
-  kernel.deliver(both);
-  EXPECT_EQ(send_wait_ack(), 0);
+  EXPECT_EQ(result_of({error_message(-1, handle->sequence) + error_message(0, 1)}), 0);
 }
 
 TEST_F(NetlinkAcknowledgement, OtherMessagesAreDispatchedMeanwhile) {
   Calls calls(*this, 3, 2, 4);
   calls.results = {5, 1, 0, -7};
   const Bytes packet = message(0x301, Bytes(4, '\0'), 0);
-  kernel.deliver(packet + packet);
-  kernel.deliver(error_message(0, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), 0);
+  EXPECT_EQ(result_of({packet + packet, acknowledged}), 0);
   EXPECT_EQ(calls.made.size(), 2U);
-  kernel.deliver(packet);
-  EXPECT_EQ(send_wait_ack(), 0);
-  kernel.deliver(packet);
-  EXPECT_EQ(send_wait_ack(), -7);
-  kernel.deliver(message(0x305, Bytes(4, '\0'), 0));
-  EXPECT_EQ(send_wait_ack(), -1);
+  EXPECT_EQ(result_of({packet}), 0);
+  EXPECT_EQ(result_of({packet}), -7);
+  EXPECT_EQ(result_of({message(0x305, Bytes(4, '\0'), 0)}), -1);
   // Without a first message there is nothing to go on from.
-  for (const Bytes &datagram : {Bytes(), Bytes(15, '\1'), packet.substr(0, 19)}) {
-    kernel.deliver(datagram);
-    EXPECT_EQ(send_wait_ack(), 0) << datagram.size();
-  }
-}
+  for (const Bytes &datagram : {Bytes(), Bytes(15, '\1'), packet.substr(0, 19)})
+    EXPECT_EQ(result_of({datagram}), 0) << datagram.size();
 
-TEST_F(NetlinkAcknowledgement, DatagramsOf8192Bytes) {
-  Calls calls(*this, 3, 2, 4);
-  calls.results = {1};
-  kernel.deliver(message(0x301, Bytes(8192 - 16, '\0')));
-  kernel.deliver(error_message(0, handle->sequence));
-  EXPECT_EQ(send_wait_ack(), 0);
-  EXPECT_EQ(calls.made.size(), 1U);
+  // Datagrams may have 8192 bytes.
+  EXPECT_EQ(result_of({message(0x301, Bytes(8192 - 16, '\0')), acknowledged}), 0);
+  EXPECT_EQ(calls.made.size(), 5U);
 }
 
 }  // namespace

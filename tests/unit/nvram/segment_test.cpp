@@ -3,14 +3,14 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
-#include <cerrno>
-
+#include "support/errors.h"
 #include "support/system_double.h"
 #include "talvera/nvram.h"
 
 namespace talvera::test {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -48,15 +48,12 @@ class Segment : public ::testing::Test {
 };
 
 TEST_F(Segment, CallsOfEachFunction) {
-  EXPECT_EQ(nvram_shmid, -1);
-  EXPECT_EQ(nvram_hash, nullptr);
-
   EXPECT_EQ(nvram_init("/some/path", NVRAM_SEGMENT_SIZE), kId);
   EXPECT_THAT(calls(), ElementsAre("ftok /some/path 1", "shmget 0x1020304 38016 01600"));
-  EXPECT_EQ(nvram_open("/some/path"), kId);
-  EXPECT_THAT(calls(), ElementsAre("ftok /some/path 1", "shmget 0x1020304 0 0600"));
-  EXPECT_EQ(nvram_id("/some/path"), kId);
-  EXPECT_THAT(calls(), ElementsAre("ftok /some/path 1", "shmget 0x1020304 0 0600"));
+  for (auto *open : {nvram_open, nvram_id}) {
+    EXPECT_EQ(open("/some/path"), kId);
+    EXPECT_THAT(calls(), ElementsAre("ftok /some/path 1", "shmget 0x1020304 0 0600"));
+  }
   EXPECT_EQ(nvram_attach("/some/path"), &segment);
   EXPECT_EQ(calls().back(), "shmat 77 " + nil + " 0");
   EXPECT_EQ(nvram_exit("/some/path"), 0);
@@ -67,69 +64,49 @@ TEST_F(Segment, CallsOfEachFunction) {
   nvram_shmid = 0;
   struct shmid_ds status;
   EXPECT_EQ(nvram_stat(&status), 0);
-  EXPECT_THAT(calls(), ElementsAre(text("shmctl 0 %d %p", IPC_STAT, &status)));
   EXPECT_EQ(nvram_lock(), 0);
-  EXPECT_THAT(calls(), ElementsAre(text("shmctl 0 %d %p", SHM_LOCK, nullptr)));
   EXPECT_EQ(nvram_unlock(), 0);
-  EXPECT_THAT(calls(), ElementsAre(text("shmctl 0 %d %p", SHM_UNLOCK, nullptr)));
   EXPECT_EQ(nvram_detach(&segment), 0);
-  EXPECT_THAT(calls(), ElementsAre(text("shmdt %.0d%p", 0, &segment)));
+  EXPECT_THAT(calls(), ElementsAre(text("shmctl 0 %d %p", IPC_STAT, &status),
+                                   text("shmctl 0 %d %p", SHM_LOCK, nullptr),
+                                   text("shmctl 0 %d %p", SHM_UNLOCK, nullptr),
+                                   text("shmdt %.0d%p", 0, &segment)));
   EXPECT_EQ(nvram_shmid, -1);
 }
 
 TEST_F(Segment, NothingToActOn) {
-  struct shmid_ds status;
-  const auto expect_invalid = [](int result) {
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(errno, EINVAL);
-    errno = 0;
-  };
   nvram_shmid = 5;
-  expect_invalid(nvram_init(nullptr, NVRAM_SEGMENT_SIZE));
-  expect_invalid(nvram_init("/some/path", 0));
-  expect_invalid(nvram_open(nullptr));
-  expect_invalid(nvram_id(nullptr));
-  EXPECT_EQ(nvram_attach(nullptr), nullptr);
-  expect_invalid(nvram_exit(nullptr));
-  expect_invalid(nvram_detach(nullptr));
+  const int errors[] = {error_of(nvram_init(nullptr, 1)), error_of(nvram_init("/some/path", 0)),
+                        error_of(nvram_open(nullptr)),    error_of(nvram_attach(nullptr)),
+                        error_of(nvram_exit(nullptr)),    error_of(nvram_detach(nullptr))};
+  EXPECT_THAT(errors, Each(EINVAL));
   EXPECT_EQ(nvram_shmid, 5);
-  for (const int none : {-1, -2}) {
-    nvram_shmid = none;
-    expect_invalid(nvram_stat(&status));
-    expect_invalid(nvram_lock());
-    expect_invalid(nvram_unlock());
-  }
+  nvram_shmid = -1;
+  struct shmid_ds status;
+  EXPECT_EQ(error_of(nvram_stat(&status)), EINVAL);
+  EXPECT_EQ(error_of(nvram_lock()), EINVAL);
+  EXPECT_EQ(error_of(nvram_unlock()), EINVAL);
   EXPECT_THAT(system.calls(), IsEmpty());
 }
 
 TEST_F(Segment, FailuresAreTheSystems) {
-  const auto failing = [this](const char *call) {
+  const auto error_when = [this](const char *failing, auto call) {
     system.forget();
-    system.fail(call, EACCES);
+    system.fail(failing, EACCES);
     script();
-    errno = 0;
+    return error_of(call());
   };
-  failing("ftok");
-  EXPECT_EQ(nvram_init("/some/path", 1), -1);
-  EXPECT_EQ(errno, EACCES);
+  const auto init = [] { return nvram_init("/some/path", 1); };
+  const auto attach = [] { return reinterpret_cast<long>(nvram_attach("/some/path")); };
+  EXPECT_EQ(error_when("ftok", init), EACCES);
   EXPECT_EQ(system.count("shmget"), 0);  // no segment of the key -1, which all bad paths share
-  failing("shmget");
-  EXPECT_EQ(nvram_init("/some/path", 1), -1);
-  EXPECT_EQ(errno, EACCES);
-  failing("shmget");
-  EXPECT_EQ(nvram_open("/some/path"), -1);
-  EXPECT_EQ(errno, EACCES);
-  failing("shmat");
-  EXPECT_EQ(nvram_attach("/some/path"), reinterpret_cast<void *>(-1));
-  EXPECT_EQ(errno, EACCES);
-  failing("shmdt");
+  EXPECT_EQ(error_when("shmget", init), EACCES);
+  EXPECT_EQ(error_when("shmget", [] { return nvram_open("/some/path"); }), EACCES);
+  EXPECT_EQ(error_when("shmat", attach), EACCES);
+  EXPECT_EQ(error_when("shmctl", [] { return nvram_exit("/some/path"); }), EACCES);
   nvram_shmid = 5;
-  EXPECT_EQ(nvram_detach(&segment), -1);
-  EXPECT_EQ(errno, EACCES);
+  EXPECT_EQ(error_when("shmdt", [this] { return nvram_detach(&segment); }), EACCES);
   EXPECT_EQ(nvram_shmid, -1);
-  failing("shmctl");
-  EXPECT_EQ(nvram_exit("/some/path"), -1);
-  EXPECT_EQ(errno, EACCES);
 }
 
 }  // namespace

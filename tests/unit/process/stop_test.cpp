@@ -16,13 +16,14 @@ namespace {
 using namespace std::string_literals;
 
 constexpr pid_t kPid = 2000000000;  // no such process
+const std::string kPidText = std::to_string(kPid);
 
 // The calls of a wait that asks `polls` times.
 Texts polling(int polls) {
   Texts calls;
   for (int i = 0; i < polls; ++i) {
     if (i > 0) calls.emplace_back("usleep 100000");
-    calls.push_back("kill " + std::to_string(kPid) + " 0");
+    calls.push_back("kill " + kPidText + " 0");
   }
   return calls;
 }
@@ -33,18 +34,22 @@ Texts operator+(Texts first, const Texts &second) {
 }
 
 Texts signalled(int signal) {
-  return {"kill " + std::to_string(kPid) + ' ' + std::to_string(signal)};
+  return {"kill " + kPidText + ' ' + std::to_string(signal)};
 }
 
-const Texts kCollected = {"waitpid " + std::to_string(kPid) + ' ' + std::to_string(WNOHANG)};
+const Texts kCollected = {"waitpid " + kPidText + ' ' + std::to_string(WNOHANG)};
 
 LogLine timeout_note(int seconds) {
   return {"syslog", 7,
-          "timeout (" + std::to_string(seconds) + "s) waiting for process " + std::to_string(kPid)};
+          "timeout (" + std::to_string(seconds) + "s) waiting for process " + kPidText};
 }
 
 LogLine stop_note(const std::string &name) {
-  return {"syslog", 7, "stopping process " + std::to_string(kPid) + " (" + name + ")"};
+  return {"syslog", 7, "stopping process " + kPidText + " (" + name + ")"};
+}
+
+LogLine failure_note(const char *what, int error) {
+  return {"syslog", 4, std::string("could not ") + what + kPidText + ": " + strerror(error)};
 }
 
 TEST(Signal, RefusesIdentifiersBelowTwo) {
@@ -66,45 +71,22 @@ TEST(Signal, FailuresAreLoggedAndReturned) {
   EXPECT_EQ(process_signal(kPid, SIGTERM), ESRCH);
   system.fail("sigqueue", EAGAIN);
   union sigval value = {};
-  value.sival_ptr = &system;
+  value.sival_ptr = reinterpret_cast<void *>(0x1234);
   EXPECT_EQ(process_queue_signal(kPid, SIGHUP, value), EAGAIN);
-  const std::string pid = std::to_string(kPid);
-  EXPECT_EQ(
-      system.log(),
-      std::vector<LogLine>(
-          {{"syslog", 4, "could not send signal 15 process " + pid + ": " + strerror(ESRCH)},
-           {"syslog", 4, "could not queue signal 1 to process " + pid + ": " + strerror(EAGAIN)}}));
-}
-
-volatile sig_atomic_t queued_value = 0;
-
-TEST(Signal, CarriesItsValue) {
-  struct sigaction action = {};
-  struct sigaction old = {};
-  action.sa_flags = SA_SIGINFO;
-  action.sa_sigaction = [](int, siginfo_t *info, void *) {
-    queued_value = info->si_value.sival_int;
-  };
-  sigaction(SIGUSR2, &action, &old);
-  union sigval value = {};
-  value.sival_int = 4711;
-  EXPECT_EQ(process_queue_signal(getpid(), SIGUSR2, value), 0);
-  EXPECT_EQ(queued_value, 4711);
-  sigaction(SIGUSR2, &old, nullptr);
+  EXPECT_EQ(system.calls().back(), "sigqueue " + kPidText + " 1 0x1234");
+  EXPECT_EQ(system.log(),
+            std::vector<LogLine>({failure_note("send signal 15 process ", ESRCH),
+                                  failure_note("queue signal 1 to process ", EAGAIN)}));
 }
 
 TEST(Wait, PollsTenTimesASecond) {
-  struct Case {
-    int seconds;
-    int polls;
-  };
-  for (const Case &c : {Case{2, 21}, Case{1, 11}, Case{0, 1}, Case{-3, 1}}) {
+  for (const auto &[seconds, polls] : {std::pair{2, 21}, {0, 1}, {-3, 1}}) {
     SystemDouble system;
     system.answer("kill", 0, 0, kAlways);
     system.answer("usleep", 0, 0, kAlways);
-    EXPECT_EQ(process_wait(kPid, c.seconds), 62);
-    EXPECT_EQ(system.calls(), polling(c.polls)) << c.seconds;
-    EXPECT_EQ(system.log(), std::vector<LogLine>({timeout_note(c.seconds)}));
+    EXPECT_EQ(process_wait(kPid, seconds), 62);
+    EXPECT_EQ(system.calls(), polling(polls)) << seconds;
+    EXPECT_EQ(system.log(), std::vector<LogLine>({timeout_note(seconds)}));
   }
 }
 
@@ -126,46 +108,30 @@ TEST(Wait, EndsWhenTheProcessIsGone) {
 }
 
 TEST(Stop, TermThenKill) {
-  struct Case {
-    const char *what;
-    int answered;  // signals that find the process there
-    int result;
-    Texts calls;
-    std::vector<LogLine> notes;
-  };
   const Texts term = signalled(SIGTERM);
   const Texts kill9 = signalled(SIGKILL);
-  const LogLine gone = {
-      "syslog", 4,
-      "could not send signal 9 process " + std::to_string(kPid) + ": " + strerror(ESRCH)};
-  const Case cases[] = {
-      {"ends at once", 1, 0, term + polling(1) + kCollected, {}},
-      {"ends in its last tenth of a second", 31, 0, term + polling(31) + kCollected, {}},
-      {"ends between time-out and kill",
-       32,
-       ESRCH,
-       term + polling(31) + kill9 + kCollected,
-       {timeout_note(3), gone}},
-      {"ends by the kill",
-       33,
-       0,
-       term + polling(31) + kill9 + polling(1) + kCollected,
-       {timeout_note(3)}},
-      {"does not end",
-       kAlways,
-       62,
-       term + polling(31) + kill9 + polling(11) + kCollected,
-       {timeout_note(3), timeout_note(1)}},
-  };
-  for (const Case &c : cases) {
+  const LogLine stopping = stop_note("<unknown>");
+  const LogLine gone = failure_note("send signal 9 process ", ESRCH);
+  using Log = std::vector<LogLine>;
+  // How many signals find the process there, the result, the calls before the last, the log.
+  for (const auto &[answered, result, calls, log] : {
+           std::tuple{1, 0, term + polling(1), Log{stopping}},  // ends at once
+           // ends in its last tenth of a second
+           {31, 0, term + polling(31), Log{stopping}},
+           // ends between time-out and kill
+           {32, ESRCH, term + polling(31) + kill9, Log{stopping, timeout_note(3), gone}},
+           // ends by the kill
+           {33, 0, term + polling(31) + kill9 + polling(1), Log{stopping, timeout_note(3)}},
+           // does not end
+           {kAlways, 62, term + polling(31) + kill9 + polling(11),
+            Log{stopping, timeout_note(3), timeout_note(1)}},
+       }) {
     SystemDouble system;
     system.answer("usleep", 0, 0, kAlways);
-    system.answer("kill", 0, 0, c.answered);
-    EXPECT_EQ(process_stop(kPid), c.result) << c.what;
-    EXPECT_EQ(system.calls(), c.calls) << c.what;
-    std::vector<LogLine> log = {stop_note("<unknown>")};
-    log.insert(log.end(), c.notes.begin(), c.notes.end());
-    EXPECT_EQ(system.log(), log) << c.what;
+    system.answer("kill", 0, 0, answered);
+    EXPECT_EQ(process_stop(kPid), result) << answered;
+    EXPECT_EQ(system.calls(), calls + kCollected) << answered;
+    EXPECT_EQ(system.log(), log) << answered;
   }
 }
 
@@ -177,24 +143,17 @@ TEST(Stop, ReportsASignalThatCannotBeSent) {
 }
 
 TEST(Stop, NamesTheProgram) {
-  struct Case {
-    std::string command_line;
-    std::string shown;
-  };
-  const Case cases[] = {
-      {"/sbin/pfs\0-e\0"s, "/sbin/pfs"},
-      {"", "<unknown>"},
-      {std::string(1023, 'p') + "q", std::string(1023, 'p')},
-  };
   const TempDir dir;
   SystemDouble system;
-  system.redirect("/proc/" + std::to_string(kPid) + "/cmdline", dir / "cmdline");
-  for (const Case &c : cases) {
-    dir.write("cmdline", c.command_line);
+  system.redirect("/proc/" + kPidText + "/cmdline", dir / "cmdline");
+  const std::string longest(1023, 'p');
+  for (const auto &[command_line, shown] :
+       {std::pair{"/sbin/pfs\0-e\0"s, "/sbin/pfs"s}, {"", "<unknown>"}, {longest + "q", longest}}) {
+    dir.write("cmdline", command_line);
     system.clear_records();
     EXPECT_EQ(process_stop(kPid), ESRCH);
     ASSERT_FALSE(system.log().empty());
-    EXPECT_EQ(system.log().front(), stop_note(c.shown));
+    EXPECT_EQ(system.log().front(), stop_note(shown));
   }
 }
 
