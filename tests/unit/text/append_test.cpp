@@ -19,25 +19,19 @@ std::string buffer_with(const std::string &text) {
 }
 
 TEST(Append, UpToAGreatestLength) {
-  struct Case {
-    std::string before;
-    const char *added;
-    int n;
-    std::string after;  // from the start of the buffer on
+  // Text before, what is added, the greatest length; the buffer after, from its start on.
+  const std::tuple<std::string, const char *, int, std::string> cases[] = {
+      {"ab", "cdef", 4, "abcd\0#"s},     {"ab", "c", 4, "abc\0#"s},
+      {"abc", "x", 3, "abc\0#"s},        {"abcdef", "x", 3, "abc\0ef\0#"s},
+      {"", "xyz", 2, "xy\0#"s},          {"abc", "xyz", 0, "\0bc\0#"s},
+      {"ab", "", 9, "ab\0#"s},           {"abc", "xyz", -5, "\0bc\0#"s},
+      {"ab", "cd", INT_MAX, "abcd\0#"s},
   };
-  const Case cases[] = {
-      {"ab", "cdef", 4, "abcd\0#"s}, {"ab", "cd", 4, "abcd\0#"s},
-      {"ab", "c", 4, "abc\0#"s},     {"abcdef", "x", 3, "abc\0ef\0#"s},
-      {"abc", "x", 3, "abc\0#"s},    {"", "xyz", 2, "xy\0#"s},
-      {"", "xyz", 0, "\0#"s},        {"", "xyz", -1, "\0#"s},
-      {"abc", "xyz", 0, "\0bc\0#"s}, {"abc", "xyz", -5, "\0bc\0#"s},
-      {"ab", "", 9, "ab\0#"s},       {"ab", "cd", INT_MAX, "abcd\0#"s},
-  };
-  for (const Case &c : cases) {
-    std::string buffer = buffer_with(c.before);
-    const std::string expected = c.after + buffer.substr(c.after.size());
-    char *end = str_ncat(buffer.data(), c.added, c.n);
-    EXPECT_EQ(buffer, expected) << c.before << '+' << c.added << ' ' << c.n;
+  for (const auto &[before, added, n, after] : cases) {
+    std::string buffer = buffer_with(before);
+    const std::string expected = after + buffer.substr(after.size());
+    char *end = str_ncat(buffer.data(), added, n);
+    EXPECT_EQ(buffer, expected) << before << '+' << added << ' ' << n;
     EXPECT_EQ(end, buffer.data() + buffer.find('\0'));
   }
   EXPECT_EQ(strncatdest, str_ncat);
@@ -61,23 +55,15 @@ TEST(Append, WholeStringsAndFill) {
 }
 
 TEST(Append, Filter) {
-  struct Case {
-    const char *text;
-    const char *drop;
-    int size;
-    const char *result;
+  const std::tuple<const char *, const char *, int, const char *> cases[] = {
+      {"a-b c", "- ", 16, "abc"}, {"a-b c", "- ", 3, "ab"}, {"a-b c", "- ", 4, "abc"},
+      {"a-b c", "", 6, "a-b c"},  {"--", "-", 16, ""},      {"abc", "-", 1, ""},
+      {"abc", "-", 0, ""},        {"abc", "-", -7, ""},     {"\xE9-\xE8", "\xE8", 16, "\xE9-"},
   };
-  const Case cases[] = {
-      {"a-b c", "- ", 16, "abc"}, {"a-b c", "- ", 3, "ab"},
-      {"a-b c", "- ", 4, "abc"},  {"a-b c", "", 6, "a-b c"},
-      {"--", "-", 16, ""},        {"", "-", 16, ""},
-      {"abc", "-", 1, ""},        {"abc", "-", 0, ""},
-      {"abc", "-", -7, ""},       {"\xE9-\xE8", "\xE8", 16, "\xE9-"},
-  };
-  for (const Case &c : cases) {
+  for (const auto &[text, drop, size, result] : cases) {
     std::string buffer = buffer_with("");
-    strfilt(buffer.data(), c.text, c.drop, c.size);
-    EXPECT_EQ(buffer, buffer_with(c.result)) << c.text << ' ' << c.size;
+    strfilt(buffer.data(), text, drop, size);
+    EXPECT_EQ(buffer, buffer_with(result)) << text << ' ' << size;
   }
   char in_place[] = "1:2:3";
   strfilt(in_place, in_place, ":", sizeof in_place);
