@@ -41,7 +41,9 @@ inline void expect_sound(const list_obj &list) {
   }
   ASSERT_EQ(list.tail->prev, element);
   ASSERT_EQ(position, list.count);
-  if (list.count > 0) ASSERT_EQ(list.mid, middle);
+  if (list.count > 0) {
+    ASSERT_EQ(list.mid, middle);
+  }
 }
 
 class ListTest : public ::testing::Test {

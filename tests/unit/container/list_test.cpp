@@ -255,7 +255,7 @@ TEST_F(ListTest, ConcatenatesListsOfEverySize) {
       ASSERT_EQ(data_of(both), model);
       EXPECT_EQ(both.attrs.comparator, nullptr);
       EXPECT_EQ(both.attrs.copy_data, 0);
-      if (model.empty()) EXPECT_EQ(both.mid, nullptr);
+      EXPECT_EQ(both.mid == nullptr, model.empty());
       list_destroy(&both);
       list_append(&second, token(100 + n));
     }
