@@ -1,12 +1,13 @@
-// Building text: appenders, filter, case, two-pass builder. Every buffer is checked to its last
-// byte.
+// Building text: appenders, filter, case, two-pass builder, every buffer checked to its last byte;
+// hexadecimal digits and text; searches within a bound.
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <string>
 
 #include "talvera/strutil.h"
+#include "unit/text/buffers.h"
 
+namespace talvera::test {
 namespace {
 
 using namespace std::string_literals;
@@ -96,4 +97,70 @@ TEST(Append, TwoPassBuilder) {
   EXPECT_EQ(buffer, "xZ\0bc\0######"s);
 }
 
+TEST(HexText, DigitValues) {
+  const std::string digits = "0123456789abcdefABCDEF";
+  for (int ch = -128; ch < 256; ++ch) {
+    const auto at = ch != 0 ? digits.find(static_cast<char>(ch)) : std::string::npos;
+    const int value = at == std::string::npos ? -1 : static_cast<int>(at < 16 ? at : at - 6);
+    EXPECT_EQ(hex(ch), value) << ch;
+  }
+  EXPECT_EQ(hex(0x100 + 'F'), 15);  // taken as a character
+}
+
+TEST(HexText, Bytes) {
+  const std::tuple<char, int, const char *> cases[] = {
+      {':', 6, "ab:cd:0f"}, {':', 3, "ab:c"},  {':', 1, "a"},      {':', 0, ""},
+      {':', -1, ""},        {'\0', 4, "abcd"}, {'\0', 5, "abcd0"}, {'\0', INT_MIN, ""},
+  };
+  const unsigned char bytes[] = {0xAB, 0xCD, 0x0F};
+  for (const auto &[delimiter, digits, text] : cases) {
+    Room room(16);
+    GN_HexToString(bytes, room.get(), delimiter, digits);
+    EXPECT_EQ(room.written(), terminated(text));
+  }
+  Room room(16);
+  hex_to_str(bytes, room.get(), 5);
+  EXPECT_EQ(room.written(), terminated("abcd0"));
+  EXPECT_EQ(hex_to_str_with_delim, GN_HexToString);
+}
+
+TEST(Search, IgnoresCaseWithinABound) {
+  const char text[] = "Hello World";
+  EXPECT_EQ(strncasestr(text, "WORLD", 11), text + 6);
+  EXPECT_EQ(strncasestr(text, "WORLD", 10), nullptr);
+  EXPECT_EQ(strncasestr(text, "hello", 5), text);
+  EXPECT_EQ(strncasestr(text, "worlds", INT_MAX), nullptr);
+  // Nothing to look for is found at the start, whatever the bound.
+  EXPECT_EQ(strncasestr(text, "", -1), text);
+  EXPECT_EQ(strncasestr(text, nullptr, 0), text);
+  EXPECT_EQ(strncasestr(nullptr, nullptr, 5), nullptr);
+  EXPECT_EQ(strncasestr(nullptr, "x", 5), nullptr);
+  EXPECT_EQ(strncasestr(text, "H", -1), nullptr);
+  EXPECT_EQ(strnstr_nocase, strncasestr);
+}
+
+TEST(Search, PrefixInLowerCase) {
+  const char text[] = "GET /x";
+  EXPECT_EQ(strmatch_lowercase(text, "get"), text + 3);
+  EXPECT_EQ(strmatch_lowercase(text, "GET"), text + 3);
+  EXPECT_EQ(strmatch_lowercase("get", "GET"), nullptr);
+  EXPECT_EQ(strmatch_lowercase(text, "get /x1"), nullptr);
+  EXPECT_EQ(strmatch_lowercase(text, ""), text);
+  EXPECT_EQ(strmatch_lowercase(text, nullptr), text);
+  EXPECT_EQ(strmatch_lowercase(nullptr, "get"), nullptr);
+  const char latin[] = "\xC9t\xE9";
+  EXPECT_EQ(strmatch_lowercase(latin, "\xC9t\xE9"), latin + 3);
+  EXPECT_EQ(strmatch_lowercase(latin, "\xE9t"), nullptr);
+}
+
+TEST(Search, Sets) {
+  const char text[] = "  a-b";
+  EXPECT_EQ(GN_StrNotInSet(text, " "), text + 2);
+  EXPECT_EQ(GN_StrNotInSet(text, ""), text);
+  EXPECT_EQ(GN_StrNotInSet(text, "ab- "), nullptr);
+  EXPECT_EQ(GN_StrCharInSet(text, "b-"), text + 3);
+  EXPECT_EQ(GN_StrCharInSet(text, "xyz"), nullptr);
+}
+
 }  // namespace
+}  // namespace talvera::test
