@@ -94,8 +94,6 @@ TEST(ListTypes, NumbersHashToThemselves) {
     EXPECT_EQ(hash(list_hashcomputer_float, static_cast<float>(value)), expected) << value;
     EXPECT_EQ(hash(list_hashcomputer_double, value), expected) << value;
   }
-  EXPECT_EQ(hash<double>(list_hashcomputer_double, 2147483647.5), 0x7FFFFFFFU);
-  EXPECT_EQ(hash<double>(list_hashcomputer_double, -2147483648.5), 0x80000000U);
 }
 
 TEST(ListTypes, StringsHashByTheirSignedCharacters) {

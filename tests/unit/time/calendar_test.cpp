@@ -1,6 +1,7 @@
 // Seconds and dates, month lengths, date validation.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstdint>
 #include <ctime>
 
@@ -11,15 +12,8 @@ namespace {
 
 constexpr std::int32_t kDay = 86400;
 
-struct Date {
-  std::int32_t second, minute, hour, day, month, year, weekday;
-  bool operator==(const Date &) const = default;
-};
-
-void PrintTo(const Date &date, std::ostream *out) {
-  *out << date.year << '-' << date.month << '-' << date.day << ' ' << date.hour << ':'
-       << date.minute << ':' << date.second << " weekday " << date.weekday;
-}
+// Second, minute, hour, day, month, year, weekday.
+using Date = std::array<std::int32_t, 7>;
 
 Date broken_down(std::int32_t seconds) {
   datetime dt;
