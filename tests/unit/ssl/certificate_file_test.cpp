@@ -29,23 +29,21 @@ std::string der(char tag, const std::string &content) {
 // The files are made once: one certificate in every encoding.
 struct Files {
   Files() {
-    const std::string &dir = all.folder().path();
     all.issue("plain", "/C=GB/O=Example/CN=one.example.net");
     all.issue("other", "/CN=other.example.net");
-    const std::string pem = dir + "/plain.pem", key = all.key();
-    shell("openssl x509 -in " + pem + " -outform DER -out " + dir + "/plain.der");
-    shell("openssl x509 -in " + pem + " -trustout -setalias mine -out " + dir + "/trusted.pem");
-    const std::string export_to = "openssl pkcs12 -export -in " + pem + " -passout pass:";
-    const std::string with_key = " -inkey " + key + " -certfile " + dir + "/root.pem -out " + dir;
-    shell(export_to + with_key + "/new.p12");
-    shell(export_to + with_key + "/old.p12 -certpbe PBE-SHA1-RC2-40 -keypbe PBE-SHA1-3DES" +
-          " -macalg sha1 -legacy");
-    shell(export_to + " -nokeys -out " + dir + "/nokey.p12");
-    shell(export_to + "secret" + with_key + "/secret.p12");
-    shell("{ echo some words first; cat " + pem + " " + dir + "/other.pem; } >" + dir + "/two.pem");
-    shell("cp " + key + " " + dir + "/key-only.pem");
+    run("openssl x509 -in plain.pem -outform DER -out plain.der");
+    run("openssl x509 -in plain.pem -trustout -setalias mine -out trusted.pem");
+    run("openssl pkcs12 -export -in plain.pem -passout pass: -nokeys -out nokey.p12");
+    const std::string with_key =
+        "openssl pkcs12 -export -in plain.pem -certfile root.pem -inkey " + all.key();
+    run(with_key + " -passout pass: -out new.p12");
+    run(with_key + " -passout pass: -out old.p12 -legacy" +
+        " -certpbe PBE-SHA1-RC2-40 -keypbe PBE-SHA1-3DES -macalg sha1");
+    run(with_key + " -passout pass:secret -out secret.p12");
+    run("(echo some words first; cat plain.pem other.pem) >two.pem");
+    run("cp " + all.key() + " key-only.pem");
 
-    const std::string certificate = read_file(dir + "/plain.der");
+    const std::string certificate = read_file(*this / "plain.der");
     const std::string full = der(0x04, "certificate");
     write("netscape", der(0x30, full + certificate));
     write("netscape-short", der(0x30, der(0x04, "cert") + certificate));
@@ -55,11 +53,14 @@ struct Files {
     write("netscape-header-only", der(0x30, full));
     write("netscape-cut", der(0x30, full + certificate).substr(0, 400));
     write("cut.der", certificate.substr(0, certificate.size() - 1));
-    write("cut.p12", read_file(dir + "/new.p12").substr(0, 900));
+    write("cut.p12", read_file(*this / "new.p12").substr(0, 900));
     write("empty", "");
     write("encrypted.pem",
           "-----BEGIN CERTIFICATE-----\nProc-Type: 4,ENCRYPTED\nDEK-Info: "
           "DES-EDE3-CBC,0011223344556677\n\nAAAAAAAAAAA=\n-----END CERTIFICATE-----\n");
+  }
+  void run(const std::string &command) const {
+    shell("cd " + all.folder().path() + " && " + command);
   }
   void write(const char *name, const std::string &content) const {
     all.folder().write(name, content);

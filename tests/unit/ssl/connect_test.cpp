@@ -150,8 +150,10 @@ class Judgement : public ::testing::Test {
     static const Certificates all;
     return all;
   }
-  // Connects to a server and judges it: -1 when the handshake fails.
-  long judge(const std::string &certificate, const char *name) {
+  // Connects to a server and judges it: -1 when the handshake fails. The flag tells that the device
+  // has network time; without one it cannot be read.
+  long judge(const std::string &certificate, const char *name, const char *flag = "1") {
+    if (flag != nullptr) system.set_value("ip.ntp.time-acquired", flag);
     system.set_value("system.sku", "1");
     SSL_CTX *context = SSL_initialize("tls1.2");
     SSL *ssl = SSL_new(context);
@@ -166,11 +168,6 @@ class Judgement : public ::testing::Test {
     SSL_free(ssl);
     SSL_CTX_free(context);
     return result;
-  }
-  // The same with the flag that the device has network time.
-  long judge(const std::string &certificate, const char *name, const char *flag) {
-    system.set_value("ip.ntp.time-acquired", flag);
-    return judge(certificate, name);
   }
   // What is logged with a result.
   static std::vector<LogLine> said(long result) {
@@ -196,17 +193,17 @@ TEST_F(Judgement, NameWithoutRegardToCaseAndNothingElse) {
       {"acs.example.net.", 27}, {"other.example.net", 27}, {"*.example.net", 27},
   };
   for (const auto &[name, result] : names) {
-    EXPECT_EQ(judge(certificate, name, "1"), result) << name;
+    EXPECT_EQ(judge(certificate, name), result) << name;
     EXPECT_EQ(system.log(), said(result));
   }
 }
 
 TEST_F(Judgement, WildcardsAndNoNames) {
   const std::string wild = certificates().issue("wild", "/CN=*.example.net");
-  EXPECT_EQ(judge(wild, "acs.example.net", "1"), 27);
-  EXPECT_EQ(judge(wild, "*.EXAMPLE.net", "1"), 0);
-  EXPECT_EQ(judge(certificates().issue("none", "/O=Example"), "", "1"), 27);
-  EXPECT_EQ(judge("", "acs.example.net", "1"), 27);  // no certificate at all
+  EXPECT_EQ(judge(wild, "acs.example.net"), 27);
+  EXPECT_EQ(judge(wild, "*.EXAMPLE.net"), 0);
+  EXPECT_EQ(judge(certificates().issue("none", "/O=Example"), ""), 27);
+  EXPECT_EQ(judge("", "acs.example.net"), 27);  // no certificate at all
   EXPECT_EQ(system.log(), said(27));
 }
 
@@ -214,12 +211,12 @@ TEST_F(Judgement, LongNamesAndNulInside) {
   const std::string name99(99, 'n');
   const std::string at99 = certificates().issue_named("99", name99);
   const std::string at100 = certificates().issue_named("100", name99 + "x");
-  EXPECT_EQ(judge(at99, name99.c_str(), "1"), 0);
-  EXPECT_EQ(judge(at100, name99.c_str(), "1"), 0);  // the peer's name is cut
-  EXPECT_EQ(judge(at100, (name99 + "x").c_str(), "1"), 27);
+  EXPECT_EQ(judge(at99, name99.c_str()), 0);
+  EXPECT_EQ(judge(at100, name99.c_str()), 0);  // the peer's name is cut
+  EXPECT_EQ(judge(at100, (name99 + "x").c_str()), 27);
 
   const std::string nul = certificates().issue_named("nul", std::string("acs.net\0.evil.net", 17));
-  EXPECT_EQ(judge(nul, "acs.net", "1"), 27);
+  EXPECT_EQ(judge(nul, "acs.net"), 27);
 }
 
 TEST_F(Judgement, ClockAndTimeFlag) {
@@ -232,7 +229,6 @@ TEST_F(Judgement, ClockAndTimeFlag) {
   };
   for (const auto &[flag, has_time] : flags) {
     SCOPED_TRACE(flag != nullptr ? flag : "unreadable");
-    if (flag != nullptr) system.set_value("ip.ntp.time-acquired", flag);
     const std::tuple<std::time_t, const char *, long> cases[] = {
         {now, "acs.net", 0},
         {now + 60 * kDay, "acs.net", 10},
@@ -241,7 +237,7 @@ TEST_F(Judgement, ClockAndTimeFlag) {
     };
     for (const auto &[clock, name, result] : cases) {
       system.set_time(clock);
-      EXPECT_EQ(judge(certificate, name), result);
+      EXPECT_EQ(judge(certificate, name, flag), result);
       std::vector<LogLine> log = said(result);
       if (flag == nullptr) log.insert(log.begin(), error("Failed to get NTP time acquired"));
       EXPECT_EQ(system.log(), log);
@@ -251,14 +247,12 @@ TEST_F(Judgement, ClockAndTimeFlag) {
 
 TEST_F(Judgement, Chains) {
   const Certificates &all = certificates();
-  const std::string self_signed = all / "self.pem";
-  const std::string stranger = all / "stranger.pem";
-  shell("openssl req -x509 -key " + all.key() + " -subj /CN=acs.net -days 9 -out " + self_signed);
-  shell("openssl req -x509 -newkey rsa:2048 -nodes -keyout " + all / "ca.key" +
-        " -subj /CN=Stranger -days 9 -out " + all / "ca.pem");
-  shell("openssl req -new -key " + all.key() +
-        " -subj /CN=acs.net | openssl x509 -req -days 9 -CA " + all / "ca.pem" + " -CAkey " +
-        all / "ca.key" + " -set_serial 1 -out " + stranger);
+  const std::string self_signed = all / "self.pem", stranger = all / "stranger.pem";
+  const std::string enter = "cd " + all.folder().path() + " && openssl req -subj /CN=";
+  shell(enter + "acs.net -x509 -key " + all.key() + " -days 9 -out self.pem");
+  shell(enter + "Stranger -x509 -newkey rsa:2048 -nodes -keyout ca.key -days 9 -out ca.pem");
+  shell(enter + "acs.net -new -key " + all.key() + " | openssl x509 -req -days 9 -CA ca.pem" +
+        " -CAkey ca.key -set_serial 1 -out stranger.pem");
   const std::pair<std::string, long> cases[] = {
       {all.issue("md5", "/CN=acs.net", "-days 9 -md5"), 0},
       {all.issue("sha1", "/CN=acs.net", "-days 9 -sha1"), 0},
