@@ -14,8 +14,7 @@ const auto *const kDigits = reinterpret_cast<const unsigned char *>("123456789")
 struct Check {
   const char *name;
   unsigned (*function)(unsigned crc, const unsigned char *data, unsigned length);
-  unsigned initial;
-  unsigned inversion;
+  unsigned initial, inversion;
   unsigned value;  // of "123456789"
   unsigned mask;
 };
@@ -52,26 +51,24 @@ TEST(Crc, RunningValuesAreCutToTheirWidth) {
 
 // Each table entry against the division that it stands for, bit by bit.
 TEST(Crc, EveryByteAsDividedBitByBit) {
-  struct Kind {
-    unsigned (*function)(unsigned, const unsigned char *, unsigned);
-    unsigned width;
-    unsigned polynomial;
-    bool low_bit_first;
+  using Function = unsigned (*)(unsigned, const unsigned char *, unsigned);
+  const std::tuple<Function, unsigned, unsigned, bool> kinds[] = {
+      {crc32_be, 32, 0x04C11DB7, false},
+      {crc32_le, 32, 0xEDB88320, true},
+      {crc16_be, 16, 0x1021, false},
+      {crc16_le, 16, 0x8408, true},
+      {crc8, 8, 0xD5, false},
   };
-  for (const Kind &kind : {Kind{crc32_be, 32, 0x04C11DB7, false},
-                           {crc32_le, 32, 0xEDB88320, true},
-                           {crc16_be, 16, 0x1021, false},
-                           {crc16_le, 16, 0x8408, true},
-                           {crc8, 8, 0xD5, false}}) {
-    const unsigned top = 1U << (kind.width - 1);
+  for (const auto &[function, width, polynomial, low_bit_first] : kinds) {
+    const unsigned top = 1U << (width - 1);
     for (unsigned i = 0; i < 256; ++i) {
-      unsigned crc = kind.low_bit_first ? i : i << (kind.width - 8);
+      unsigned crc = low_bit_first ? i : i << (width - 8);
       for (int bit = 0; bit < 8; ++bit) {
-        const bool out = (crc & (kind.low_bit_first ? 1U : top)) != 0;
-        crc = (kind.low_bit_first ? crc >> 1 : crc << 1) ^ (out ? kind.polynomial : 0);
+        const bool out = (crc & (low_bit_first ? 1U : top)) != 0;
+        crc = (low_bit_first ? crc >> 1 : crc << 1) ^ (out ? polynomial : 0);
       }
       const auto byte = static_cast<unsigned char>(i);
-      EXPECT_EQ(kind.function(0, &byte, 1), crc & (top | (top - 1))) << kind.width << ' ' << i;
+      EXPECT_EQ(function(0, &byte, 1), crc & (top | (top - 1))) << width << ' ' << i;
     }
   }
 }

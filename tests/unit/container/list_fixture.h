@@ -19,9 +19,8 @@ using Data = std::vector<const void *>;
 
 inline Data data_of(const list_obj &list) {
   Data data;
-  for (const list_elem *element = list.head->next; element != list.tail; element = element->next) {
+  for (const list_elem *element = list.head->next; element != list.tail; element = element->next)
     data.push_back(element->data);
-  }
   return data;
 }
 
@@ -55,29 +54,25 @@ class ListTest : public ::testing::Test {
   // A datum that is only compared by its address.
   [[nodiscard]] const void *token(std::size_t i) const { return tokens_ + i; }
   void append_tokens(std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
       ASSERT_EQ(list_append(&list, token(i)), 1);
-    }
   }
   // Appends pointers to the numbers, which must outlive the list's use.
   void append(const std::vector<std::int32_t> &numbers) {
-    for (const std::int32_t &number : numbers) {
+    for (const std::int32_t &number : numbers)
       ASSERT_EQ(list_append(&list, &number), 1);
-    }
   }
   [[nodiscard]] std::vector<std::int32_t> numbers() const {
     std::vector<std::int32_t> result;
-    for (const void *data : data_of(list)) {
+    for (const void *data : data_of(list))
       result.push_back(*static_cast<const std::int32_t *>(data));
-    }
     return result;
   }
 
   list_obj list{};
 
  private:
-  static constexpr std::size_t kTokens = 1000;
-  char tokens_[kTokens] = {};
+  char tokens_[1000] = {};
 };
 
 }  // namespace talvera::test

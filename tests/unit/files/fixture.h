@@ -15,18 +15,6 @@ inline int not_the_database(const char *name) {
   return std::strcmp(name, kDatabase) != 0 ? -2 : 0;
 }
 
-// A photo folder.
-class Folder : public TempDir {
- public:
-  explicit Folder(const Texts &files = {}) {
-    for (const std::string &name : files)
-      write(name, "");
-  }
-  [[nodiscard]] const char *c_str() const { return path().c_str(); }
-  [[nodiscard]] std::string database() const { return read_file(*this / kDatabase); }
-  int sync() const { return of_sync_dbfile(not_the_database, c_str(), kDatabase); }
-};
-
 // "order:enable:flags:name" of each item, in the order of the array.
 inline Texts items(const of_files_info *set) {
   Texts result;
@@ -38,5 +26,33 @@ inline Texts items(const of_files_info *set) {
   }
   return result;
 }
+
+// The same of a set that is freed.
+inline Texts taken(of_files_info *set) {
+  const Texts result = items(set);
+  of_free_files_info(&set);
+  return result;
+}
+
+// A photo folder.
+class Folder : public TempDir {
+ public:
+  explicit Folder(const Texts &files = {}) {
+    for (const std::string &name : files)
+      write(name, "");
+  }
+  [[nodiscard]] const char *c_str() const { return path().c_str(); }
+  [[nodiscard]] std::string database() const { return read_file(*this / kDatabase); }
+  int sync() const { return of_sync_dbfile(not_the_database, c_str(), kDatabase); }
+  // The set of the directory's files; of a database, which is not made up. Null when there is none.
+  [[nodiscard]] of_files_info *list(of_filter filter = not_the_database) const {
+    of_files_info *set = nullptr;
+    return of_init_files_info(&set, filter, c_str()) == 0 ? set : nullptr;
+  }
+  [[nodiscard]] of_files_info *load(const char *name = kDatabase) const {
+    of_files_info *set = nullptr;
+    return of_deserialize(&set, nullptr, c_str(), name, 0) == 0 ? set : nullptr;
+  }
+};
 
 }  // namespace talvera::test

@@ -26,21 +26,18 @@ inline char *heap(const char *text) {
 // An item of either kind; a match's value is not used.
 struct Item {
   std::uint32_t item;
-  unsigned negation;
-  const char *value;
-  std::uint32_t option;
-  const char *option_value;
+  unsigned negation = 0;
+  const char *value = nullptr;
+  std::uint32_t option = 0;
+  const char *option_value = nullptr;
 };
 
 struct RuleText {
-  std::uint32_t table;
-  std::uint32_t chain;
-  std::uint32_t command;
-  const char *command_argument;
-  std::vector<Item> params;
-  std::vector<Item> matches;
-  std::uint32_t target;
-  const char *target_argument;
+  std::uint32_t table, chain, command;
+  std::vector<Item> params = {}, matches = {};
+  std::uint32_t target = 0;
+  const char *target_argument = nullptr;
+  const char *command_argument = nullptr;
 };
 
 inline RulePtr make_rule(const RuleText &text) {

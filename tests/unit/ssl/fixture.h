@@ -55,6 +55,22 @@ class VarTest : public ::testing::Test {
   int descriptors_ = 0;
 };
 
+// Standard input, closed or replaced by a file while it lives.
+class StandardInput {
+ public:
+  explicit StandardInput(const std::string &path = {}) : saved_(dup(0)) {
+    close(0);
+    if (!path.empty()) static_cast<void>(open(path.c_str(), O_RDONLY));
+  }
+  ~StandardInput() {
+    dup2(saved_, 0);
+    close(saved_);
+  }
+
+ private:
+  int saved_;
+};
+
 // A log line of the TLS family.
 inline LogLine info(const std::string &text) {
   return {"sdb", 6, text};

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <set>
 
 #include "support/certificates.h"
@@ -25,11 +26,14 @@ using ::testing::Not;
 
 constexpr char kSuccess[] = "SSL: Initialization Success";
 constexpr char kFailure[] = "SSL: Initializing Failure";
+constexpr char kNotInstalled[] = "SSL: Failed to Install Root CA certificate";
 constexpr char kDownloaded[] = "SSL: Installed downloaded Root CA certificate";
 constexpr char kRoots[] =
     "SSL: Installed Verisign, Equifax, Thawte, Brio, Vasko & Arcwy Root CA certificates";
 constexpr char kRootsWithoutVasko[] =
     "SSL: Installed Verisign, Equifax, Thawte, Brio & Arcwy Root CA certificates";
+
+constexpr long kModes = SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_AUTO_RETRY;
 
 LogLine start(const std::string &version) {
   return info("SSL: Initializing Service (version: " + version + ")");
@@ -80,40 +84,35 @@ class Initialize : public VarTest {
     VarTest::SetUp();
     system.set_value("system.sku", "1");
   }
-  // Initialises once and gives what was logged.
-  std::vector<LogLine> logged(const char *version, SSL_CTX **context = nullptr) {
+  void TearDown() override {
+    context.reset();
+    VarTest::TearDown();
+  }
+  // Initialises once and gives what was logged; the context is what came of it.
+  std::vector<LogLine> logged(const char *version) {
     system.clear_records();
-    SSL_CTX *made = SSL_initialize(version);
-    if (context != nullptr) {
-      *context = made;
-    } else {
-      SSL_CTX_free(made);
-    }
+    context.reset(SSL_initialize(version));
     return system.log();
   }
 
   SystemDouble system;
+  std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context{nullptr, SSL_CTX_free};
 };
 
 TEST_F(Initialize, ProtocolWords) {
-  struct Case {
-    const char *version;
-    const SSL_METHOD *method;
+  const std::pair<const char *, const SSL_METHOD *> words[] = {
+      {"tls1", TLSv1_client_method()},
+      {"tls1.1", TLSv1_1_client_method()},
+      {"tls1.2", TLSv1_2_client_method()},
+      {"dtls1", DTLSv1_client_method()},
   };
-  for (const Case &c : {Case{"tls1", TLSv1_client_method()},
-                        {"tls1.1", TLSv1_1_client_method()},
-                        {"tls1.2", TLSv1_2_client_method()},
-                        {"dtls1", DTLSv1_client_method()}}) {
-    SSL_CTX *context = nullptr;
-    EXPECT_THAT(logged(c.version, &context),
-                ElementsAre(start(c.version), info(kRoots), info(kSuccess)));
+  for (const auto &[word, method] : words) {
+    EXPECT_THAT(logged(word), ElementsAre(start(word), info(kRoots), info(kSuccess)));
     ASSERT_NE(context, nullptr);
-    EXPECT_EQ(SSL_CTX_get_ssl_method(context), c.method) << c.version;
-    SSL_CTX_free(context);
+    EXPECT_EQ(SSL_CTX_get_ssl_method(context.get()), method) << word;
   }
-  for (const char *word : {"tls", "TLS1", "tls1 ", "tls1.3", "tls1.", "ssl2", "dtls", " tls1"}) {
-    SSL_CTX *context = nullptr;
-    EXPECT_THAT(logged(word, &context),
+  for (const char *word : {"tls", "TLS1", "tls1 ", "tls1.3", "ssl2", "dtls"}) {
+    EXPECT_THAT(logged(word),
                 ElementsAre(start(word), error("SSLClient: SSL/TLS version unsupported.")));
     EXPECT_EQ(context, nullptr);
   }
@@ -124,33 +123,31 @@ TEST_F(Initialize, ProtocolWords) {
 
 TEST_F(Initialize, AContextThatCannotBeMade) {
   const LogLine failed = error("SSLClient: creation of CTX object failed");
-  SSL_CTX *context = nullptr;
 #ifdef OPENSSL_NO_SSL3_METHOD
-  EXPECT_THAT(logged("ssl3", &context), ElementsAre(start("ssl3"), failed));
-  EXPECT_EQ(context, nullptr);
+  EXPECT_THAT(logged("ssl3"), ElementsAre(start("ssl3"), failed));
 #endif
   system.answer("SSL_CTX_new", 0);
-  EXPECT_THAT(logged("tls1", &context), ElementsAre(start("tls1"), failed));
+  EXPECT_THAT(logged("tls1"), ElementsAre(start("tls1"), failed));
   EXPECT_EQ(context, nullptr);
 }
 
 // The system's strict configuration does not count, and neither do newer defaults.
 TEST_F(Initialize, AcceptsWhatOpenSsl10Accepted) {
-  SSL_CTX *context = SSL_initialize("tls1.2");
-  ASSERT_NE(context, nullptr);
-  EXPECT_EQ(SSL_CTX_get_security_level(context), 0);
-  EXPECT_EQ(SSL_CTX_get_min_proto_version(context), 0);
-  EXPECT_EQ(SSL_CTX_get_max_proto_version(context), 0);
-  const auto options = SSL_CTX_get_options(context);
+  logged("tls1.2");
+  SSL_CTX *made = context.get();
+  ASSERT_NE(made, nullptr);
+  EXPECT_EQ(SSL_CTX_get_security_level(made), 0);
+  EXPECT_EQ(SSL_CTX_get_min_proto_version(made), 0);
+  EXPECT_EQ(SSL_CTX_get_max_proto_version(made), 0);
+  const auto options = SSL_CTX_get_options(made);
   EXPECT_TRUE(options & SSL_OP_LEGACY_SERVER_CONNECT);
   EXPECT_FALSE(options & (SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2));
   std::set<std::string> ciphers;
-  STACK_OF(SSL_CIPHER) *offered = SSL_CTX_get_ciphers(context);
+  STACK_OF(SSL_CIPHER) *offered = SSL_CTX_get_ciphers(made);
   for (int i = 0; i < sk_SSL_CIPHER_num(offered); ++i)
     ciphers.insert(SSL_CIPHER_get_name(sk_SSL_CIPHER_value(offered, i)));
   for (const char *cipher : {"AES128-SHA", "ADH-AES128-SHA", "ECDHE-RSA-AES256-GCM-SHA384"})
     EXPECT_TRUE(ciphers.contains(cipher)) << cipher;
-  SSL_CTX_free(context);
 
   SSL_CTX *other = SSL_CTX_new(TLS_client_method());  // the program's own keep the configuration
   EXPECT_EQ(SSL_CTX_get_security_level(other), 3);
@@ -159,9 +156,10 @@ TEST_F(Initialize, AcceptsWhatOpenSsl10Accepted) {
 }
 
 TEST_F(Initialize, RootsAndIdentityOfTheProduct) {
-  SSL_CTX *context = SSL_initialize("tls1.2");
-  ASSERT_NE(context, nullptr);
-  const auto roots = roots_of(context);
+  logged("tls1.2");
+  SSL_CTX *made = context.get();
+  ASSERT_NE(made, nullptr);
+  const auto roots = roots_of(made);
   EXPECT_EQ(roots.size(), 11U);
   EXPECT_EQ(std::set(roots.begin(), roots.end()).size(), 11U);
   EXPECT_FALSE(roots.contains("other"));
@@ -170,20 +168,18 @@ TEST_F(Initialize, RootsAndIdentityOfTheProduct) {
   const std::string key(reinterpret_cast<const char *>(client_pvt_key), sizeof client_pvt_key);
   EXPECT_EQ(certificate, read_file(TALVERA_STAND_INS "/client.der"));
   EXPECT_EQ(key, read_file(TALVERA_STAND_INS "/client-key.der"));
-  EXPECT_EQ(encoded(SSL_CTX_get0_certificate(context), i2d_X509), certificate);
-  EXPECT_EQ(encoded(SSL_CTX_get0_privatekey(context), i2d_PrivateKey), key);
+  EXPECT_EQ(encoded(SSL_CTX_get0_certificate(made), i2d_X509), certificate);
+  EXPECT_EQ(encoded(SSL_CTX_get0_privatekey(made), i2d_PrivateKey), key);
 
-  EXPECT_EQ(SSL_CTX_get_verify_mode(context), SSL_VERIFY_NONE);
-  EXPECT_EQ(SSL_CTX_get_verify_callback(context), nullptr);
-  EXPECT_EQ(SSL_CTX_get_mode(context) & (SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_AUTO_RETRY),
-            SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_AUTO_RETRY);
+  EXPECT_EQ(SSL_CTX_get_verify_mode(made), SSL_VERIFY_NONE);
+  EXPECT_EQ(SSL_CTX_get_verify_callback(made), nullptr);
+  EXPECT_EQ(SSL_CTX_get_mode(made) & kModes, kModes);
   EXPECT_EQ(system.count("SSL_CTX_set_default_verify_paths"), 1);
-  SSL_CTX_free(context);
 }
 
 TEST_F(Initialize, SeedsTheGeneratorWithItsOwnOutput) {
   system.answer("RAND_status", 0, 0, 3);
-  SSL_CTX_free(SSL_initialize("tls1"));
+  logged("tls1");
   EXPECT_EQ(system.count("RAND_status"), 4);
   Texts calls;
   for (const std::string &call : system.calls())
@@ -194,8 +190,7 @@ TEST_F(Initialize, SeedsTheGeneratorWithItsOwnOutput) {
     EXPECT_EQ(calls[i + 1], "RAND_seed" + calls[i].substr(std::strlen("RAND_bytes")));
   }
   // A generator that is seeded is left alone, and is asked on every call.
-  system.clear_records();
-  SSL_CTX_free(SSL_initialize("tls1"));
+  logged("tls1");
   EXPECT_EQ(system.count("RAND_status"), 1);
   EXPECT_THAT(system.calls(), Not(Contains(::testing::StartsWith("RAND_seed"))));
 }
@@ -205,44 +200,33 @@ TEST_F(Initialize, DownloadedRoot) {
       "openssl req -x509 -newkey rsa:1024 -nodes -keyout /dev/null -subj /CN=Big -days 9 -outform "
       "DER -addext nsComment=$(printf '%04000d' 0)");
   ASSERT_GT(big.size(), 4096U);
-  struct Case {
-    const char *what;
-    std::string content;
-    bool installed;
-    std::size_t roots;
+  // What the file holds, and how many roots are trusted then; 0: it is refused.
+  const std::tuple<const char *, std::string, std::size_t> cases[] = {
+      {"certificate", some_root(), 12},
+      {"one of the product's", read_file(TALVERA_STAND_INS "/05-vasko.der"), 11},
+      {"bytes behind it", some_root() + std::string(5000, 'x'), 12},
+      {"empty", "", 11},
+      {"junk", "junk", 0},
+      {"longer than what is read", big, 0},
   };
-  const Case cases[] = {
-      {"certificate", some_root(), true, 12},
-      {"one of the product's", read_file(TALVERA_STAND_INS "/05-vasko.der"), true, 11},
-      {"bytes behind it", some_root() + std::string(5000, 'x'), true, 12},
-      {"empty", "", true, 11},
-      {"junk", "junk", false, 0},
-      {"longer than what is read", big, false, 0},
-  };
-  for (const Case &c : cases) {
-    SCOPED_TRACE(c.what);
-    write("/var/tmp/ssl_cert", c.content);
-    SSL_CTX *context = nullptr;
-    const auto log = logged("tls1.2", &context);
-    if (c.installed) {
-      EXPECT_THAT(log,
-                  ElementsAre(start("tls1.2"), info(kDownloaded), info(kRoots), info(kSuccess)));
-      ASSERT_NE(context, nullptr);
-      EXPECT_EQ(roots_of(context).size(), c.roots);
-      SSL_CTX_free(context);
+  for (const auto &[what, content, roots] : cases) {
+    SCOPED_TRACE(what);
+    write("/var/tmp/ssl_cert", content);
+    const auto log = logged("tls1.2");
+    ASSERT_EQ(context != nullptr, roots != 0);
+    if (roots == 0) {
+      EXPECT_THAT(log, ElementsAre(start("tls1.2"), error(kNotInstalled), error(kFailure)));
     } else {
       EXPECT_THAT(log,
-                  ElementsAre(start("tls1.2"), error("SSL: Failed to Install Root CA certificate"),
-                              error(kFailure)));
-      EXPECT_EQ(context, nullptr);
+                  ElementsAre(start("tls1.2"), info(kDownloaded), info(kRoots), info(kSuccess)));
+      EXPECT_EQ(roots_of(context.get()).size(), roots);
     }
   }
 }
 
 TEST_F(Initialize, DownloadedRootThatCannotBeRead) {
   const auto as_if_not_there = ElementsAre(start("tls1"), info(kRoots), info(kSuccess));
-  const auto failed = ElementsAre(
-      start("tls1"), error("SSL: Failed to Install Root CA certificate"), error(kFailure));
+  const auto failed = ElementsAre(start("tls1"), error(kNotInstalled), error(kFailure));
   EXPECT_THAT(logged("tls1"), as_if_not_there);
   write("/var/tmp/ssl_cert", some_root());
   system.fail("open", EACCES);
@@ -253,37 +237,26 @@ TEST_F(Initialize, DownloadedRootThatCannotBeRead) {
   EXPECT_THAT(logged("tls1"), failed);
 
   // Descriptor 0 counts as no file, and is left open.
-  const int saved = dup(0);
-  close(0);
+  const StandardInput closed;
   EXPECT_THAT(logged("tls1"), as_if_not_there);
   EXPECT_NE(fcntl(0, F_GETFD), -1);
-  dup2(saved, 0);
-  close(saved);
 }
 
 TEST_F(Initialize, ProductVariantDecidesTheWords) {
-  struct Case {
-    const char *sku;
-    const char *line;
+  const std::pair<const char *, const char *> variants[] = {
+      {"50", kRootsWithoutVasko},
+      {" 64x", kRootsWithoutVasko},
+      {"0000000000000500", kRootsWithoutVasko},  // of which 15 characters count
+      {"abc", kRoots},
+      {"51", kRoots},
+      {"63", kRoots},
+      {"-50", kRoots},
+      {"4294967346", kRoots},  // 50, were it not for the limit
   };
-  for (const Case &c : {Case{"50", kRootsWithoutVasko},
-                        {"64", kRootsWithoutVasko},
-                        {" 64x", kRootsWithoutVasko},
-                        {"0", kRoots},
-                        {"abc", kRoots},
-                        {"", kRoots},
-                        {"0000000000000500", kRootsWithoutVasko},  // of which 15 characters count
-                        {"51", kRoots},
-                        {"63", kRoots},
-                        {"500", kRoots},
-                        {"-50", kRoots},
-                        {"4294967346", kRoots}}) {  // 50, were it not for the limit
-    system.set_value("system.sku", c.sku);
-    SSL_CTX *context = nullptr;
-    EXPECT_THAT(logged("tls1", &context), ElementsAre(start("tls1"), info(c.line), info(kSuccess)))
-        << c.sku;
-    EXPECT_EQ(roots_of(context).size(), 11U);
-    SSL_CTX_free(context);
+  for (const auto &[sku, line] : variants) {
+    system.set_value("system.sku", sku);
+    EXPECT_THAT(logged("tls1"), ElementsAre(start("tls1"), info(line), info(kSuccess))) << sku;
+    EXPECT_EQ(roots_of(context.get()).size(), 11U);
   }
   system.answer("sdb_get", EIO);
   EXPECT_THAT(
@@ -301,51 +274,40 @@ TEST_F(Initialize, AProductRootThatDoesNotParse) {
 
 // A refused identity is no failure, but nothing that comes after it is done.
 TEST_F(Initialize, RefusedIdentity) {
-  struct Case {
-    const char *call;
-    int skip;
-    bool has_key;
-    bool has_certificate;
-    int default_paths;
+  // The call that fails, calls before it; what the context has, and how often the paths were set.
+  const std::tuple<const char *, int, bool, bool, int> cases[] = {
+      {"SSL_CTX_use_RSAPrivateKey_ASN1", 0, false, false, 0},
+      {"d2i_X509", 11, true, false, 0},
+      {"SSL_CTX_use_certificate", 0, true, false, 0},
+      {"SSL_CTX_check_private_key", 0, true, true, 0},
+      {"SSL_CTX_set_default_verify_paths", 0, true, true, 1},
   };
-  for (const Case &c : {Case{"SSL_CTX_use_RSAPrivateKey_ASN1", 0, false, false, 0},
-                        {"d2i_X509", 11, true, false, 0},
-                        {"SSL_CTX_use_certificate", 0, true, false, 0},
-                        {"SSL_CTX_check_private_key", 0, true, true, 0},
-                        {"SSL_CTX_set_default_verify_paths", 0, true, true, 1}}) {
-    SCOPED_TRACE(c.call);
-    system.answer(c.call, 0, c.skip);
-    SSL_CTX *context = nullptr;
-    EXPECT_THAT(logged("tls1.2", &context),
-                ElementsAre(start("tls1.2"), info(kRoots), info(kSuccess)));
+  for (const auto &[call, skip, has_key, has_certificate, default_paths] : cases) {
+    SCOPED_TRACE(call);
+    system.answer(call, 0, skip);
+    EXPECT_THAT(logged("tls1.2"), ElementsAre(start("tls1.2"), info(kRoots), info(kSuccess)));
     ASSERT_NE(context, nullptr);
     // A certificate is found by its key, so ask for both.
-    EXPECT_EQ(SSL_CTX_get0_privatekey(context) != nullptr, c.has_key);
-    EXPECT_EQ(SSL_CTX_get0_certificate(context) != nullptr, c.has_certificate);
-    EXPECT_EQ(system.count("SSL_CTX_set_default_verify_paths"), c.default_paths);
-    EXPECT_EQ(SSL_CTX_get_mode(context) & (SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_AUTO_RETRY),
-              0U);
-    SSL_CTX_free(context);
+    EXPECT_EQ(SSL_CTX_get0_privatekey(context.get()) != nullptr, has_key);
+    EXPECT_EQ(SSL_CTX_get0_certificate(context.get()) != nullptr, has_certificate);
+    EXPECT_EQ(system.count("SSL_CTX_set_default_verify_paths"), default_paths);
+    EXPECT_EQ(SSL_CTX_get_mode(context.get()) & kModes, 0);
     system.forget();
   }
 }
 
 TEST_F(Initialize, LoadCert) {
-  SSL_CTX *context = SSL_CTX_new(TLS_client_method());
+  context.reset(SSL_CTX_new(TLS_client_method()));
   const std::string der = some_root();
-  const auto load = [&](long size) {
-    return SSL_Load_Cert(context, reinterpret_cast<const unsigned char *>(der.data()), size);
-  };
+  const auto *const bytes = reinterpret_cast<const unsigned char *>(der.data());
   const auto size = static_cast<long>(der.size());
-  EXPECT_EQ(load(size - 1), 0);
-  EXPECT_EQ(load(0), 0);
-  EXPECT_EQ(load(-1), 0);
-  EXPECT_EQ(SSL_Load_Cert(context, nullptr, size), 0);
-  EXPECT_TRUE(roots_of(context).empty());
-  EXPECT_EQ(load(size), 1);
-  EXPECT_EQ(load(size), 1);
-  EXPECT_THAT(roots_of(context), ElementsAre("other"));
-  SSL_CTX_free(context);
+  for (const long wrong : {size - 1, 0L, -1L})
+    EXPECT_EQ(SSL_Load_Cert(context.get(), bytes, wrong), 0);
+  EXPECT_EQ(SSL_Load_Cert(context.get(), nullptr, size), 0);
+  EXPECT_TRUE(roots_of(context.get()).empty());
+  EXPECT_EQ(SSL_Load_Cert(context.get(), bytes, size), 1);
+  EXPECT_EQ(SSL_Load_Cert(context.get(), bytes, size), 1);
+  EXPECT_THAT(roots_of(context.get()), ElementsAre("other"));
 }
 
 }  // namespace

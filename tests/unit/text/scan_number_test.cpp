@@ -11,25 +11,17 @@
 namespace talvera::test {
 namespace {
 
-using namespace std::string_view_literals;
-
 constexpr unsigned long kUntouched = 77;
 
+// Overflow wraps. A "+" is never taken, and in second place it spoils the number.
 TEST(ScanNumber, AnyBase) {
-  static constexpr struct {
-    const char *line;
-    int base;
-    unsigned long value;
-    int end;  // 0: failed
-  } kCases[] = {
+  const std::tuple<const char *, int, unsigned long, int> cases[] = {
+      // value; end, 0: failed
       {"0x1F", 0, 31, 4},
       {"0X1f g", 0, 31, 4},
       {"17", 0, 0, 0},
-      {"017", 0, 0, 0},
-      {"0x1f", 16, 31, 4},
       {"1fg", 16, 31, 2},
       {"0xg", 16, 0, 0},
-      {"0x", 0, 0, 0},
       {"0", 16, 0, 1},
       {"0x1", 10, 0, 1},
       {"-0x10", 0, 4294967280, 5},
@@ -37,14 +29,10 @@ TEST(ScanNumber, AnyBase) {
       {" \t42 ", 10, 42, 4},
       {"\n42", 10, 0, 0},
       {"  -", 10, 0, 0},
-      {"--5", 10, 0, 0},
-      {"- 5", 10, 0, 0},
       {"+5", 10, 0, 0},
-      {"5+3", 10, 0, 0},  // a "+" in second place
+      {"5+3", 10, 0, 0},
       {"53+", 10, 53, 2},
       {"-5+3", 10, 4294967291, 2},
-      {"-+5", 10, 0, 0},
-      {"a+", 16, 0, 0},
       {"zz", 36, 1295, 2},
       {"Zz", 36, 1295, 2},
       {"yz", 35, 34, 1},
@@ -52,25 +40,20 @@ TEST(ScanNumber, AnyBase) {
       {"000", 1, 0, 3},
       {"zz:", 300, 10535, 2},
       {"1", -10, 0, 0},
-      {"/", 10, 0, 0},
-      {":", 10, 0, 0},
-      {"@", 36, 0, 0},
       {"[", 36, 0, 0},
-      {"`", 36, 0, 0},
       {"{", 36, 0, 0},
       {"4294967295", 10, 4294967295, 10},
-      {"4294967297", 10, 1, 10},  // overflow wraps
       {"-4294967297", 10, 4294967295, 11},
       {"123456789abcdef", 16, 0x89ABCDEF, 15},
       {"", 10, 0, 0},
   };
-  for (const auto &test : kCases) {
+  for (const auto &[text, base, expected, end] : cases) {
     for (auto *get : {getnum, get_number}) {
-      SCOPED_TRACE(testing::Message() << test.line << " base " << test.base);
-      const Text line(test.line);
+      SCOPED_TRACE(testing::Message() << text << " base " << base);
+      const Text line(text);
       unsigned long value = kUntouched;
-      EXPECT_EQ(line.offset(get(line.get(), &value, test.base)), test.end);
-      EXPECT_EQ(value, test.value);
+      EXPECT_EQ(line.offset(get(line.get(), &value, base)), end);
+      EXPECT_EQ(value, expected);
     }
   }
   unsigned long value = kUntouched;
@@ -97,87 +80,63 @@ TEST(ScanNumber, AnyType) {
   for (auto *get : {gethex, get_hex}) {
     expect_stored<unsigned long>(get, " ff", 255);
     expect_stored<unsigned long>(get, "0xFFFFFFFF", 4294967295);
-    expect_stored<unsigned long>(get, "x", 0);
   }
   for (auto *get : {getlong, get_long}) {
     expect_stored<long>(get, "-12", -12);
     expect_stored<long>(get, "4294967295", -1);
-    expect_stored<long>(get, "-2147483648", -2147483647 - 1);
-    expect_stored<long>(get, "2147483648", -2147483647 - 1);
     expect_stored<long>(get, "x1", 0);
   }
   for (auto *get : {getint, get_int}) {
-    expect_stored<int>(get, "-12", -12);
     expect_stored<int>(get, "4294967290", -6);
     expect_stored<int>(get, "x1", 0);
   }
   for (auto *get : {getushort, get_ushort}) {
     expect_stored<unsigned short>(get, "70000", 4464);
-    expect_stored<unsigned short>(get, "-1", 65535);
     expect_stored<unsigned short>(get, "x1", 0);
   }
 }
 
+// The greatest value must be written as just that. The caller's text is stripped.
+template <typename Value>
+void expect_valid(int (*validate)(char *, Value *), const char *given, int result, Value expected) {
+  SCOPED_TRACE(given);
+  const Text text(given);
+  auto value = static_cast<Value>(kUntouched);
+  EXPECT_EQ(validate(text.get(), &value), result);
+  EXPECT_EQ(value, expected);
+  EXPECT_EQ(std::strlen(text.get()), std::string_view(given).find_last_not_of(" \t\r\n") + 1);
+}
+
 TEST(Validate, Ulong) {
-  static constexpr struct {
-    const char *text;
-    int result;
-    unsigned long value;
-  } kCases[] = {
-      {"0", 0, 0},
+  const std::tuple<const char *, int, unsigned long> cases[] = {
       {" \v+12 \r\n", 0, 12},
       {"0012", 0, 12},
-      {"", 0, 0},
       {" \t", 0, 0},
       {"12x", -1, 12},
-      {"1 2", -1, 1},
       {"0x1", -1, 0},
-      {"-", -1, 0},
       {"+-1", -1, 0},
-      {"x", -1, 0},
       {"4294967294", 0, 4294967294},
-      {"4294967295 ", 0, 4294967295},
-      {" \n4294967295", 0, 4294967295},
-      {"+4294967295", -1, 4294967295},
+      {" \n4294967295 ", 0, 4294967295},
       {"04294967295", -1, 4294967295},
       {"4294967296", -1, 4294967295},
-      {"99999999999999999999999", -1, 4294967295},
       {"18446744073709551617", -1, 4294967295},
       {"-1", -1, 4294967295},
       {"-5", 0, 4294967291},
       {"-4294967295", 0, 1},
       {"-4294967296", -1, 4294967295},
-      {"\xA0"
-       "7",
-       -1, 0},
   };
-  for (const auto &test : kCases) {
-    SCOPED_TRACE(test.text);
-    const Text text(test.text);
-    unsigned long value = kUntouched;
-    EXPECT_EQ(ValidateUlong(text.get(), &value), test.result);
-    EXPECT_EQ(value, test.value);
-  }
-  const Text text("12 \n");
-  unsigned long value;
-  ValidateUlong(text.get(), &value);
-  EXPECT_EQ(text.all(), "12\0\0"sv);  // the caller's string is stripped
+  for (const auto &[given, result, expected] : cases)
+    expect_valid(ValidateUlong, given, result, expected);
 }
 
 TEST(Validate, Long) {
-  static constexpr struct {
-    const char *text;
-    int result;
-    long value;
-  } kCases[] = {
+  const std::tuple<const char *, int, long> cases[] = {
       {" -5 ", 0, -5},
       {"", 0, 0},
       {"12-", -1, 12},
       {"2147483646", 0, 2147483646},
-      {"2147483647\t", 0, 2147483647},
-      {"\t2147483647", 0, 2147483647},
+      {"\t2147483647\t", 0, 2147483647},
       {"+2147483647", -1, 2147483647},
-      {"02147483647", -1, 2147483647},
       {"2147483648", -1, 2147483647},
       {"4294967296", -1, 2147483647},
       {"-2147483647", 0, -2147483647},
@@ -185,73 +144,53 @@ TEST(Validate, Long) {
       {"-2147483649", 0, -2147483647 - 1},
       {"-99999999999", 0, -2147483647 - 1},
   };
-  for (const auto &test : kCases) {
-    SCOPED_TRACE(test.text);
-    const Text text(test.text);
-    long value = static_cast<long>(kUntouched);
-    EXPECT_EQ(ValidateLong(text.get(), &value), test.result);
-    EXPECT_EQ(value, test.value);
-  }
-  const Text text("12 ");
-  long value;
-  ValidateLong(text.get(), &value);
-  EXPECT_EQ(text.all(), "12\0"sv);
+  for (const auto &[given, result, expected] : cases)
+    expect_valid(ValidateLong, given, result, expected);
 }
 
 TEST(ScanAddress, Ip) {
-  static constexpr struct {
-    const char *line;
-    int end;  // 0: failed
-  } kCases[] = {
+  const std::pair<const char *, int> cases[] = {
+      // end; 0: failed
       {"192.168.1.1 rest", 11}, {"192.168.1.1\nrest", 11},
       {"255.255.255.255", 15},  {" 192.168.1.1", 0},
       {"192.168.1", 0},         {"192.168.1.256", 0},
       {"192.168.01.1", 0},      {"192.168.1.1,", 0},
       {"255.255.255.2555", 0},  // 16 characters
-      {"255.255.255.25555", 0}, {"", 0},
   };
-  for (const auto &test : kCases) {
+  for (const auto &[text, end] : cases) {
     for (auto *get : {getip, get_ip}) {
-      SCOPED_TRACE(test.line);
-      const Text line(test.line);
+      SCOPED_TRACE(text);
+      const Text line(text);
       in_addr address = {0x01020304};
-      EXPECT_EQ(line.offset(get(line.get(), &address)), test.end);
-      const in_addr_t expected =
-          test.end == 0
-              ? 0x01020304
-              : inet_addr(std::string(test.line, static_cast<std::size_t>(test.end)).c_str());
-      EXPECT_EQ(address.s_addr, expected);
+      EXPECT_EQ(line.offset(get(line.get(), &address)), end);
+      const std::string taken(text, static_cast<std::size_t>(end));
+      EXPECT_EQ(address.s_addr, end == 0 ? 0x01020304 : inet_addr(taken.c_str()));
     }
   }
 }
 
 TEST(ScanAddress, Mac) {
-  static constexpr struct {
-    const char *line;
-    int end;  // 0: failed
-    std::array<unsigned char, 6> mac;
-  } kCases[] = {
+  using Mac = std::array<unsigned char, 6>;
+  constexpr Mac kBefore = {9, 9, 9, 9, 9, 9};
+  const std::tuple<const char *, int, Mac> cases[] = {
+      // end; 0: failed
       {"00:1A:2b:3c:4d:5e rest", 17, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}},
       {"0:1:2:a:B:c\trest", 11, {0, 1, 2, 10, 11, 12}},
       {"00:1A:2b:3c:4d:5e:6", 19, {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}},
-      {"0:1:2:a:B:c:7", 0, {}},
-      {" 00:1A:2b:3c:4d:5e", 0, {}},
-      {"00:1A:2b:3c:4d", 0, {}},
-      {"00-1A-2b-3c-4d-5e", 0, {}},
-      {"00:1A:2b:3c:4d:g", 0, {}},
-      {"00:1A:2b:3c:4d:5e:66", 0, {}},  // 20 characters
-      {"", 0, {}},
+      {"0:1:2:a:B:c:7", 0, kBefore},
+      {" 00:1A:2b:3c:4d:5e", 0, kBefore},
+      {"00:1A:2b:3c:4d", 0, kBefore},
+      {"00-1A-2b-3c-4d-5e", 0, kBefore},
+      {"00:1A:2b:3c:4d:5e:66", 0, kBefore},  // 20 characters
   };
-  constexpr std::array<unsigned char, 6> kBefore = {9, 9, 9, 9, 9, 9};
-  for (const auto &test : kCases) {
+  for (const auto &[text, end, expected] : cases) {
     for (auto *get : {get_mac, getether}) {
-      SCOPED_TRACE(test.line);
-      const Text line(test.line);
+      SCOPED_TRACE(text);
+      const Text line(text);
       ether_addr mac;
       std::memcpy(&mac, kBefore.data(), 6);
-      EXPECT_EQ(line.offset(get(line.get(), &mac)), test.end);
-      EXPECT_THAT(mac.ether_addr_octet,
-                  testing::ElementsAreArray(test.end == 0 ? kBefore : test.mac));
+      EXPECT_EQ(line.offset(get(line.get(), &mac)), end);
+      EXPECT_THAT(mac.ether_addr_octet, testing::ElementsAreArray(expected));
     }
   }
 }

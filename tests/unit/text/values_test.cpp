@@ -2,15 +2,12 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <climits>
-#include <clocale>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "support/system_double.h"
 #include "talvera/values.h"
+#include "unit/time/zone_fixture.h"
 
 namespace talvera::test {
 namespace {
@@ -24,11 +21,8 @@ TEST(ValueTable, TheFirstMatchWins) {
   EXPECT_STREQ(ust_lookup_name_by_value(&kTable, 6), "TCP");
   EXPECT_STREQ(ust_lookup_name_by_value(&kTable, -5), "less");
   EXPECT_EQ(ust_lookup_name_by_value(&kTable, 3), nullptr);
-  EXPECT_EQ(ust_lookup_index_by_value(&kTable, 6), 0);
   EXPECT_EQ(ust_lookup_index_by_value(&kTable, 2), 5);
-  EXPECT_EQ(ust_lookup_index_by_value(&kTable, 3), -1);
   EXPECT_EQ(ust_lookup_index_by_name(&kTable, "udp"), 1);
-  EXPECT_EQ(ust_lookup_index_by_name(&kTable, "tcp"), 5);
   EXPECT_EQ(ust_lookup_index_by_name(&kTable, "tc"), -1);
   EXPECT_EQ(ust_lookup_index_by_name(&kTable, "UDP"), -1);
   EXPECT_EQ(ust_lookup_index_by_name_i(&kTable, "tcp"), 0);
@@ -40,9 +34,7 @@ TEST(ValueTable, TheFirstMatchWins) {
   EXPECT_EQ(ust_longest_strlen(&kTable), 12U);
 
   const ust_table empty = {nullptr, 0};
-  EXPECT_EQ(ust_lookup_name_by_value(&empty, 6), nullptr);
   EXPECT_EQ(ust_lookup_index_by_name_i(&empty, "tcp"), -1);
-  EXPECT_EQ(ust_lookup_value_by_index(&empty, 0), -1);
   EXPECT_EQ(ust_longest_strlen(&empty), 0U);
 }
 
@@ -70,38 +62,21 @@ TEST(Printers, NumbersAndAddresses) {
   Guarded<40> duration;
   EXPECT_EQ(p_secs(duration, 3, 45'000), duration.bytes);
   EXPECT_STREQ(duration, "3.045 seconds");
-  EXPECT_STREQ(p_secs(duration, 3, 999), "3.000 seconds");
   EXPECT_STREQ(p_secs(duration, 4'294'967'295, 2'147'483'647), "4294967295.2147483 seconds");
   EXPECT_STREQ(p_secs(duration, 0, -5'999), "0.4294967291 seconds");
   p_secs(duration, ULONG_MAX, LONG_MIN);
 
-  EXPECT_STREQ(p_enum(0, enum_ad_states), "Idle");
-  EXPECT_STREQ(p_enum(1, enum_ad_states), "Wait");
-  EXPECT_STREQ(p_enum(2, enum_ad_states), "Pre-AdBreak");
-  EXPECT_STREQ(p_enum(3, enum_ad_states), "Pre-AdBreak-2");
-  EXPECT_STREQ(p_enum(4, enum_ad_states), "AdBreak");
-  EXPECT_STREQ(p_enum(5, enum_ad_states), "Post-AdBreak");
-  EXPECT_STREQ(p_enum(6, enum_ad_states), "SS_ANY");
+  const char *const states[] = {"Idle",    "Wait",         "Pre-AdBreak", "Pre-AdBreak-2",
+                                "AdBreak", "Post-AdBreak", "SS_ANY"};
+  for (int i = 0; i < 7; ++i)
+    EXPECT_STREQ(p_enum(i, enum_ad_states), states[i]);
 }
-
-// A time zone for as long as it lives.
-class Zone {
- public:
-  explicit Zone(const std::string &zone) {
-    setenv("TZ", zone.c_str(), 1);
-    tzset();
-  }
-  ~Zone() {
-    unsetenv("TZ");
-    tzset();
-  }
-};
 
 TEST(Printers, TimesAreLocal) {
   Guarded<64> text;
   Guarded<80> date;
   {
-    const Zone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    const LocalZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
     EXPECT_EQ(p_time(text, 1'700'000'000), text.bytes);
     EXPECT_STREQ(text, "Tue Nov 14 23:13:20 CET 2023");
     EXPECT_STREQ(p_time(text, 1'690'000'000), "Sat Jul 22 06:26:40 CEST 2023");
@@ -119,12 +94,13 @@ TEST(Printers, TimesAreLocal) {
   const std::string name(63 - 25, 'Z');
   bool long_names = false;  // not every C library has them
   {
-    const Zone zone("<" + name + ">0");
+    const LocalZone zone(("<" + name + ">0").c_str());
+    const std::size_t length = std::strlen(p_time(text, 1'700'000'000));
     long_names = name == tzname[0];
-    EXPECT_EQ(std::strlen(p_time(text, 1'700'000'000)), long_names ? 63U : 28U);
+    EXPECT_EQ(length, long_names ? 63U : 28U);
   }
   if (long_names) {
-    const Zone zone("<" + name + "Z>0");
+    const LocalZone zone(("<" + name + "Z>0").c_str());
     EXPECT_STREQ(p_time(text, 1'700'000'000), "");
   }
   if (sizeof(time_t) > 4) {  // a year beyond what a calendar record holds
@@ -139,8 +115,6 @@ TEST(Strings, ReplaceEachOtherInASlot) {
   EXPECT_EQ(mkstr_long(&slot, -42), slot);
   EXPECT_STREQ(slot, "-42");
   EXPECT_STREQ(mkstr_long(&slot, LONG_MIN), std::to_string(LONG_MIN).c_str());
-  EXPECT_EQ(mkstr_ulong(&slot, 4'294'967'295), slot);
-  EXPECT_STREQ(slot, "4294967295");
   EXPECT_STREQ(mkstr_ulong(&slot, ULONG_MAX), std::to_string(ULONG_MAX).c_str());
 
   char text[] = "wan0";
@@ -151,15 +125,6 @@ TEST(Strings, ReplaceEachOtherInASlot) {
   EXPECT_EQ(mkstr_string(&slot, nullptr), nullptr);
   EXPECT_EQ(slot, nullptr);
   EXPECT_EQ(mkstr_string(&slot, nullptr), nullptr);
-}
-
-TEST(Strings, WithoutMemoryTheSlotIsEmptied) {
-  char *slot = nullptr;
-  mkstr_long(&slot, 1);
-  SystemDouble system;
-  system.fail("strdup", ENOMEM);
-  EXPECT_EQ(mkstr_ulong(&slot, 2), nullptr);
-  EXPECT_EQ(slot, nullptr);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Seconds and dates, month lengths, date validation.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstdint>
 #include <ctime>
 
@@ -11,15 +12,8 @@ namespace {
 
 constexpr std::int32_t kDay = 86400;
 
-struct Date {
-  std::int32_t second, minute, hour, day, month, year, weekday;
-  bool operator==(const Date &) const = default;
-};
-
-void PrintTo(const Date &date, std::ostream *out) {
-  *out << date.year << '-' << date.month << '-' << date.day << ' ' << date.hour << ':'
-       << date.minute << ':' << date.second << " weekday " << date.weekday;
-}
+// Second, minute, hour, day, month, year, weekday.
+using Date = std::array<std::int32_t, 7>;
 
 Date broken_down(std::int32_t seconds) {
   datetime dt;
@@ -28,25 +22,17 @@ Date broken_down(std::int32_t seconds) {
 }
 
 TEST(Calendar, SecondsToDate) {
-  const struct {
-    std::int32_t seconds;
-    Date date;
-  } cases[] = {
+  const std::pair<std::int32_t, Date> cases[] = {
       {0, {0, 0, 0, 1, 1, 1970, 5}},
-      {86399, {59, 59, 23, 1, 1, 1970, 5}},
       {951782400, {0, 0, 0, 29, 2, 2000, 3}},
       {INT32_MAX, {7, 14, 3, 19, 1, 2038, 3}},
       // Before 1970 the divisions truncate.
-      {-1, {-1, 0, 0, 1, 1, 1970, 5}},
       {-3725, {-5, -2, -1, 1, 1, 1970, 5}},
-      {-kDay, {0, 0, 0, 31, 12, 1969, 4}},
       {-kDay - 1, {-1, 0, 0, 31, 12, 1969, 4}},
-      {-306 * kDay, {0, 0, 0, 1, 3, 1969, 0}},
       {-307 * kDay, {0, 0, 0, 28, 2, 1969, -1}},
       {-365 * kDay, {0, 0, 0, 1, 1, 1969, -3}},
       // Before 1969 there are no years and months.
       {-366 * kDay, {0, 0, 0, 0, 0, 1969, -4}},
-      {-1000 * kDay, {0, 0, 0, -634, 0, 1969, -1}},
       {INT32_MIN, {-8, -14, -3, -24489, 0, 1969, 0}},
   };
   for (const auto &[seconds, date] : cases)
@@ -72,32 +58,25 @@ TEST(Calendar, EveryDayThereAndBack) {
 }
 
 TEST(Calendar, DateToSecondsOutsideTheRanges) {
-  const struct {
-    datetime date;
-    std::uint32_t seconds;
-  } cases[] = {
+  const std::pair<datetime, std::int32_t> cases[] = {
       {{7, 14, 3, 19, 1, 2038, 0}, INT32_MAX},
-      {{15, 28, 6, 6, 2, 2106, 0}, UINT32_MAX},  // 2100 is a leap year here
-      {{16, 28, 6, 6, 2, 2106, 0}, 0},
+      {{15, 28, 6, 6, 2, 2106, 0}, -1},  // 2100 is a leap year here
       // Fields carry over.
       {{61, 61, 25, 32, 1, 1970, 0}, 32 * kDay + 2 * 3600 + 60 + 61},
-      {{-1, 0, 0, 1, 1, 1970, 0}, UINT32_MAX},
-      {{0, 0, 0, 0, 1, 1970, 0}, static_cast<std::uint32_t>(-kDay)},
+      {{-1, 0, 0, 0, 1, 1970, 0}, -kDay - 1},
       // A month below 1 adds nothing, one beyond December the year's days.
       {{0, 0, 0, 2, 0, 1970, 0}, kDay},
       {{0, 0, 0, 2, -7, 1970, 0}, kDay},
       {{0, 0, 0, 1, 13, 1971, 0}, 730 * kDay},
-      {{0, 0, 0, 1, 13, 1972, 0}, 1096 * kDay},
       {{0, 0, 0, 1, INT32_MAX, 1972, 0}, 1096 * kDay},
       // Years before 1970: leap days count toward zero from 1969.
-      {{0, 0, 0, 1, 1, 1969, 0}, static_cast<std::uint32_t>(-365 * kDay)},
-      {{0, 0, 0, 1, 1, 1966, 0}, static_cast<std::uint32_t>(-4 * 365 * kDay)},
-      {{0, 0, 0, 1, 1, 1965, 0}, static_cast<std::uint32_t>(-(5 * 365 + 1) * kDay)},
-      {{0, 0, 0, 1, 3, 1968, 0}, static_cast<std::uint32_t>((60 - 2 * 365) * kDay)},
-      {{0, 0, 0, 1, 3, 1967, 0}, static_cast<std::uint32_t>((59 - 3 * 365) * kDay)},
+      {{0, 0, 0, 1, 1, 1966, 0}, -4 * 365 * kDay},
+      {{0, 0, 0, 1, 1, 1965, 0}, -(5 * 365 + 1) * kDay},
+      {{0, 0, 0, 1, 3, 1968, 0}, (60 - 2 * 365) * kDay},
+      {{0, 0, 0, 1, 3, 1967, 0}, (59 - 3 * 365) * kDay},
   };
   for (const auto &[date, seconds] : cases) {
-    EXPECT_EQ(dtos(&date), seconds)
+    EXPECT_EQ(dtos(&date), static_cast<std::uint32_t>(seconds))
         << date.year << '-' << date.month << '-' << date.day << ' ' << date.hour;
   }
 }
@@ -108,26 +87,21 @@ TEST(Calendar, DaysInMonth) {
     EXPECT_EQ(UDA_DaysInMonth(month, 2023), kCommon[month - 1]) << month;
     EXPECT_EQ(UDA_DaysInMonth(month, 2024), kCommon[month - 1] + (month == 2)) << month;
   }
-  for (int year : {1800, 1900, 2100, 2200})
-    EXPECT_EQ(UDA_DaysInMonth(2, year), 28U) << year;
-  for (int year : {2000, 2400})
-    EXPECT_EQ(UDA_DaysInMonth(2, year), 29U) << year;
+  EXPECT_EQ(UDA_DaysInMonth(2, 1900), 28U);
+  EXPECT_EQ(UDA_DaysInMonth(2, 2000), 29U);
   EXPECT_EQ(UDA_DaysInMonth(0, 2000), 0U);
   EXPECT_EQ(UDA_DaysInMonth(13, 2000), 0U);
 }
 
 TEST(Calendar, ValidDates) {
-  const struct {
-    int month, day, year, valid;
-  } cases[] = {
-      {2, 29, 2023, 0}, {2, 29, 2024, 1}, {2, 29, 1900, 0}, {4, 30, 2024, 1},
-      {4, 31, 2024, 0}, {12, 31, 0, 1},   {0, 1, 2024, 0},  {0, 0, 2024, 0},
-      {13, 1, 2024, 0}, {1, 32, 2024, 0}, {1, 0, 2024, 1},  {1, -5, 2024, 1},
-      {1, 1, 2069, 1},  {1, 1, 2070, 0},  {1, 1, -1, 0},    {-1, 1, 2024, 0},
+  const int cases[][4] = {
+      // month, day, year, validity
+      {2, 29, 2023, 0}, {2, 29, 2024, 1}, {4, 30, 2024, 1}, {4, 31, 2024, 0},
+      {12, 31, 0, 1},   {0, 0, 2024, 0},  {13, 0, 2024, 0}, {1, 0, 2024, 1},
+      {1, -5, 2024, 1}, {1, 1, 2069, 1},  {1, 1, 2070, 0},  {1, 1, -1, 0},
   };
-  for (const auto &[month, day, year, valid] : cases) {
+  for (const auto &[month, day, year, valid] : cases)
     EXPECT_EQ(ValiDateProc(month, day, year), valid) << month << '/' << day << '/' << year;
-  }
 }
 
 TEST(Calendar, SecondNamesAreTheSameCode) {
