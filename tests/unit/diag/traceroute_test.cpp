@@ -193,6 +193,7 @@ TEST_F(TracerouteResults, FieldsAreCut) {
   EXPECT_EQ(hops[0].address, address.substr(0, 22));
   EXPECT_EQ(std::strlen(hops[0].times), 62U);
   EXPECT_STREQ(hops[0].times + 55, "1.25,66");
+  EXPECT_EQ(hops[1].host[0], '\0');
 
   EXPECT_EQ(read_hops(std::string(kHeader) + "1 " + host + " 2 3\n"), 0);
   EXPECT_EQ(hops[0].host, host.substr(0, 256));

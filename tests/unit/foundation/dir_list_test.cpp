@@ -39,6 +39,7 @@ TEST(DirList, ListsRegularFilesInByteOrder) {
   uf_free_dirent_list(&list, count);
   EXPECT_EQ(list, nullptr);
   uf_free_dirent_list(&list, 0);
+  uf_free_dirent_list(nullptr, 0);
 }
 
 TEST(DirList, NothingToListLeavesANullList) {
@@ -54,6 +55,9 @@ TEST(DirList, NothingToListLeavesANullList) {
   EXPECT_EQ(get_error(dir.path()), 0);
   EXPECT_EQ(get_error(dir / "missing"), ENOENT);
   dir.write("file", "");
+  dirent **list = nullptr;
+  EXPECT_EQ(uf_get_dirent_list(dir.path().c_str(), &list), 1);
+  uf_free_dirent_list(&list, 1);
   system.fail("malloc", ENOMEM, 1);  // there is one at least after that of the open directory
   EXPECT_EQ(get_error(dir.path()), ENOMEM);
 }

@@ -50,6 +50,10 @@ TEST(FileIo, ReadsAWholeFile) {
   EXPECT_EQ(std::memcmp(buffer, "12345", 5), 0);
   EXPECT_EQ(system.count("read"), 4);
   std::free(buffer);
+  dir.write("file", "1");
+  EXPECT_EQ(uf_readall(dir.path().c_str(), "file", &buffer, &length), 0);
+  EXPECT_EQ(length, 1U);
+  std::free(buffer);
 }
 
 TEST(FileIo, ReadingAWholeFileFailsCleanly) {

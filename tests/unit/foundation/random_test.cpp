@@ -52,9 +52,12 @@ TEST(HostLookup, GivesTheFirstAddress) {
   std::strcpy(buffer, "untouched");
   EXPECT_EQ(hostname_to_addr("192.168.1.1", buffer, 0), 0);
   EXPECT_STREQ(buffer, "untouched");
-  EXPECT_EQ(hostname_to_addr("192.168.1.1", buffer, 4), 0);
-  EXPECT_STREQ(buffer, "");
-  EXPECT_STREQ(buffer + 4, "uched");
+  for (const std::size_t size : {1, 4}) {
+    std::strcpy(buffer, "untouched");
+    EXPECT_EQ(hostname_to_addr("192.168.1.1", buffer, size), 0);
+    EXPECT_STREQ(buffer, "");
+    EXPECT_STREQ(buffer + 4, "uched");
+  }
 }
 
 }  // namespace

@@ -211,9 +211,13 @@ TEST_F(MfgFile, InitSendsTheTextOfTheSerialNumberAlone) {
 TEST_F(MfgFile, DescriptorZeroIsAsGoodAsAny) {
   write_content(std::string(kMfgFileSize, '\xFF'));
   const ClosedStandardInput closed;
+  record[MFG_INFO_DEVICE_TYPE] = 7;
   EXPECT_EQ(mfg_info_write(record), 0);
   EXPECT_FALSE(system.platform().mounted());
   EXPECT_EQ(fcntl(0, F_GETFD), -1);
+  mfg_init();
+  ASSERT_TRUE(system.platform().identity);
+  EXPECT_EQ(system.platform().identity->device_type, 7U);
   EXPECT_EQ(tvra_open(), 0);
   tvra_close();
   EXPECT_EQ(fcntl(0, F_GETFD), -1);

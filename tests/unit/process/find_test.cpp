@@ -28,6 +28,7 @@ TEST(Find, ReadsTheOutputOfPidof) {
   SystemDouble system;
   const DescriptorCheck descriptors;
   EXPECT_EQ(find(system, "300 20 1\n", 2, 2), Pids({300, 20, -1}));
+  EXPECT_EQ(find(system, "1\n2\n3\n", 2, 2), Pids({1, 2, -1}));
   EXPECT_EQ(find(system, "300", 3, 1), Pids({300, 0, 0, -1}));
   EXPECT_EQ(find(system, " 1\t2\r\n\n3 \n4", 5, 4), Pids({1, 2, 3, 4, 0, -1}));
   EXPECT_EQ(find(system, "7\n", 0, 0), Pids({-1}));
