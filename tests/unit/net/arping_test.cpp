@@ -82,7 +82,8 @@ TEST_F(ArpProbe, GetsTheStatusBeforeTheReaper) {
       "/proc/self/status > " +
       out);
   EXPECT_EQ(probe(), 0);
-  EXPECT_EQ(read_file(out), "0000000000000000\n");
+  EXPECT_EQ(read_file(out).find_first_not_of('0'), read_file(out).size() - 1);  // "0...0\n"
+  EXPECT_GT(read_file(out).size(), 16U);  // MIPS has 128 signals
 }
 
 TEST_F(ArpProbe, Failures) {
