@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -14,11 +13,6 @@
 namespace talvera::test {
 namespace {
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kHeap = true;
-#else
-constexpr bool kHeap = false;
-#endif
 constexpr std::size_t kFront = 64;  // filled bytes before
 
 std::vector<char *> free_slots;
@@ -45,29 +39,19 @@ bool is_filled(const char *from, std::size_t size) {
 }  // namespace
 
 Guarded::Guarded(std::size_t size, std::size_t alignment) : size_(size) {
-  if (kHeap) {
-    data_ = static_cast<char *>(std::malloc(std::max<std::size_t>(size, 1)));
-    if (size == 0) tail_ = 1;
-  } else {
-    if (size + kFront + alignment > kLargest) throw TableError("buffer too large");
-    slot_ = take_slot();
-    tail_ = (alignment - size % alignment) % alignment;
-    data_ = slot_ + kLargest - tail_ - size;
-    std::memset(data_ - kFront, kFill, kFront);
-  }
-  std::memset(data_, kFill, size + tail_);
+  if (size + kFront + alignment > kLargest) throw TableError("buffer too large");
+  slot_ = take_slot();
+  tail_ = (alignment - size % alignment) % alignment;
+  data_ = slot_ + kLargest - tail_ - size;
+  std::memset(data_ - kFront, kFill, kFront + size + tail_);
 }
 
 Guarded::~Guarded() {
-  if (kHeap) {
-    std::free(data_);
-  } else {
-    free_slots.push_back(slot_);
-  }
+  free_slots.push_back(slot_);
 }
 
 bool Guarded::intact() const {
-  return is_filled(data_ + size_, tail_) && (kHeap || is_filled(data_ - kFront, kFront));
+  return is_filled(data_ + size_, tail_) && is_filled(data_ - kFront, kFront);
 }
 
 }  // namespace talvera::test

@@ -6,9 +6,9 @@
 
 namespace talvera::test {
 
-// Under the address sanitizer this is a heap block. Elsewhere an inaccessible page follows it
-// (where an alignment above 1 asks for it, up to alignment - 1 filled bytes before that), and it
-// has filled bytes before it, which must keep.
+// An inaccessible page follows it, so that a byte too many is a crash also within the C library
+// (where an alignment above 1 asks for it, up to alignment - 1 filled bytes come between); the
+// filled bytes before it must keep.
 class Guarded {
  public:
   static constexpr char kFill = '\xA5';
@@ -29,7 +29,7 @@ class Guarded {
  private:
   std::size_t size_;
   std::size_t tail_ = 0;
-  char *slot_ = nullptr;
+  char *slot_;
   char *data_;
 };
 

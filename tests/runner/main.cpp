@@ -3,6 +3,7 @@
 // A row is a call and, behind "->", its outcome. Rows up to a blank line are a group: they share a
 // system double and named objects. See docs/testing.md. With --update the outcomes that differ are
 // written into the tables, to be reviewed.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +21,9 @@ __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 __attribute__((weak)) int __lsan_do_recoverable_leak_check();
 const char *__asan_default_options() {
   return "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigfpe=0:allocator_may_return_null=1";
+}
+const char *__ubsan_default_options() {
+  return "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigfpe=0:abort_on_error=1";
 }
 }
 
@@ -185,7 +189,8 @@ class Table {
 int run_all(int argc, char *argv[]) {
   capture_output();
   if (__sanitizer_set_report_fd != nullptr) {
-    __sanitizer_set_report_fd(reinterpret_cast<void *>(static_cast<long>(fileno(report()))));
+    const long own = fcntl(fileno(report()), F_DUPFD_CLOEXEC, 100);  // they may close it
+    __sanitizer_set_report_fd(reinterpret_cast<void *>(own));
     __sanitizer_set_death_callback([] {
       if (write(fileno(report()), place, std::strlen(place)) < 0) return;
     });

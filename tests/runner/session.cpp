@@ -77,6 +77,7 @@ Session::~Session() {
   for (const std::string &name : variables)
     unsetenv(name.c_str());
   if (!variables.empty()) tzset();
+  states_.clear();
   objects.clear();
   system.forget();
 }
@@ -133,6 +134,8 @@ std::string Session::substituted(const std::string &text) {
   std::string result = text;
   for (std::size_t at; (at = result.find("<tmp>")) != result.npos;)
     result.replace(at, 5, folder().path());
+  for (std::size_t at; (at = result.find("<flash>")) != result.npos;)
+    result.replace(at, 7, system.platform().flash_directory());
   for (std::size_t at = 0; (at = result.find('$', at)) != result.npos; ++at) {
     std::size_t end = at + 1;
     while (end < result.size() && (std::isalnum(static_cast<unsigned char>(result[end])) != 0))
@@ -143,11 +146,13 @@ std::string Session::substituted(const std::string &text) {
   return result;
 }
 
-std::string Session::shown(std::string text) const {
-  if (folder_) {
-    for (std::size_t at; (at = text.find(folder_->path())) != text.npos;)
-      text.replace(at, folder_->path().size(), "<tmp>");
-  }
+std::string Session::shown(std::string text) {
+  const auto name = [&](const std::string &path, const char *as) {
+    for (std::size_t at; (at = text.find(path)) != text.npos;)
+      text.replace(at, path.size(), as);
+  };
+  if (folder_) name(folder_->path(), "<tmp>");
+  name(system.platform().flash_directory(), "<flash>");
   return with_error_names(std::move(text));
 }
 

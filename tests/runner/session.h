@@ -31,9 +31,11 @@ class Session {
   // What is wrong at the end of the group; empty when nothing is.
   std::string complaint();
 
-  // A row's text with <tmp> as the folder's path and $NAME, if it names a value, as that.
+  // A row's text with <tmp> and <flash> as the paths of the group's folder and of the platform's
+  // flash partition, and $NAME, if it names a value, as that; and back for <tmp>, <flash> and
+  // errors.
   std::string substituted(const std::string &text);
-  std::string shown(std::string text) const;
+  std::string shown(std::string text);
   const TempDir &folder();
 
   // An object of the group; made at its first mention.
@@ -42,6 +44,15 @@ class Session {
     char *data;
   };
   Object &object(const std::string &name, std::size_t size, std::size_t alignment, bool null);
+
+  // What a binding keeps until the group's end: made at the first use.
+  template <typename T>
+  T &state() {
+    static const char kKey = 0;
+    std::shared_ptr<void> &kept = states_[&kKey];
+    if (kept == nullptr) kept = std::make_shared<T>();
+    return *static_cast<T *>(kept.get());
+  }
 
   SystemDouble system;
   std::map<std::string, Object> objects;
@@ -52,6 +63,7 @@ class Session {
 
  private:
   std::optional<Quiet> quiet_;
+  std::map<const void *, std::shared_ptr<void>> states_;
   std::optional<TempDir> folder_;
   std::size_t calls_seen_ = 0, lines_seen_ = 0;
   int descriptors_;
