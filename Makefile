@@ -3,15 +3,14 @@ BUILD := cmake --build
 JOBS ?= $(shell nproc)
 
 .PHONY: help setup demo test check mips-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-results target-lab footprint
+	uninstall clean target-toolchain target-board target-test target-lab footprint
 
 help:
 	@echo "make demo            see the library at work, in a sandbox that changes nothing of this machine"
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           exported symbols, run-time dependencies, headers alone in C99 and C++17, manual"
-	@echo "make mips-test       the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
-	@echo "make target-test     the unit tests with the product's libc, uClibc, under qemu-mips"
-	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
+	@echo "make mips-test       unit tests and tables as a 32-bit big-endian MIPS build under qemu-mips"
+	@echo "make target-test     the same with the product's libc, uClibc"
 	@echo "make target-lab      library, tests and examples on an emulated board with its own kernel"
 	@echo "make footprint       what the library weighs there, against its budget"
 	@echo "make bench           the library beside its yardsticks, in one table with the aims"
@@ -58,9 +57,6 @@ target-board:
 
 target-test: setup
 	target/test
-
-target-results: setup
-	target/compare-results
 
 target-lab: setup
 	target/lab
