@@ -5,17 +5,7 @@
 #include <unistd.h>
 
 #include "arguments.h"
-#include "tool.h"
-
-#define GROUP(name) extern const struct group group_##name;
-#include "groups.inc"
-#undef GROUP
-
-const struct group *const groups[] = {
-#define GROUP(name) &group_##name,
-#include "groups.inc"
-#undef GROUP
-    NULL};
+#include "help.h"
 
 /* A file that is opened later must not become standard output: a stream that was closed by the
  * caller is taken by one on which every transfer fails. */
@@ -37,22 +27,6 @@ static int close_output(int status) {
   return errno != 0 ? failed("standard output") : refused("standard output: write error");
 }
 
-static const struct group *find_group(const char *name) {
-  const struct group *const *group = groups;
-
-  while (*group != NULL && strcmp((*group)->name, name) != 0)
-    ++group;
-  return *group;
-}
-
-static const struct action *find_action(const struct group *group, const char *name) {
-  const struct action *action = group->actions;
-
-  while (action->name != NULL && strcmp(action->name, name) != 0)
-    ++action;
-  return action->name != NULL ? action : NULL;
-}
-
 static int run_action(const struct group *group, const struct action *action, int argc,
                       char **argv) {
   int status;
@@ -68,7 +42,7 @@ static int run_action(const struct group *group, const struct action *action, in
 }
 
 /* Handles an option in front of group or action; -1 when it is none. */
-static int run_option(const struct group *group, const char *name, const char *value) {
+static int run_option(const struct group *group, const char *name) {
   if (strcmp(name, "--help") == 0 || strcmp(name, "-h") == 0) {
     if (group != NULL) {
       print_group_help(group);
@@ -81,7 +55,6 @@ static int run_option(const struct group *group, const char *name, const char *v
     puts("talvera " TALVERA_VERSION);
     return DONE;
   }
-  if (group == NULL && strcmp(name, "--generate") == 0) return generate(value != NULL ? value : "");
   return name[0] == '-' ? misused("unknown option %s, see --help", name) : -1;
 }
 
@@ -90,6 +63,7 @@ static int run(int argc, char **argv) {
   const struct group *group = strncmp(name, "talvera-", 8) == 0 ? find_group(name + 8) : NULL;
   int status;
 
+  set_context(group != NULL ? group->name : NULL, NULL);
   for (; argc > 1; --argc, ++argv) {
     const struct action *action = group != NULL ? find_action(group, argv[1]) : NULL;
 
@@ -98,7 +72,7 @@ static int run(int argc, char **argv) {
       verbose = 1;
       continue;
     }
-    status = run_option(group, argv[1], argv[2]);
+    status = run_option(group, argv[1]);
     if (status >= 0) return status;
     if (group != NULL) return misused("unknown action %s, see --help", argv[1]);
     group = find_group(argv[1]);

@@ -235,7 +235,8 @@ static int run_import(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"init", "[--store FILE]", "creates the store, or leaves the one that is there",
-     "The store is shared memory; the file is one that exists, and only names it.",
+     "The store is shared memory; the file is one that exists, and only names it.\n"
+     "--store\tthe file; without this, for any action, TALVERA_NVRAM names it",
      "talvera nvram init --store /etc/config", run_init},
     {"get", "[--store FILE] NAME", "prints a value", NULL, "talvera nvram get hostname", run_get},
     {"set", "[--store FILE] NAME VALUE", "sets a pair, new or not", NULL,

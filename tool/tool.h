@@ -44,6 +44,10 @@ struct group {
 
 extern const struct group *const groups[]; /* up to a null */
 
+/* Null when there is none of this name. */
+const struct group *find_group(const char *name);
+const struct action *find_action(const struct group *group, const char *name);
+
 /* ---- Arguments (arguments.c) ----------------------------------------------------------------- */
 
 /* The value of an option of the running action, "" of a flag; null when it was not given. */
@@ -129,14 +133,6 @@ const char *style(FILE *stream, const char *sgr);
 void catch_interrupts(void);
 /* Whether one of them came. */
 int interrupted(void);
-
-/* ---- Help (help.c) --------------------------------------------------------------------------- */
-
-void print_help(void);
-void print_group_help(const struct group *group);
-void print_action_help(const struct group *group, const struct action *action);
-/* "man" or "bash". */
-int generate(const char *what);
 
 /* Log lines of the library go to standard error. */
 extern int verbose;
