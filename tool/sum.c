@@ -1,5 +1,4 @@
 /* talvera sum: checks and digests of files, printed as md5sum does. */
-#include <errno.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +9,7 @@
 #include "talvera/utils.h"
 #include "tool.h"
 
-enum { CHUNK = 65536, BAR_WIDTH = 40, BAR_FROM = 16 * 1024 * 1024 };
+enum { CHUNK = 16384, BAR_WIDTH = 40, BAR_FROM = 16 * 1024 * 1024 };
 
 /* A check: the value it starts with, what it is inverted with at the end, and its digits. */
 struct crc {
@@ -22,8 +21,8 @@ struct crc {
 /* ---- Progress on a terminal ------------------------------------------------------------------ */
 
 struct progress {
-  long long total, done; /* total 0: nothing is shown */
-  int percent;
+  unsigned int total, done; /* in chunks; total 0: nothing is shown */
+  unsigned int percent;
 };
 
 static void start_progress(struct progress *progress, int fd) {
@@ -31,22 +30,21 @@ static void start_progress(struct progress *progress, int fd) {
   const int large = fstat64(fd, &status) == 0 && S_ISREG(status.st_mode) &&
                     status.st_size >= BAR_FROM && isatty(STDERR_FILENO);
 
-  progress->total = large ? status.st_size : 0;
+  progress->total = large ? (unsigned int)(status.st_size / CHUNK) : 0;
   progress->done = 0;
-  progress->percent = -1;
+  progress->percent = 0;
 }
 
-static void advance(struct progress *progress, int count) {
+static void advance(struct progress *progress) {
   char bar[BAR_WIDTH + 1] = "";
-  int percent;
+  unsigned int percent;
 
-  progress->done += count;
-  if (progress->total == 0 || progress->done > progress->total) return;
-  percent = (int)(progress->done * 100 / progress->total);
+  if (++progress->done > progress->total) return;
+  percent = progress->done * 100 / progress->total;
   if (percent == progress->percent) return;
   progress->percent = percent;
-  str_nfill(bar, '#', percent * BAR_WIDTH / 100);
-  fprintf(stderr, "\r[%-*s] %3d %%", BAR_WIDTH, bar, percent);
+  str_nfill(bar, '#', (int)percent * BAR_WIDTH / 100);
+  fprintf(stderr, "\r[%-*s] %3u %%", BAR_WIDTH, bar, percent);
 }
 
 static void end_progress(const struct progress *progress) {
@@ -82,7 +80,7 @@ static int sum_file(int fd, const struct crc *crc, char *digits) {
     count = uf_full_read(fd, chunk, CHUNK);
     if (count > 0 && crc != NULL) value = crc->update(value, chunk, (unsigned int)count);
     if (count > 0 && crc == NULL) MD5CUpdate(&md5, chunk, (unsigned int)count);
-    if (count > 0) advance(&progress, count);
+    if (count > 0) advance(&progress);
   } while (count == CHUNK);
   end_progress(&progress);
   if (crc != NULL) {
