@@ -1,4 +1,5 @@
 /* The end of actions that run until they are interrupted. */
+#include <errno.h>
 #include <signal.h>
 #include <string.h>
 #include <sys/select.h>
@@ -32,11 +33,11 @@ int interrupted(void) {
 int wait_readable(int fd) {
   fd_set readable;
   sigset_t blocked, before;
-  int ready = 0;
+  int ready = -1;
 
   sigfillset(&blocked);
   sigprocmask(SIG_SETMASK, &blocked, &before);
-  while (!caught && ready <= 0) {
+  for (errno = EINTR; !caught && ready < 0 && errno == EINTR;) {
     FD_ZERO(&readable);
     FD_SET(fd, &readable);
     ready = pselect(fd + 1, &readable, NULL, NULL, NULL, &before);
