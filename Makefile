@@ -31,9 +31,8 @@ setup:
 # The two that a new user types first install what they lack. All others say what is missing.
 demo:
 	@scripts/setup demo
-	@host/sandbox true
 	@scripts/build release
-	@host/sandbox scripts/demo build/release
+	@scripts/demo build/release
 
 test:
 	@scripts/setup test

@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -49,7 +50,10 @@ inline bool make_private_var() {
     return syscall(SYS_wait4, child, &status, 0, nullptr) == child && status == 0 &&
            enter_namespaces();
   }();
-  if (!entered) return false;
+  if (!entered) {
+    std::puts("left out: needs namespaces");  // scripts/test counts these lines
+    return false;
+  }
   constexpr int kDetach = 2;  // MNT_DETACH
   return syscall(SYS_umount2, "/var", kDetach) == 0 &&
          syscall(SYS_mount, "tmpfs", "/var", "tmpfs", 0, nullptr) == 0 &&
