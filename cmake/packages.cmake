@@ -5,6 +5,9 @@ set(CPACK_PACKAGE_CONTACT "The talvera developers <talvera@localhost>" CACHE STR
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_COMPONENTS_ALL runtime development manual)
+if(TALVERA_TOOL)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -44,4 +47,14 @@ set(CPACK_DEBIAN_MANUAL_DESCRIPTION "utility library of a home gateway - referen
 ${what}
 
 HTML, and a man page for each function.")
+
+# The library is packaged beside it, where dpkg-shlibdeps does not find it.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME talvera-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
+  "libc6, ${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "utility library of a home gateway - shell command
+${what}
+
+The command talvera offers the library to shell scripts.")
 include(CPack)

@@ -1,0 +1,26 @@
+/* The end of actions that run until they are interrupted. */
+#include <signal.h>
+#include <string.h>
+
+#include "tool.h"
+
+static volatile sig_atomic_t caught;
+
+static void catch (int signal) {
+  (void)signal;
+  caught = 1;
+}
+
+void catch_interrupts(void) {
+  struct sigaction action;
+
+  memset(&action, 0, sizeof action);
+  action.sa_handler = catch;
+  action.sa_flags = (int)SA_RESETHAND; /* a second one ends what does not return */
+  sigaction(SIGINT, &action, NULL);
+  sigaction(SIGTERM, &action, NULL);
+}
+
+int interrupted(void) {
+  return caught;
+}
