@@ -55,24 +55,22 @@ bool is_unmade(const list_obj &list) {
 std::string shown(const list_obj &list) {
   if (is_unmade(list)) return "_";
   if (list.head == nullptr) return "none";
-  std::string text;
+  std::vector<std::string> data;
   const list_elem *middle = list.mid, *element = list.head;
-  std::uint32_t count = 0;
-  for (; element->next != list.tail && count <= list.count; ++count) {
+  while (element->next != list.tail && data.size() <= list.count) {
     if (element->next == nullptr || element->next->prev != element) return "wrong link";
     element = element->next;
-    if (count == (list.count - 1) / 2) middle = element;
+    if (data.size() == (list.count - 1) / 2) middle = element;
     const void *const datum = element->data;
     const bool copied = list.attrs.copy_data != 0 && datum != nullptr;
-    text += count > 0 ? " " : "";
-    text += copied ? quoted({static_cast<const char *>(datum), list.attrs.meter(datum)})
-                   : std::to_string(number(datum));
+    data.push_back(copied ? quoted({static_cast<const char *>(datum), list.attrs.meter(datum)})
+                          : std::to_string(number(datum)));
   }
   const list_elem &head = *list.head, &tail = *list.tail;
   const bool sound = head.data == nullptr && head.prev == nullptr && tail.data == nullptr &&
                      tail.next == nullptr && tail.prev == element && middle == list.mid &&
-                     count == list.count && list.spare_count <= LIST_SPARES_MAX;
-  return (sound ? '(' : '!') + text + ')';
+                     data.size() == list.count && list.spare_count <= LIST_SPARES_MAX;
+  return (sound ? '(' : '!') + collapsed(data, " ") + ')';
 }
 
 struct Destroy {
