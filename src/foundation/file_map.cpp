@@ -35,14 +35,18 @@ bool map_whole(filemap &file, int protection) {
 // little of a 32-bit address space.
 constexpr off_t kLargestWindow = 1 << 20;
 
-// Whether `size` bytes from `offset` on are the same in both files. The pages are populated by the
-// mapping call itself: cheaper than taking a fault for each.
-bool same_bytes(int fd1, int fd2, off_t offset, std::size_t size) {
+enum class Comparison { kSame, kDifferent, kNotMapped };
+
+// Compares `size` bytes from `offset` on. The pages are populated by the mapping call itself:
+// cheaper than taking a fault for each.
+Comparison compare(int fd1, int fd2, off_t offset, std::size_t size) {
   constexpr int kFlags = MAP_SHARED | MAP_POPULATE;
   const Mapping first(mmap(nullptr, size, PROT_READ, kFlags, fd1, offset), size);
-  if (!first.valid()) return false;
+  if (!first.valid()) return Comparison::kNotMapped;
   const Mapping second(mmap(nullptr, size, PROT_READ, kFlags, fd2, offset), size);
-  return second.valid() && std::memcmp(first.get(), second.get(), size) == 0;
+  if (!second.valid()) return Comparison::kNotMapped;
+  const bool same = std::memcmp(first.get(), second.get(), size) == 0;
+  return same ? Comparison::kSame : Comparison::kDifferent;
 }
 
 }  // namespace
@@ -82,12 +86,21 @@ extern "C" int file_diff(const char *path1, const char *path2) {
   if (fstat(file1.get(), &status1) != 0 || fstat(file2.get(), &status2) != 0) return 1;
   if (status1.st_size != status2.st_size) return 1;
 
-  off_t window = getpagesize();
+  const off_t page = getpagesize();
+  off_t largest = kLargestWindow;
+  off_t window = page;
   for (off_t offset = 0; offset < status1.st_size;) {
     const off_t size = std::min(window, status1.st_size - offset);
-    if (!same_bytes(file1.get(), file2.get(), offset, static_cast<std::size_t>(size))) return 1;
+    const Comparison result =
+        compare(file1.get(), file2.get(), offset, static_cast<std::size_t>(size));
+    if (result == Comparison::kNotMapped && size > page) {
+      // Little address space or locked memory is left: single pages may still fit.
+      window = largest = page;
+      continue;
+    }
+    if (result != Comparison::kSame) return 1;
     offset += size;
-    window = std::min(2 * window, kLargestWindow);
+    window = std::min(2 * window, largest);
   }
   return 0;
 }
