@@ -336,7 +336,8 @@ TALVERA_API int pfs_commit(void);
 
 /** Reads random bytes from "/dev/random", which may wait for them (random(4)).
  *
- *  @param[out] buffer  room for @p length bytes; a byte that cannot be read becomes 0xFF
+ *  @param[out] buffer  room for @p length bytes; a byte that cannot be read, as when a signal
+ *                      interrupts the wait for it, becomes 0xFF
  *  @param length       bytes wanted
  *  @return 0, or -1 with errno set when the device cannot be opened
  */
