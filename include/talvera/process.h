@@ -99,7 +99,7 @@ TALVERA_API int process_signal(pid_t pid, int signal);
  */
 TALVERA_API int process_queue_signal(pid_t pid, int signal, union sigval value);
 
-/** Waits for a process to be gone, asking ten times a second.
+/** Waits for a process to be gone, asking ten times a second. Signals do not shorten the wait.
  *
  *  Any process can be waited for, but a finished child counts as running until it is collected.
  *

@@ -3,6 +3,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 
 #include "support/system_double.h"
@@ -48,6 +49,16 @@ TEST_F(Interrupted, OutputIsReadToItsEnd) {
   EXPECT_EQ(pfs_forget_files("etc"), 0);
   EXPECT_EQ(system.calls(), Texts({"popen /sbin/pfs -l", "system /sbin/pfs -r /etc/a\n",
                                    "system /sbin/pfs -r /etc/b\n"}));
+}
+
+TEST_F(Interrupted, SleepsAreSleptOut) {
+  using Clock = std::chrono::steady_clock;
+  system.answer("kill", 0, 0, kAlways);
+  const auto start = Clock::now();
+  EXPECT_EQ(process_wait(getpid(), 1), PROCESS_TIMEOUT);
+  EXPECT_GE(Clock::now() - start, std::chrono::seconds(1));
+  EXPECT_EQ(system.count("kill"), 11);
+  EXPECT_EQ(system.count("usleep"), 10);
 }
 
 }  // namespace
