@@ -8,6 +8,7 @@
 #include "internal/big_endian.h"
 #include "internal/fail.h"
 #include "internal/owners.h"
+#include "internal/wipe.h"
 #include "mfg/ccert_blob.h"
 #include "talvera/mfg.h"
 #include "talvera/sdb.h"
@@ -112,7 +113,10 @@ extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsig
   if (content == nullptr) return CCERT_NO_MEMORY;
   unsigned char *buffer = content.get();
   mfg_ccert_get_info info = {&buffer, &size, slot};
-  if (mfg_ccert_get(&info) != 0) return mfg::report_read_failure();
+  if (mfg_ccert_get(&info) != 0) {
+    wipe(buffer, size);  // the beginning may have been read
+    return mfg::report_read_failure();
+  }
   *length = size;
   *blob = content.release();
   return 0;
@@ -127,6 +131,7 @@ extern "C" int ccert_init(void) {
       ccert_get_ccertblob(&length, &content, static_cast<unsigned int>(mfg::location));
   if (result != 0) return result;
   const MallocPtr<unsigned char> blob(content);
+  const WipeAtEnd no_key_left(content, length);
   // A blob that fails the check counts, deliberately, as nothing to load and not as a failure.
   if (!mfg::is_consistent(blob.get(), length)) {
     mfg::replace_loaded(nullptr);
@@ -139,7 +144,8 @@ extern "C" int ccert_init(void) {
 }
 
 extern "C" int ccert_deinit(void) {
-  std::free(mfg::loaded);
+  const MallocPtr<mfg::Copy> copy(mfg::loaded);
+  if (copy != nullptr) wipe(copy.get(), copy->length);
   mfg::replace_loaded(nullptr);
   return 0;
 }
