@@ -436,11 +436,12 @@ TALVERA_API int wkp_prot_from_name(const char *name);
  *
  *  @param records      records of 10 characters, without separators: eight hexadecimal digits of an
  *                      IPv4 address, most significant first, and a prefix length of two decimal
- *                      digits; a NUL ends them, and what lies behind it reads as empty
- *                      ("0.0.0.0/0"). Malformed digits count as far as they can be read
+ *                      digits. A NUL ends a record, of which the rest then reads as empty (one of
+ *                      zero bytes gives "0.0.0.0/0"). Malformed digits count as far as they can be
+ *                      read
  *  @param[out] buffer  receives the text, terminated and cut to @p size bytes
  *  @param size         bytes of room; 20 hold any well-formed record
- *  @param index        number of the record, from 0
+ *  @param index        number of the record, from 0; must be one that @p records has
  *  @return the length of the whole text, also when it was cut
  */
 TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,
