@@ -12,7 +12,8 @@
  *  }
  *  @endcode
  *
- *  Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
+ *  Address texts are what the C library's inet_pton() (POSIX) takes; libraries differ in whether
+ *  they take zeros in front of a number, as in 192.168.001.1. Addresses held as numbers are
  *  unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
  *  gateway that is the numeric order too.
  *
