@@ -179,13 +179,13 @@ TALVERA_API const char *ccert_get_cert_common_name(void);
  *
  *  @param[out] key     untouched
  *  @param[out] length  untouched
- *  @return -1
+ *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **key, uint32_t *length);
 
 /** Would convert a PEM key; not provided.
  *
- *  @return -1
+ *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MEAPCA_convertKeyPEM(void);
 
@@ -193,7 +193,7 @@ TALVERA_API int MEAPCA_convertKeyPEM(void);
  *
  *  @param buffer  untouched
  *  @param length  bytes in it
- *  @return -1
+ *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MKEY_Decrypt(unsigned char *buffer, uint32_t length);
 

@@ -342,7 +342,7 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *                        range "first-last", terminated and cut when it does not fit; for a range
  *                        that begins at @p internal_port nothing is written: no translation needed
  *  @param size           bytes of room
- *  @return 0; -1 when @p external is neither
+ *  @return 0; -1 with errno EINVAL when @p external is neither
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
                                    size_t size);
@@ -421,7 +421,7 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
  *  @param text  names from the table `flags` in any case, with commas between them; lists with
  *               spaces between them. What follows the 48th character is not looked at
  *  @return 0 when there are exactly two lists and no flag is in one list twice (NONE and ALL stand
- *          alone); else -1
+ *          alone); else -1 with errno EINVAL
  */
 TALVERA_API int check_tcp_flags(const char *text);
 

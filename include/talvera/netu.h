@@ -132,7 +132,7 @@ TALVERA_API unsigned char *netu_atoe(const char *text, unsigned char *mac) TALVE
  *
  *  @param index      interface index
  *  @param[out] name  room for 16 bytes (IFNAMSIZ), written when found
- *  @return 0, or -1 with errno set when there is no such interface; -1 when @p name is null
+ *  @return 0, or -1 with errno set when there is no such interface or @p name is null
  */
 TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
 

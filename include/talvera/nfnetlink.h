@@ -24,6 +24,9 @@
  *  struct nlattr before it and on a 4-byte boundary. A message's type is the subsystem's id shifted
  *  left by 8, plus the message type within the subsystem.
  *
+ *  Null arguments are refused: results of -1, and null where a pointer is returned, come with errno
+ *  set, to EINVAL in this case. A handler that ends a dispatch below 0 sets errno itself.
+ *
  *  A handle and all that belongs to it is used by one thread at a time. Nothing here logs.
  */
 #ifndef TALVERA_NFNETLINK_H
@@ -167,7 +170,7 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
  *  @return 0 when the kernel acknowledged, or a datagram came without a whole first message; the
  *          result of a handler that stopped the dispatch; -1 when sending, receiving (other than
  *          for a signal) or dispatching fails, when a datagram's first message has a sequence
- *          number that is neither 0 nor the handle's, or an argument is null
+ *          number that is neither 0 nor the handle's (EPROTO), or an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
@@ -192,8 +195,8 @@ TALVERA_API int nfnetlink_receive(struct nfnetlink_handle *handle, void *buffer,
  *  - With another number they are passed over. Error replies of the kernel's are thus not told.
  *  - A message whose callback has no handler or attribute count is passed over.
  *  - Otherwise its handler is called, and ends the dispatch with its result if that is below 1.
- *  - A message that is too short, of an unknown subsystem, or of a type beyond the subsystem's
- *    callbacks ends the dispatch with -1.
+ *  - A message that is too short (EBADMSG), or of an unknown subsystem or a type beyond the
+ *    subsystem's callbacks (EOPNOTSUPP) ends the dispatch with -1.
  *
  *  Nothing is read beyond @p length, whatever the messages say. A rest that is no whole message is
  *  left alone.
@@ -306,8 +309,8 @@ TALVERA_API int nfnetlink_log_unbind_pf(struct nfnetlink_log *log, unsigned int 
  *
  *  @param log    the log handle
  *  @param group  group number, of which the low 16 bits count
- *  @return the group's node; null when @p log is null, when the group is bound on this handle
- *          already (nothing is sent then), or on failure
+ *  @return the group's node; null with errno set when the group is bound on this handle already
+ *          (EBUSY; nothing is sent then), when @p log is null, or on failure
  */
 TALVERA_API struct nfnetlink_log_group *nfnetlink_log_bind_group(struct nfnetlink_log *log,
                                                                  unsigned int group);

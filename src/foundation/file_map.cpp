@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <climits>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/owners.h"
@@ -18,9 +20,9 @@ using talvera::UniqueFd;
 // 32-bit size, or cannot be mapped.
 bool map_whole(filemap &file, int protection) {
   struct stat status;
-  if (fstat(file.fd, &status) != 0 || status.st_size <= 0) return false;
-  if (status.st_size > INT32_MAX) {
-    errno = EFBIG;
+  if (fstat(file.fd, &status) != 0) return false;
+  if (status.st_size <= 0 || status.st_size > INT32_MAX) {
+    errno = status.st_size > 0 ? EFBIG : ENODATA;
     return false;
   }
   const auto size = static_cast<std::size_t>(status.st_size);

@@ -1,11 +1,13 @@
 // The TCP flags and the check of a "--tcp-flags" argument.
 #include <strings.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 
+#include "internal/fail.h"
 #include "talvera/ipt.h"
 
 // "NONE" deliberately has the same bits as "ALL": both exclude every other flag of their list.
@@ -44,15 +46,19 @@ std::uint8_t bits_of_list(char *list) {
   return bits;
 }
 
-}  // namespace
-
-extern "C" int check_tcp_flags(const char *text) {
-  if (text == nullptr) return -1;
+// Whether a text is exactly two lists, each with at least one flag.
+bool is_flag_pair(const char *text) {
   char copy[kTextSize];
   std::snprintf(copy, sizeof copy, "%s", text);
   char *rest = nullptr;
   char *mask = strtok_r(copy, " ", &rest);
   char *comparison = strtok_r(nullptr, " ", &rest);
-  if (comparison == nullptr || strtok_r(nullptr, " ", &rest) != nullptr) return -1;
-  return bits_of_list(mask) != 0 && bits_of_list(comparison) != 0 ? 0 : -1;
+  return comparison != nullptr && strtok_r(nullptr, " ", &rest) == nullptr &&
+         bits_of_list(mask) != 0 && bits_of_list(comparison) != 0;
+}
+
+}  // namespace
+
+extern "C" int check_tcp_flags(const char *text) {
+  return text != nullptr && is_flag_pair(text) ? 0 : talvera::fail(EINVAL);
 }

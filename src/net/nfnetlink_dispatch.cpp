@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "net/alignment.h"
 #include "talvera/nfnetlink.h"
@@ -66,27 +67,26 @@ class AttributeTable {
 
 // A message of control type: whether the kernel acknowledged.
 int control_result(Bytes message, const nlmsghdr &header) {
-  if (header.nlmsg_len < kHeaderSize + sizeof(std::int32_t)) return -1;
+  if (header.nlmsg_len < kHeaderSize + sizeof(std::int32_t)) return fail(EBADMSG);
   return load<std::int32_t>(message + kHeaderSize) == 0 ? 0 : kGoOn;
 }
 
 int handle_message(const nfnetlink_handle &handle, Bytes message, const nlmsghdr &header) {
-  if (header.nlmsg_len < kGeneralHeaderEnd) return -1;
+  if (header.nlmsg_len < kGeneralHeaderEnd) return fail(EBADMSG);
   const unsigned id = header.nlmsg_type >> 8;
-  if (id >= NFNETLINK_SUBSYSTEMS) return -1;
+  if (id >= NFNETLINK_SUBSYSTEMS) return fail(EOPNOTSUPP);
   const nfnetlink_subsys &subsys = handle.subsystems[id];
   const unsigned type = header.nlmsg_type & 0xFFU;
-  if (type >= subsys.callback_count) return -1;
+  if (type >= subsys.callback_count) return fail(EOPNOTSUPP);
 
   // A copy: the handler may close the subsystem.
   const nfnetlink_callback callback = subsys.callbacks[type];
   if (callback.attribute_count == 0 || callback.handler == nullptr) return kGoOn;
   AttributeTable table(callback.attribute_count);
+  if (table.get() == nullptr) return -1;
   const void *attributes = message + kGeneralHeaderEnd;
-  if (nfnetlink_msg_parse_attr(table.get(), table.size(), static_cast<const nlattr *>(attributes),
-                               static_cast<int>(header.nlmsg_len) - kGeneralHeaderEnd) != 0) {
-    return -1;
-  }
+  nfnetlink_msg_parse_attr(table.get(), table.size(), static_cast<const nlattr *>(attributes),
+                           static_cast<int>(header.nlmsg_len) - kGeneralHeaderEnd);
   const void *start = message;
   return callback.handler(static_cast<const nlmsghdr *>(start), table.get(), callback.data);
 }
@@ -112,7 +112,7 @@ using namespace talvera;
 
 extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, const nlattr *first,
                                         int length) {
-  if (table == nullptr || table_size < 1 || first == nullptr) return -1;
+  if (table == nullptr || table_size < 1 || first == nullptr) return fail(EINVAL);
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<net::Bytes>(first);
   while (length >= net::kAttributeHeaderSize) {
@@ -127,7 +127,7 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
 }
 
 extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer, int length) {
-  if (handle == nullptr || buffer == nullptr) return -1;
+  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
   const auto *at = static_cast<net::Bytes>(buffer);
   int result = 0;
   while (length >= net::kHeaderSize) {
@@ -149,7 +149,7 @@ extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr 
       if (errno == EINTR) continue;
       return -1;
     }
-    if (net::is_foreign(*handle, buffer, received)) return -1;
+    if (net::is_foreign(*handle, buffer, received)) return fail(EPROTO);
     const int result = nfnetlink_msg_unpack(handle, buffer, received);
     if (result < net::kGoOn) return result;
   }

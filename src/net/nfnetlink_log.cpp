@@ -2,9 +2,12 @@
 #include <arpa/inet.h>
 #include <linux/netfilter/nfnetlink_log.h>
 
+#include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "talvera/nfnetlink.h"
 
@@ -45,7 +48,7 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
 }
 
 int command(nfnetlink_log *log, std::uint8_t code, Subject subject) {
-  if (log == nullptr) return -1;
+  if (log == nullptr) return fail(EINVAL);
   return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}});
 }
 
@@ -59,11 +62,11 @@ nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) 
 // The handler of packet messages: passes one on to its group's handler.
 int dispatch_packet(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
   const auto *log = static_cast<const nfnetlink_log *>(data);
-  if (message == nullptr || log == nullptr) return -1;
+  if (message == nullptr || log == nullptr) return fail(EINVAL);
   const auto *header = reinterpret_cast<const nfgenmsg *>(message + 1);
   const auto *bytes = reinterpret_cast<const std::uint8_t *>(header);
   nfnetlink_log_group *group = find_group(*log, load_be16(bytes + offsetof(nfgenmsg, res_id)));
-  if (group == nullptr || group->handler == nullptr) return -1;
+  if (group == nullptr || group->handler == nullptr) return fail(ENOENT);
   return group->handler(group, header, attributes, group->data);
 }
 
@@ -109,7 +112,10 @@ extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) 
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
   const auto number = static_cast<std::uint16_t>(group);
-  if (log == nullptr || net::find_group(*log, number) != nullptr) return nullptr;
+  if (log == nullptr || net::find_group(*log, number) != nullptr) {
+    errno = log == nullptr ? EINVAL : EBUSY;
+    return nullptr;
+  }
   MallocPtr<nfnetlink_log_group> node(
       static_cast<nfnetlink_log_group *>(std::calloc(1, sizeof(nfnetlink_log_group))));
   if (node == nullptr) return nullptr;
@@ -123,14 +129,14 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
 
 extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
                                               nfnetlink_log_handler handler, void *data) {
-  if (group == nullptr) return -1;
+  if (group == nullptr) return fail(EINVAL);
   group->handler = handler;
   group->data = data;
   return 0;
 }
 
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
-  if (group == nullptr) return -1;
+  if (group == nullptr) return fail(EINVAL);
   nfnetlink_log *log = group->log;
   if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}) < 0) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
@@ -144,7 +150,7 @@ extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
 
 extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mode,
                                      std::uint32_t range) {
-  if (group == nullptr) return -1;
+  if (group == nullptr) return fail(EINVAL);
   net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
   store_be32(attribute.payload, range);
   attribute.payload[4] = static_cast<std::uint8_t>(mode);

@@ -56,7 +56,7 @@ TEST(FileMap, FailureLeavesTheRecordClosed) {
   dir.write("file", "0123456789");
   dir.write("empty", "");
   for (const auto &[name, failing, error] : {std::tuple{"missing", "", ENOENT},
-                                             {"empty", "", 0},
+                                             {"empty", "", ENODATA},
                                              {"file", "fstat", EIO},
                                              {"file", "strdup", ENOMEM},
                                              {"file", "mmap", EACCES}}) {
