@@ -230,6 +230,10 @@ TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stat
  *  Runs "arping -Dq -c 1 -I IFNAME ADDRESS" from the search path and blocks until it has ended. A
  *  failed fork() is logged to syslog at LOG_ERR ("netu_arping_test fork failed (<error>)").
  *
+ *  The handler of process_start() may run in any thread meanwhile. A program with another handler
+ *  of SIGCHLD that collects every child must block the signal in its other threads: a probe whose
+ *  child such a handler has collected gives 1.
+ *
  *  @param ifname   interface to probe on
  *  @param address  address text
  *  @return 1 when the address is in use, or arping was killed or could not be waited for; 0 when

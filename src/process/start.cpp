@@ -1,23 +1,40 @@
 // Starting programs, and the reaper of finished children.
 #include <sys/wait.h>
 #include <syslog.h>
+#include <unistd.h>
 
+#include <array>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/owners.h"
+#include "process/reaped.h"
 #include "talvera/process.h"
 #include "talvera/sdb.h"
 
 namespace {
+
+// The latest exits, each in one word, so that no lock is needed: the child's identifier, which has
+// at most 22 bits, and its exit status.
+constexpr unsigned kExitBits = 9;
+std::array<std::atomic<std::uint32_t>, 16> exits;
+
+std::atomic<std::uint32_t> &exit_slot(pid_t child) {
+  return exits[static_cast<std::uint32_t>(child) % exits.size()];
+}
 
 // Collects every finished child: left alone, a stopped program would stay a zombie and look alive
 // to process_wait().
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
   const talvera::ErrnoKeeper keep;
-  while (waitpid(-1, nullptr, WNOHANG) > 0) {
-  }
+  int status = 0;
+  for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;)
+    talvera::process::note_exit(child, status);
 }
 
 // Calls that the handler interrupts go on, and children that merely stop do not matter.
@@ -49,6 +66,19 @@ bool set_variable(const char *assignment) {
 }
 
 }  // namespace
+
+void talvera::process::note_exit(pid_t child, int wait_status) {
+  const int code = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : kKilled;
+  exit_slot(child).store(
+      static_cast<std::uint32_t>(child) << kExitBits | static_cast<std::uint32_t>(code),
+      std::memory_order_relaxed);
+}
+
+int talvera::process::noted_exit(pid_t child) {
+  const std::uint32_t noted = exit_slot(child).load(std::memory_order_relaxed);
+  if (noted >> kExitBits != static_cast<std::uint32_t>(child)) return kUnknownExit;
+  return static_cast<int>(noted & ((1U << kExitBits) - 1));
+}
 
 extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], char *const env[]) {
   install_reaper();
