@@ -54,7 +54,8 @@ struct tr_hop {
 /** Builds a traceroute command line.
  *
  *  Options that are not wanted are given as 0. In this order: -6, -I, -i, -q, -m, -w, -t, -p, the
- *  host, the packet length.
+ *  host, the packet length. Host and interface go into the line as they are: a caller that gives it
+ *  to a shell must not pass text from outside unchecked.
  *
  *  A piece that has no room is left out. After each piece the whole length written so far is taken
  *  off the room, so that room runs out before the buffer does; once it is below 0, all pieces from

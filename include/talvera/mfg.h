@@ -24,6 +24,9 @@
  *  Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
  *  "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked:
  *  callers serialise writes, each of which rewrites the whole file.
+ *
+ *  Every access mounts the partition on "/mfg" and unmounts it at its end, even if something else
+ *  had mounted it there.
  */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H
