@@ -11,7 +11,8 @@
  *  @endcode
  *
  *  The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
- *  it) holds one file, the manufacturing file "/mfg/mfg.dat", of 131072 bytes:
+ *  it, even if something else had mounted it there) holds one file, the manufacturing file
+ *  "/mfg/mfg.dat", of 131072 bytes:
  *
  *      0x18000  16384 bytes  certificate slot 2
  *      0x1C000  14336 bytes  certificate slot 1
@@ -24,9 +25,6 @@
  *  Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
  *  "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked:
  *  callers serialise writes, each of which rewrites the whole file.
- *
- *  Every access mounts the partition on "/mfg" and unmounts it at its end, even if something else
- *  had mounted it there.
  */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H
