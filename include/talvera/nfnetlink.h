@@ -238,10 +238,14 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  nfnetlink_msg_unpack() then gives -1, after the handlers have seen all of the packets.
  *
  *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
- *  that says about errors that the kernel replies: a refused request does not return. Packets that
- *  arrive meanwhile are dispatched; one for a group without handler, or several in one datagram,
- *  fail the request, so that handlers are best registered, and modes set, before packets are
- *  logged.
+ *  that says about errors that the kernel replies: a refused request does not return, unless
+ *  SO_RCVTIMEO is set on the netlink handle's socket.
+ *
+ *  Packets that arrive meanwhile are dispatched. One for a group without handler, one whose handler
+ *  stops the dispatch and several in one datagram end the wait; what else is there up to the
+ *  kernel's answer is then dispatched as well, so that the next request finds nothing left over.
+ *  Groups are bound and unbound as the kernel has answered. The other requests give the result of
+ *  the wait, even if the kernel has acknowledged them, and can be repeated.
  *  @{ */
 
 /** Entries of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17 are seen. */

@@ -6,7 +6,7 @@
 
 #include "internal/fail.h"
 #include "internal/owners.h"
-#include "net/alignment.h"
+#include "net/exchange.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::net {
@@ -44,6 +44,17 @@ void close_socket(int fd) {
 }
 
 }  // namespace
+
+int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int flags) {
+  sockaddr_nl sender{};
+  socklen_t sender_size = sizeof sender;
+  const ssize_t received = recvfrom(handle.fd, buffer, length, flags,
+                                    reinterpret_cast<sockaddr *>(&sender), &sender_size);
+  if (received < 0) return -1;
+  if (sender.nl_pid != 0) return fail(ENOMSG);
+  return static_cast<int>(received);
+}
+
 }  // namespace talvera::net
 
 using namespace talvera;
@@ -120,7 +131,7 @@ extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned 
   const std::uint32_t end = message->nlmsg_len;
   std::memcpy(reinterpret_cast<unsigned char *>(message) + end, data, length);
   // The first piece is the header, whose length field has just become the message's.
-  if (end != 0) message->nlmsg_len = end + net::aligned(length);
+  if (end != 0) message->nlmsg_len = end + NLMSG_ALIGN(length);
   return 0;
 }
 
@@ -133,11 +144,5 @@ extern "C" int nfnetlink_send(nfnetlink_handle *handle, const nlmsghdr *message)
 
 extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buffer, unsigned int length) {
   if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
-  sockaddr_nl sender{};
-  socklen_t sender_size = sizeof sender;
-  const ssize_t received =
-      recvfrom(handle->fd, buffer, length, 0, reinterpret_cast<sockaddr *>(&sender), &sender_size);
-  if (received < 0) return -1;
-  if (sender.nl_pid != 0) return fail(ENOMSG);
-  return static_cast<int>(received);
+  return net::receive(*handle, buffer, length, 0);
 }

@@ -9,7 +9,7 @@
 
 #include "internal/fail.h"
 #include "internal/owners.h"
-#include "net/alignment.h"
+#include "net/exchange.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::net {
@@ -41,7 +41,7 @@ bool holds(int left, std::uint32_t item_length, int header_size) {
 // Goes on to the item after one of `item_length` bytes, if there are bytes left. The last item need
 // not be followed by those that align its end.
 bool advance(Bytes &at, int &size, std::uint32_t item_length) {
-  const std::uint32_t step = aligned(item_length);
+  const std::uint32_t step = NLMSG_ALIGN(item_length);
   if (step >= static_cast<std::uint32_t>(size)) return false;
   at += step;
   size -= static_cast<int>(step);
@@ -98,6 +98,15 @@ int message_result(const nfnetlink_handle &handle, Bytes message, const nlmsghdr
   return handle_message(handle, message, header);
 }
 
+using Datagram = unsigned char[kReceiveSize];
+
+// Whether a datagram is the kernel's answer to the last request.
+bool is_answer(const nfnetlink_handle &handle, Bytes datagram, int length) {
+  if (length < kHeaderSize + static_cast<int>(sizeof(std::int32_t))) return false;
+  const auto header = load<nlmsghdr>(datagram);
+  return header.nlmsg_type == NLMSG_ERROR && header.nlmsg_seq == handle.sequence;
+}
+
 // Whether a datagram answers another request than the last.
 bool is_foreign(const nfnetlink_handle &handle, Bytes datagram, int length) {
   if (length < kHeaderSize) return false;
@@ -106,6 +115,40 @@ bool is_foreign(const nfnetlink_handle &handle, Bytes datagram, int length) {
 }
 
 }  // namespace
+
+Outcome send_wait_ack(nfnetlink_handle &handle, const nlmsghdr &message) {
+  if (nfnetlink_send(&handle, &message) < 0) return {-1, false};
+  alignas(nlmsghdr) Datagram buffer;
+  for (;;) {
+    const int received = receive(handle, buffer, sizeof buffer, 0);
+    if (received < 0) {
+      if (errno == EINTR) continue;
+      return {-1, true};
+    }
+    if (is_foreign(handle, buffer, received)) return {fail(EPROTO), true};
+    const int result = nfnetlink_msg_unpack(&handle, buffer, received);
+    if (result < kGoOn) return {result, !is_answer(handle, buffer, received)};
+  }
+}
+
+int take_late_answer(nfnetlink_handle &handle) {
+  constexpr int kMostDatagrams = 4096;  // should the answer be lost while packets keep coming
+  const ErrnoKeeper keep;
+  alignas(nlmsghdr) Datagram buffer;
+  for (int left = kMostDatagrams; left > 0; --left) {
+    const int received = receive(handle, buffer, sizeof buffer, MSG_DONTWAIT);
+    if (received < 0) {
+      // An overrun or a stranger's datagram is in front of what else is there.
+      if (errno == ENOBUFS || errno == ENOMSG || errno == EINTR) continue;
+      break;
+    }
+    if (is_answer(handle, buffer, received))
+      return static_cast<int>(0 - load<std::uint32_t>(buffer + kHeaderSize));
+    nfnetlink_msg_unpack(&handle, buffer, received);
+  }
+  return kNoAnswer;
+}
+
 }  // namespace talvera::net
 
 using namespace talvera;
@@ -141,16 +184,6 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  if (nfnetlink_send(handle, message) < 0) return -1;
-  alignas(nlmsghdr) unsigned char buffer[net::kReceiveSize];
-  for (;;) {
-    const int received = nfnetlink_receive(handle, buffer, sizeof buffer);
-    if (received < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    if (net::is_foreign(*handle, buffer, received)) return fail(EPROTO);
-    const int result = nfnetlink_msg_unpack(handle, buffer, received);
-    if (result < net::kGoOn) return result;
-  }
+  if (handle == nullptr || message == nullptr) return fail(EINVAL);
+  return net::send_wait_ack(*handle, *message).result;
 }

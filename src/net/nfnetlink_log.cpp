@@ -9,6 +9,7 @@
 #include "internal/big_endian.h"
 #include "internal/fail.h"
 #include "internal/owners.h"
+#include "net/exchange.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::net {
@@ -31,7 +32,13 @@ struct Subject {
   std::uint16_t group;
 };
 
-int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute) {
+// What has become of a request.
+struct Done {
+  int result;         // of the wait, which packets may have ended
+  bool acknowledged;  // whatever has ended the wait
+};
+
+Done configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute) {
   const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
                            NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
   const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
@@ -42,13 +49,16 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
   if (nfnetlink_msg_pack(&request.header, &header, sizeof header) != 0 ||
       nfnetlink_msg_pack(&request.header, &general, sizeof general) != 0 ||
       nfnetlink_msg_pack(&request.header, &attribute, attribute.header.nla_len) != 0) {
-    return -1;
+    return {-1, false};
   }
-  return nfnetlink_send_wait_ack(&netlink, &request.header);
+  const Outcome outcome = send_wait_ack(netlink, request.header);
+  const int late = outcome.answer_due ? take_late_answer(netlink) : kNoAnswer;
+  if (late > 0) errno = late;
+  return {outcome.result, late == kNoAnswer ? outcome.result == 0 : late == 0};
 }
 
-int command(nfnetlink_log *log, std::uint8_t code, Subject subject) {
-  if (log == nullptr) return fail(EINVAL);
+Done command(nfnetlink_log *log, std::uint8_t code, Subject subject) {
+  if (log == nullptr) return {fail(EINVAL), false};
   return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}});
 }
 
@@ -103,11 +113,11 @@ extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
 }
 
 extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0});
+  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0}).result;
 }
 
 extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0});
+  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0}).result;
 }
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
@@ -121,7 +131,7 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}) != 0) return nullptr;
+  if (!net::command(log, NFULNL_CFG_CMD_BIND, {0, number}).acknowledged) return nullptr;
   node->next = log->groups;
   log->groups = node.get();
   return node.release();
@@ -138,7 +148,7 @@ extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
   if (group == nullptr) return fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}) < 0) return -1;
+  if (!net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}).acknowledged) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;
@@ -154,7 +164,7 @@ extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mo
   net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
   store_be32(attribute.payload, range);
   attribute.payload[4] = static_cast<std::uint8_t>(mode);
-  return net::configure(*group->log->netlink, {0, group->number}, attribute) < 0 ? -1 : 0;
+  return net::configure(*group->log->netlink, {0, group->number}, attribute).result < 0 ? -1 : 0;
 }
 
 extern "C" const void *nfnetlink_log_nfa_get_ptr(const nlattr *const *attributes,
