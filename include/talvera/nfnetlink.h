@@ -2,18 +2,31 @@
  *  Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
  *
  *  @code
+ *  #include <errno.h>
  *  #include <linux/netfilter/nfnetlink_log.h>
+ *  #include <sys/time.h>
  *
  *  nfnetlink_log_handler print_packet = NULL;  // yours
+ *  const struct timeval patience = {2, 0};     // a refused request would wait without end
  *  uint32_t buffer[16384];
  *  struct nfnetlink_log *log = nfnetlink_log_open();
- *  struct nfnetlink_log_group *group = log != NULL ? nfnetlink_log_bind_group(log, 5) : NULL;
+ *  struct nfnetlink_log_group *group = NULL;
+ *  if (log != NULL) {
+ *    setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+ *    group = nfnetlink_log_bind_group(log, 5);
+ *  }
  *  if (group != NULL) {
- *    int length;
  *    nfnetlink_log_register_handler(group, print_packet, NULL);
  *    nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, 128);
- *    while ((length = nfnetlink_receive(log->netlink, buffer, sizeof buffer)) > 0)
- *      nfnetlink_msg_unpack(log->netlink, buffer, length);
+ *    for (;;) {
+ *      int length = nfnetlink_receive(log->netlink, buffer, sizeof buffer);
+ *      if (length >= 0)
+ *        nfnetlink_msg_unpack(log->netlink, buffer, length);
+ *      else if (errno == ENOBUFS)
+ *        puts("packets were lost");
+ *      else if (errno != EAGAIN && errno != EINTR && errno != ENOMSG)
+ *        break;
+ *    }
  *  }
  *  if (log != NULL) nfnetlink_log_close(log);
  *  @endcode
