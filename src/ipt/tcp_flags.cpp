@@ -11,15 +11,15 @@
 #include "talvera/ipt.h"
 
 // "NONE" deliberately has the same bits as "ALL": both exclude every other flag of their list.
-extern "C" const ipt_tcp_flag flags[] = {
+extern "C" __attribute__((visibility("hidden"))) const ipt_tcp_flag ipt_own_flags[] = {
     {"SYN", 0x01}, {"ACK", 0x02}, {"FIN", 0x04},  {"RST", 0x08},
     {"URG", 0x10}, {"PSH", 0x20}, {"NONE", 0x3F}, {"ALL", 0x3F},
 };
 
-// The same table under a name that no program can claim: one that has a `flags` of its own takes
-// the exported name.
-extern "C" const ipt_tcp_flag ipt_own_flags[std::size(flags)]
-    __attribute__((alias("flags"), visibility("hidden")));
+// The same table under its exported name. A program may well have a `flags` of its own, which is
+// then to win, also where both are linked statically.
+extern "C" const ipt_tcp_flag flags[std::size(ipt_own_flags)]
+    __attribute__((weak, alias("ipt_own_flags")));
 
 namespace {
 
