@@ -65,11 +65,14 @@ void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
 
 void free_items(list_obj *list) {
   if (list == nullptr) return;
-  for (std::uint32_t i = 0; i < list_size(list); ++i) {
-    const ipt_param item = item_at(list, i);
+  list_iterator_stop(list);  // an iteration that the caller has left open
+  list_iterator_start(list);
+  while (list_iterator_hasnext(list) != 0) {
+    void *const data = list_iterator_next(list);
+    const ipt_param item = load_item(data);
     std::free(item.value);
     std::free(item.option_value);
-    std::free(list_get_at(list, i));
+    std::free(data);
   }
   list_destroy(list);
   std::free(list);
