@@ -1,6 +1,8 @@
 // Sets of files: building from a directory, look-ups, and changes of order, switch and flags.
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include "files/set.h"

@@ -1,6 +1,8 @@
 // Mapped files: the file map record and page-wise comparison.
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,7 @@
 // Formatted paths, one-write text files, and removal of link targets.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,6 @@
 // The persistent-file tool's command lines.
 #include <cstdint>
+#include <cstdio>
 
 #include "internal/streams.h"
 #include "talvera/process.h"

@@ -1,6 +1,9 @@
 // Netfilter netlink: handles, subsystems, and the way of messages to and from the kernel.
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
