@@ -12,11 +12,9 @@
 
 #include "container/list_steps.h"
 #include "internal/fail.h"
-#include "internal/owners.h"
 
 namespace {
 
-using talvera::ErrnoKeeper;
 using talvera::fail;
 using talvera::container::backward;
 using talvera::container::forward;
@@ -89,9 +87,8 @@ int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32
   if (copies && !copy(list, stored)) return -1;
   list_elem *element = take_element(list);
   if (element == nullptr) {
-    const ErrnoKeeper keep;
     if (copies) std::free(stored);
-    return -1;
+    return fail(ENOMEM);
   }
   element->data = stored;
   insert_between(left, element, left->next);
@@ -135,7 +132,6 @@ int set_attribute(list_obj *list, Function list_attrs::*attribute, Function valu
 
 // What an empty list without spare records is made of.
 void free_frame(const list_obj &list) {
-  const ErrnoKeeper keep;
   std::free(list.spares);
   std::free(list.head);
   std::free(list.tail);
@@ -153,7 +149,7 @@ extern "C" int list_init(list_obj *list) {
   if (list->head == nullptr || list->tail == nullptr || list->spares == nullptr) {
     free_frame(*list);
     *list = {};
-    return -1;
+    return fail(ENOMEM);
   }
   *list->head = {nullptr, list->tail, nullptr};
   *list->tail = {nullptr, nullptr, list->head};
@@ -279,10 +275,9 @@ extern "C" int list_concat(const list_obj *first, const list_obj *second, list_o
     for (const list_elem *from = source->head->next; from != source->tail; from = from->next) {
       list_elem *element = allocate_element();
       if (element == nullptr) {
-        const ErrnoKeeper keep;
         join(last, destination->tail);
         list_clear(destination);
-        return -1;
+        return fail(ENOMEM);
       }
       element->data = from->data;
       join(last, element);

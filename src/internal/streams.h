@@ -33,7 +33,7 @@ using PipePtr = std::unique_ptr<std::FILE, PipeCloser>;
 
 // The next character; EOF at the end and after an error. A signal that interrupts the read, its
 // handler installed without SA_RESTART, is no error.
-inline int next_character(std::FILE *stream) {
+[[gnu::noinline]] inline int next_character(std::FILE *stream) {
   for (;;) {
     const int character = getc_unlocked(stream);
     if (character != EOF || std::ferror(stream) == 0 || errno != EINTR) return character;
@@ -42,7 +42,7 @@ inline int next_character(std::FILE *stream) {
 }
 
 // Reads a line, or as much of it as fits, as fgets() does, but keeps what came before a signal.
-inline bool read_line(std::FILE *stream, char *line, std::size_t size) {
+[[gnu::noinline]] inline bool read_line(std::FILE *stream, char *line, std::size_t size) {
   std::size_t length = 0;
   while (length + 1 < size) {
     const int character = next_character(stream);

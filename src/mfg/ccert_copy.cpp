@@ -145,8 +145,8 @@ extern "C" int ccert_init(void) {
 }
 
 extern "C" int ccert_deinit(void) {
-  const MallocPtr<mfg::Copy> copy(mfg::loaded);
-  if (copy != nullptr) wipe(copy.get(), copy->length);
+  if (mfg::loaded != nullptr) wipe(mfg::loaded, mfg::loaded->length);
+  std::free(mfg::loaded);
   mfg::replace_loaded(nullptr);
   return 0;
 }

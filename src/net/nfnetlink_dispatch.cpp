@@ -68,7 +68,10 @@ class AttributeTable {
 // A message of control type: whether the kernel acknowledged.
 int control_result(Bytes message, const nlmsghdr &header) {
   if (header.nlmsg_len < kHeaderSize + sizeof(std::int32_t)) return fail(EBADMSG);
-  return load<std::int32_t>(message + kHeaderSize) == 0 ? 0 : kGoOn;
+  const auto error = load<std::int32_t>(message + kHeaderSize);
+  if (error == 0) return 0;
+  errno = error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO;
+  return kGoOn;
 }
 
 int handle_message(const nfnetlink_handle &handle, Bytes message, const nlmsghdr &header) {
@@ -98,55 +101,28 @@ int message_result(const nfnetlink_handle &handle, Bytes message, const nlmsghdr
   return handle_message(handle, message, header);
 }
 
-using Datagram = unsigned char[kReceiveSize];
-
-// Whether a datagram is the kernel's answer to the last request.
-bool is_answer(const nfnetlink_handle &handle, Bytes datagram, int length) {
-  if (length < kHeaderSize + static_cast<int>(sizeof(std::int32_t))) return false;
-  const auto header = load<nlmsghdr>(datagram);
-  return header.nlmsg_type == NLMSG_ERROR && header.nlmsg_seq == handle.sequence;
-}
-
-// Whether a datagram answers another request than the last.
-bool is_foreign(const nfnetlink_handle &handle, Bytes datagram, int length) {
-  if (length < kHeaderSize) return false;
-  const std::uint32_t sequence = load<nlmsghdr>(datagram).nlmsg_seq;
-  return sequence != 0 && sequence != handle.sequence;
-}
-
 }  // namespace
 
-Outcome send_wait_ack(nfnetlink_handle &handle, const nlmsghdr &message) {
-  if (nfnetlink_send(&handle, &message) < 0) return {-1, false};
-  alignas(nlmsghdr) Datagram buffer;
-  for (;;) {
-    const int received = receive(handle, buffer, sizeof buffer, 0);
+int wait_for_answer(nfnetlink_handle &handle, int flags, bool &answered) {
+  union {
+    nlmsghdr first;
+    unsigned char bytes[kReceiveSize];
+  } buffer;
+  for (answered = false;;) {
+    const int received = receive(handle, &buffer, sizeof buffer, flags);
     if (received < 0) {
       if (errno == EINTR) continue;
-      return {-1, true};
+      return -1;
     }
-    if (is_foreign(handle, buffer, received)) return {fail(EPROTO), true};
-    const int result = nfnetlink_msg_unpack(&handle, buffer, received);
-    if (result < kGoOn) return {result, !is_answer(handle, buffer, received)};
+    const bool whole = received >= kHeaderSize;
+    const bool current = whole && buffer.first.nlmsg_seq == handle.sequence;
+    if (whole && !current && buffer.first.nlmsg_seq != 0) return fail(EPROTO);
+    const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
+    const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
+    if (result >= kGoOn && (flags == 0 || !answer)) continue;
+    answered = answer;
+    return result;
   }
-}
-
-int take_late_answer(nfnetlink_handle &handle) {
-  constexpr int kMostDatagrams = 4096;  // should the answer be lost while packets keep coming
-  const ErrnoKeeper keep;
-  alignas(nlmsghdr) Datagram buffer;
-  for (int left = kMostDatagrams; left > 0; --left) {
-    const int received = receive(handle, buffer, sizeof buffer, MSG_DONTWAIT);
-    if (received < 0) {
-      // An overrun or a stranger's datagram is in front of what else is there.
-      if (errno == ENOBUFS || errno == ENOMSG || errno == EINTR) continue;
-      break;
-    }
-    if (is_answer(handle, buffer, received))
-      return static_cast<int>(0 - load<std::uint32_t>(buffer + kHeaderSize));
-    nfnetlink_msg_unpack(&handle, buffer, received);
-  }
-  return kNoAnswer;
 }
 
 }  // namespace talvera::net
@@ -184,6 +160,6 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  if (handle == nullptr || message == nullptr) return fail(EINVAL);
-  return net::send_wait_ack(*handle, *message).result;
+  bool answered;
+  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, answered);
 }

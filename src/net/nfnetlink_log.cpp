@@ -32,13 +32,28 @@ struct Subject {
   std::uint16_t group;
 };
 
-// What has become of a request.
-struct Done {
-  int result;         // of the wait, which packets may have ended
-  bool acknowledged;  // whatever has ended the wait
-};
+// The kernel's answer to the last request, when something else has ended the wait for it. The
+// kernel answers within the send call, so its answer is behind that; left there it would be taken
+// for the next request's. 0 for an acknowledgement, -1 with errno set for a refusal; else errno is
+// kept.
+constexpr int kNoAnswer = 1;
+int late_result(nfnetlink_handle &netlink) {
+  const int error = errno;
+  bool answered = false;
+  for (int tries = 4096; tries > 0; --tries) {  // should it be lost while packets keep coming
+    errno = 0;
+    const int result = wait_for_answer(netlink, MSG_DONTWAIT, answered);
+    if (answered && result != 0) return -1;
+    if (answered || errno == EAGAIN) break;
+  }
+  errno = error;
+  return answered ? 0 : kNoAnswer;
+}
 
-Done configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute) {
+// Whose word counts when packets have ended the wait for an acknowledgement.
+enum class By { kWait, kAnswer };
+
+int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute, By by) {
   const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
                            NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
   const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
@@ -49,17 +64,19 @@ Done configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attr
   if (nfnetlink_msg_pack(&request.header, &header, sizeof header) != 0 ||
       nfnetlink_msg_pack(&request.header, &general, sizeof general) != 0 ||
       nfnetlink_msg_pack(&request.header, &attribute, attribute.header.nla_len) != 0) {
-    return {-1, false};
+    return -1;
   }
-  const Outcome outcome = send_wait_ack(netlink, request.header);
-  const int late = outcome.answer_due ? take_late_answer(netlink) : kNoAnswer;
-  if (late > 0) errno = late;
-  return {outcome.result, late == kNoAnswer ? outcome.result == 0 : late == 0};
+  if (nfnetlink_send(&netlink, &request.header) < 0) return -1;
+  bool answered;
+  const int result = wait_for_answer(netlink, 0, answered);
+  if (answered) return result;
+  const int late = late_result(netlink);
+  return by == By::kWait || late == kNoAnswer ? result : late;
 }
 
-Done command(nfnetlink_log *log, std::uint8_t code, Subject subject) {
-  if (log == nullptr) return {fail(EINVAL), false};
-  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}});
+int command(nfnetlink_log *log, std::uint8_t code, Subject subject, By by) {
+  if (log == nullptr) return fail(EINVAL);
+  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, by);
 }
 
 nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) {
@@ -113,11 +130,13 @@ extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
 }
 
 extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0}).result;
+  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0},
+                      net::By::kWait);
 }
 
 extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0}).result;
+  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0},
+                      net::By::kWait);
 }
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
@@ -131,7 +150,7 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (!net::command(log, NFULNL_CFG_CMD_BIND, {0, number}).acknowledged) return nullptr;
+  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}, net::By::kAnswer) != 0) return nullptr;
   node->next = log->groups;
   log->groups = node.get();
   return node.release();
@@ -148,7 +167,7 @@ extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
   if (group == nullptr) return fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (!net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}).acknowledged) return -1;
+  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, net::By::kAnswer) < 0) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;
@@ -164,7 +183,9 @@ extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mo
   net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
   store_be32(attribute.payload, range);
   attribute.payload[4] = static_cast<std::uint8_t>(mode);
-  return net::configure(*group->log->netlink, {0, group->number}, attribute).result < 0 ? -1 : 0;
+  return net::configure(*group->log->netlink, {0, group->number}, attribute, net::By::kWait) < 0
+             ? -1
+             : 0;
 }
 
 extern "C" const void *nfnetlink_log_nfa_get_ptr(const nlattr *const *attributes,

@@ -22,18 +22,20 @@ constexpr int kTermSeconds = 3;
 constexpr int kKillSeconds = 1;
 constexpr std::size_t kCommandLineSize = 1024;
 
-std::int64_t monotonic_microseconds() {
+// Microseconds of a clock that nobody sets, modulo 2^32.
+std::uint32_t monotonic_time() {
   timespec now = {};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1'000'000 + now.tv_nsec / 1000;
+  return static_cast<std::uint32_t>(now.tv_sec) * 1'000'000 +
+         static_cast<std::uint32_t>(now.tv_nsec) / 1000;
 }
 
 // Sleeps for a whole poll interval: what is left after a signal is slept out.
 void sleep_poll_interval() {
-  const std::int64_t end = monotonic_microseconds() + kPollInterval;
+  const std::uint32_t end = monotonic_time() + kPollInterval;
   if (usleep(kPollInterval) == 0) return;
-  for (std::int64_t left; (left = end - monotonic_microseconds()) > 0;) {
-    const timespec rest = {0, static_cast<long>(left * 1000)};
+  for (std::int32_t left; (left = static_cast<std::int32_t>(end - monotonic_time())) > 0;) {
+    const timespec rest = {0, left * 1000L};
     nanosleep(&rest, nullptr);
   }
 }
