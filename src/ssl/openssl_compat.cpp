@@ -16,7 +16,10 @@
 
 namespace talvera::ssl {
 
-// Old protocols can be left out when OpenSSL is built.
+// Old protocols can be left out when OpenSSL is built. The methods of one version are deprecated
+// since 1.1.0, in favour of one for all versions whose limits the configuration of the system sets.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 const SSL_METHOD *tls1_method() {
 #ifdef OPENSSL_NO_TLS1_METHOD
@@ -57,6 +60,8 @@ const SSL_METHOD *dtls1_method() {
   return DTLSv1_client_method();
 #endif
 }
+
+#pragma GCC diagnostic pop
 
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
 namespace {

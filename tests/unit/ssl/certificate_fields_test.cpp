@@ -84,8 +84,8 @@ X509 *with_dates(int type, const char *before, const char *after) {
     ASN1_STRING_set(time, text, -1);
     time->type = type;
   };
-  set(X509_getm_notBefore(cert), before);
-  set(X509_getm_notAfter(cert), after);
+  set(X509_get_notBefore(cert), before);
+  set(X509_get_notAfter(cert), after);
   return cert;
 }
 

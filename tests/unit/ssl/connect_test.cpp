@@ -51,7 +51,7 @@ class Handshake : public ::testing::Test {
  protected:
   Handshake() {
     socketpair(AF_UNIX, SOCK_STREAM, 0, ends_);
-    context_ = SSL_CTX_new(TLS_client_method());
+    context_ = SSL_CTX_new(SSLv23_client_method());
     ssl_ = SSL_new(context_);
     SSL_set_fd(ssl_, fd());
   }
