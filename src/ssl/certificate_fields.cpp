@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "internal/owners.h"
-#include "ssl/openssl_owners.h"
+#include "ssl/openssl_compat.h"
 #include "talvera/ssl.h"
 #include "talvera/utils.h"
 
@@ -24,7 +24,7 @@ int subject_text(X509 *certificate, int nid, char *buffer, int size) {
 int take_date(ASN1_TIME *date, char *buffer, int length) {
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> used_up(date);
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const BioPtr text(BIO_new(BIO_s_mem()));
   if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1 || length < 0) return -1;
   char *printed = nullptr;
@@ -46,7 +46,7 @@ extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long len) {
 
 extern "C" X509 *uc_make_x509(const unsigned char *der, long len) {
   if (der == nullptr || len < 1) return nullptr;
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   return d2i_X509(nullptr, &der, len);
 }
 

@@ -115,7 +115,7 @@ bool flush(BIO *out) {
 using namespace talvera::ssl;
 
 extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const X509Ptr certificate = read_certificate(path, format_of(format));
   return certificate != nullptr ? X509_subject_name_hash(certificate.get()) : 0;
 }
@@ -126,7 +126,7 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   const EVP_MD *type = digest_of(digest);
   if (type == nullptr) return -1;
 
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const X509Ptr certificate = read_certificate(path, format_of(format));
   if (certificate == nullptr) return -1;
   unsigned char bytes[EVP_MAX_MD_SIZE];
@@ -143,7 +143,7 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
 
 extern "C" int SSL_cert_der2pem(const char *der_path, const char *pem_path) {
   if (pem_path == nullptr) return -1;
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const BioPtr out(BIO_new_file(pem_path, "w"));
   if (out == nullptr) return -1;
   const X509Ptr certificate = read_certificate(der_path, Format::kDer);

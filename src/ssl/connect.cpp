@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "internal/integer32.h"
-#include "ssl/openssl_owners.h"
+#include "ssl/openssl_compat.h"
 #include "ssl/pipe_signal_block.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
@@ -87,7 +87,7 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
 }
 
 extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
   const bool forgiven = result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right;

@@ -140,7 +140,7 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
     return nullptr;
   }
 
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   seed_random_generator();
   SSL_library_init();
   ContextPtr context(new_context(version));
@@ -155,7 +155,7 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
 }
 
 extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long len) {
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const X509Ptr certificate(uc_make_x509(der, len));
   if (certificate == nullptr) return 0;
   // The store may refuse a certificate that it holds already, which is fine.

@@ -16,6 +16,35 @@
 
 namespace talvera::ssl {
 
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+
+ErrorQueueKeeper::ErrorQueueKeeper() {
+  ERR_set_mark();
+}
+
+ErrorQueueKeeper::~ErrorQueueKeeper() {
+  ERR_pop_to_mark();
+}
+
+#else
+
+// Marks do not nest yet, and OpenSSL sets its own: the program's queue is put aside as a whole.
+ErrorQueueKeeper::ErrorQueueKeeper() {
+  if (queue_ == nullptr) return;
+  former_ = *queue_;
+  std::memset(queue_->err_data, 0, sizeof queue_->err_data);
+  std::memset(queue_->err_data_flags, 0, sizeof queue_->err_data_flags);
+  queue_->top = queue_->bottom = 0;
+}
+
+ErrorQueueKeeper::~ErrorQueueKeeper() {
+  if (queue_ == nullptr) return;
+  ERR_clear_error();
+  *queue_ = former_;
+}
+
+#endif
+
 // Old protocols can be left out when OpenSSL is built. The methods of one version are deprecated
 // since 1.1.0, in favour of one for all versions whose limits the configuration of the system sets.
 #pragma GCC diagnostic push

@@ -299,6 +299,18 @@ TEST_F(Initialize, RefusedIdentity) {
   }
 }
 
+// The calls nest, and OpenSSL marks its queue itself.
+TEST_F(Initialize, ErrorsOfTheProgramStayQueued) {
+  for (const int reason : {101, 102})
+    ERR_put_error(ERR_LIB_USER, 0, reason, __FILE__, __LINE__);
+  write("/var/tmp/ssl_cert", "junk");
+  logged("tls1.2");
+  EXPECT_EQ(SSL_cert_hash("/etc/passwd", "p12"), 0U);
+  EXPECT_EQ(uc_make_x509(client_pvt_key, sizeof client_pvt_key), nullptr);
+  for (const int reason : {101, 102})
+    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), reason);
+}
+
 TEST_F(Initialize, LoadCert) {
   context.reset(SSL_CTX_new(SSLv23_client_method()));
   const std::string der = some_root();
