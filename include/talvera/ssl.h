@@ -97,7 +97,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
 
 /* ---- Handshake and peer ---------------------------------------------------------------------- */
 
-/** Runs the TLS handshake of a client, waiting no more than 20 seconds for the server in all.
+/** Runs the TLS handshake of a client, which takes no more than about 20 seconds in all, whether the
+ *  server is silent or keeps talking.
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). On success it is left in non-blocking mode, as it is when a step fails; after a failed

@@ -8,6 +8,7 @@
 #include "internal/integer32.h"
 #include "ssl/openssl_compat.h"
 #include "ssl/pipe_signal_block.h"
+#include "ssl/read_deadline.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -24,9 +25,13 @@ void set_blocking(int fd, bool blocking) {
 }
 
 // Waits until the handshake can go on; false when it cannot. The wait writes what is left of the
-// budget back, so that the budget is the total of all waits.
-bool wait_for_socket(int fd, bool for_reading, timeval &budget) {
+// budget back, so that the budget is the total of all waits. Steps that take time themselves, since
+// the server keeps them busy, shorten it by whole seconds.
+bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &deadline) {
   if (fd < 0 || fd >= FD_SETSIZE) return false;
+  const time_t left = deadline.seconds_left();
+  if (left <= 0) return false;
+  if (budget.tv_sec >= left) budget = {left, 0};
   fd_set readable;
   fd_set writable;
   fd_set exceptional;
@@ -70,6 +75,8 @@ using namespace talvera::ssl;
 extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
   const PipeSignalBlock no_signal;
   timeval budget = kHandshakeBudget;
+  Deadline deadline(kHandshakeBudget.tv_sec);
+  const ReadDeadline bounded(SSL_get_rbio(ssl), deadline);
   for (;;) {
     set_blocking(fd, false);
     const int result = SSL_connect(ssl);
@@ -82,7 +89,7 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
     if (error == SSL_ERROR_NONE) return 1;
     if (error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) return 0;
     set_blocking(fd, true);
-    if (!wait_for_socket(fd, error == SSL_ERROR_WANT_READ, budget)) return 0;
+    if (!wait_for_socket(fd, error == SSL_ERROR_WANT_READ, budget, deadline)) return 0;
   }
 }
 

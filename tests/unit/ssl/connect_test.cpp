@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 
 #include "support/certificates.h"
@@ -20,6 +21,8 @@ namespace {
 // A scripted wait ends after this long, and tells of `exceptional` if that is asked for.
 constexpr long kScriptedWait = 7;
 bool exceptional = false;
+// What the monotonic clock shows: seconds more than it is, after it ran so many times as fast.
+long clock_offset = 0, clock_speed = 1;
 
 bool is_blocking(int fd) {
   return (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
@@ -42,6 +45,18 @@ extern "C" int select(int count, fd_set *read, fd_set *write, fd_set *except, ti
   return static_cast<int>(verdict.value);
 }
 
+extern "C" int clock_gettime(clockid_t clock, timespec *now) noexcept {
+  static auto *const next = talvera::test::real<int(clockid_t, timespec *)>("clock_gettime");
+  const int result = next(clock, now);
+  if (clock == CLOCK_MONOTONIC) {
+    constexpr long long kSecond = 1000000000;
+    const long long shown = (now->tv_sec * kSecond + now->tv_nsec) * clock_speed;
+    *now = {static_cast<time_t>(shown / kSecond + clock_offset),
+            static_cast<long>(shown % kSecond)};
+  }
+  return result;
+}
+
 namespace talvera::test {
 namespace {
 
@@ -51,7 +66,8 @@ class Handshake : public ::testing::Test {
  protected:
   Handshake() {
     socketpair(AF_UNIX, SOCK_STREAM, 0, ends_);
-    context_ = SSL_CTX_new(SSLv23_client_method());
+    SSL_library_init();
+    context_ = SSL_CTX_new(TLSv1_2_client_method());
     ssl_ = SSL_new(context_);
     SSL_set_fd(ssl_, fd());
   }
@@ -94,6 +110,38 @@ TEST_F(Handshake, WaitsInBlockingModeForWhatTheStepWants) {
   EXPECT_EQ(system.count("ioctl"), 7);
   EXPECT_FALSE(is_blocking(fd()));
   EXPECT_THAT(system.log(), ElementsAre(kHandshakeSuccess));
+}
+
+// Time that the steps themselves take counts, too.
+TEST_F(Handshake, BusyStepsShortenTheWaits) {
+  exceptional = false;
+  for (int i = 0; i < 3; ++i) {
+    system.before("SSL_connect", [] { clock_offset += 9; });
+    step(-1, SSL_ERROR_WANT_READ);
+  }
+  system.answer("select", 1, 0, 3);
+  EXPECT_EQ(connect(), 0);
+  clock_offset = 0;
+  EXPECT_THAT(system.calls(),
+              ElementsAre("select re 11.000000 blocking", "select re 2.000000 blocking"));
+}
+
+TEST_F(Handshake, AServerThatKeepsAStepBusyIsLeftInTime) {
+  const Server server([](int fd) {
+    std::string requests;  // HelloRequests, which a client passes over
+    for (int i = 0; i < 10000; ++i)
+      requests.append("\x16\x03\x03\x00\x04\x00\x00\x00\x00", 9);
+    const time_t start = time(nullptr);
+    while (time(nullptr) < start + 6 && write(fd, requests.data(), requests.size()) > 0) {
+    }
+  });
+  SSL_set_fd(ssl_, server.fd());
+  const auto start = std::chrono::system_clock::now();
+  clock_speed = 50;
+  EXPECT_EQ(SSL_Nblk_connect(ssl_, server.fd()), 0);
+  clock_speed = 1;
+  EXPECT_LT(std::chrono::system_clock::now() - start, std::chrono::seconds(3));
+  EXPECT_EQ(BIO_get_callback(SSL_get_rbio(ssl_)), nullptr);
 }
 
 TEST_F(Handshake, EndsAtOnce) {
