@@ -97,8 +97,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
 
 /* ---- Handshake and peer ---------------------------------------------------------------------- */
 
-/** Runs the TLS handshake of a client, which takes no more than about 20 seconds in all, whether the
- *  server is silent or keeps talking.
+/** Runs the TLS handshake of a client, for no more than about 20 seconds in all, be the server
+ * silent or always talking.
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). On success it is left in non-blocking mode, as it is when a step fails; after a failed
@@ -116,7 +116,8 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  A certificate that is not yet valid is forgiven as long as the device has no network time (the
  *  key "ip.ntp.time-acquired" of the system database is missing or 0), for its own clock is likely
- *  to be wrong then. All else is refused, an expired certificate always.
+ *  to be wrong then. All else is refused, an expired certificate always; signatures, too, are
+ *  checked whatever the clock says.
  *
  *  The name is the subject's common name, compared without regard to case, without wildcards, and
  *  without regard to alternative names. It is cut to 99 characters. A name with a NUL inside, and

@@ -62,6 +62,31 @@ bool has_common_name(X509 *certificate, const char *expected) {
          strcasecmp(expected, name) == 0;
 }
 
+// Lets verification go on after the one error that can be forgiven.
+int forgive_not_yet_valid(int ok, X509_STORE_CTX *verification) {
+  const int error = X509_STORE_CTX_get_error(verification);
+  return ok == 1 || error == X509_V_ERR_CERT_NOT_YET_VALID ? 1 : 0;
+}
+
+// What is wrong with the peer's chain besides certificates that are not yet valid. The handshake's
+// verification stopped at the first of these, perhaps before it looked at any signature.
+long other_error(SSL *ssl) {
+  const X509Ptr peer(SSL_get_peer_certificate(ssl));
+  const StoreContextPtr verification(X509_STORE_CTX_new());
+  if (verification == nullptr ||
+      X509_STORE_CTX_init(verification.get(), SSL_CTX_get_cert_store(SSL_get_SSL_CTX(ssl)),
+                          peer.get(), SSL_get_peer_cert_chain(ssl)) != 1) {
+    return X509_V_ERR_OUT_OF_MEM;
+  }
+  // As in a handshake.
+  X509_STORE_CTX_set_default(verification.get(), "ssl_server");
+  X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
+  X509_STORE_CTX_set_verify_cb(verification.get(), forgive_not_yet_valid);
+  if (X509_verify_cert(verification.get()) == 1) return X509_V_OK;
+  const long error = X509_STORE_CTX_get_error(verification.get());
+  return error != X509_V_OK ? error : X509_V_ERR_UNSPECIFIED;
+}
+
 long refuse(long reason) {
   sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(reason));
   return reason;
@@ -95,10 +120,10 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
 
 extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
   const ErrorQueueKeeper errors;
-  const long result = SSL_get_verify_result(ssl);
+  long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
-  const bool forgiven = result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right;
-  if (result != X509_V_OK && !forgiven) return refuse(result);
+  if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) result = other_error(ssl);
+  if (result != X509_V_OK) return refuse(result);
 
   const X509Ptr peer(SSL_get_peer_certificate(ssl));
   if (peer == nullptr || !has_common_name(peer.get(), expected_name)) {

@@ -66,9 +66,8 @@ SSL_CTX *server_context(const ServerOptions &options) {
     require(SSL_CTX_set_cipher_list(context, "aNULL") == 1, "ciphers");
   } else {
     require(SSL_CTX_set_cipher_list(context, "ALL") == 1, "ciphers");
-    require(
-        SSL_CTX_use_certificate_file(context, options.certificate.c_str(), SSL_FILETYPE_PEM) == 1,
-        "certificate");
+    require(SSL_CTX_use_certificate_chain_file(context, options.certificate.c_str()) == 1,
+            "certificate");
     require(SSL_CTX_use_PrivateKey_file(context, options.key.c_str(), SSL_FILETYPE_PEM) == 1,
             "key");
   }

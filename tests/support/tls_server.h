@@ -11,7 +11,7 @@ namespace talvera::test {
 
 // How the server speaks TLS.
 struct ServerOptions {
-  std::string certificate;            // PEM file; without one the server is anonymous
+  std::string certificate;            // PEM file, issuers last; without one the server is anonymous
   std::string key;                    // PEM file
   int version = TLS1_2_VERSION;       // the only one it speaks
   bool asks_for_certificate = false;  // and sends what it gets, in DER, once connected

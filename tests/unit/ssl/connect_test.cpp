@@ -303,16 +303,26 @@ TEST_F(Judgement, Chains) {
   shell(enter + "Stranger -x509 -newkey rsa:2048 -nodes -keyout ca.key -days 9 -out ca.pem");
   shell(enter + "acs.net -new -key " + all.key() + " | openssl x509 -req -days 9 -CA ca.pem" +
         " -CAkey ca.key -set_serial 1 -out stranger.pem");
-  const std::pair<std::string, long> cases[] = {
-      {all.issue("md5", "/CN=acs.net", "-days 9 -md5"), 0},
-      {all.issue("sha1", "/CN=acs.net", "-days 9 -sha1"), 0},
-      {self_signed, X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT},
-      {stranger, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY},
+  // Signed by a stranger under the name of a trusted root.
+  shell(enter + "'Stand-in for Brio root CA' -x509 -key ca.key -days 9 -out ca.pem");
+  shell(enter + "acs.net -new -key " + all.key() + " | openssl x509 -req -days 9 -CA ca.pem" +
+        " -CAkey ca.key -set_serial 1 -out forged.pem");
+  const std::string sha1 = all.issue("sha1", "/CN=acs.net", "-days 9 -sha1");
+  constexpr std::time_t kNow = 0, kBeforeAnyRoot = kDay;
+  const std::tuple<std::string, std::time_t, long> cases[] = {
+      {all.issue("md5", "/CN=acs.net", "-days 9 -md5"), kNow, 0},
+      {sha1, kNow, 0},
+      {sha1, kBeforeAnyRoot, 0},
+      {all / "forged.pem", kNow, X509_V_ERR_CERT_SIGNATURE_FAILURE},
+      {all / "forged.pem", kBeforeAnyRoot, X509_V_ERR_CERT_SIGNATURE_FAILURE},
+      {self_signed, kBeforeAnyRoot, X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT},
+      {stranger, kBeforeAnyRoot, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY},
   };
-  for (const auto &[certificate, result] : cases) {
+  for (const auto &[certificate, clock, error] : cases) {
     SCOPED_TRACE(certificate);
-    EXPECT_EQ(judge(certificate, "acs.net", "0"), result);
-    EXPECT_EQ(system.log(), said(result));
+    system.set_time(clock);
+    EXPECT_EQ(judge(certificate, "acs.net", "0"), error);
+    EXPECT_EQ(system.log(), said(error));
   }
 }
 
