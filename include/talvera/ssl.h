@@ -125,9 +125,10 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name the server must have
- *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* code of
- *          <openssl/x509_vfy.h>, of which 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name
- *          and for a server without a certificate
+ *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* number of OpenSSL 1.0:
+ *          24 (X509_V_ERR_INVALID_CA) and 65 to 67 stay so on later versions, which number these
+ *          differently. 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and for a server
+ *          without a certificate.
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;

@@ -89,7 +89,7 @@ long other_error(SSL *ssl) {
 
 long refuse(long reason) {
   sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(reason));
-  return reason;
+  return verify_error_of_1_0(reason);
 }
 
 }  // namespace

@@ -124,6 +124,24 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
 }
 
+long verify_error_of_1_0(long error) {
+#if OPENSSL_VERSION_NUMBER >= 0x10100000L
+  switch (error) {
+    case X509_V_ERR_INVALID_CA:
+      return 24;
+    case X509_V_ERR_INVALID_CALL:
+      return 65;
+    case X509_V_ERR_STORE_LOOKUP:
+      return 66;
+    case X509_V_ERR_PROXY_SUBJECT_NAME_VIOLATION:
+      return 67;
+    default:
+      break;
+  }
+#endif
+  return error;
+}
+
 // ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL } ----
 
 namespace {

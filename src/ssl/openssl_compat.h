@@ -37,6 +37,9 @@ const SSL_METHOD *dtls1_method();
 // key exchange groups stay those of the configuration.
 void accept_what_1_0_accepted(SSL_CTX *context);
 
+// The number that 1.0 has for an error of verification.
+long verify_error_of_1_0(long error);
+
 // The certificate of a Netscape certificate sequence, or null.
 X509Ptr read_netscape(BIO *in);
 
