@@ -51,9 +51,11 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *
  *  The context trusts OpenSSL's default places, the eleven root certificates that the product
  *  ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
- *  read. It offers all ciphers and presents the device's client certificate. It does not verify the
- *  peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic
- *  retries are on.
+ *  read. It offers all ciphers and presents the device's client certificate, signing with SHA-256,
+ *  SHA-224 or SHA-1, since the device's RSA key is too short for more; a program that uses another
+ *  key in the context can set SSL_CTX_set1_client_sigalgs_list(). It does not verify the peer
+ * during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries are
+ * on.
  *
  *  An empty downloaded file counts as an installed certificate. A product key or certificate that
  *  OpenSSL refuses is no failure: the context then lacks the client identity, and what comes after
@@ -125,9 +127,9 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name the server must have
- *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* number of OpenSSL 1.0:
- *          24 (X509_V_ERR_INVALID_CA) and 65 to 67 stay so on later versions, which number these
- *          differently. 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and for a server
+ *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* number of
+ * OpenSSL 1.0: 24 (X509_V_ERR_INVALID_CA) and 65 to 67 stay so on later versions, which number
+ * these differently. 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and for a server
  *          without a certificate.
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)

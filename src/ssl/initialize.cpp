@@ -96,7 +96,14 @@ bool report_product_roots() {
   return true;
 }
 
+// What the device signs with its 512-bit key, which is too short for RSA with a longer digest. (A
+// program that installs a key of another kind may use all that goes with that.)
+constexpr char kClientSignatures[] =
+    "RSA+SHA256:RSA+SHA224:RSA+SHA1:"
+    "ECDSA+SHA256:ECDSA+SHA384:ECDSA+SHA512:ECDSA+SHA224:ECDSA+SHA1:DSA+SHA256:DSA+SHA1";
+
 bool use_client_identity(SSL_CTX *context) {
+  SSL_CTX_set1_client_sigalgs_list(context, kClientSignatures);
   if (SSL_CTX_use_RSAPrivateKey_ASN1(context, client_pvt_key, sizeof client_pvt_key) != 1) {
     return false;
   }

@@ -95,7 +95,7 @@ const SSL_METHOD *dtls1_method() {
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
 namespace {
 
-// All that 1.0 signed and took, and what TLS 1.3 needs. SHA-256 comes first: it fits a 512-bit key.
+// All that 1.0 took, and what TLS 1.3 needs.
 constexpr char kSignatureAlgorithms[] =
     "RSA+SHA256:RSA+SHA384:RSA+SHA512:RSA+SHA224:RSA+SHA1:"
     "rsa_pss_rsae_sha256:rsa_pss_rsae_sha384:rsa_pss_rsae_sha512:"

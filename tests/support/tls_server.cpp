@@ -72,6 +72,7 @@ SSL_CTX *server_context(const ServerOptions &options) {
             "key");
   }
   if (options.asks_for_certificate) {
+    SSL_CTX_set1_client_sigalgs_list(context, "RSA+SHA512:RSA+SHA384:RSA+SHA256:RSA+SHA1");
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, [](int, X509_STORE_CTX *) { return 1; });
   }
   return context;

@@ -332,7 +332,8 @@ TEST_F(Judgement, Chains) {
   }
 }
 
-// The server gets the device's own certificate, signed for with its 512-bit key.
+// The server gets the device's own certificate, signed for with its 512-bit key, although it would
+// rather have a digest that is too long for that.
 TEST_F(Judgement, TheServerMayAskForTheDevicesCertificate) {
   const std::string certificate = certificates().issue("asks", "/CN=acs.net");
   for (const auto &[word, version] :
