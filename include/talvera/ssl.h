@@ -54,10 +54,11 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *  read. It offers all ciphers and presents the device's client certificate, signing with SHA-256,
  *  SHA-224 or SHA-1, since the device's RSA key is too short for more; a program that uses another
  *  key in the context can set SSL_CTX_set1_client_sigalgs_list(). It does not verify the peer
- * during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries are
- * on.
+ *  during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries are
+ *  on.
  *
- *  An empty downloaded file counts as an installed certificate. A product key or certificate that
+ *  An empty downloaded file counts as an installed certificate; what is no file there, such as a
+ *  FIFO or a directory, as one that cannot be installed. A product key or certificate that
  *  OpenSSL refuses is no failure: the context then lacks the client identity, and what comes after
  *  it (default places, modes).
  *
@@ -84,8 +85,8 @@ TALVERA_API int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long len) 
  *
  *  When @p cert_path exists and nothing is at @p link_path, @p link_path is made a symbolic link to
  *  it; beside it comes the link that OpenSSL looks certificates up by, named after the hash of the
- *  subject ("5f4e3d2c.0"). The certificate is expected in PEM. When there is a link of that hash
- *  already, it stays: hashes are not numbered on.
+ *  subject ("5f4e3d2c.0"). The certificate is expected in PEM; all else, be it a FIFO, has the
+ *  hash 0. When there is a link of that hash already, it stays: hashes are not numbered on.
  *
  *  When @p cert_path does not exist, @p link_path is removed, and with it every dangling symbolic
  *  link of the directory, its own hash link among them.
@@ -127,10 +128,10 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name the server must have
- *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* number of
- * OpenSSL 1.0: 24 (X509_V_ERR_INVALID_CA) and 65 to 67 stay so on later versions, which number
- * these differently. 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and for a server
- *          without a certificate.
+ *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* number of OpenSSL
+ *          1.0: 24 (X509_V_ERR_INVALID_CA) and 65 to 67 stay so on later versions, which number
+ *          them differently. 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and for a
+ *          server without a certificate.
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;

@@ -9,7 +9,9 @@
 #include <span>
 #include <string_view>
 
+#include "internal/streams.h"
 #include "ssl/openssl_compat.h"
+#include "ssl/regular_file.h"
 #include "talvera/ssl.h"
 
 namespace talvera::ssl {
@@ -80,8 +82,7 @@ int no_pass_phrase(char *, int, int, void *) {
   return -1;
 }
 
-X509Ptr read_certificate(const char *path, Format format) {
-  const BioPtr in = open_input(path);
+X509Ptr read_certificate(const BioPtr &in, Format format) {
   if (in == nullptr) return nullptr;
   switch (format) {
     case Format::kDer:
@@ -109,15 +110,30 @@ bool flush(BIO *out) {
   return BIO_flush(out) == 1 && BIO_get_fp(out, &stream) == 1 && std::ferror(stream) == 0;
 }
 
+unsigned long subject_hash(const BioPtr &in, Format format) {
+  const X509Ptr certificate = read_certificate(in, format);
+  return certificate != nullptr ? X509_subject_name_hash(certificate.get()) : 0;
+}
+
 }  // namespace
+
+unsigned long hash_of_pem_file(const char *path) {
+  UniqueFd file(open_at_once(path));
+  if (!is_regular_file(file.get())) return 0;
+  const FilePtr stream(fdopen(file.get(), "r"));
+  if (stream == nullptr) return 0;
+  file.release();
+  const ErrorQueueKeeper errors;
+  return subject_hash(BioPtr(BIO_new_fp(stream.get(), BIO_NOCLOSE)), Format::kPem);
+}
+
 }  // namespace talvera::ssl
 
 using namespace talvera::ssl;
 
 extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
   const ErrorQueueKeeper errors;
-  const X509Ptr certificate = read_certificate(path, format_of(format));
-  return certificate != nullptr ? X509_subject_name_hash(certificate.get()) : 0;
+  return subject_hash(open_input(path), format_of(format));
 }
 
 extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const char *digest,
@@ -127,7 +143,7 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   if (type == nullptr) return -1;
 
   const ErrorQueueKeeper errors;
-  const X509Ptr certificate = read_certificate(path, format_of(format));
+  const X509Ptr certificate = read_certificate(open_input(path), format_of(format));
   if (certificate == nullptr) return -1;
   unsigned char bytes[EVP_MAX_MD_SIZE];
   unsigned int size = 0;
@@ -146,7 +162,7 @@ extern "C" int SSL_cert_der2pem(const char *der_path, const char *pem_path) {
   const ErrorQueueKeeper errors;
   const BioPtr out(BIO_new_file(pem_path, "w"));
   if (out == nullptr) return -1;
-  const X509Ptr certificate = read_certificate(der_path, Format::kDer);
+  const X509Ptr certificate = read_certificate(open_input(der_path), Format::kDer);
   if (certificate == nullptr) return -1;
   return PEM_write_bio_X509(out.get(), certificate.get()) == 1 && flush(out.get()) ? 0 : -1;
 }

@@ -1,5 +1,4 @@
 // The TLS client context: protocol, trusted roots, the device's identity.
-#include <fcntl.h>
 #include <openssl/rand.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include "internal/owners.h"
 #include "ssl/openssl_compat.h"
 #include "ssl/product_data.h"
+#include "ssl/regular_file.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -57,14 +57,16 @@ SSL_CTX *new_context(const char *version) {
 // counts as none, too, and stays open.
 UniqueFd open_downloaded_root() {
   if (access(kDownloadedRoot, R_OK) != 0) return UniqueFd();
-  const int fd = open(kDownloadedRoot, O_RDONLY);
+  const int fd = open_at_once(kDownloadedRoot);
   return UniqueFd(fd > 0 ? fd : -1);
 }
 
-// Deliberately, an empty file counts as an installed certificate.
+// Deliberately, an empty file counts as an installed certificate. What is no file counts as one
+// that cannot be read.
 bool install_downloaded_root(SSL_CTX *context, const UniqueFd &file) {
   unsigned char der[kDownloadedRootSize];
-  const ssize_t length = ::read(file.get(), der, sizeof der);
+  const ssize_t length =
+      is_regular_file(file.get()) ? ::read(file.get(), der, sizeof der) : ssize_t{-1};
   if (length != 0 && SSL_Load_Cert(context, der, static_cast<long>(length)) != 1) {
     sdb_log(SDB_LOG_ERROR, "SSL: Failed to Install Root CA certificate");
     return false;

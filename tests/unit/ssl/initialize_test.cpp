@@ -239,6 +239,9 @@ TEST_F(Initialize, DownloadedRootThatCannotBeRead) {
   system.shorten("read", 100);  // one read is all
   EXPECT_THAT(logged("tls1"), failed);
 
+  ASSERT_TRUE(unlink("/var/tmp/ssl_cert") == 0 && mkfifo("/var/tmp/ssl_cert", 0600) == 0);
+  EXPECT_THAT(logged("tls1"), failed);  // without waiting for somebody to write
+
   // Descriptor 0 counts as no file, and is left open.
   const StandardInput closed;
   EXPECT_THAT(logged("tls1"), as_if_not_there);
