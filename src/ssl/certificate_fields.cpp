@@ -25,8 +25,9 @@ int take_date(ASN1_TIME *date, char *buffer, int length) {
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> used_up(date);
   const ErrorQueueKeeper errors;
+  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints anything like a date
   const BioPtr text(BIO_new(BIO_s_mem()));
-  if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1 || length < 0) return -1;
+  if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1) return -1;
   char *printed = nullptr;
   const long printed_length = BIO_get_mem_data(text.get(), &printed);
   const int count = static_cast<int>(std::min<long>(printed_length, length));
