@@ -20,7 +20,10 @@
  *  The objects are OpenSSL's own, to be used and released with its functions. The library works
  *  with OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by
  *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
- *  allowed, inside the context that SSL_initialize() returns and nowhere else.
+ *  allowed, inside the context that SSL_initialize() returns and nowhere else. One difference
+ *  remains: when the server closes the connection without a close_notify alert, SSL_get_error()
+ *  after SSL_read() gives SSL_ERROR_SYSCALL before OpenSSL 3.0 and SSL_ERROR_SSL since. On none
+ *  does it pass for the proper end of the data, which is SSL_ERROR_ZERO_RETURN.
  *
  *  Connection functions log to the system database's log; certificate tools log nothing. Errors
  *  that OpenSSL queues during a call are taken back before the call returns, except by

@@ -353,6 +353,11 @@ TEST_F(Judgement, TheServerMayAskForTheDevicesCertificate) {
     const int size = SSL_read(ssl, received, sizeof received);
     EXPECT_EQ(std::string(received, size > 0 ? size : 0),
               std::string(reinterpret_cast<const char *>(client_cert), sizeof client_cert));
+    // The server goes without close_notify then.
+    shutdown(server.fd(), SHUT_WR);
+    EXPECT_EQ(SSL_get_error(ssl, SSL_read(ssl, received, sizeof received)),
+              OPENSSL_VERSION_NUMBER < 0x30000000L ? SSL_ERROR_SYSCALL : SSL_ERROR_SSL);
+    ERR_clear_error();
     SSL_free(ssl);
     SSL_CTX_free(context);
   }
