@@ -152,7 +152,10 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
  *  Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
  *  read, and neither can a null or any other word: the certificate is missing then, as it is when
  *  the file cannot be opened or holds something else. A null path stands for standard input, which
- *  is made unbuffered and stays open.
+ *  is made unbuffered and stays open. A FIFO or a terminal is waited for.
+ *
+ *  A private key in the same file is passed over, and no copy of it stays in freed memory, but for
+ *  PKCS#12: OpenSSL itself leaves copies of the key there, depending on its version and the bundle.
  *  @{ */
 
 /** The hash of a certificate's subject, by which OpenSSL looks certificates up in a directory:

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "internal/owners.h"
+#include "internal/wipe.h"
 #include "ssl/openssl_compat.h"
 #include "talvera/ssl.h"
 #include "talvera/utils.h"
@@ -59,7 +60,11 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
   if (size < 1 || size > INT_MAX) return 0;
   const auto bytes = static_cast<std::size_t>(size);
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
-  if (content == nullptr || ::read(file.get(), content.get(), bytes) != size) return 0;
+  if (content == nullptr) return 0;
+  if (::read(file.get(), content.get(), bytes) != size) {
+    talvera::wipe(content.get(), bytes);  // perhaps part of a private key
+    return 0;
+  }
   *data = content.release();
   return static_cast<int>(size);
 }
