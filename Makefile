@@ -44,6 +44,7 @@ check:
 	@scripts/build release
 	scripts/check-library build/release
 	scripts/check-architecture build/release
+	scripts/check-abi
 	scripts/check-headers
 	scripts/check-manual
 
