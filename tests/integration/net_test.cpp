@@ -36,9 +36,10 @@ class Loopback {
     name.sin_family = AF_INET;
     inet_pton(AF_INET, address, &name.sin_addr);
     socklen_t size = sizeof name;
-    bind(fd_, reinterpret_cast<sockaddr *>(&name), size);
-    getsockname(fd_, reinterpret_cast<sockaddr *>(&name), &size);
-    connect(fd_, reinterpret_cast<sockaddr *>(&name), size);
+    auto *const address_of_name = reinterpret_cast<sockaddr *>(&name);
+    EXPECT_EQ(bind(fd_, address_of_name, size), 0);
+    EXPECT_EQ(getsockname(fd_, address_of_name, &size), 0);
+    EXPECT_EQ(connect(fd_, address_of_name, size), 0);
   }
   ~Loopback() { close(fd_); }
   Loopback(const Loopback &) = delete;

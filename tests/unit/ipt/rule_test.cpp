@@ -6,7 +6,6 @@ namespace talvera::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 LogLine info(const char *text) {
   return {"sdb", 6, text};
