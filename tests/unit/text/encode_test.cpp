@@ -172,14 +172,11 @@ TEST(Entities, RoomAndResult) {
   Room room(4);
   EXPECT_EQ(entities_hex_encode(room.get(), 4, nullptr), -1);
   EXPECT_EQ(room.written(), "\0"sv);
-  EXPECT_EQ(entities_hex_encode(nullptr, 4, "a"), -1);
   EXPECT_EQ(entities_hex_encode(room.get(), 4294967295U, "a"), 0);
 }
 
 TEST(Entities, InPlace) {
   char text[8] = "a<b";
-  EXPECT_EQ(entities_hex_encode_in_place(0, text), -1);
-  EXPECT_STREQ(text, "a<b");
   std::memset(text, '<', sizeof text);  // not terminated within its size
   EXPECT_EQ(entities_hex_encode_in_place(sizeof text, text), -1);
   EXPECT_STREQ(text, "&#x3c;-");
