@@ -162,13 +162,6 @@ TEST_F(ListTest, AComparatorThatNeverFindsEqualsStillEnds) {
     EXPECT_EQ(list_contains(&list, &number), 1);
 }
 
-TEST_F(ListTest, SortingNeedsAComparator) {
-  const Numbers stored{3, 1, 2};
-  append(stored);
-  EXPECT_EQ(list_sort(&list, 1), -1);
-  EXPECT_THAT(numbers(), ElementsAre(3, 1, 2));
-}
-
 TEST_F(ListTest, HashesCountAndOrder) {
   EXPECT_EQ(list_hash(&list), 100U);
   list_attributes_hash_computer(&list, list_hashcomputer_int32_t);

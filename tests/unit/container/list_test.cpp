@@ -39,7 +39,6 @@ TEST_F(ListTest, ResultsHaveTheSenseThatCallersTest) {
   EXPECT_EQ(list_empty(&list), 1);
   EXPECT_EQ(list_prepend(&list, token(0)), 1);
   EXPECT_EQ(list_insert_at(&list, token(9), 1), 1);
-  EXPECT_EQ(list_insert_at(&list, token(9), 4), -1);
   EXPECT_EQ(list_size(&list), 3U);
   EXPECT_THAT(data_of(list), ElementsAre(token(0), token(9), token(1)));
 
@@ -49,7 +48,6 @@ TEST_F(ListTest, ResultsHaveTheSenseThatCallersTest) {
     EXPECT_EQ(list_delete_at(&list, outside), -1);
     EXPECT_EQ(list_delete_range(&list, 1, outside), -1);
   }
-  EXPECT_EQ(list_delete_range(&list, 2, 1), -1);
   EXPECT_EQ(list_extract_at(&list, 1), token(9));
   EXPECT_EQ(list_fetch(&list), token(0));
   EXPECT_EQ(list_delete_at(&list, 0), 0);
@@ -264,8 +262,6 @@ TEST_F(ListTest, RefusesChangesWhileIterating) {
   EXPECT_EQ(list_iterator_next(&list), &stored[0]);
   EXPECT_EQ(list_iterator_start(&list), 0);  // and the open one goes on
 
-  EXPECT_EQ(list_append(&list, &stored[0]), -1);
-  EXPECT_EQ(list_prepend(&list, &stored[0]), -1);
   EXPECT_EQ(list_insert_at(&list, &stored[0], 1), -1);
   EXPECT_EQ(list_extract_at(&list, 0), nullptr);
   EXPECT_EQ(list_fetch(&list), nullptr);

@@ -310,17 +310,5 @@ TEST_F(CcertCopy, NoKeyIsLeftInFreedMemory) {
 }
 #endif
 
-TEST_F(CcertCopy, HooksProvideNothing) {
-  auto *key = reinterpret_cast<unsigned char *>(1);
-  std::uint32_t length = 99;
-  unsigned char buffer[4] = {1, 2, 3, 4};
-  EXPECT_EQ(error_of(MEAPCA_ExtractBareRSAKeyFromPKCS8(&key, &length)), ENOSYS);
-  EXPECT_EQ(key, reinterpret_cast<unsigned char *>(1));
-  EXPECT_EQ(length, 99U);
-  EXPECT_EQ(error_of(MEAPCA_convertKeyPEM()), ENOSYS);
-  EXPECT_EQ(error_of(MKEY_Decrypt(buffer, 4)), ENOSYS);
-  EXPECT_THAT(buffer, ElementsAre(1, 2, 3, 4));
-}
-
 }  // namespace
 }  // namespace talvera::test

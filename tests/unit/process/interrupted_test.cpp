@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <vector>
 
 #include "support/system_double.h"
 #include "talvera/process.h"
@@ -37,11 +38,9 @@ class Interrupted : public ::testing::Test {
 
 TEST_F(Interrupted, OutputIsReadToItsEnd) {
   system.redirect("pidof prog", "printf 3; sleep 0.05; printf '00 2'; sleep 0.05; printf '0\\n1'");
-  pid_t pids[4] = {};
-  EXPECT_EQ(process_find_all("prog", pids, 4), 3);
-  EXPECT_EQ(pids[0], 300);
-  EXPECT_EQ(pids[1], 20);
-  EXPECT_EQ(pids[2], 1);
+  std::vector<pid_t> pids(4);
+  EXPECT_EQ(process_find_all("prog", pids.data(), 4), 3);
+  EXPECT_EQ(pids, std::vector<pid_t>({300, 20, 1, 0}));
 
   system.redirect("/sbin/pfs -l", "echo /etc/a; printf /et; sleep 0.05; echo c/b; sleep 0.05");
   system.answer("system", 0, 0, kAlways);
