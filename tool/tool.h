@@ -60,6 +60,11 @@ int number_argument(const char *what, const char *text, unsigned long min, unsig
 int signed_argument(const char *what, const char *text, long *value);
 /* Checks that a text has at most `max` bytes. */
 int bounded_argument(const char *what, const char *text, size_t max);
+/* Checks a name that goes into a command line or a path: 1 to `max` letters, digits and ".:_@+-",
+ * without a dash in front. */
+int plain_argument(const char *what, const char *text, size_t max);
+/* Checks an IPv4 address. */
+int address_argument(const char *what, const char *text);
 
 /* An element of a synopsis. */
 struct element {
