@@ -1,4 +1,5 @@
 /* The end of actions that run until they are interrupted. */
+#include <errno.h>
 #include <signal.h>
 #include <string.h>
 
@@ -23,4 +24,12 @@ void catch_interrupts(void) {
 
 int interrupted(void) {
   return caught;
+}
+
+int output_error;
+
+int flush_output(void) {
+  if (fflush(stdout) == 0 && !ferror(stdout)) return 0;
+  if (output_error == 0) output_error = errno;
+  return -1;
 }

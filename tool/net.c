@@ -187,7 +187,6 @@ static void print_interval(const struct netu_linuxif_stats *stats, uint32_t inte
     }
   }
   if (option("--json") != NULL) record_end();
-  fflush(stdout);
 }
 
 /* Prints a line for each interval, with what has changed in it, until it is told to stop. */

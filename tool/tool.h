@@ -138,6 +138,10 @@ const char *style(FILE *stream, const char *sgr);
 void catch_interrupts(void);
 /* Whether one of them came. */
 int interrupted(void);
+/* Writes out what was printed so far; -1 when that fails, which is to end the action. */
+int flush_output(void);
+/* Why it failed, an errno value. */
+extern int output_error;
 
 /* Log lines of the library go to standard error. */
 extern int verbose;
