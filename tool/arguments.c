@@ -150,6 +150,12 @@ int number_argument(const char *what, const char *text, unsigned long min, unsig
   return misused("%s: %s is not a number from %lu to %lu", what, text, min, max);
 }
 
+int number_option(const char *name, unsigned long min, unsigned long max, unsigned long *value) {
+  const char *text = option(name);
+
+  return text != NULL ? number_argument(name, text, min, max, value) : DONE;
+}
+
 int signed_argument(const char *what, const char *text, long *value) {
   const int negative = text[0] == '-';
   unsigned long magnitude;

@@ -122,6 +122,20 @@ int unescape(char *text, size_t *length) {
   return 0;
 }
 
+void append_quoted(struct bytes *bytes, const char *text) {
+  append(bytes, "'", 1);
+  for (; *text != '\0'; ++text)
+    append(bytes, *text == '\'' ? "'\\''" : text, *text == '\'' ? 4 : 1);
+  append(bytes, "'", 1);
+}
+
+void wipe(void *data, size_t length) {
+  volatile unsigned char *cursor = data;
+
+  while (length-- > 0)
+    *cursor++ = 0;
+}
+
 /* ---- Files ----------------------------------------------------------------------------------- */
 
 int open_input(const char *path) {
@@ -147,4 +161,11 @@ int read_input(const char *path, struct bytes *bytes) {
   if (count < 0) failed("%s", path != NULL ? path : "-");
   close(fd);
   return count < 0 ? FAILED : DONE;
+}
+
+int read_sized_input(const char *path, size_t min, size_t max, struct bytes *bytes) {
+  const int status = read_input(path, bytes);
+
+  if (status != DONE || (bytes->length >= min && bytes->length <= max)) return status;
+  return refused("the input has %zu bytes, not %zu to %zu", bytes->length, min, max);
 }

@@ -14,7 +14,7 @@
 enum {
   BUFFER_SIZE = 65536,
   COPIED = 80, /* bytes of a packet: the longest IPv4 header is 60, that of IPv6 40 */
-  PATIENCE = 1 /* seconds until a wait looks whether it was interrupted */
+  PATIENCE = 1 /* seconds until the kernel must have answered */
 };
 
 /* ---- Packets --------------------------------------------------------------------------------- */
@@ -148,7 +148,7 @@ static int receive_packets(struct nfnetlink_handle *netlink) {
     char bytes[BUFFER_SIZE];
   } buffer;
 
-  while (flush_output() == 0 && left != 0 && !interrupted()) {
+  while (flush_output() == 0 && left != 0 && wait_readable(netlink->fd)) {
     const int length = nfnetlink_receive(netlink, &buffer, sizeof buffer);
 
     if (length < 0 && !goes_on()) return failed("netfilter");

@@ -1,8 +1,10 @@
 /* Messages on standard error, and what the library expects of its host: the log. */
 #include <errno.h>
+#include <fcntl.h>
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include "talvera/sdb.h"
 #include "tool.h"
@@ -76,4 +78,28 @@ void sdb_log(int level, const char *format, ...) {
   va_start(arguments, format);
   print_message(format, arguments, NULL);
   va_end(arguments);
+}
+
+/* ---- Lines of the library's on standard output ----------------------------------------------- */
+
+static int output; /* where standard output leads while it is diverted */
+
+void divert_output(void) {
+  const int error = errno;
+  const int to = verbose ? STDERR_FILENO : open("/dev/null", O_WRONLY | O_CLOEXEC);
+
+  fflush(stdout);
+  output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  dup2(to, STDOUT_FILENO);
+  if (to > STDERR_FILENO) close(to);
+  errno = error;
+}
+
+void restore_output(void) {
+  const int error = errno;
+
+  fflush(stdout);
+  dup2(output, STDOUT_FILENO);
+  close(output);
+  errno = error;
 }

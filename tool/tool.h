@@ -57,6 +57,8 @@ const char *option(const char *name);
  * Numbers are decimal and have at most 32 bits. */
 int number_argument(const char *what, const char *text, unsigned long min, unsigned long max,
                     unsigned long *value);
+/* The same of an option's value; without the option, *value stays. */
+int number_option(const char *name, unsigned long min, unsigned long max, unsigned long *value);
 int signed_argument(const char *what, const char *text, long *value);
 /* Checks that a text has at most `max` bytes. */
 int bounded_argument(const char *what, const char *text, size_t max);
@@ -87,6 +89,12 @@ int misused(const char *format, ...) TALVERA_PRINTF(1, 2); /* MISUSED */
 /* What messages start with. */
 void set_context(const char *group, const char *action);
 
+/* What the library itself prints on standard output between these two does not mix with what the
+ * action prints: it goes to standard error if the user asked for the log, else nowhere. Both keep
+ * errno. */
+void divert_output(void);
+void restore_output(void);
+
 /* ---- Bytes (bytes.c) ------------------------------------------------------------------------- */
 
 /* Bytes on the heap, followed by a terminator that does not count. All zero is empty. */
@@ -107,11 +115,17 @@ void append_escaped(struct bytes *bytes, const void *data, size_t length, const 
 int unescape(char *text, size_t *length);
 /* The length of the UTF-8 character that starts here, 0 where there is none. */
 size_t utf8_length(const unsigned char *data, size_t length);
+/* Appends text as one word of the shell. */
+void append_quoted(struct bytes *bytes, const char *text);
+/* Overwrites a secret that is no longer needed. */
+void wipe(void *data, size_t length);
 
 /* Opens a file to read; "-" and null are standard input. -1 with a message. */
 int open_input(const char *path);
 /* Reads all of a file, as open_input() opens it. Returns DONE, or FAILED with a message. */
 int read_input(const char *path, struct bytes *bytes);
+/* The same of a file that must have so many bytes. */
+int read_sized_input(const char *path, size_t min, size_t max, struct bytes *bytes);
 
 /* ---- Output (output.c) ----------------------------------------------------------------------- */
 
@@ -134,10 +148,13 @@ const char *style(FILE *stream, const char *sgr);
 
 /* ---- Long-running actions (interrupt.c) ------------------------------------------------------ */
 
-/* From here on SIGINT and SIGTERM do not end the program, but interrupt waiting calls. */
+/* From here on SIGINT, SIGTERM and SIGHUP do not end the program, but interrupt waiting calls. */
 void catch_interrupts(void);
 /* Whether one of them came. */
 int interrupted(void);
+/* Waits until there is something to read, or for an interrupt, which is not missed: all of this
+ * after catch_interrupts(). Returns 1, or 0 after an interrupt. */
+int wait_readable(int fd);
 /* Writes out what was printed so far; -1 when that fails, which is to end the action. */
 int flush_output(void);
 /* Why it failed, an errno value. */

@@ -129,18 +129,8 @@ const char *error_name(int error) {
   return buffer;
 }
 
-char *scratch(const char *s) {
-  static char buffer[512];
-  memset(buffer, 0, sizeof buffer);
-  strcpy(buffer, s);
-  return buffer;
-}
-
 int main(void) {
-  print_scanners();
-  print_strings();
   print_values();
-  print_dates();
   print_checks();
   print_lists();
   print_rules();

@@ -20,19 +20,12 @@ const char *at(const char *base, const char *p);
 /** errno by name: the numbers differ between machines. */
 const char *error_name(int error);
 
-/** A copy of a text that may be changed in place, in a buffer of 512 bytes that the next call uses
- *  again. */
-char *scratch(const char *s);
-
 /** Texts that scanners are tried on: numbers at the limits, signed bytes, quotes, addresses. */
 extern const char *const sample_texts[];
 extern const size_t sample_count;
 
 /* The parts. */
-void print_scanners(void);
-void print_strings(void);
 void print_values(void);
-void print_dates(void);
 void print_checks(void);
 void print_lists(void);
 void print_rules(void);

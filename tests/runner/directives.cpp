@@ -1,0 +1,110 @@
+// What rows can arrange and ask beside the library's functions.
+#include <cstdlib>
+#include <ctime>
+
+#include "runner/bind.h"
+
+namespace talvera::test {
+namespace {
+
+// "after 2 times 3": the calls that are left alone, and those that are hit.
+struct Clauses {
+  int after = 0, times = 1;
+};
+Clauses clauses(Call &call) {
+  Clauses result;
+  while (call.has_more()) {
+    const std::string word = call.take().bytes;
+    if (word == "always") {
+      result.times = kAlways;
+    } else {
+      const auto count = static_cast<int>(to_number(call, call.take()));
+      (word == "after" ? result.after : result.times) = count;
+    }
+  }
+  return result;
+}
+
+SystemDouble &system(Call &call) {
+  return call.session().system;
+}
+
+// Names must outlive their use by the double.
+const char *kept(const std::string &name) {
+  static std::set<std::string> names;
+  return names.insert(name).first->c_str();
+}
+
+// ---- Arrangements -----------------------------------------------------------------------------
+
+// fail read EINTR after 2 times 3
+DIRECTIVE(fail, [](Call &call, const std::string &name, const std::string &error) {
+  const Clauses c = clauses(call);
+  system(call).fail(kept(name), static_cast<int>(constant(error)), c.after, c.times);
+});
+DIRECTIVE(answer, [](Call &call, const std::string &name, long result) {
+  const Clauses c = clauses(call);
+  system(call).answer(kept(name), result, c.after, c.times);
+});
+DIRECTIVE(shorten, [](Call &call, const std::string &name, unsigned bytes) {
+  const Clauses c = clauses(call);
+  system(call).shorten(kept(name), bytes, c.after, c.times);
+});
+DIRECTIVE(forget, [](Call &call) { system(call).forget(); });
+DIRECTIVE(time, [](Call &call, std::time_t now) { system(call).set_time(now); });
+DIRECTIVE(value, [](Call &call, const std::string &key, const std::string &value) {
+  system(call).set_value(key, value);
+});
+DIRECTIVE(redirect, [](Call &call, const std::string &path, const std::string &target) {
+  system(call).redirect(path, target);
+});
+DIRECTIVE(env, [](Call &call, const std::string &name, const std::string &value) {
+  setenv(name.c_str(), value.c_str(), 1);
+  call.session().variables.insert(name);
+});
+// file "<tmp>/name" "content"
+DIRECTIVE(file, [](const std::string &path, const std::string &content) {
+  std::FILE *const file = std::fopen(path.c_str(), "wb");
+  if (file == nullptr) throw TableError("cannot write " + path);
+  std::fwrite(content.data(), 1, content.size(), file);
+  std::fclose(file);
+});
+// buffer name [16]: "$name" is this memory until the group's end.
+DIRECTIVE(buffer, [](Call &call, const std::string &name) {
+  const Value &value = call.take();
+  const auto &object = call.session().object(name, value.size, 1, false);
+  value.bytes.copy(object.data, value.bytes.size());
+});
+// only time64: the rest of the group is for machines of that kind.
+DIRECTIVE(only, [](Call &call, const std::string &kind) {
+#ifdef __UCLIBC__
+  constexpr bool kGlibc = false;
+#else
+  constexpr bool kGlibc = true;
+#endif
+  const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
+                                             {"time32", sizeof(std::time_t) == 4},
+                                             {"glibc", kGlibc}};
+  if (!kinds.contains(kind)) throw TableError("no kind " + kind);
+  call.session().skipped = !kinds.at(kind);
+});
+
+// ---- Questions --------------------------------------------------------------------------------
+
+// trace kill usleep: later rows show these calls as they are made; "trace all" shows all.
+DIRECTIVE(trace, [](Call &call) {
+  while (call.has_more())
+    call.session().traced.insert(call.take().bytes);
+});
+// How often a call was made in this group.
+DIRECTIVE(count,
+          [](Call &call, const std::string &name) { return system(call).count(name.c_str()); });
+// errno after the call before.
+DIRECTIVE(errno, [](Call &call) {
+  const int error = call.session().error;
+  return error == 0 ? std::string("0") : error_name(error);
+});
+DIRECTIVE(content, [](const std::string &path) { return quoted(read_file(path)); });
+
+}  // namespace
+}  // namespace talvera::test

@@ -1,0 +1,221 @@
+// Runs tables: tables [--update] [--leaks] TABLE...
+//
+// A row is a call and, behind "->", its outcome. Rows up to a blank line are a group: they share a
+// system double and named objects. See docs/testing.md. With --update the outcomes that differ are
+// written into the tables, to be reviewed.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <optional>
+
+#include "runner/bind.h"
+
+extern "C" {
+// Of the sanitizers, where they are linked.
+__attribute__((weak)) void __sanitizer_set_report_fd(void *fd);
+__attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
+__attribute__((weak)) int __lsan_do_recoverable_leak_check();
+const char *__asan_default_options() {
+  return "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigfpe=0:allocator_may_return_null=1";
+}
+const char *__ubsan_default_options() {
+  return "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigfpe=0:abort_on_error=1";
+}
+}
+
+namespace talvera::test {
+namespace {
+
+char place[512];  // of the row that runs
+
+struct Options {
+  bool update = false, leaks = false;
+};
+
+// A call with its outcome; the text of a call without a function's name repeats the one before.
+struct Step {
+  std::vector<std::string> names;  // of one function
+  std::string object;              // which the result is called from then on
+  std::string arguments;
+};
+
+class Table {
+ public:
+  Table(std::string path, Options options) : path_(std::move(path)), options_(options) {}
+
+  void run() {
+    std::ifstream in(path_);
+    for (std::string line; std::getline(in, line);)
+      lines_.push_back(line);
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+      std::snprintf(place, sizeof place, "FAILED %s:%zu\n", path_.c_str(), i + 1);
+      const std::string text = trimmed(lines_[i]);
+      if (text.empty()) {
+        end_group();
+      } else if (text[0] != '#') {
+        if (!session_) session_.emplace();
+        if (!session_->skipped) run_row(i);
+      }
+    }
+    end_group();
+    if (!changed_) return;
+    std::ofstream out(path_);
+    for (const std::string &line : lines_)
+      out << line << '\n';
+  }
+
+  [[nodiscard]] int failures() const { return failures_; }
+  [[nodiscard]] int rows() const { return rows_; }
+
+ private:
+  void run_row(std::size_t number) {
+    std::string row;
+    for (const std::string &piece : split(lines_[number], " | ")) {
+      if (session_->skipped) {
+        row += " | " + piece;
+        continue;
+      }
+      const std::vector<std::string> halves = split(piece, " ->");
+      const std::string expected = halves.size() > 1 ? trimmed(halves[1]) : "";
+      const std::string got = outcome(trimmed(halves[0]));
+      ++rows_;
+      row += (row.empty() ? "" : " | ");
+      if (got == expected) {
+        row += piece;
+        continue;
+      }
+      row += halves[0] + (got.empty() ? "" : " -> " + got);
+      changed_ = changed_ || options_.update;
+      if (options_.update) continue;
+      fail(trimmed(halves[0]), "expected  " + expected, "got       " + got);
+    }
+    if (options_.update) lines_[number] = row;
+  }
+
+  void fail(const std::string &what, const std::string &expected, const std::string &got) {
+    ++failures_;
+    std::fprintf(report(), "%s  %s\n  %s\n  %s\n", place, what.c_str(), expected.c_str(),
+                 got.c_str());
+    std::fflush(report());
+  }
+
+  // Runs a call with all of its choices, under each of its names; these must agree.
+  std::string outcome(const std::string &text) {
+    try {
+      if (text.starts_with("let ")) return define(trimmed(text.substr(4)));
+      parse(text);
+      std::string first;
+      for (const std::string &name : step_.names) {
+        std::vector<std::string> outcomes;
+        for (const std::string &choice : expand_braces(session_->substituted(step_.arguments)))
+          outcomes.push_back(outcome(name, choice));
+        const bool simple = std::none_of(outcomes.begin(), outcomes.end(), [](const auto &o) {
+          return o.find(' ') != std::string::npos;
+        });
+        const std::string all = collapsed(outcomes, simple ? " " : ", ");
+        if (name == step_.names.front()) {
+          first = all;
+        } else if (all != first) {
+          return first + ", but " + name + " -> " + all;
+        }
+      }
+      return first;
+    } catch (const TableError &error) {
+      return std::string("? ") + error.what();
+    }
+  }
+
+  std::string outcome(const std::string &name, const std::string &arguments) {
+    Call call(*session_, parse_values(arguments));
+    call.name_result(step_.object);
+    functions()[name](call);
+    return call.outcome();
+  }
+
+  // let name value: "$name" is that text from then on.
+  std::string define(const std::string &text) {
+    const std::size_t space = std::min(text.find(' '), text.size());
+    session_->values[text.substr(0, space)] = session_->substituted(trimmed(text.substr(space)));
+    return {};
+  }
+
+  void parse(const std::string &text) {
+    std::size_t space = std::min(text.find(' '), text.size());
+    std::string word = text.substr(0, space);
+    std::string rest = trimmed(text.substr(space));
+    std::string object;
+    if (rest.starts_with("= ")) {
+      object = word;
+      rest = rest.substr(2);
+      space = std::min(rest.find(' '), rest.size());
+      word = rest.substr(0, space);
+      rest = trimmed(rest.substr(space));
+    }
+    const std::vector<std::string> names = split(word, "|");
+    if (functions().contains(names[0])) {
+      for (const std::string &name : names)
+        if (!functions().contains(name)) throw TableError("no function " + name);
+      step_ = {names, object, rest};
+    } else {
+      if (step_.names.empty() || !object.empty()) throw TableError("no function " + word);
+      step_.arguments = text;
+    }
+  }
+
+  void end_group() {
+    if (!session_) return;
+    std::string complaint = session_->complaint();
+    session_.reset();
+    if (options_.leaks && __lsan_do_recoverable_leak_check != nullptr &&
+        __lsan_do_recoverable_leak_check() != 0) {
+      complaint += "leaks";
+    }
+    if (!complaint.empty()) fail("the group that ends here leaves", complaint, "");
+  }
+
+  std::string path_;
+  Options options_;
+  std::vector<std::string> lines_;
+  std::optional<Session> session_;
+  Step step_;
+  int failures_ = 0, rows_ = 0;
+  bool changed_ = false;
+};
+
+int run_all(int argc, char *argv[]) {
+  capture_output();
+  if (__sanitizer_set_report_fd != nullptr) {
+    const long own = fcntl(fileno(report()), F_DUPFD_CLOEXEC, 100);  // they may close it
+    __sanitizer_set_report_fd(reinterpret_cast<void *>(own));
+    __sanitizer_set_death_callback([] {
+      if (write(fileno(report()), place, std::strlen(place)) < 0) return;
+    });
+  }
+  Options options;
+  int failures = 0, rows = 0;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--update") == 0) {
+      options.update = true;
+    } else if (std::strcmp(argv[i], "--leaks") == 0) {
+      options.leaks = true;
+    } else {
+      Table table(argv[i], options);
+      table.run();
+      failures += table.failures();
+      rows += table.rows();
+    }
+  }
+  std::fprintf(report(), "%d calls, %d failures\n", rows, failures);
+  return failures == 0 && rows > 0 ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace talvera::test
+
+int main(int argc, char *argv[]) {
+  return talvera::test::run_all(argc, argv);
+}
