@@ -138,7 +138,6 @@ static void print_messages(void) {
 
 void print_network(void) {
   static const char *const more[] = {"0.0.0.0",
-                                     "0.0.0.00",
                                      "::",
                                      "::1",
                                      "2001:db8::1:20",

@@ -57,16 +57,6 @@ TEST_F(ListTest, ResultsHaveTheSenseThatCallersTest) {
   expect_sound(list);
 }
 
-TEST_F(ListTest, NullListsAreToldWhereTheyAreAccepted) {
-  EXPECT_EQ(list_init(nullptr), -1);
-  EXPECT_EQ(list_attributes_comparator(nullptr, nullptr), -1);
-  EXPECT_EQ(list_attributes_seeker(nullptr, nullptr), -1);
-  EXPECT_EQ(list_attributes_copy(nullptr, list_meter_int8_t, 1), -1);
-  EXPECT_EQ(list_attributes_hash_computer(nullptr, nullptr), -1);
-  EXPECT_EQ(list_attributes_serializer(nullptr, nullptr), -1);
-  EXPECT_EQ(list_attributes_unserializer(nullptr, nullptr), -1);
-}
-
 TEST_F(ListTest, AttributesAreStored) {
   const list_serializer_fn serializer = [](const void *, uint32_t *) -> void * { return nullptr; };
   const list_unserializer_fn unserializer = [](const void *, uint32_t *) -> void * {
@@ -260,11 +250,6 @@ TEST_F(ListTest, ConcatenatesListsOfEverySize) {
   EXPECT_EQ(list_size(&both), 16U);
   list_destroy(&both);
 
-  EXPECT_EQ(list_concat(nullptr, &second, &both), -1);
-  EXPECT_EQ(list_concat(&list, nullptr, &both), -1);
-  EXPECT_EQ(list_concat(&list, &second, nullptr), -1);
-  EXPECT_EQ(list_concat(&list, &second, &list), -1);
-  EXPECT_EQ(list_concat(&list, &second, &second), -1);
   list_destroy(&second);
 }
 

@@ -4,12 +4,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 #include "support/errors.h"
 #include "support/system_double.h"
 #include "talvera/netu.h"
+#include "talvera/process.h"
 
 namespace talvera::test {
 namespace {
@@ -26,7 +29,6 @@ class ArpProbe : public ::testing::Test {
   static int probe() { return netu_arping_test("wan7", "192.0.2.9"); }
 
   TempDir bin;
-  SystemDouble system;
 
  private:
   std::string path_;
@@ -86,7 +88,29 @@ TEST_F(ArpProbe, GetsTheStatusBeforeTheReaper) {
   EXPECT_GT(read_file(out).size(), 16U);  // MIPS has 128 signals
 }
 
+// Where another thread takes the signal, the library's reaper is faster than the wait.
+TEST_F(ArpProbe, GetsTheStatusFromTheReaper) {
+  char name[] = "true";
+  char *const arguments[] = {name, nullptr};
+  ASSERT_EQ(process_start(nullptr, "/bin/true", arguments, nullptr), 0);
+  std::atomic<bool> done = false;
+  std::thread other([&] {
+    while (!done)
+      usleep(1000);
+  });
+  for (const auto &[commands, result] :
+       {std::pair{"exit 0", 0}, {"exit 1", 1}, {"kill -9 $$", 1}, {"exit 2", 0}}) {
+    write_arping(commands);
+    for (int i = 0; i < 10; ++i)
+      EXPECT_EQ(probe(), result) << commands;
+  }
+  done = true;
+  other.join();
+  signal(SIGCHLD, SIG_DFL);
+}
+
 TEST_F(ArpProbe, Failures) {
+  SystemDouble system;
   EXPECT_EQ(probe(), 0);  // there is no arping
   EXPECT_TRUE(system.log().empty());
   write_arping("exit 1");
