@@ -75,14 +75,20 @@ class Table {
     std::string text, in_file;
   };
 
-  // A line that begins with a blank continues the one above.
+  // A line that begins with a blank continues the one above; behind a backslash without a blank.
   void read_lines() {
     std::ifstream in(path_);
     std::size_t number = 0;
     for (std::string line; std::getline(in, line);) {
       ++number;
       if (!lines_.empty() && line.starts_with(' ')) {
-        lines_.back().text += ' ' + trimmed(line);
+        std::string &row = lines_.back().text;
+        if (row.ends_with('\\')) {
+          row.pop_back();
+        } else {
+          row += ' ';
+        }
+        row += trimmed(line);
         lines_.back().in_file += '\n' + line;
       } else {
         lines_.push_back({number, line, line});
