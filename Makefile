@@ -1,11 +1,10 @@
-# The front door: each target sets up what it needs. CMake presets are behind it.
-BUILD := cmake --build
-JOBS ?= $(shell nproc)
+# The front door: CMake presets and scripts/ are behind it. JOBS limits parallel compilers.
 
 .PHONY: help setup demo test check mips-test bench lint faults fuzz format docs deb install \
 	uninstall clean target-toolchain target-board target-test target-results target-lab footprint
 
 help:
+	@echo "make setup           install the packages that everything below needs (scripts/setup for parts)"
 	@echo "make demo            see the library at work, in a sandbox that changes nothing of this machine"
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           exported symbols, run-time dependencies, headers alone in C99 and C++17, manual"
@@ -22,31 +21,34 @@ help:
 	@echo "make docs            the reference manual: build/docs/html, man pages in build/docs/man"
 	@echo "make deb             Debian packages for run time, development and manual, in build/packages"
 	@echo "make install         release build and manual, to PREFIX (/usr/local) below DESTDIR"
-	@echo "make uninstall       takes them away again, with the same PREFIX and DESTDIR"
-	@echo "make clean           takes all builds away, the manual too"
+	@echo "make uninstall       removes what install installed; same PREFIX and DESTDIR"
+	@echo "make clean           removes all builds and the manual"
 
+# Installs what every target below needs; `scripts/setup PROFILE` installs for one of them.
 setup:
 	@scripts/setup
 
-demo: setup
-	@cmake --preset release >/dev/null && $(BUILD) --preset release -j $(JOBS) -- --quiet
-	@host/sandbox scripts/demo build/release
+# The two that a new user types first install what they lack. All others say what is missing.
+demo:
+	@scripts/setup demo
+	@scripts/build release
+	@scripts/demo build/release
 
-test: setup
-	cmake --preset dev
-	$(BUILD) --preset dev -j $(JOBS)
-	ctest --preset dev
+test:
+	@scripts/setup test
+	@scripts/test
 
-check: setup
-	cmake --preset release
-	$(BUILD) --preset release -j $(JOBS)
+check:
+	@scripts/setup --check check
+	@scripts/build release
 	scripts/check-library build/release
 	scripts/check-headers
 	scripts/check-manual
 
-mips-test: setup
-	cmake --preset mips
-	$(BUILD) --preset mips -j $(JOBS)
+mips-test:
+	@scripts/setup --check mips
+	@host/sandbox true
+	@scripts/build mips
 	ctest --preset mips
 
 # The product's kind of machine. Toolchain, kernel and tools are built once, into a cache (see target/).
@@ -56,55 +58,60 @@ target-toolchain:
 target-board:
 	target/board
 
-target-test: setup
+target-test:
 	target/test
 
-target-results: setup
+target-results:
 	target/compare-results
 
-target-lab: setup
+target-lab:
 	target/lab
 
-footprint: setup
+footprint:
 	target/footprint
 
-bench: setup
-	cmake --preset release
-	$(BUILD) --preset release -j $(JOBS)
+bench:
+	@scripts/setup --check bench
+	@scripts/build release -DTALVERA_BENCH=ON all benchmarks
 	scripts/bench build/release
 
-lint: setup
+lint:
+	@scripts/setup --check lint
 	scripts/lint
 
-faults: setup
-	cmake --preset dev
-	$(BUILD) --preset dev -j $(JOBS) --target faults
+faults:
+	@scripts/setup --check test
+	@scripts/build dev faults
 	ctest --preset dev -R '^faults$$'
 
 # Seconds for each fuzz target.
 FUZZ_SECONDS ?= 60
-fuzz: setup
-	cmake --preset fuzz
-	$(BUILD) --preset fuzz -j $(JOBS)
+fuzz:
+	@scripts/setup --check fuzz
+	@host/sandbox true
+	@scripts/build fuzz
 	scripts/fuzz $(FUZZ_SECONDS)
 
 format:
-	git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format-14 -i
+	git ls-files '*.c' '*.cpp' '*.h' | xargs $$(scripts/newest clang-format) -i
 
-docs: setup
+docs:
+	@scripts/setup --check docs
 	scripts/manual
 
-deb: docs
-	cmake --preset package
-	$(BUILD) --preset package -j $(JOBS)
+deb:
+	@scripts/setup --check deb
+	scripts/manual
+	@scripts/build package
 	rm -rf build/packages
-	$(BUILD) build/package --target package
+	cmake --build build/package --target package
 	scripts/check-packages build/packages
 
 PREFIX ?= /usr/local
-install uninstall: docs
-	cmake --preset release -DCMAKE_INSTALL_PREFIX=$(PREFIX)
-	$(BUILD) --preset release -j $(JOBS)
+install uninstall:
+	@scripts/setup --check build docs
+	scripts/manual
+	@scripts/build release -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	$(if $(filter install,$@),cmake --install,scripts/uninstall) build/release
 
 clean:

@@ -1,11 +1,9 @@
 /* The system database of a development machine: values from the text file of `key=value` lines that
- * the environment variable TALVERA_SDB names, log lines to standard error. */
+ * the environment variable TALVERA_SDB names. */
 #include <errno.h>
-#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 
 #include "talvera/sdb.h"
 
@@ -32,22 +30,4 @@ int sdb_get(const char *key, char *buffer, size_t size) {
 
 const char *sdb_strerror(int code) {
   return strerror(code);
-}
-
-void sdb_log(int level, const char *format, ...) {
-  const char *name = level <= SDB_LOG_ERROR     ? "error"
-                     : level <= SDB_LOG_WARNING ? "warning"
-                     : level <= SDB_LOG_INFO    ? "info"
-                                                : "debug";
-  const time_t now = time(NULL);
-  struct tm broken_down;
-  char stamp[32];
-  va_list arguments;
-
-  strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", localtime_r(&now, &broken_down));
-  fprintf(stderr, "%s %s: ", stamp, name);
-  va_start(arguments, format);
-  vfprintf(stderr, format, arguments);
-  va_end(arguments);
-  fputc('\n', stderr);
 }

@@ -7,7 +7,7 @@ export LC_ALL=C
 
 project=$(cd "$(dirname "$0")/.." && pwd)
 target=$project/target
-cache=${TALVERA_CACHE:-${XDG_CACHE_HOME:-${HOME:-/var/tmp}/.cache}/talvera}
+cache=${TALVERA_CACHE:-${XDG_CACHE_HOME:-${HOME:-$project/build}/.cache}/talvera}
 jobs=${JOBS:-$(nproc)}
 triple=mips-linux-gnu
 unset MAKEFLAGS MAKELEVEL 2>/dev/null || true
@@ -45,7 +45,7 @@ folder_of() {
 }
 
 # Compiler and sources come from Debian's packages of the same release.
-"$target/packages"
+"$project/scripts/setup" --check target
 toolchain=$(versions g++-$triple uclibc-source gcc-12-source linux-libc-dev-mips-cross |
   folder_of toolchain "$target/toolchain" "$target/compiler" "$target/uclibc.config" \
     "$target/unwind_lookup.c" "$target/fetch-source")

@@ -1,4 +1,5 @@
 # The client certificate blob on the factory partition, and the configuration that processes share.
+# Needs the sandbox.
 set -eu
 
 work=$(mktemp -d)

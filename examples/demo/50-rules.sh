@@ -1,6 +1,7 @@
 # Firewall rules: a TCP connection from outside arrives at an inner host through a pinhole, and no
 # longer does when the pinhole is closed. This script's network namespace is the gateway; two more are
 # the host outside and the one inside, each on a veth pair.
+# Needs the sandbox.
 # shellcheck disable=SC2016 # programs in single quotes have variables of their own
 set -eu
 

@@ -1,5 +1,6 @@
 # The packet log and the interface counters: the firewall logs datagrams to a group, the program that
 # has bound the group gets them, and the interface's counters tell of the same datagrams.
+# Needs the sandbox.
 set -eu
 
 echo "== Packet log and interface counters"

@@ -47,7 +47,7 @@ long handshake(World &world) {
 }
 
 long links(World &) {
-  World::quietly([] { return std::system("rm -rf /var/etc; mkdir -p /var/etc/ssl"); });
+  World::quietly([] { return make_private_var(); });
   const int made = SSL_cert_rehash(files->pem.c_str(), "/var/etc/ssl/one.pem");
   return made + SSL_cert_rehash("/nowhere", "/var/etc/ssl/one.pem");
 }

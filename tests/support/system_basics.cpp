@@ -49,6 +49,7 @@ void syslog(int priority, const char *format, ...) {
   va_start(arguments, format);
   record_log("syslog", LOG_PRI(priority), format, arguments);
   va_end(arguments);
+  talvera::test::spoil_errno();
 }
 
 int sdb_get(const char *key, char *buffer, std::size_t size) {

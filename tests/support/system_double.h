@@ -99,6 +99,9 @@ class Quiet {
   bool judging_;
 };
 
+// While a double lives, calls that succeed may still change errno, as POSIX allows; these do.
+void spoil_errno();
+
 // Adds a line to calls() or log(), if a double is there.
 __attribute__((format(printf, 1, 2))) void record(const char *format, ...);
 void record_log(const char *channel, int level, const char *format, std::va_list arguments);

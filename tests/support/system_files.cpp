@@ -53,7 +53,10 @@ int close(int fd) {
   static auto *const next = real<int(int)>("close");
   if (fd == driver_fd) driver_fd = -1;
   const int result = next(fd);  // the descriptor is gone whatever the call then says
-  return intercept<int>("close", [=] { return result; });
+  return intercept<int>("close", [=] {
+    talvera::test::spoil_errno();
+    return result;
+  });
 }
 
 ssize_t read(int fd, void *buffer, std::size_t size) {

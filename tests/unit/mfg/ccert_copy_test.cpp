@@ -48,7 +48,10 @@ class CcertCopy : public CcertTest {
   static std::string failure(Call call) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(call(), -1);
-    return testing::internal::GetCapturedStderr();
+    const int error = errno;
+    const std::string text = testing::internal::GetCapturedStderr();
+    errno = error;
+    return text;
   }
   int mounts() const { return system.count("mount"); }
 };

@@ -1,0 +1,20 @@
+# Finds OpenSSL, and sees that it is the target's when the build is a cross build.
+set(without "; or leave the TLS family out with -DTALVERA_SSL=OFF")
+find_package(OpenSSL 1.0.2)
+if(NOT OPENSSL_FOUND)
+  message(FATAL_ERROR "There is no OpenSSL 1.0.2 or newer, with headers. Install it (Debian: libssl-dev), or "
+    "name its folder with -DTALVERA_OPENSSL_ROOT${without}.")
+endif()
+if(CMAKE_CROSSCOMPILING)
+  include(CheckCSourceCompiles)
+  set(CMAKE_REQUIRED_LIBRARIES OpenSSL::SSL OpenSSL::Crypto)
+  check_c_source_compiles("#include <openssl/ssl.h>
+    int main(void) { SSL_CTX_free(0); return 0; }" TALVERA_OPENSSL_LINKS)
+  unset(CMAKE_REQUIRED_LIBRARIES)
+  if(NOT TALVERA_OPENSSL_LINKS)
+    message(FATAL_ERROR "${OPENSSL_SSL_LIBRARY} cannot be linked for ${CMAKE_SYSTEM_PROCESSOR}: is it this "
+      "machine's? Let the toolchain file name the target's files alone (CMAKE_SYSROOT, or CMAKE_FIND_ROOT_PATH "
+      "with CMAKE_FIND_ROOT_PATH_MODE_LIBRARY, _INCLUDE and _PACKAGE set to ONLY), or name the folder of the "
+      "target's OpenSSL with -DTALVERA_OPENSSL_ROOT${without}.")
+  endif()
+endif()

@@ -1,0 +1,27 @@
+/* Texts that help and the man page have in common. */
+#ifndef TOOL_HELP_H
+#define TOOL_HELP_H
+
+#include "tool.h"
+
+struct entry {
+  const char *term, *text;
+};
+
+/* Up to an entry without a term. */
+extern const struct entry common_options[], statuses[], environment[];
+extern const char general[];
+
+/* Prints a summary as a sentence of its own. */
+void print_sentence(const char *summary);
+
+/* Calls one of the two functions for each line of an action's details. */
+void each_detail(const struct action *action, void (*paragraph)(const char *text, size_t length),
+                 void (*entry)(const char *term, int term_length, const char *text, size_t length));
+
+/* Help on the program, a group, an action. */
+void print_help(void);
+void print_group_help(const struct group *group);
+void print_action_help(const struct group *group, const struct action *action);
+
+#endif
