@@ -59,6 +59,7 @@ class Session {
   std::map<std::string, std::string> values;  // of "let"
   std::set<std::string> traced, variables;
   bool skipped = false;  // the rest of the group is for other machines
+  bool silent = false;   // log lines are not shown
   int error = 0;         // errno after the last call
 
  private:
