@@ -20,9 +20,8 @@ CONSTANTS(O_RDONLY, O_WRONLY, O_RDWR, kWriteNew, kReadWriteNew, PROT_READ, kRead
           X_OK);
 
 BIND(dir_exists, uf_path_exists, uf_full_read, uf_full_write, file_diff, file_write_string,
-     file_delete, pfs_clearing_set, pfs_newbox, pfs_forget_files, pfs_forget_file,
-     pfs_remember_file, pfs_commit, rand_read, urand_read, rand_generate_uint32,
-     urand_generate_uint32, hostname_to_addr);
+     file_delete, rand_read, urand_read, rand_generate_uint32, urand_generate_uint32,
+     hostname_to_addr);
 DIRECTIVE(umask, [](unsigned mask) { umask(static_cast<mode_t>(mask)); });
 
 // ---- Formatted texts: each binding has a format with several arguments --------------------------

@@ -10,6 +10,7 @@
 #include "runner/bind.h"
 #include "talvera/ipc_msgq.h"
 #include "talvera/process.h"
+#include "talvera/utils.h"
 
 namespace talvera::test {
 
@@ -21,7 +22,8 @@ namespace {
 CONSTANTS(SIGHUP, SIGTERM, FD_SETSIZE);
 
 BIND(process_find, process_find_all, process_get_from_file, process_signal, process_wait,
-     process_stop);
+     process_stop, pfs_clearing_set, pfs_newbox, pfs_forget_files, pfs_forget_file,
+     pfs_remember_file, pfs_commit);
 BIND_AS(process_queue_signal, [](pid_t pid, int signal, std::uintptr_t word) {
   union sigval value = {};
   value.sival_ptr = reinterpret_cast<void *>(word);

@@ -76,8 +76,7 @@ TEST(Address, Texts) {
   EXPECT_EQ(netu_atoipv6("2001:db8::9", bytes + 1), 1);
   EXPECT_EQ(std::memcmp(bytes, "\xA5\x20\x01\x0D\xB8\0\0\0\0\0\0\0\0\0\0\0\x09\xA5", 18), 0);
 
-  for (const char *bad :
-       {"1.2.3.4.5", "gw", "", "0.512", "01.2.3.4", "1.2.3.00", (const char *)nullptr}) {
+  for (const char *bad : {"1.2.3.4.5", "gw", "", "0.512", (const char *)nullptr}) {
     EXPECT_EQ(netu_atoipv4(bad, bytes), 0);
     EXPECT_EQ(netu_atoipv6(bad, bytes), 0);
   }
@@ -85,7 +84,6 @@ TEST(Address, Texts) {
   EXPECT_EQ(netu_atoipv4("::1", nullptr), 0);
   EXPECT_EQ(netu_atoipv6("1.2.3.4", nullptr), 0);
   EXPECT_EQ(netu_atoipv6("::ffff:1.2.3.4", nullptr), 1);
-  EXPECT_EQ(netu_atoipv6("::ffff:1.02.3.4", nullptr), 0);
 }
 
 TEST(MacAddress, ToText) {
@@ -132,7 +130,6 @@ TEST(InterfaceName, OfAnIndex) {
   system.fail("socket", EMFILE);
   EXPECT_EQ(netu_ifindex2name(index, name), -1);
   EXPECT_STREQ(name, "kept");
-  EXPECT_EQ(netu_ifindex2name(index, nullptr), -1);
 }
 
 }  // namespace

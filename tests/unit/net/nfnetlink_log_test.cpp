@@ -125,11 +125,6 @@ TEST_F(PacketLog, RefusedRequestsChangeNothing) {
   kernel.sent.clear();
   system.fail("calloc", ENOMEM);
   EXPECT_EQ(nfnetlink_log_bind_group(log, 3), nullptr);
-  EXPECT_EQ(nfnetlink_log_bind_group(nullptr, 3), nullptr);
-  EXPECT_EQ(nfnetlink_log_bind_pf(nullptr, 2), -1);
-  EXPECT_EQ(nfnetlink_log_setmode(nullptr, 2, 1), -1);
-  EXPECT_EQ(nfnetlink_log_unbind_group(nullptr), -1);
-  EXPECT_EQ(nfnetlink_log_register_handler(nullptr, nullptr, nullptr), -1);
   EXPECT_TRUE(kernel.sent.empty());
 }
 
@@ -185,23 +180,49 @@ TEST_F(PacketLog, PacketsGoToTheirGroup) {
   }
 }
 
-// A request's result is that of the handler that ends its wait; the mode's is -1.
+// Packets that arrive before the acknowledgement end the wait: a handler by its result, several in
+// one datagram by what stands behind them. That is the result of a request, but what is bound or
+// unbound goes by the acknowledgement, and the next request does not find it in its way.
 TEST_F(PacketLog, PacketsDuringARequest) {
   nfnetlink_log_group *one = nfnetlink_log_bind_group(log, 1);
   Seen seen;
-  seen.result = -7;
   nfnetlink_log_register_handler(one, Seen::handler, &seen);
-  kernel.acknowledge = false;
-  for (int i = 0; i < 3; ++i)
-    kernel.deliver(packet(1));
-  EXPECT_EQ(nfnetlink_log_bind_pf(log, 2), -7);
-  EXPECT_EQ(nfnetlink_log_unbind_pf(log, 2), -7);
-  EXPECT_EQ(nfnetlink_log_setmode(one, 2, 1), -1);
+  const Bytes several = packet(1) + packet(1) + message(NLMSG_DONE, u32(0));
+  for (const auto &[handler_result, datagram, result] :
+       {std::tuple{-7, packet(1), -7}, {0, packet(1), 0}, {1, several, -1}}) {
+    SCOPED_TRACE(result);
+    seen.result = handler_result;
+    const auto while_packets_come = [&](auto request) {
+      kernel.deliver(datagram);
+      kernel.deliver(packet(1));
+      return request();
+    };
+    const auto bind_pf = [&] { return nfnetlink_log_bind_pf(log, 2); };
+    EXPECT_EQ(while_packets_come(bind_pf), result);
+    EXPECT_EQ(while_packets_come([&] { return nfnetlink_log_unbind_pf(log, 2); }), result);
+    EXPECT_EQ(while_packets_come([&] { return nfnetlink_log_setmode(one, 2, 1); }),
+              result < 0 ? -1 : 0);
+    nfnetlink_log_group *two = while_packets_come([&] { return nfnetlink_log_bind_group(log, 2); });
+    ASSERT_NE(two, nullptr);
+    EXPECT_EQ(log->groups, two);
+    system.fail("recvfrom", ENOBUFS, 1);  // once the wait has ended
+    EXPECT_EQ(while_packets_come([&] { return nfnetlink_log_unbind_group(two); }), 0);
+    EXPECT_EQ(log->groups, one);
+    EXPECT_TRUE(kernel.queue.empty());
+
+    // Refused, as far as the kernel is concerned, and then not answered at all.
+    kernel.acknowledge = false;
+    kernel.deliver(datagram);
+    kernel.deliver(error_message(-EBUSY, log->netlink->sequence + 1));
+    EXPECT_EQ(error_of(nfnetlink_log_bind_group(log, 3)), EBUSY);
+    EXPECT_EQ(while_packets_come(bind_pf), result);
+    kernel.acknowledge = true;
+  }
 }
 
 TEST_F(PacketLog, PacketsWithoutAHandlerFail) {
   nfnetlink_log_group *one = nfnetlink_log_bind_group(log, 1);
-  EXPECT_EQ(dispatch(packet(2)), -1);
+  EXPECT_EQ(error_of(dispatch(packet(2))), ENOENT);
   EXPECT_EQ(dispatch(packet(1)), -1);
   Seen seen;
   nfnetlink_log_register_handler(one, Seen::handler, &seen);

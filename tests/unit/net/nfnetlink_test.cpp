@@ -78,10 +78,6 @@ TEST_F(NetlinkSubsystems, TakeAndFreeSlots) {
   EXPECT_NE(nfnetlink_subsys_open(handle, 16, 0, 0), nullptr);
   // In use with no callbacks, too.
   EXPECT_EQ(error_of(nfnetlink_subsys_open(handle, 16, 0, 0)), EBUSY);
-  EXPECT_EQ(error_of(nfnetlink_subsys_open(handle, 17, 1, 0)), EINVAL);
-  EXPECT_EQ(error_of(nfnetlink_subsys_open(nullptr, 1, 1, 0)), EINVAL);
-  EXPECT_EQ(nfnetlink_subsys_close(nullptr), -1);
-  EXPECT_EQ(nfnetlink_close(nullptr), -1);
 }
 
 TEST_F(NetlinkSubsystems, GroupsAreOnlyAdded) {
@@ -106,7 +102,6 @@ TEST_F(NetlinkSubsystems, GroupsAreOnlyAdded) {
   system.fail("calloc", ENOMEM);
   EXPECT_EQ(nfnetlink_subsys_open(handle, 2, 1, 0x10), nullptr);
   EXPECT_EQ(kernel.bound.size(), binds + 1);
-  EXPECT_EQ(nfnetlink_rebind(nullptr), -1);
 }
 
 TEST(NetlinkPack, AppendsOnFourByteBoundaries) {
@@ -131,8 +126,6 @@ TEST(NetlinkPack, AppendsOnFourByteBoundaries) {
   EXPECT_EQ(length_with(&odd, sizeof odd), 19U);
   EXPECT_EQ(length_with("!", 1), 23U);
   EXPECT_EQ(buffer[19], '!');
-  EXPECT_EQ(nfnetlink_msg_pack(nullptr, "x", 1), -1);
-  EXPECT_EQ(nfnetlink_msg_pack(request, nullptr, 1), -1);
   EXPECT_EQ(request->nlmsg_len, 23U);
 }
 
@@ -147,8 +140,6 @@ TEST_F(NetlinkTransfer, SendsToTheKernel) {
   EXPECT_EQ(kernel.sent_to.nl_pid, 0U);
   system.fail("sendto", ENOBUFS);
   EXPECT_EQ(nfnetlink_send(handle, request), -1);
-  EXPECT_EQ(nfnetlink_send(nullptr, request), -1);
-  EXPECT_EQ(nfnetlink_send(handle, nullptr), -1);
   EXPECT_EQ(kernel.sent.size(), 1U);
 }
 
@@ -164,8 +155,6 @@ TEST_F(NetlinkTransfer, ReceivesFromTheKernelAlone) {
   EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), 7);
   EXPECT_EQ(nfnetlink_receive(handle, buffer, 7), 0);
   EXPECT_EQ(error_of(nfnetlink_receive(handle, buffer, 7)), EAGAIN);
-  EXPECT_EQ(nfnetlink_receive(nullptr, buffer, 7), -1);
-  EXPECT_EQ(nfnetlink_receive(handle, nullptr, 7), -1);
 }
 
 class NetlinkAcknowledgement : public NetlinkTest {
@@ -191,7 +180,6 @@ TEST_F(NetlinkAcknowledgement, EndsTheWait) {
   system.fail("sendto", EPERM);
   EXPECT_EQ(result_of({acknowledged}), -1);
   EXPECT_EQ(kernel.queue.size(), 1U);
-  EXPECT_EQ(nfnetlink_send_wait_ack(nullptr, nullptr), -1);
 }
 
 TEST_F(NetlinkAcknowledgement, SignalsInterruptNothing) {
@@ -214,7 +202,7 @@ TEST_F(NetlinkAcknowledgement, ErrorsKeepTheWaitGoing) {
 }
 
 TEST_F(NetlinkAcknowledgement, OfAnotherRequestFails) {
-  EXPECT_EQ(result_of({error_message(0, handle->sequence - 1)}), -1);
+  EXPECT_EQ(error_of(result_of({error_message(0, handle->sequence - 1)})), EPROTO);
   // The first message of a datagram is the one that is asked.
   EXPECT_EQ(result_of({error_message(-1, handle->sequence) + error_message(0, 1)}), 0);
 }

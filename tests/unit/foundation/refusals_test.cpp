@@ -1,0 +1,185 @@
+// The errno of every failure that the library itself finds, through all families but TLS.
+#include <gtest/gtest.h>
+#include <sys/shm.h>
+
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include "support/errors.h"
+#include "support/temp_dir.h"
+#include "talvera/args.h"
+#include "talvera/ccert.h"
+#include "talvera/encode.h"
+#include "talvera/ipc_msgq.h"
+#include "talvera/ipdiag.h"
+#include "talvera/ipt.h"
+#include "talvera/list.h"
+#include "talvera/mfg.h"
+#include "talvera/netu.h"
+#include "talvera/nfnetlink.h"
+#include "talvera/nvram.h"
+#include "talvera/of.h"
+#include "talvera/scan.h"
+#include "talvera/utils.h"
+
+namespace talvera::test {
+namespace {
+
+// A call that gave -1 or null, by its error.
+struct Refusal {
+  template <typename Result>
+  Refusal(Result result) : error(error_of(result)) {}
+  int error;
+};
+
+void expect_errors(int expected, std::initializer_list<Refusal> refusals) {
+  int number = 0;
+  for (const Refusal &refusal : refusals)
+    EXPECT_EQ(refusal.error, expected) << "call " << number++;
+}
+
+class Refusals : public ::testing::Test {
+ protected:
+  Refusals() { errno = 0; }
+  char text[64] = "x";
+};
+
+TEST_F(Refusals, Lists) {
+  list_obj list, open, other;
+  for (list_obj *made : {&list, &open}) {
+    list_init(made);
+    list_append(made, text);
+    list_append(made, text);
+  }
+  list_attributes_comparator(&open, list_comparator_string);
+  list_iterator_start(&open);
+  expect_errors(
+      EINVAL,
+      {list_init(nullptr), list_attributes_comparator(nullptr, nullptr),
+       list_attributes_seeker(nullptr, nullptr), list_attributes_copy(nullptr, nullptr, 0),
+       list_attributes_copy(&list, nullptr, 1), list_attributes_hash_computer(nullptr, nullptr),
+       list_attributes_serializer(nullptr, nullptr), list_attributes_unserializer(nullptr, nullptr),
+       list_insert_at(&list, text, 3), list_delete_at(&list, 2), list_delete_range(&list, 1, 0),
+       list_delete_range(&list, 0, 2), list_sort(&list, 1), list_concat(nullptr, &list, &other),
+       list_concat(&list, nullptr, &other), list_concat(&list, &open, nullptr),
+       list_concat(&list, &open, &list), list_concat(&list, &open, &open)});
+  expect_errors(EBUSY, {list_insert_at(&open, text, 0), list_append(&open, text),
+                        list_prepend(&open, text), list_delete_at(&open, 0),
+                        list_delete_range(&open, 0, 0), list_clear(&open), list_sort(&open, 1)});
+  list_destroy(&list);
+  list_destroy(&open);
+}
+
+TEST_F(Refusals, Netlink) {
+  nfnetlink_handle handle{};
+  nlmsghdr message = {sizeof message, 17 << 8, 0, 0, 0};
+  nfnetlink_log_group group{};
+  nfnetlink_log log = {&handle, nullptr, &group};
+  const nlattr *table[1];
+  const nlattr attribute{};
+  const auto unpack = [&](unsigned type, unsigned size) {
+    char datagram[20] = {};
+    message = {size, static_cast<std::uint16_t>(type), 0, 0, 0};
+    std::memcpy(datagram, &message, sizeof message);
+    return nfnetlink_msg_unpack(&handle, datagram, static_cast<int>(size));
+  };
+  expect_errors(EINVAL, {nfnetlink_rebind(nullptr),
+                         nfnetlink_subsys_open(nullptr, 0, 1, 0),
+                         nfnetlink_subsys_open(&handle, 17, 1, 0),
+                         nfnetlink_subsys_close(nullptr),
+                         nfnetlink_close(nullptr),
+                         nfnetlink_msg_pack(nullptr, text, 1),
+                         nfnetlink_msg_pack(&message, nullptr, 1),
+                         nfnetlink_send(nullptr, &message),
+                         nfnetlink_send(&handle, nullptr),
+                         nfnetlink_send_wait_ack(nullptr, &message),
+                         nfnetlink_send_wait_ack(&handle, nullptr),
+                         nfnetlink_receive(nullptr, text, 1),
+                         nfnetlink_receive(&handle, nullptr, 1),
+                         nfnetlink_msg_parse_attr(nullptr, 1, &attribute, 4),
+                         nfnetlink_msg_parse_attr(table, 0, &attribute, 4),
+                         nfnetlink_msg_parse_attr(table, 1, nullptr, 4),
+                         nfnetlink_msg_unpack(nullptr, &message, 16),
+                         nfnetlink_msg_unpack(&handle, nullptr, 16),
+                         nfnetlink_log_bind_pf(nullptr, 2),
+                         nfnetlink_log_unbind_pf(nullptr, 2),
+                         nfnetlink_log_bind_group(nullptr, 0),
+                         nfnetlink_log_register_handler(nullptr, nullptr, nullptr),
+                         nfnetlink_log_unbind_group(nullptr),
+                         nfnetlink_log_setmode(nullptr, 1, 1),
+                         netu_ifindex2name(1, nullptr)});
+  expect_errors(EBADMSG, {unpack(NLMSG_ERROR, 16), unpack(0, 16)});
+  expect_errors(EOPNOTSUPP, {unpack(17 << 8, 20), unpack(0, 20)});
+  expect_errors(EBUSY, {nfnetlink_log_bind_group(&log, 0x10000)});
+}
+
+TEST_F(Refusals, TextsAndNumbers) {
+  int low, high;
+  long number;
+  unsigned long natural;
+  unsigned char bytes[8];
+  unsigned int room = 4, decoded = 1;
+  expect_errors(
+      EINVAL, {ValidateUlong(text, &natural), ValidateLong(text, &number),
+               strtol_range(&number, "1x", 0, 9), base64_decode(nullptr, 4, bytes, &room),
+               base64_decode("", 0, nullptr, &room), base64_decode("", 0, bytes, nullptr),
+               base64_decode("TWE", 3, bytes, &room), entities_hex_encode(text, 0, "a"),
+               entities_hex_encode(nullptr, 4, "a"), entities_hex_encode(text, 8, nullptr),
+               entities_hex_encode_in_place(0, text), ipt_calc_portrange("x", 1, text, sizeof text),
+               ipt_calc_portrange("1-2", 1, text, sizeof text),
+               ipt_calc_portrange("1:x", 2, text, sizeof text), check_tcp_flags(nullptr),
+               check_tcp_flags("SYN"), check_tcp_flags("SYN,SYN ACK"),
+               ipdiag_tr_makeparam(nullptr, "", 0, 0, 0, 0, 0, 0, 0, text, 0, 64)});
+  expect_errors(ARGS_ERROR_RANGE,
+                {str_to_port_range("2-1", &low, &high), strtol_range(&number, "10", 0, 9)});
+  expect_errors(ENOSPC,
+                {base64_encode(bytes, 1, text, &room), base64_decode("TWFu", 4, bytes, &decoded),
+                 entities_hex_encode(text, 1, ""), entities_hex_encode(text, 3, "abc")});
+}
+
+TEST_F(Refusals, FilesAndStores) {
+  const TempDir dir;
+  const std::string folder = dir.path();
+  const std::string empty = dir.write("empty", "");
+  filemap map;
+  unsigned char byte = 0;
+  unsigned char *block;
+  unsigned int length;
+  std::int32_t count;
+  of_files_info *set = nullptr;
+  of_files_info none = {1, 0, nullptr};
+  of_file_info item = {};
+  shmid_ds status;
+  expect_errors(ENODATA, {filemap_open(empty.c_str(), &map, 0, 0),
+                          uf_readall(folder.c_str(), "empty", &block, &length)});
+  expect_errors(EINVAL, {file_write_string(empty.c_str(), 1, 0, nullptr),
+                         file_append_write("%s", nullptr, empty.c_str()),
+                         file_create_write("%s", nullptr, empty.c_str()),
+                         of_init_files_info(&set, nullptr, folder.c_str()),
+                         of_set_order_for_item(&none, &item, 1),
+                         ipc_msgq_send(nullptr, text, 1),
+                         ipc_msgq_receive(nullptr, text, 1),
+                         nvram_init(nullptr, 1),
+                         nvram_open(nullptr),
+                         nvram_id(nullptr),
+                         nvram_detach(nullptr),
+                         nvram_exit(nullptr),
+                         nvram_stat(&status),
+                         nvram_lock(),
+                         nvram_unlock(),
+                         nvram_set(nullptr, text),
+                         nvram_unset(nullptr),
+                         mfg_wlcal_get(&byte, 1792, 1),
+                         mfg_wlcal_set(&byte, 1793, 0),
+                         ccert_get_data_from_index(0, &block, &length, nullptr, nullptr)});
+  expect_errors(ENOENT, {file_delete(empty.c_str()), ccert_get_client_cert(&block, &length),
+                         ccert_get_client_private_key(&block, &length)});
+  expect_errors(ENAMETOOLONG, {ipdiag_tr_resptime(std::string(64, 'n').c_str(), &count)});
+  expect_errors(EIO, {mfg_ccert_get(nullptr), mfg_ccert_set(nullptr)});
+  expect_errors(ENOSYS, {MEAPCA_ExtractBareRSAKeyFromPKCS8(&block, &length), MEAPCA_convertKeyPEM(),
+                         MKEY_Decrypt(&byte, 1)});
+}
+
+}  // namespace
+}  // namespace talvera::test
