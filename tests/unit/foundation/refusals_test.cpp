@@ -14,7 +14,6 @@
 #include "talvera/ipc_msgq.h"
 #include "talvera/ipdiag.h"
 #include "talvera/ipt.h"
-#include "talvera/list.h"
 #include "talvera/mfg.h"
 #include "talvera/netu.h"
 #include "talvera/nfnetlink.h"
@@ -44,32 +43,6 @@ class Refusals : public ::testing::Test {
   Refusals() { errno = 0; }
   char text[64] = "x";
 };
-
-TEST_F(Refusals, Lists) {
-  list_obj list, open, other;
-  for (list_obj *made : {&list, &open}) {
-    list_init(made);
-    list_append(made, text);
-    list_append(made, text);
-  }
-  list_attributes_comparator(&open, list_comparator_string);
-  list_iterator_start(&open);
-  expect_errors(
-      EINVAL,
-      {list_init(nullptr), list_attributes_comparator(nullptr, nullptr),
-       list_attributes_seeker(nullptr, nullptr), list_attributes_copy(nullptr, nullptr, 0),
-       list_attributes_copy(&list, nullptr, 1), list_attributes_hash_computer(nullptr, nullptr),
-       list_attributes_serializer(nullptr, nullptr), list_attributes_unserializer(nullptr, nullptr),
-       list_insert_at(&list, text, 3), list_delete_at(&list, 2), list_delete_range(&list, 1, 0),
-       list_delete_range(&list, 0, 2), list_sort(&list, 1), list_concat(nullptr, &list, &other),
-       list_concat(&list, nullptr, &other), list_concat(&list, &open, nullptr),
-       list_concat(&list, &open, &list), list_concat(&list, &open, &open)});
-  expect_errors(EBUSY, {list_insert_at(&open, text, 0), list_append(&open, text),
-                        list_prepend(&open, text), list_delete_at(&open, 0),
-                        list_delete_range(&open, 0, 0), list_clear(&open), list_sort(&open, 1)});
-  list_destroy(&list);
-  list_destroy(&open);
-}
 
 TEST_F(Refusals, Netlink) {
   nfnetlink_handle handle{};
