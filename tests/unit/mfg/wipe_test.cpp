@@ -8,8 +8,10 @@
 #if defined(__SANITIZE_ADDRESS__)
 #include <malloc.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 
 // Of the sanitizers' run-time library, for which GCC has no header.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *,
@@ -40,7 +42,7 @@ std::pair<int, int> watched(Call call) {
   return {result, secrets_freed};
 }
 
-TEST(Wipe, TheWorkingCopyOfAnEncryptedKey) {
+TEST(Wipe, NoKeyIsLeftInFreedMemory) {
   ASSERT_NE(__sanitizer_install_malloc_and_free_hooks([](const volatile void *, std::size_t) {},
                                                       look_for_secret),
             0);
@@ -50,20 +52,25 @@ TEST(Wipe, TheWorkingCopyOfAnEncryptedKey) {
   };
   EXPECT_EQ(watched(free_a_copy), std::pair(0, 1));  // the hook sees what is left in a block
 
-  SystemDouble system;
-  std::string file(0x20000, '\0');
-  const std::string blob = make_blob({{kSecret, CCERT_KEY_PKCS8, CCERT_FLAG_ENCRYPTED}});
-  file.replace(0x1C000, blob.size(), blob);
-  std::FILE *const stream =
-      std::fopen((system.platform().flash_directory() + "/mfg.dat").c_str(), "wb");
-  std::fwrite(file.data(), 1, file.size(), stream);
-  std::fclose(stream);
-  ASSERT_EQ(ccert_init(), 0);
   unsigned char *key = nullptr;
   std::uint32_t length = 0;
-  EXPECT_EQ(watched([&] { return ccert_get_client_private_key(&key, &length); }), std::pair(0, 0));
-  EXPECT_EQ(key, nullptr);
-  ccert_deinit();
+  for (const std::uint32_t type : {CCERT_KEY_PLAIN, CCERT_KEY_PKCS8}) {
+    SystemDouble system;
+    const std::string file = system.platform().flash_directory() + "/mfg.dat";
+    std::ofstream(file, std::ios::binary) << std::string(0x20000, '\xFF');
+    const std::string blob = make_blob({{kSecret + '.', type, CCERT_FLAG_ENCRYPTED}});
+    const auto *bytes = reinterpret_cast<const unsigned char *>(blob.data());
+    EXPECT_EQ(watched([=] { return ccert_install_cert_blob(bytes, 1); }), std::pair(0, 0));
+    EXPECT_EQ(watched(ccert_init), std::pair(0, 0));
+    EXPECT_EQ(watched([&] { return ccert_get_client_private_key(&key, &length); }),
+              std::pair(0, 0));
+    std::free(key);
+    EXPECT_EQ(watched(ccert_deinit), std::pair(0, 0));
+    // The blob is the fourth that is read, here to its last byte but one.
+    system.shorten("read", blob.size() - 1, 3);
+    system.fail("read", EPERM, 3);
+    EXPECT_EQ(watched(ccert_init), std::pair(-1, 0));
+  }
 }
 
 }  // namespace

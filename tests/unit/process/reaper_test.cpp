@@ -1,14 +1,11 @@
-// What handlers of signals do and meet: the reaper of children, a wait that a signal ends.
+// The handler that collects children.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 
-#include "support/temp_dir.h"
-#include "talvera/ipc_msgq.h"
 #include "talvera/process.h"
 
 namespace talvera::test {
@@ -57,21 +54,6 @@ TEST(Reaper, CollectsEveryChildAndDisturbsNothing) {
   reaper.sa_handler(SIGCHLD);
   EXPECT_EQ(errno, E2BIG);
   EXPECT_EQ(kill(child, 0), -1);
-}
-
-// Even one whose handler restarts other calls.
-TEST(Receive, EndsWithASignal) {
-  const TempDir dir;
-  ipc_msgq *const queue = ipc_msgq_createByName((dir / "queue").c_str());
-  ASSERT_NE(queue, nullptr);
-  signal(SIGALRM, [](int) {});
-  alarm(1);
-  char buffer[4];
-  EXPECT_EQ(ipc_msgq_receive(queue, buffer, sizeof buffer), -1);
-  EXPECT_EQ(errno, EINTR);
-  signal(SIGALRM, SIG_DFL);
-  close(queue->fd);
-  std::free(queue);
 }
 
 }  // namespace
