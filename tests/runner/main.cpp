@@ -75,7 +75,8 @@ class Table {
     std::string text, in_file;
   };
 
-  // A line that begins with a blank continues the one above; behind a backslash without a blank.
+  // A line that begins with a blank continues the one above, after a backslash without a
+  // blank between.
   void read_lines() {
     std::ifstream in(path_);
     std::size_t number = 0;

@@ -3,11 +3,14 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <vector>
 
 #include "support/system_double.h"
+#include "talvera/ipc_msgq.h"
 #include "talvera/process.h"
 #include "talvera/utils.h"
 
@@ -48,6 +51,17 @@ TEST_F(Interrupted, OutputIsReadToItsEnd) {
   EXPECT_EQ(pfs_forget_files("etc"), 0);
   EXPECT_EQ(system.calls(), Texts({"popen /sbin/pfs -l", "system /sbin/pfs -r /etc/a\n",
                                    "system /sbin/pfs -r /etc/b\n"}));
+}
+
+TEST_F(Interrupted, AMessageIsWaitedForNoMore) {
+  const TempDir dir;
+  ipc_msgq *const queue = ipc_msgq_createByName((dir / "queue").c_str());
+  ASSERT_NE(queue, nullptr);
+  char buffer[4];
+  EXPECT_EQ(ipc_msgq_receive(queue, buffer, sizeof buffer), -1);
+  EXPECT_EQ(errno, EINTR);
+  close(queue->fd);
+  std::free(queue);
 }
 
 TEST_F(Interrupted, SleepsAreSleptOut) {
