@@ -59,8 +59,10 @@ DIRECTIVE(redirect, [](Call &call, const std::string &path, const std::string &t
   system(call).redirect(path, target);
 });
 DIRECTIVE(env, [](Call &call, const std::string &name, const std::string &value) {
+  const char *const former = std::getenv(name.c_str());
+  call.session().variables.try_emplace(
+      name, former != nullptr ? std::optional<std::string>(former) : std::nullopt);
   setenv(name.c_str(), value.c_str(), 1);
-  call.session().variables.insert(name);
 });
 // file "<tmp>/name" "content"
 DIRECTIVE(file, [](const std::string &path, const std::string &content) {
