@@ -20,6 +20,7 @@ namespace {
 DIRECTIVE(shell, [](const std::string &command) {
   if (std::system(command.c_str()) != 0) throw TableError("command failed");
 });
+
 // ---- Filters ----------------------------------------------------------------------------------
 
 int listed(const char *name) {
