@@ -1,4 +1,7 @@
 // What rows can arrange and ask beside the library's functions.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <ctime>
 
@@ -71,6 +74,28 @@ DIRECTIVE(file, [](const std::string &path, const std::string &content) {
   std::fwrite(content.data(), 1, content.size(), file);
   std::fclose(file);
 });
+// pad name "<tmp>/file" 255: "$name" is this path with as many slashes more as make it that long.
+DIRECTIVE(pad, [](Call &call, const std::string &name, const std::string &path, std::size_t length) {
+  if (path.size() > length) throw TableError("path too long");
+  std::string &padded = call.session().values[name] = path;
+  padded.insert(path.rfind('/'), length - path.size(), '/');
+});
+// shell "ln -s a <tmp>/b"
+DIRECTIVE(shell, [](const std::string &command) {
+  if (std::system(command.c_str()) != 0) throw TableError("command failed");
+});
+// The group's calls meet a process without standard input, whose next descriptor is 0.
+struct WithoutInput {
+  int saved = dup(STDIN_FILENO);
+  WithoutInput() { close(STDIN_FILENO); }
+  ~WithoutInput() {
+    dup2(saved, STDIN_FILENO);
+    close(saved);
+  }
+  WithoutInput(const WithoutInput &) = delete;
+  WithoutInput &operator=(const WithoutInput &) = delete;
+};
+DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
 // buffer name [16]: "$name" is this memory until the group's end.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();
@@ -105,6 +130,14 @@ DIRECTIVE(count,
 DIRECTIVE(errno, [](Call &call) {
   const int error = call.session().error;
   return error == 0 ? std::string("0") : error_name(error);
+});
+// The permissions of a file, in octal.
+DIRECTIVE(mode, [](const std::string &path) {
+  struct stat status = {};
+  if (stat(path.c_str(), &status) != 0) return std::string("none");
+  char text[16];
+  std::snprintf(text, sizeof text, "%#o", static_cast<unsigned>(status.st_mode & 07777U));
+  return std::string(text);
 });
 DIRECTIVE(content, [](const std::string &path) { return quoted(read_file(path)); });
 

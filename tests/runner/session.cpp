@@ -141,6 +141,7 @@ std::string Session::complaint() {
   states_.clear();
   for (const auto &[name, object] : objects)
     if (object.memory != nullptr && !object.memory->intact()) return "bytes around $" + name;
+  if (system.platform().mounted()) return "the flash partition mounted";
   const int open = open_descriptors();
   if (open != descriptors_) return std::to_string(open - descriptors_) + " descriptors left open";
   return {};
