@@ -1,4 +1,5 @@
 // What rows can arrange and ask beside the library's functions.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,11 +76,12 @@ DIRECTIVE(file, [](const std::string &path, const std::string &content) {
   std::fclose(file);
 });
 // pad name "<tmp>/file" 255: "$name" is this path with as many slashes more as make it that long.
-DIRECTIVE(pad, [](Call &call, const std::string &name, const std::string &path, std::size_t length) {
-  if (path.size() > length) throw TableError("path too long");
-  std::string &padded = call.session().values[name] = path;
-  padded.insert(path.rfind('/'), length - path.size(), '/');
-});
+DIRECTIVE(pad,
+          [](Call &call, const std::string &name, const std::string &path, std::size_t length) {
+            if (path.size() > length) throw TableError("path too long");
+            std::string &padded = call.session().values[name] = path;
+            padded.insert(path.rfind('/'), length - path.size(), '/');
+          });
 // shell "ln -s a <tmp>/b"
 DIRECTIVE(shell, [](const std::string &command) {
   if (std::system(command.c_str()) != 0) throw TableError("command failed");
@@ -89,8 +91,9 @@ struct WithoutInput {
   int saved = dup(STDIN_FILENO);
   WithoutInput() { close(STDIN_FILENO); }
   ~WithoutInput() {
+    const bool left_open = fcntl(STDIN_FILENO, F_GETFD) != -1;
     dup2(saved, STDIN_FILENO);
-    close(saved);
+    if (!left_open) close(saved);  // else it counts as a descriptor left open
   }
   WithoutInput(const WithoutInput &) = delete;
   WithoutInput &operator=(const WithoutInput &) = delete;
@@ -102,16 +105,24 @@ DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const auto &object = call.session().object(name, value.size, 1, false);
   value.bytes.copy(object.data, value.bytes.size());
 });
-// only time64: the rest of the group is for machines of that kind.
+// only time64: the rest of the group is for machines of that kind. Those of MIPS have error numbers
+// of their own.
 DIRECTIVE(only, [](Call &call, const std::string &kind) {
 #ifdef __UCLIBC__
   constexpr bool kGlibc = false;
 #else
   constexpr bool kGlibc = true;
 #endif
+#ifdef __mips__
+  constexpr bool kMips = true;
+#else
+  constexpr bool kMips = false;
+#endif
   const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
-                                             {"glibc", kGlibc}};
+                                             {"glibc", kGlibc},
+                                             {"mips", kMips},
+                                             {"host", !kMips}};
   if (!kinds.contains(kind)) throw TableError("no kind " + kind);
   call.session().skipped = !kinds.at(kind);
 });
@@ -123,6 +134,8 @@ DIRECTIVE(trace, [](Call &call) {
   while (call.has_more())
     call.session().traced.insert(call.take().bytes);
 });
+// Log lines are shown no more.
+DIRECTIVE(silence, [](Call &call) { call.session().silent = true; });
 // How often a call was made in this group.
 DIRECTIVE(count,
           [](Call &call, const std::string &name) { return system(call).count(name.c_str()); });

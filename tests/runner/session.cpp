@@ -52,6 +52,13 @@ std::string taken(int fd) {
   return text;
 }
 
+// A call as it is, unless that could not be read: then as a text.
+std::string in_brackets(const std::string &call) {
+  const std::string text = quoted(call + '\0');
+  const bool plain = text == '"' + call + '"' && call.find('\'') == call.npos;
+  return '[' + (plain ? call : text) + ']';
+}
+
 const char *level_name(int level) {
   static constexpr const char *kNames[] = {"emerg",   "alert",  "crit", "err",
                                            "warning", "notice", "info", "debug"};
@@ -125,6 +132,7 @@ std::vector<std::string> Session::effects() {
   }
   for (; lines_seen_ < system.log().size(); ++lines_seen_) {
     const LogLine &line = system.log()[lines_seen_];
+    if (silent) continue;
     found.push_back(line.channel + '.' + level_name(line.level) + ' ' +
                     quoted(shown(line.text) + '\0'));
   }
@@ -132,7 +140,7 @@ std::vector<std::string> Session::effects() {
     const std::string &call = system.calls()[calls_seen_];
     const std::string name = call.substr(0, call.find(' '));
     if (traced.contains(name) || traced.contains("all"))
-      found.push_back('[' + shown_call(call) + ']');
+      found.push_back(in_brackets(shown_call(call)));
   }
   return found;
 }

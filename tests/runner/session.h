@@ -62,6 +62,7 @@ class Session {
   std::set<std::string> traced;
   std::map<std::string, std::optional<std::string>> variables;  // what they were before the group
   bool skipped = false;  // the rest of the group is for other machines
+  bool silent = false;   // log lines are not shown
   int error = 0;         // errno after the last call
 
  private:
