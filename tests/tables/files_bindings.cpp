@@ -17,10 +17,6 @@ inline constexpr auto kFields<of_file_info> = std::tuple(&of_file_info::name, &o
 
 namespace {
 
-DIRECTIVE(shell, [](const std::string &command) {
-  if (std::system(command.c_str()) != 0) throw TableError("command failed");
-});
-
 // ---- Filters ----------------------------------------------------------------------------------
 
 int listed(const char *name) {

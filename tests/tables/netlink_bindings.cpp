@@ -1,5 +1,4 @@
 // Bindings of netlink and the packet log, with a double of the kernel.
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <deque>
@@ -102,16 +101,7 @@ DIRECTIVE(sent, [](Call &call) {
 // The address bound last, and the fields of a handle.
 DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound.back(); });
 DIRECTIVE(fields, [](nfnetlink_handle *handle) { return *handle; });
-struct WithoutInput {
-  int saved = dup(STDIN_FILENO);
-  WithoutInput() { close(STDIN_FILENO); }
-  ~WithoutInput() {
-    dup2(saved, STDIN_FILENO);
-    close(saved);
-  }
-};
-DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
-DIRECTIVE(is_open, [](int fd) { return fcntl(fd, F_GETFD) >= 0; });
+DIRECTIVE(close, [](int fd) { return close(fd); });
 
 BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
      nfnetlink_subsys_close, nfnetlink_msg_pack, nfnetlink_send, nfnetlink_receive);
