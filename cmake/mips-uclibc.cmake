@@ -3,6 +3,10 @@
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR mips)
 set(toolchain $ENV{TALVERA_TOOLCHAIN})
+if(NOT EXISTS "${toolchain}/bin/mips-uclibc-g++")
+  message(FATAL_ERROR "The environment variable TALVERA_TOOLCHAIN must name the toolchain's folder, which "
+    "`make target-toolchain` builds and prints; it is \"${toolchain}\".")
+endif()
 set(CMAKE_C_COMPILER ${toolchain}/bin/mips-uclibc-gcc)
 set(CMAKE_CXX_COMPILER ${toolchain}/bin/mips-uclibc-g++)
 set(CMAKE_AR mips-linux-gnu-ar CACHE FILEPATH "")

@@ -1,4 +1,13 @@
 # Finds OpenSSL, and sees that it is the target's when the build is a cross build.
+if(TALVERA_OPENSSL_HEADERS)
+  # Inside a program, which has all functions: there is nothing to link with.
+  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+  set(OPENSSL_INCLUDE_DIR ${TALVERA_OPENSSL_HEADERS})
+  add_library(OpenSSL::SSL INTERFACE IMPORTED)
+  add_library(OpenSSL::Crypto ALIAS OpenSSL::SSL)
+  target_include_directories(OpenSSL::SSL INTERFACE ${OPENSSL_INCLUDE_DIR})
+  return()
+endif()
 set(without "; or leave the TLS family out with -DTALVERA_SSL=OFF")
 find_package(OpenSSL 1.0.2)
 if(NOT OPENSSL_FOUND)

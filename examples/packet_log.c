@@ -6,11 +6,14 @@
  * Ends after COUNT packets. With a DESTINATION it makes the firewall rule that logs packets sent
  * there, and takes it out again. */
 #include <arpa/inet.h>
+#include <errno.h>
 #include <linux/netfilter/nfnetlink_log.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 
 #include "talvera/ipt.h"
 #include "talvera/netu.h"
@@ -79,8 +82,17 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
   return 1;
 }
 
-/* Receives until all are there. The result of a dispatch says nothing more: behind several packets
- * in one datagram stands a message that no handler is for. */
+/* How long the kernel's answer to a request is waited for: one that it refuses does not return
+ * otherwise. 0 waits without end, as for packets. */
+static int set_timeout(const struct nfnetlink_log *log, int seconds) {
+  struct timeval timeout = {0, 0};
+  timeout.tv_sec = seconds;
+  return setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+}
+
+/* Receives until all are there. Packets come faster than they are read at times: the kernel then
+ * drops some and says so once (ENOBUFS). The result of a dispatch says nothing more: behind several
+ * packets in one datagram stands a message that no handler is for. */
 static int receive_packets(struct nfnetlink_handle *netlink, const int *left) {
   static union {
     struct nlmsghdr header;
@@ -88,8 +100,13 @@ static int receive_packets(struct nfnetlink_handle *netlink, const int *left) {
   } buffer;
   while (*left > 0) {
     const int length = nfnetlink_receive(netlink, &buffer, sizeof buffer);
-    if (length < 0) return -1;
-    nfnetlink_msg_unpack(netlink, &buffer, length);
+    if (length >= 0) {
+      nfnetlink_msg_unpack(netlink, &buffer, length);
+    } else if (errno == ENOBUFS) {
+      fprintf(stderr, "packet_log: packets were lost\n");
+    } else if (errno != EINTR && errno != ENOMSG) { /* a signal, or a stranger's message */
+      return -1;
+    }
   }
   return 0;
 }
@@ -107,18 +124,18 @@ int main(int argc, char **argv) {
     return 2;
   }
   log = nfnetlink_log_open();
-  if (log == NULL || nfnetlink_log_bind_pf(log, AF_INET) != 0) {
+  if (log == NULL || set_timeout(log, 2) != 0 || nfnetlink_log_bind_pf(log, AF_INET) != 0) {
     perror("packet_log");
     return 1;
   }
   group = nfnetlink_log_bind_group(log, number);
-  /* The handler comes first: a packet without one would fail the next request. */
+  /* The handler comes first: packets without one would be lost. */
   if (group != NULL && nfnetlink_log_register_handler(group, print_packet, &left) == 0 &&
       nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, kCopyBytes) == 0 &&
       (destination == NULL || run_rule(IPT_COMMAND_APPEND, destination, number) == 0)) {
     printf("ready\n");
     fflush(stdout);
-    failed = receive_packets(log->netlink, &left) != 0;
+    failed = set_timeout(log, 0) != 0 || receive_packets(log->netlink, &left) != 0;
     if (destination != NULL && run_rule(IPT_COMMAND_DELETE, destination, number) != 0) failed = 1;
   }
   if (failed) perror("packet_log");

@@ -76,7 +76,9 @@ void make_values(Lines lines, const std::uint8_t *numbers) {
     std::free(ports);
   }
   ipt_calc_portrange(text.get(), numbers[3], out.get(), room);
-  captiveportal_make_addrbuf(text.get(), out.get(), room, numbers[4]);
+  const std::size_t records = std::strlen(text.get()) / 10 + 1;
+  captiveportal_make_addrbuf(text.get(), out.get(), room,
+                             static_cast<unsigned>(numbers[4] % records));
 }
 
 void make_rules(Lines lines, const std::uint8_t *numbers) {

@@ -69,7 +69,8 @@ TALVERA_API int ccert_location(void);
 /** Reads the blob of a slot. Its content is not checked.
  *
  *  @param[out] length  size of the blob in bytes
- *  @param[out] blob    the blob, which the caller releases with free()
+ *  @param[out] blob    the blob, which may hold a private key: the caller erases it and releases it
+ *                      with free()
  *  @param slot         1 or 2
  *  @return 0; -1 with errno set when the slot cannot be read; CCERT_NO_MEMORY. The outputs are set
  *          on success only.
@@ -111,7 +112,7 @@ TALVERA_API uint32_t ccert_extract_certblob_total_length(const unsigned char *bl
  */
 TALVERA_API int ccert_init(void);
 
-/** Releases the loaded copy, if there is one.
+/** Erases and releases the loaded copy, if there is one.
  *
  *  @return 0
  */
@@ -158,8 +159,8 @@ TALVERA_API int ccert_get_client_cert(unsigned char **certificate, uint32_t *len
  *  Only plain keys are handed out: PKCS#8 and PEM ones go through the hooks below, which provide
  *  nothing, and end with result 0, null and 0. So does a lack of memory.
  *
- *  @param[out] key     copy of the key, which the caller releases with free(); null when none is
- *                      handed out
+ *  @param[out] key     copy of the key, which the caller erases and releases with free(); null when
+ * none is handed out
  *  @param[out] length  its bytes
  *  @return 0; -1 with errno ENOENT, null and 0 when there is no key
  */
@@ -178,13 +179,13 @@ TALVERA_API const char *ccert_get_cert_common_name(void);
  *
  *  @param[out] key     untouched
  *  @param[out] length  untouched
- *  @return -1
+ *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **key, uint32_t *length);
 
 /** Would convert a PEM key; not provided.
  *
- *  @return -1
+ *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MEAPCA_convertKeyPEM(void);
 
@@ -192,7 +193,7 @@ TALVERA_API int MEAPCA_convertKeyPEM(void);
  *
  *  @param buffer  untouched
  *  @param length  bytes in it
- *  @return -1
+ *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MKEY_Decrypt(unsigned char *buffer, uint32_t length);
 

@@ -25,7 +25,7 @@ TALVERA_BEGIN_DECLS
  *  @param[in,out] out_len  bytes of room in @p out; on success the characters written, without the
  *                          terminator; on failure the room needed, (@p len + 2) / 3 * 4 + 1
  *                          (4294967295 when that is more)
- *  @return 0, or -1 when the room is too small and nothing was written
+ *  @return 0, or -1 with errno ENOSPC when the room is too small and nothing was written
  */
 TALVERA_API int base64_encode(const unsigned char *in, unsigned int len, char *out,
                               unsigned int *out_len) TALVERA_NONNULL(4);
@@ -40,8 +40,8 @@ TALVERA_API int base64_encode(const unsigned char *in, unsigned int len, char *o
  *  @param len              characters to decode; 0 gives 0 bytes
  *  @param[out] out         receives the bytes; may be @p in
  *  @param[in,out] out_len  bytes of room in @p out; on success the bytes written, on failure left
- *  @return 0; -1 when the room is too small or the last group has not four characters, with the
- *          groups before written; -1 when a pointer is null
+ *  @return 0; -1 with errno set when the room is too small (ENOSPC) or the last group has not four
+ *          characters (EINVAL), with the groups before written; -1 (EINVAL) when a pointer is null
  */
 TALVERA_API int base64_decode(const char *in, unsigned int len, unsigned char *out,
                               unsigned int *out_len);
@@ -52,8 +52,8 @@ TALVERA_API int base64_decode(const char *in, unsigned int len, unsigned char *o
  *  @param[out] out  receives the text, terminated; empty when @p in is null
  *  @param size      bytes of room; where a reference does not fit any more, "-" takes its place
  *  @param in        text
- *  @return 0; -1 when @p size is below 2, a pointer is null, or the room was used up: also when the
- *          text just fills it, which is meant
+ *  @return 0; -1 with errno EINVAL when @p size is 0 or a pointer is null; -1 with errno ENOSPC
+ * when the room was used up: also when the text just fills it, which is meant
  */
 TALVERA_API int entities_hex_encode(char *out, unsigned int size, const char *in);
 

@@ -76,7 +76,8 @@ TALVERA_API int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, 
  *  @param queue        receiving queue; null gives -1 (EINVAL)
  *  @param[out] buffer  room for @p length bytes, to which the message is cut
  *  @param length       bytes of room
- *  @return bytes received, or -1 with errno set
+ *  @return bytes received, or -1 with errno set; always -1 (EBADF) for a queue whose descriptor is
+ *          FD_SETSIZE (1024) or more, although messages can be sent to it
  */
 TALVERA_API int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size_t length);
 

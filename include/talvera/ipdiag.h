@@ -54,7 +54,8 @@ struct tr_hop {
 /** Builds a traceroute command line.
  *
  *  Options that are not wanted are given as 0. In this order: -6, -I, -i, -q, -m, -w, -t, -p, the
- *  host, the packet length.
+ *  host, the packet length. Host and interface go into the line as they are: a caller that gives it
+ *  to a shell must not pass text from outside unchecked.
  *
  *  A piece that has no room is left out. After each piece the whole length written so far is taken
  *  off the room, so that room runs out before the buffer does; once it is below 0, all pieces from
@@ -73,7 +74,7 @@ struct tr_hop {
  *  @param[out] buf    receives the command line; left untouched when @p buf_size is 10 or less
  *  @param ipv6        not 0: IPv6 (-6)
  *  @param buf_size    bytes of @p buf
- *  @return 0, also when pieces were left out; -1 when @p host is null
+ *  @return 0, also when pieces were left out; -1 with errno EINVAL when @p host is null
  */
 TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_t queries,
                                     int32_t max_hops, int32_t wait, int32_t tos, uint16_t port,
@@ -91,11 +92,11 @@ TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_
  *  @param[in,out] hops  table of @p max_rows hops, zero-filled by the caller
  *  @param max_rows      its size
  *  @param[out] count    receives the number of hop lines; each took a row, even if it filled
- * nothing
+ *                       nothing
  *  @return 0 when the file was read to its end; when the table filled up first, 0 if the last hop's
  *          address is the destination's (which the header has in parentheses), else 1; -1 with
- *          errno set when the file cannot be opened; -1 and a count of 0 when @p max_rows is below
- *          1
+ *          errno set when the file cannot be opened; -1 (EINVAL) and a count of 0 when @p max_rows
+ *          is below 1
  */
 TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32_t max_rows,
                                     int32_t *count) TALVERA_NONNULL(1, 2, 4);

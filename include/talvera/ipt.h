@@ -342,7 +342,7 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *                        range "first-last", terminated and cut when it does not fit; for a range
  *                        that begins at @p internal_port nothing is written: no translation needed
  *  @param size           bytes of room
- *  @return 0; -1 when @p external is neither
+ *  @return 0; -1 with errno EINVAL when @p external is neither
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
                                    size_t size);
@@ -421,7 +421,7 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
  *  @param text  names from the table `flags` in any case, with commas between them; lists with
  *               spaces between them. What follows the 48th character is not looked at
  *  @return 0 when there are exactly two lists and no flag is in one list twice (NONE and ALL stand
- *          alone); else -1
+ *          alone); else -1 with errno EINVAL
  */
 TALVERA_API int check_tcp_flags(const char *text);
 
@@ -436,11 +436,12 @@ TALVERA_API int wkp_prot_from_name(const char *name);
  *
  *  @param records      records of 10 characters, without separators: eight hexadecimal digits of an
  *                      IPv4 address, most significant first, and a prefix length of two decimal
- *                      digits; a NUL ends them, and what lies behind it reads as empty
- *                      ("0.0.0.0/0"). Malformed digits count as far as they can be read
+ *                      digits. A NUL ends a record, of which the rest then reads as empty (one of
+ *                      zero bytes gives "0.0.0.0/0"). Malformed digits count as far as they can be
+ *                      read
  *  @param[out] buffer  receives the text, terminated and cut to @p size bytes
  *  @param size         bytes of room; 20 hold any well-formed record
- *  @param index        number of the record, from 0
+ *  @param index        number of the record, from 0; must be one that @p records has
  *  @return the length of the whole text, also when it was cut
  */
 TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,

@@ -24,7 +24,9 @@
  *    - comparators return a positive number when a comes BEFORE b;
  *    - list_insert_at(), list_append() and list_prepend() return 1 for success, -1 for failure; the
  *      other functions with a status return 0 and -1, but list_iterator_start() and
- *      list_iterator_stop() return 1 and 0;
+ *      list_iterator_stop() return 1 and 0. A status of -1 comes with errno set: EINVAL for a null
+ *      pointer, a position outside of the list and a missing callback, EBUSY while iterating, or
+ *      ENOMEM;
  *    - list_empty() returns 1 when the list holds something.
  *
  *  While an iteration is open (list_iterator_start() to list_iterator_stop()), whatever would

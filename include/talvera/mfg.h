@@ -11,7 +11,8 @@
  *  @endcode
  *
  *  The factory partition "mtd:mfg" (jffs2, mounted on "/mfg" around each access and unmounted after
- *  it) holds one file, the manufacturing file "/mfg/mfg.dat", of 131072 bytes:
+ *  it, even if something else had mounted it there) holds one file, the manufacturing file
+ *  "/mfg/mfg.dat", of 131072 bytes:
  *
  *      0x18000  16384 bytes  certificate slot 2
  *      0x1C000  14336 bytes  certificate slot 1

@@ -12,7 +12,8 @@
  *  }
  *  @endcode
  *
- *  Address texts are dotted quads as inet_pton() (POSIX) takes them. Addresses held as numbers are
+ *  Address texts are what the C library's inet_pton() (POSIX) takes; libraries differ in whether
+ *  they take zeros in front of a number, as in 192.168.001.1. Addresses held as numbers are
  *  unsigned 32-bit values in network byte order, as inet_pton() stores them; on the big-endian
  *  gateway that is the numeric order too.
  *
@@ -131,7 +132,7 @@ TALVERA_API unsigned char *netu_atoe(const char *text, unsigned char *mac) TALVE
  *
  *  @param index      interface index
  *  @param[out] name  room for 16 bytes (IFNAMSIZ), written when found
- *  @return 0, or -1 with errno set when there is no such interface; -1 when @p name is null
+ *  @return 0, or -1 with errno set when there is no such interface or @p name is null
  */
 TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
 
@@ -228,6 +229,10 @@ TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stat
  *
  *  Runs "arping -Dq -c 1 -I IFNAME ADDRESS" from the search path and blocks until it has ended. A
  *  failed fork() is logged to syslog at LOG_ERR ("netu_arping_test fork failed (<error>)").
+ *
+ *  The handler of process_start() may run in any thread meanwhile. A program with another handler
+ *  of SIGCHLD that collects every child must block the signal in its other threads: a probe whose
+ *  child such a handler has collected gives 1.
  *
  *  @param ifname   interface to probe on
  *  @param address  address text

@@ -2,18 +2,31 @@
  *  Netfilter netlink: a client of the kernel's netfilter subsystems, and of its packet log.
  *
  *  @code
+ *  #include <errno.h>
  *  #include <linux/netfilter/nfnetlink_log.h>
+ *  #include <sys/time.h>
  *
  *  nfnetlink_log_handler print_packet = NULL;  // yours
+ *  const struct timeval patience = {2, 0};     // a refused request would wait without end
  *  uint32_t buffer[16384];
  *  struct nfnetlink_log *log = nfnetlink_log_open();
- *  struct nfnetlink_log_group *group = log != NULL ? nfnetlink_log_bind_group(log, 5) : NULL;
+ *  struct nfnetlink_log_group *group = NULL;
+ *  if (log != NULL) {
+ *    setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+ *    group = nfnetlink_log_bind_group(log, 5);
+ *  }
  *  if (group != NULL) {
- *    int length;
  *    nfnetlink_log_register_handler(group, print_packet, NULL);
  *    nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, 128);
- *    while ((length = nfnetlink_receive(log->netlink, buffer, sizeof buffer)) > 0)
- *      nfnetlink_msg_unpack(log->netlink, buffer, length);
+ *    for (;;) {
+ *      int length = nfnetlink_receive(log->netlink, buffer, sizeof buffer);
+ *      if (length >= 0)
+ *        nfnetlink_msg_unpack(log->netlink, buffer, length);
+ *      else if (errno == ENOBUFS)
+ *        puts("packets were lost");
+ *      else if (errno != EAGAIN && errno != EINTR && errno != ENOMSG)
+ *        break;
+ *    }
  *  }
  *  if (log != NULL) nfnetlink_log_close(log);
  *  @endcode
@@ -23,6 +36,9 @@
  *  nfgenmsg (address family, version 0, big-endian resource id), then attributes, each with a
  *  struct nlattr before it and on a 4-byte boundary. A message's type is the subsystem's id shifted
  *  left by 8, plus the message type within the subsystem.
+ *
+ *  Null arguments are refused: results of -1, and null where a pointer is returned, come with errno
+ *  set, to EINVAL in this case. A handler that ends a dispatch below 0 sets errno itself.
  *
  *  A handle and all that belongs to it is used by one thread at a time. Nothing here logs.
  */
@@ -167,7 +183,7 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
  *  @return 0 when the kernel acknowledged, or a datagram came without a whole first message; the
  *          result of a handler that stopped the dispatch; -1 when sending, receiving (other than
  *          for a signal) or dispatching fails, when a datagram's first message has a sequence
- *          number that is neither 0 nor the handle's, or an argument is null
+ *          number that is neither 0 nor the handle's (EPROTO), or an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
@@ -192,8 +208,8 @@ TALVERA_API int nfnetlink_receive(struct nfnetlink_handle *handle, void *buffer,
  *  - With another number they are passed over. Error replies of the kernel's are thus not told.
  *  - A message whose callback has no handler or attribute count is passed over.
  *  - Otherwise its handler is called, and ends the dispatch with its result if that is below 1.
- *  - A message that is too short, of an unknown subsystem, or of a type beyond the subsystem's
- *    callbacks ends the dispatch with -1.
+ *  - A message that is too short (EBADMSG), or of an unknown subsystem or a type beyond the
+ *    subsystem's callbacks (EOPNOTSUPP) ends the dispatch with -1.
  *
  *  Nothing is read beyond @p length, whatever the messages say. A rest that is no whole message is
  *  left alone.
@@ -235,10 +251,14 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  nfnetlink_msg_unpack() then gives -1, after the handlers have seen all of the packets.
  *
  *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does, with what
- *  that says about errors that the kernel replies: a refused request does not return. Packets that
- *  arrive meanwhile are dispatched; one for a group without handler, or several in one datagram,
- *  fail the request, so that handlers are best registered, and modes set, before packets are
- *  logged.
+ *  that says about errors that the kernel replies: a refused request does not return, unless
+ *  SO_RCVTIMEO is set on the netlink handle's socket.
+ *
+ *  Packets that arrive meanwhile are dispatched. One for a group without handler, one whose handler
+ *  stops the dispatch and several in one datagram end the wait; what else is there up to the
+ *  kernel's answer is then dispatched as well, so that the next request finds nothing left over.
+ *  Groups are bound and unbound as the kernel has answered. The other requests give the result of
+ *  the wait, even if the kernel has acknowledged them, and can be repeated.
  *  @{ */
 
 /** Entries of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17 are seen. */
@@ -306,8 +326,8 @@ TALVERA_API int nfnetlink_log_unbind_pf(struct nfnetlink_log *log, unsigned int 
  *
  *  @param log    the log handle
  *  @param group  group number, of which the low 16 bits count
- *  @return the group's node; null when @p log is null, when the group is bound on this handle
- *          already (nothing is sent then), or on failure
+ *  @return the group's node; null with errno set when the group is bound on this handle already
+ *          (EBUSY; nothing is sent then), when @p log is null, or on failure
  */
 TALVERA_API struct nfnetlink_log_group *nfnetlink_log_bind_group(struct nfnetlink_log *log,
                                                                  unsigned int group);

@@ -36,8 +36,8 @@
  *
  *  The database is itself a regular file of the directory: the filter has to leave it out. Every
  *  failure is the result -1, and nothing is logged. errno is EINVAL for a database whose content is
- *  bad, untouched after of_set_order_for_item(), and otherwise as the failing call left it. Callers
- *  serialise their access to one directory's database.
+ *  bad, a place that a set does not have and a missing filter, and otherwise as the failing call
+ * left it. Callers serialise their access to one directory's database.
  */
 #ifndef TALVERA_OF_H
 #define TALVERA_OF_H

@@ -15,9 +15,9 @@
  *  LOG_DEBUG starts, stops and time-outs). Results are 0, an errno value of the failed system call,
  *  or one of the codes below. A process identifier below 2 is never signalled.
  *
- *  process_start() installs a handler of SIGCHLD that collects every finished child of this
- *  process, by whatever means it was started: a program that waits for its own children elsewhere
- *  must expect them to be gone (ECHILD).
+ *  Every process_start() replaces the program's handler of SIGCHLD by one that collects every
+ *  finished child of this process, by whatever means it was started: a program that waits for its
+ *  own children elsewhere must expect them to be gone (ECHILD).
  */
 #ifndef TALVERA_PROCESS_H
 #define TALVERA_PROCESS_H
@@ -59,7 +59,8 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
 
 /** Finds the running programs of a name, with pidof.
  *
- *  @param name       name or path of the program, of which what follows the last "/" counts
+ *  @param name       name or path of the program, of which what follows the last "/" counts and
+ *                    goes to the shell as it is: never pass text from outside unchecked
  *  @param[out] pids  room for @p capacity identifiers, zero-filled and then filled from the start
  *                    in pidof's order
  *  @param capacity   identifiers wanted at most
@@ -99,7 +100,7 @@ TALVERA_API int process_signal(pid_t pid, int signal);
  */
 TALVERA_API int process_queue_signal(pid_t pid, int signal, union sigval value);
 
-/** Waits for a process to be gone, asking ten times a second.
+/** Waits for a process to be gone, asking ten times a second. Signals do not shorten the wait.
  *
  *  Any process can be waited for, but a finished child counts as running until it is collected.
  *
@@ -111,7 +112,8 @@ TALVERA_API int process_wait(pid_t pid, int seconds);
 
 /** Stops a process: SIGTERM, and SIGKILL if it is still there after 3 seconds.
  *
- *  A child of this process is collected, if it has ended.
+ *  A child of this process is collected at the end, if it has ended. Until then it looks alive: a
+ *  child that nothing else collects, as the handler of process_start() does, gives PROCESS_TIMEOUT.
  *
  *  @param pid  the process
  *  @return 0 when it has ended; PROCESS_INVALID; PROCESS_TIMEOUT when it is there a second after

@@ -120,14 +120,14 @@ TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
  *
  *  @param[in,out] s   text
  *  @param[out] value  what the text converts to, also when it is invalid
- *  @return 0 when valid, -1 when not
+ *  @return 0 when valid, -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateUlong(char *s, unsigned long *value) TALVERA_NONNULL(1, 2);
 /** As ValidateUlong(), for signed numbers.
  *
  *  @param[in,out] s   text
  *  @param[out] value  what the text converts to, also when it is invalid
- *  @return 0 when valid, -1 when not
+ *  @return 0 when valid, -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);
 

@@ -20,7 +20,10 @@
  *  The objects are OpenSSL's own, to be used and released with its functions. The library works
  *  with OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer ones refuse by
  *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
- *  allowed, inside the context that SSL_initialize() returns and nowhere else.
+ *  allowed, inside the context that SSL_initialize() returns and nowhere else. One difference
+ *  remains: when the server closes the connection without a close_notify alert, SSL_get_error()
+ *  after SSL_read() gives SSL_ERROR_SYSCALL before OpenSSL 3.0 and SSL_ERROR_SSL since. On none
+ *  does it pass for the proper end of the data, which is SSL_ERROR_ZERO_RETURN.
  *
  *  Connection functions log to the system database's log; certificate tools log nothing. Errors
  *  that OpenSSL queues during a call are taken back before the call returns, except by
@@ -51,11 +54,14 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *
  *  The context trusts OpenSSL's default places, the eleven root certificates that the product
  *  ships, and a downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are
- *  read. It offers all ciphers and presents the device's client certificate. It does not verify the
- *  peer during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic
- *  retries are on.
+ *  read. It offers all ciphers and presents the device's client certificate, signing with SHA-256,
+ *  SHA-224 or SHA-1, since the device's RSA key is too short for more; a program that uses another
+ *  key in the context can set SSL_CTX_set1_client_sigalgs_list(). It does not verify the peer
+ *  during the handshake; SSL_check_cert() does afterwards. Partial writes and automatic retries are
+ *  on.
  *
- *  An empty downloaded file counts as an installed certificate. A product key or certificate that
+ *  An empty downloaded file counts as an installed certificate; what is no file there, such as a
+ *  FIFO or a directory, as one that cannot be installed. A product key or certificate that
  *  OpenSSL refuses is no failure: the context then lacks the client identity, and what comes after
  *  it (default places, modes).
  *
@@ -82,8 +88,8 @@ TALVERA_API int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long len) 
  *
  *  When @p cert_path exists and nothing is at @p link_path, @p link_path is made a symbolic link to
  *  it; beside it comes the link that OpenSSL looks certificates up by, named after the hash of the
- *  subject ("5f4e3d2c.0"). The certificate is expected in PEM. When there is a link of that hash
- *  already, it stays: hashes are not numbered on.
+ *  subject ("5f4e3d2c.0"). The certificate is expected in PEM; all else, be it a FIFO, has the
+ *  hash 0. When there is a link of that hash already, it stays: hashes are not numbered on.
  *
  *  When @p cert_path does not exist, @p link_path is removed, and with it every dangling symbolic
  *  link of the directory, its own hash link among them.
@@ -97,7 +103,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
 
 /* ---- Handshake and peer ---------------------------------------------------------------------- */
 
-/** Runs the TLS handshake of a client, waiting no more than 20 seconds for the server in all.
+/** Runs the TLS handshake of a client, for no more than about 20 seconds in all, be the server
+ * silent or always talking.
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). On success it is left in non-blocking mode, as it is when a step fails; after a failed
@@ -115,7 +122,8 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  A certificate that is not yet valid is forgiven as long as the device has no network time (the
  *  key "ip.ntp.time-acquired" of the system database is missing or 0), for its own clock is likely
- *  to be wrong then. All else is refused, an expired certificate always.
+ *  to be wrong then. All else is refused, an expired certificate always; signatures, too, are
+ *  checked whatever the clock says.
  *
  *  The name is the subject's common name, compared without regard to case, without wildcards, and
  *  without regard to alternative names. It is cut to 99 characters. A name with a NUL inside, and
@@ -123,9 +131,10 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name the server must have
- *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* code of
- *          <openssl/x509_vfy.h>, of which 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name
- *          and for a server without a certificate
+ *  @return 0 when the server is accepted; else why it is not, an X509_V_ERR_* number of OpenSSL
+ *          1.0: 24 (X509_V_ERR_INVALID_CA) and 65 to 67 stay so on later versions, which number
+ *          them differently. 27 (X509_V_ERR_CERT_UNTRUSTED) stands for a wrong name and for a
+ *          server without a certificate.
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -143,7 +152,10 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
  *  Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
  *  read, and neither can a null or any other word: the certificate is missing then, as it is when
  *  the file cannot be opened or holds something else. A null path stands for standard input, which
- *  is made unbuffered and stays open.
+ *  is made unbuffered and stays open. A FIFO or a terminal is waited for.
+ *
+ *  A private key in the same file is passed over, and no copy of it stays in freed memory, but for
+ *  PKCS#12: OpenSSL itself leaves copies of the key there, depending on its version and the bundle.
  *  @{ */
 
 /** The hash of a certificate's subject, by which OpenSSL looks certificates up in a directory:

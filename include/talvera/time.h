@@ -126,7 +126,8 @@ TALVERA_API int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) TALVERA_NONNUL
  *                  any other value today
  *  @param recheck  0 for just that; otherwise the day is dropped again, and the result is today's,
  *                  unless @p which is 0 or 2 and the local hour now is 12
- *  @return seconds since 1970, as mktime() gives them; -1 when localtime_r() cannot break now down
+ *  @return seconds since 1970, as mktime() gives them; -1 with errno set when localtime_r() cannot
+ *          break now down
  */
 TALVERA_API time_t ytt_get_noontime(unsigned int which, uint8_t recheck);
 
@@ -141,8 +142,8 @@ TALVERA_API long get_gmt_offset(time_t t);
 /** The day of the week.
  *
  *  @param t  seconds since 1970
- *  @return the local day of the week at time @p t, 0 Sunday to 6 Saturday; -1 when localtime_r()
- *          cannot break @p t down
+ *  @return the local day of the week at time @p t, 0 Sunday to 6 Saturday; -1 with errno set when
+ *          localtime_r() cannot break @p t down
  */
 TALVERA_API int get_dow(time_t t);
 

@@ -113,9 +113,10 @@ TALVERA_API long uf_fsize(int fd);
  *  @param[out] buffer  receives a heap block of exactly @p *length bytes, without a terminator,
  *                      for the caller to free; null on failure
  *  @param[out] length  receives the file's size in bytes; 0 on failure
- *  @return 0, or -1 when the file cannot be opened, is empty, cannot be read, or memory runs out;
- *          also when open() gives descriptor 0, which is meant: programs that closed their standard
- *          input do not get it back as a data file. A file of 2 GiB or more fails with EFBIG
+ *  @return 0, or -1 with errno set when the file cannot be opened, is empty (ENODATA), cannot be
+ *          read, or memory runs out; also (EBADF) when open() gives descriptor 0, which is meant:
+ *          programs that closed their standard input do not get it back as a data file. A file of
+ *          2 GiB or more fails with EFBIG
  */
 TALVERA_API int uf_readall(const char *directory, const char *name, unsigned char **buffer,
                            unsigned int *length) TALVERA_NONNULL(1, 2, 3, 4) TALVERA_MUST_USE;
@@ -154,8 +155,7 @@ struct filemap {
  *  @param[out] file   record to fill; on failure it is closed again (fd -1, map (void *)-1)
  *  @param flags       flags for open(); the same value is passed as creation mode
  *  @param protection  protection for mmap(), such as PROT_READ
- *  @return 0; -1 with errno set on failure, also (EFBIG) for a file of 2 GiB or more; -1 with errno
- *          as it was for an empty file
+ *  @return 0, or -1 with errno set: ENODATA for an empty file, EFBIG for one of 2 GiB or more
  */
 TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, int protection)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -203,7 +203,7 @@ TALVERA_API int file_delete(const char *path);
  *  @param path    the file
  *  @param flags   flags for open(), such as O_WRONLY | O_TRUNC
  *  @param mode    creation mode, before the umask
- *  @param string  text to write, without its terminator; null gives -1
+ *  @param string  text to write, without its terminator; null gives -1 (EINVAL)
  *  @return bytes written, which one short write may make fewer than the string's length; -1 with
  *          errno set
  */
@@ -216,7 +216,7 @@ TALVERA_API int file_write_string(const char *path, int flags, mode_t mode, cons
  *  is not created.
  *
  *  @param path_format  printf format of the path
- *  @param string       text to append; null gives -1
+ *  @param string       text to append; null gives -1 (EINVAL)
  *  @return as file_write_string()
  */
 TALVERA_API int file_append_write(const char *path_format, const char *string, ...)
@@ -225,7 +225,7 @@ TALVERA_API int file_append_write(const char *path_format, const char *string, .
 /** As file_append_write(), but creates the file (mode 0660 before the umask) or empties it.
  *
  *  @param path_format  printf format of the path
- *  @param string       text to write; null gives -1
+ *  @param string       text to write; null gives -1 (EINVAL)
  *  @return as file_write_string()
  */
 TALVERA_API int file_create_write(const char *path_format, const char *string, ...)
@@ -336,7 +336,8 @@ TALVERA_API int pfs_commit(void);
 
 /** Reads random bytes from "/dev/random", which may wait for them (random(4)).
  *
- *  @param[out] buffer  room for @p length bytes; a byte that cannot be read becomes 0xFF
+ *  @param[out] buffer  room for @p length bytes; a byte that cannot be read, as when a signal
+ *                      interrupts the wait for it, becomes 0xFF
  *  @param length       bytes wanted
  *  @return 0, or -1 with errno set when the device cannot be opened
  */

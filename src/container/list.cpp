@@ -2,6 +2,7 @@
 // records.
 #include "talvera/list.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -10,9 +11,11 @@
 #include <utility>
 
 #include "container/list_steps.h"
+#include "internal/fail.h"
 
 namespace {
 
+using talvera::fail;
 using talvera::container::backward;
 using talvera::container::forward;
 
@@ -78,14 +81,14 @@ bool copy(const list_obj &list, void *&data) {
 
 // Inserts a datum at a position, behind the element before it.
 int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
-  if (list.iterating != 0) return -1;
+  if (list.iterating != 0) return fail(EBUSY);
   void *stored = const_cast<void *>(data);
   const bool copies = list.attrs.copy_data != 0 && data != nullptr;
   if (copies && !copy(list, stored)) return -1;
   list_elem *element = take_element(list);
   if (element == nullptr) {
     if (copies) std::free(stored);
-    return -1;
+    return fail(ENOMEM);
   }
   element->data = stored;
   insert_between(left, element, left->next);
@@ -122,7 +125,7 @@ void *extract_element(list_obj &list, list_elem *element, std::uint32_t position
 
 template <typename Function>
 int set_attribute(list_obj *list, Function list_attrs::*attribute, Function value) {
-  if (list == nullptr) return -1;
+  if (list == nullptr) return fail(EINVAL);
   list->attrs.*attribute = value;
   return 0;
 }
@@ -137,7 +140,7 @@ void free_frame(const list_obj &list) {
 }  // namespace
 
 extern "C" int list_init(list_obj *list) {
-  if (list == nullptr) return -1;
+  if (list == nullptr) return fail(EINVAL);
   srandom(static_cast<unsigned>(std::time(nullptr)));
   *list = {};
   list->head = allocate_element();
@@ -146,7 +149,7 @@ extern "C" int list_init(list_obj *list) {
   if (list->head == nullptr || list->tail == nullptr || list->spares == nullptr) {
     free_frame(*list);
     *list = {};
-    return -1;
+    return fail(ENOMEM);
   }
   *list->head = {nullptr, list->tail, nullptr};
   *list->tail = {nullptr, nullptr, list->head};
@@ -172,7 +175,7 @@ extern "C" int list_attributes_seeker(list_obj *list, list_seeker_fn seeker) {
 }
 
 extern "C" int list_attributes_copy(list_obj *list, list_meter_fn meter, int copy_data) {
-  if (list == nullptr || (meter == nullptr && copy_data != 0)) return -1;
+  if (list == nullptr || (meter == nullptr && copy_data != 0)) return fail(EINVAL);
   list->attrs.meter = meter;
   list->attrs.copy_data = copy_data;
   return 0;
@@ -191,7 +194,7 @@ extern "C" int list_attributes_unserializer(list_obj *list, list_unserializer_fn
 }
 
 extern "C" int list_insert_at(list_obj *list, const void *data, uint32_t position) {
-  if (position > list->count) return -1;
+  if (position > list->count) return fail(EINVAL);
   return insert_behind(*list, element_at(*list, position - 1), data, position);
 }
 
@@ -219,13 +222,15 @@ extern "C" void *list_fetch(list_obj *list) {
 }
 
 extern "C" int list_delete_at(list_obj *list, uint32_t position) {
-  if (list->iterating != 0 || position >= list->count) return -1;
+  if (list->iterating != 0) return fail(EBUSY);
+  if (position >= list->count) return fail(EINVAL);
   remove_element(*list, element_at(*list, position), position);
   return 0;
 }
 
 extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) {
-  if (list->iterating != 0 || last < first || last >= list->count) return -1;
+  if (list->iterating != 0) return fail(EBUSY);
+  if (last < first || last >= list->count) return fail(EINVAL);
   const std::uint32_t removed = last - first + 1;
   const std::uint32_t left = list->count - removed;
   if (left == 0) return list_clear(list);
@@ -247,7 +252,7 @@ extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) 
 }
 
 extern "C" int list_clear(list_obj *list) {
-  if (list->iterating != 0) return -1;
+  if (list->iterating != 0) return fail(EBUSY);
   list_elem *element = list->head->next;
   while (element != list->tail) {
     list_elem *next = element->next;
@@ -261,8 +266,8 @@ extern "C" int list_clear(list_obj *list) {
 }
 
 extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
-  if (first == nullptr || second == nullptr || destination == nullptr) return -1;
-  if (destination == first || destination == second) return -1;
+  if (first == nullptr || second == nullptr || destination == nullptr) return fail(EINVAL);
+  if (destination == first || destination == second) return fail(EINVAL);
   if (list_init(destination) != 0) return -1;
   const std::uint32_t count = first->count + second->count;
   list_elem *last = destination->head;
@@ -272,7 +277,7 @@ extern "C" int list_concat(const list_obj *first, const list_obj *second, list_o
       if (element == nullptr) {
         join(last, destination->tail);
         list_clear(destination);
-        return -1;
+        return fail(ENOMEM);
       }
       element->data = from->data;
       join(last, element);

@@ -1,10 +1,12 @@
 // Sorting a list in place: quicksort with random pivots, selection sort for short ranges. Data
 // pointers change places, elements do not.
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
 
 #include "container/list_steps.h"
+#include "internal/fail.h"
 #include "talvera/list.h"
 
 namespace {
@@ -102,7 +104,8 @@ void Sorter::sort(Range range) const {
 }  // namespace
 
 extern "C" int list_sort(list_obj *list, int direction) {
-  if (list->iterating != 0 || list->attrs.comparator == nullptr) return -1;
+  if (list->iterating != 0) return talvera::fail(EBUSY);
+  if (list->attrs.comparator == nullptr) return talvera::fail(EINVAL);
   const Sorter sorter(list->attrs.comparator, direction);
   sorter.sort({list->head->next, list->tail->prev, list->count});
   return 0;

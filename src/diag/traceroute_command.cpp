@@ -1,8 +1,10 @@
 // The command line of traceroute, in a buffer whose room is reckoned in a way of its own.
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "talvera/ipdiag.h"
 
 namespace talvera::diag {
@@ -48,7 +50,7 @@ extern "C" int ipdiag_tr_makeparam(const char *host, const char *ifname, std::in
                                    std::uint16_t port, std::int32_t icmp, std::int32_t packet_len,
                                    char *buf, std::uint16_t ipv6, std::uint32_t buf_size) {
   using talvera::diag::kProgram;
-  if (host == nullptr) return -1;
+  if (host == nullptr) return talvera::fail(EINVAL);
   if (buf_size < sizeof kProgram) return 0;  // no room for the name and its terminator
 
   talvera::diag::CommandLine line(buf, buf_size);

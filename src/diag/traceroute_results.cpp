@@ -42,11 +42,6 @@ FilePtr open_work_file(const char *name, const char *kind) {
   return FilePtr(std::fopen(path, "r"));
 }
 
-template <std::size_t Size>
-bool read_line(FILE *file, char (&line)[Size]) {
-  return std::fgets(line, Size, file) != nullptr;
-}
-
 // Copies at most what fits, and terminates.
 template <std::size_t Size>
 void copy(char (&to)[Size], const char *from, std::size_t length) {
@@ -120,10 +115,10 @@ extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t 
   if (max_rows < 1) return fail(EINVAL);
   char destination[diag::kDestinationSize] = "";
   char line[diag::kLineSize];
-  if (diag::read_line(file.get(), line)) diag::take_destination(line, destination);
+  if (read_line(file.get(), line, sizeof line)) diag::take_destination(line, destination);
 
   std::int32_t rows = 0;
-  while (rows < max_rows && diag::read_line(file.get(), line))
+  while (rows < max_rows && read_line(file.get(), line, sizeof line))
     diag::take_hop(hops[rows++], line);
   *count = rows;
   if (rows < max_rows) return 0;
@@ -135,7 +130,7 @@ extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
   const FilePtr file = diag::open_work_file(name, "status");
   if (file == nullptr) return -1;
   char line[diag::kStatusLineSize];
-  if (diag::read_line(file.get(), line)) *time = parse_integer32(line, 10).to_signed();
+  if (read_line(file.get(), line, sizeof line)) *time = parse_integer32(line, 10).to_signed();
   return 0;
 }
 
@@ -143,7 +138,7 @@ extern "C" int ipdiag_tr_err(const char *name, std::int32_t *code) {
   const FilePtr file = diag::open_work_file(name, "err");
   if (file == nullptr) return -1;
   char line[diag::kErrorLineSize];
-  if (diag::read_line(file.get(), line))
+  if (read_line(file.get(), line, sizeof line))
     *code = std::strstr(line, "bad address") != nullptr ? 0 : 1;
   return 0;
 }

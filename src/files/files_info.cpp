@@ -1,6 +1,8 @@
 // Sets of files: building from a directory, look-ups, and changes of order, switch and flags.
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include "files/set.h"
@@ -111,7 +113,7 @@ extern "C" struct of_file_info *of_get_file_info_from_order(struct of_files_info
 
 extern "C" int of_set_order_for_item(struct of_files_info *set, struct of_file_info *item,
                                      int32_t new_order) {
-  if (new_order < 1 || new_order > set->count) return -1;
+  if (new_order < 1 || new_order > set->count) return fail(EINVAL);
   const std::int32_t old_order = item->order;
   for (of_file_info &other : files::items(*set)) {
     if (new_order <= other.order && other.order < old_order) {

@@ -5,6 +5,10 @@
 
 namespace talvera::files {
 
+void Scanner::advance() {
+  next_ = next_character(file_);
+}
+
 void Scanner::skip_space() {
   while (is_space(next()))
     advance();

@@ -6,11 +6,13 @@
 #include <cstdio>
 #include <span>
 
+#include "internal/streams.h"
+
 namespace talvera::files {
 
 class Scanner {
  public:
-  explicit Scanner(std::FILE *file) : file_(file), next_(getc_unlocked(file)) {}
+  explicit Scanner(std::FILE *file) : file_(file), next_(next_character(file)) {}
 
   // Each tells whether the field was there. What was not is left unread but for its beginning.
   bool character(char wanted);
@@ -20,7 +22,7 @@ class Scanner {
   bool word(std::span<char> name);
 
  private:
-  void advance() { next_ = getc_unlocked(file_); }
+  void advance();
   // Behind the last character one that is neither white space nor a digit.
   [[nodiscard]] char next() const { return static_cast<char>(next_); }
   void skip_space();

@@ -2,7 +2,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <climits>
+#include <cstdio>
 
 #include "internal/fail.h"
 #include "internal/format.h"
@@ -59,11 +61,13 @@ extern "C" int uf_readall(const char *directory, const char *name, unsigned char
   *buffer = nullptr;
   *length = 0;
   const talvera::UniqueFd file(uf_open(directory, name));
-  if (file.get() < 1) return -1;
-  const long size = uf_fsize(file.get());
-  if (size < 1) return -1;
-  if (size > INT_MAX) return talvera::fail(EFBIG);  // beyond what the 32-bit target can hold
-  const auto bytes = static_cast<std::size_t>(size);
+  if (file.get() < 1) return file.valid() ? talvera::fail(EBADF) : -1;
+  struct stat status;
+  if (fstat(file.get(), &status) != 0) return -1;
+  if (status.st_size < 1) return talvera::fail(ENODATA);
+  if (status.st_size > INT_MAX)
+    return talvera::fail(EFBIG);  // more than the 32-bit target can hold
+  const auto bytes = static_cast<std::size_t>(status.st_size);
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr || !read_whole(file.get(), content.get(), bytes)) return -1;
   *buffer = content.release();

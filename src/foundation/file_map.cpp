@@ -1,9 +1,13 @@
 // Mapped files: the file map record and page-wise comparison.
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <climits>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/owners.h"
@@ -18,9 +22,9 @@ using talvera::UniqueFd;
 // 32-bit size, or cannot be mapped.
 bool map_whole(filemap &file, int protection) {
   struct stat status;
-  if (fstat(file.fd, &status) != 0 || status.st_size <= 0) return false;
-  if (status.st_size > INT32_MAX) {
-    errno = EFBIG;
+  if (fstat(file.fd, &status) != 0) return false;
+  if (status.st_size <= 0 || status.st_size > INT32_MAX) {
+    errno = status.st_size > 0 ? EFBIG : ENODATA;
     return false;
   }
   const auto size = static_cast<std::size_t>(status.st_size);
@@ -35,14 +39,18 @@ bool map_whole(filemap &file, int protection) {
 // little of a 32-bit address space.
 constexpr off_t kLargestWindow = 1 << 20;
 
-// Whether `size` bytes from `offset` on are the same in both files. The pages are populated by the
-// mapping call itself: cheaper than taking a fault for each.
-bool same_bytes(int fd1, int fd2, off_t offset, std::size_t size) {
+enum class Comparison { kSame, kDifferent, kNotMapped };
+
+// Compares `size` bytes from `offset` on. The pages are populated by the mapping call itself:
+// cheaper than taking a fault for each.
+Comparison compare(int fd1, int fd2, off_t offset, std::size_t size) {
   constexpr int kFlags = MAP_SHARED | MAP_POPULATE;
   const Mapping first(mmap(nullptr, size, PROT_READ, kFlags, fd1, offset), size);
-  if (!first.valid()) return false;
+  if (!first.valid()) return Comparison::kNotMapped;
   const Mapping second(mmap(nullptr, size, PROT_READ, kFlags, fd2, offset), size);
-  return second.valid() && std::memcmp(first.get(), second.get(), size) == 0;
+  if (!second.valid()) return Comparison::kNotMapped;
+  const bool same = std::memcmp(first.get(), second.get(), size) == 0;
+  return same ? Comparison::kSame : Comparison::kDifferent;
 }
 
 }  // namespace
@@ -82,12 +90,21 @@ extern "C" int file_diff(const char *path1, const char *path2) {
   if (fstat(file1.get(), &status1) != 0 || fstat(file2.get(), &status2) != 0) return 1;
   if (status1.st_size != status2.st_size) return 1;
 
-  off_t window = getpagesize();
+  const off_t page = getpagesize();
+  off_t largest = kLargestWindow;
+  off_t window = page;
   for (off_t offset = 0; offset < status1.st_size;) {
     const off_t size = std::min(window, status1.st_size - offset);
-    if (!same_bytes(file1.get(), file2.get(), offset, static_cast<std::size_t>(size))) return 1;
+    const Comparison result =
+        compare(file1.get(), file2.get(), offset, static_cast<std::size_t>(size));
+    if (result == Comparison::kNotMapped && size > page) {
+      // Little address space or locked memory is left: single pages may still fit.
+      window = largest = page;
+      continue;
+    }
+    if (result != Comparison::kSame) return 1;
     offset += size;
-    window = std::min(2 * window, kLargestWindow);
+    window = std::min(2 * window, largest);
   }
   return 0;
 }

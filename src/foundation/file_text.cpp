@@ -1,9 +1,12 @@
 // Formatted paths, one-write text files, and removal of link targets.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/format.h"
 #include "internal/owners.h"
 #include "talvera/utils.h"
@@ -17,7 +20,7 @@ constexpr std::size_t kLongestTarget = 128;  // characters of a link's target th
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,
                                                           const char *string) {
-  if (string == nullptr) return -1;
+  if (string == nullptr) return talvera::fail(EINVAL);
   const talvera::FormattedPath path(path_format, arguments);
   return file_write_string(path.c_str(), flags, kTextMode, string);
 }
@@ -33,7 +36,7 @@ extern "C" int file_access(const char *format, int mode, ...) {
 }
 
 extern "C" int file_write_string(const char *path, int flags, mode_t mode, const char *string) {
-  if (string == nullptr) return -1;
+  if (string == nullptr) return talvera::fail(EINVAL);
   const talvera::UniqueFd file(open(path, flags, mode));
   if (!file.valid()) return -1;
   return static_cast<int>(write(file.get(), string, std::strlen(string)));

@@ -1,5 +1,6 @@
 // Random bytes and numbers from the kernel's devices.
 #include <cstdint>
+#include <cstdio>
 
 #include "internal/big_endian.h"
 #include "internal/streams.h"

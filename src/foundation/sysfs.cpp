@@ -1,6 +1,10 @@
 // Attributes of sysfs, and other small text files of the kernel's.
 #include <syslog.h>
 
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+
 #include "internal/format.h"
 #include "internal/streams.h"
 #include "talvera/utils.h"

@@ -5,8 +5,8 @@
 
 namespace talvera {
 
-// The result of a function that fails with errno set.
-inline int fail(int error) {
+// The result of a function that fails with errno set. Not inlined: it is returned in many places.
+[[gnu::noinline]] inline int fail(int error) {
   errno = error;
   return -1;
 }

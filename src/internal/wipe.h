@@ -12,4 +12,17 @@ inline void wipe(void *bytes, std::size_t size) {
   __asm__ volatile("" : : "r"(bytes) : "memory");
 }
 
+// Wipes a block at the end of its scope. Declared after the block's owner, which then frees it.
+class WipeAtEnd {
+ public:
+  WipeAtEnd(void *bytes, std::size_t size) : bytes_(bytes), size_(size) {}
+  ~WipeAtEnd() { wipe(bytes_, size_); }
+  WipeAtEnd(const WipeAtEnd &) = delete;
+  WipeAtEnd &operator=(const WipeAtEnd &) = delete;
+
+ private:
+  void *bytes_;
+  std::size_t size_;
+};
+
 }  // namespace talvera

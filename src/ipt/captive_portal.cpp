@@ -1,4 +1,5 @@
 // Address records of the captive portal.
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,10 +15,9 @@ constexpr std::size_t kRecordSize = 10;  // with two digits of prefix length
 
 extern "C" int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,
                                           unsigned int index) {
-  const std::size_t offset = kRecordSize * index;
-  const std::size_t length = strnlen(records, offset + kRecordSize);
-  char record[kRecordSize + 1] = {};  // stays empty from where the records end
-  if (length > offset) std::memcpy(record, records + offset, length - offset);
+  const char *const start = records + kRecordSize * index;
+  char record[kRecordSize + 1] = {};  // stays empty from where the text ends
+  std::memcpy(record, start, strnlen(start, kRecordSize));
 
   const int prefix_length = std::atoi(record + kAddressDigits);
   record[kAddressDigits] = '\0';

@@ -21,11 +21,16 @@ inline std::uint32_t item_count(const list_obj *list) {
   return list == nullptr ? 0 : list_size(list);
 }
 
-// A copy of an item of either kind. REQUIRES: position < item_count(list)
-inline ipt_param item_at(const list_obj *list, std::uint32_t position) {
+// A copy of an item of either kind.
+inline ipt_param load_item(const void *data) {
   ipt_param item;
-  std::memcpy(&item, list_get_at(list, position), sizeof item);
+  std::memcpy(&item, data, sizeof item);
   return item;
+}
+
+// REQUIRES: position < item_count(list)
+inline ipt_param item_at(const list_obj *list, std::uint32_t position) {
+  return load_item(list_get_at(list, position));
 }
 
 }  // namespace talvera::ipt

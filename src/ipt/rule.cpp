@@ -46,9 +46,14 @@ void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
     sdb_log(SDB_LOG_INFO, "ipt: invalid %s item specified", kind.label);
     return nullptr;
   }
-  MallocPtr<void> added(std::malloc(sizeof item));
+  MallocPtr<ipt_param> added(static_cast<ipt_param *>(std::calloc(1, sizeof(ipt_param))));
   if (added == nullptr) return nullptr;
-  std::memcpy(added.get(), &item, sizeof item);
+  // Field by field: a copy of the whole would bring along what lies between its fields.
+  added->item = item.item;
+  added->negation = item.negation;
+  added->value = item.value;
+  added->option = item.option;
+  added->option_value = item.option_value;
   if (list_append(*slot, added.get()) < 0) {
     sdb_log(SDB_LOG_INFO, "ipt: failed to add a %s to rule", kind.name);
     return nullptr;
@@ -60,11 +65,14 @@ void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
 
 void free_items(list_obj *list) {
   if (list == nullptr) return;
-  for (std::uint32_t i = 0; i < list_size(list); ++i) {
-    const ipt_param item = item_at(list, i);
+  list_iterator_stop(list);  // an iteration that the caller has left open
+  list_iterator_start(list);
+  while (list_iterator_hasnext(list) != 0) {
+    void *const data = list_iterator_next(list);
+    const ipt_param item = load_item(data);
     std::free(item.value);
     std::free(item.option_value);
-    std::free(list_get_at(list, i));
+    std::free(data);
   }
   list_destroy(list);
   std::free(list);

@@ -1,23 +1,25 @@
 // The TCP flags and the check of a "--tcp-flags" argument.
 #include <strings.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 
+#include "internal/fail.h"
 #include "talvera/ipt.h"
 
 // "NONE" deliberately has the same bits as "ALL": both exclude every other flag of their list.
-extern "C" const ipt_tcp_flag flags[] = {
+extern "C" __attribute__((visibility("hidden"))) const ipt_tcp_flag ipt_own_flags[] = {
     {"SYN", 0x01}, {"ACK", 0x02}, {"FIN", 0x04},  {"RST", 0x08},
     {"URG", 0x10}, {"PSH", 0x20}, {"NONE", 0x3F}, {"ALL", 0x3F},
 };
 
-// The same table under a name that no program can claim: one that has a `flags` of its own takes
-// the exported name.
-extern "C" const ipt_tcp_flag ipt_own_flags[std::size(flags)]
-    __attribute__((alias("flags"), visibility("hidden")));
+// The same table under its exported name. A program may well have a `flags` of its own, which is
+// then to win, also where both are linked statically.
+extern "C" const ipt_tcp_flag flags[std::size(ipt_own_flags)]
+    __attribute__((weak, alias("ipt_own_flags")));
 
 namespace {
 
@@ -44,15 +46,19 @@ std::uint8_t bits_of_list(char *list) {
   return bits;
 }
 
-}  // namespace
-
-extern "C" int check_tcp_flags(const char *text) {
-  if (text == nullptr) return -1;
+// Whether a text is exactly two lists, each with at least one flag.
+bool is_flag_pair(const char *text) {
   char copy[kTextSize];
   std::snprintf(copy, sizeof copy, "%s", text);
   char *rest = nullptr;
   char *mask = strtok_r(copy, " ", &rest);
   char *comparison = strtok_r(nullptr, " ", &rest);
-  if (comparison == nullptr || strtok_r(nullptr, " ", &rest) != nullptr) return -1;
-  return bits_of_list(mask) != 0 && bits_of_list(comparison) != 0 ? 0 : -1;
+  return comparison != nullptr && strtok_r(nullptr, " ", &rest) == nullptr &&
+         bits_of_list(mask) != 0 && bits_of_list(comparison) != 0;
+}
+
+}  // namespace
+
+extern "C" int check_tcp_flags(const char *text) {
+  return text != nullptr && is_flag_pair(text) ? 0 : talvera::fail(EINVAL);
 }

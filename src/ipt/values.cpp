@@ -1,11 +1,13 @@
 // User-level values: negation, protocols, ports and port ranges.
 #include "ipt/values.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
 
+#include "internal/fail.h"
 #include "internal/integer32.h"
 #include "talvera/ipt.h"
 
@@ -75,12 +77,12 @@ extern "C" int ipt_calc_portrange(const char *external, int internal_port, char 
     std::snprintf(buffer, size, "%d", internal_port);
     return 0;
   }
-  if (kind == ipt::kNoPort || std::strchr(external, ':') == nullptr) return -1;
+  if (kind == ipt::kNoPort || std::strchr(external, ':') == nullptr) return fail(EINVAL);
   std::int32_t low = 0;
   std::int32_t high = 0;
-  if (!ipt::read_int(external, low)) return -1;
+  if (!ipt::read_int(external, low)) return fail(EINVAL);
   if (low == internal_port) return 0;
-  if (*external++ != ':' || !ipt::read_int(external, high)) return -1;
+  if (*external++ != ':' || !ipt::read_int(external, high)) return fail(EINVAL);
   const std::uint32_t ports = static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
   const auto last = static_cast<std::int32_t>(static_cast<std::uint32_t>(internal_port) + ports);
   std::snprintf(buffer, size, "%d-%d", internal_port, static_cast<int>(last));

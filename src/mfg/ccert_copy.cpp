@@ -3,11 +3,13 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"
 #include "internal/owners.h"
+#include "internal/wipe.h"
 #include "mfg/ccert_blob.h"
 #include "talvera/mfg.h"
 #include "talvera/sdb.h"
@@ -112,7 +114,10 @@ extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsig
   if (content == nullptr) return CCERT_NO_MEMORY;
   unsigned char *buffer = content.get();
   mfg_ccert_get_info info = {&buffer, &size, slot};
-  if (mfg_ccert_get(&info) != 0) return mfg::report_read_failure();
+  if (mfg_ccert_get(&info) != 0) {
+    wipe(buffer, size);  // the beginning may have been read
+    return mfg::report_read_failure();
+  }
   *length = size;
   *blob = content.release();
   return 0;
@@ -127,6 +132,7 @@ extern "C" int ccert_init(void) {
       ccert_get_ccertblob(&length, &content, static_cast<unsigned int>(mfg::location));
   if (result != 0) return result;
   const MallocPtr<unsigned char> blob(content);
+  const WipeAtEnd no_key_left(content, length);
   // A blob that fails the check counts, deliberately, as nothing to load and not as a failure.
   if (!mfg::is_consistent(blob.get(), length)) {
     mfg::replace_loaded(nullptr);
@@ -139,6 +145,7 @@ extern "C" int ccert_init(void) {
 }
 
 extern "C" int ccert_deinit(void) {
+  if (mfg::loaded != nullptr) wipe(mfg::loaded, mfg::loaded->length);
   std::free(mfg::loaded);
   mfg::replace_loaded(nullptr);
   return 0;

@@ -33,11 +33,11 @@ void get_plain(const ccert_toc_item &item, unsigned char **key, std::uint32_t *l
 void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
   const MallocPtr<unsigned char> copy = copy_of(item);
   if (copy == nullptr) return;
+  const WipeAtEnd no_key_left(copy.get(), item.length);
   if (item.length >= kEncryptedHeaderSize && load_be32(copy.get()) == kEncryptedFormat &&
       MKEY_Decrypt(copy.get() + kEncryptedHeaderSize, item.length - kEncryptedHeaderSize) == 0) {
     MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
   }
-  wipe(copy.get(), item.length);
 }
 
 int not_provided() {

@@ -3,6 +3,7 @@
 
 #include <syslog.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "internal/owners.h"

@@ -7,10 +7,12 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <optional>
 
 #include "internal/owners.h"
+#include "internal/wipe.h"
 #include "mfg/log.h"
 #include "talvera/utils.h"
 
@@ -108,6 +110,7 @@ int range_write(const void *data, std::int32_t offset, std::uint32_t length) {
   if (!seek_to(fd, 0)) return -1;
   const MallocPtr<std::uint8_t> content = allocate<std::uint8_t>(kFileSize);
   if (content == nullptr) return -1;
+  const WipeAtEnd no_key_left(content.get(), kFileSize);
   if (!transferred(uf_full_read(fd, content.get(), kFileSize), kFileSize, "read")) return -1;
   std::memcpy(content.get() + *start, data, length);
   if (!seek_to(fd, 0)) return -1;

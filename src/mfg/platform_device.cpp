@@ -12,12 +12,11 @@ namespace {
 constexpr char kDevicePath[] = "/dev/talvera";
 
 int device_fd = -1;
-int open_count = 0;
 
 }  // namespace
 
 extern "C" int tvra_open(void) {
-  // A second open deliberately leaves the count alone: one close then closes the device.
+  // Opens are deliberately not counted: one close closes the device.
   if (device_fd >= 0) return device_fd;
   const int fd = open(kDevicePath, O_RDWR | O_NONBLOCK);
   if (fd < 0) {
@@ -27,17 +26,14 @@ extern "C" int tvra_open(void) {
   }
   fcntl(fd, F_SETFD, FD_CLOEXEC);
   device_fd = fd;
-  open_count = 1;
   return fd;
 }
 
 extern "C" void tvra_close(void) {
   if (device_fd < 0) return;
-  if (--open_count > 0) return;
   const talvera::ErrnoKeeper keep;
   close(device_fd);
   device_fd = -1;
-  open_count = 0;
 }
 
 extern "C" int tvra_ioctl(unsigned int request, void *argument) {

@@ -1,8 +1,9 @@
 // IPv4 address arithmetic, and conversion of IPv4 and IPv6 address texts.
+#include <arpa/inet.h>
+
 #include <bit>
 #include <cstdint>
 
-#include "internal/address_text.h"
 #include "talvera/netu.h"
 
 namespace {
@@ -56,11 +57,11 @@ extern "C" int netu_is_empty_ip4addr(const char *text) {
 extern "C" int netu_atoipv4(const char *address, void *result) {
   in_addr scratch;
   if (address == nullptr) return 0;
-  return talvera::address_from_text(AF_INET, address, result != nullptr ? result : &scratch);
+  return inet_pton(AF_INET, address, result != nullptr ? result : &scratch);
 }
 
 extern "C" int netu_atoipv6(const char *address, void *result) {
   in6_addr scratch;
   if (address == nullptr) return 0;
-  return talvera::address_from_text(AF_INET6, address, result != nullptr ? result : &scratch);
+  return inet_pton(AF_INET6, address, result != nullptr ? result : &scratch);
 }

@@ -4,12 +4,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include "internal/signal_block.h"
+#include "process/reaped.h"
 #include "talvera/netu.h"
 
 namespace {
+
+namespace process = talvera::process;
 
 constexpr int kAnswered = 1;  // arping's exit status when another host has the address
 
@@ -20,19 +24,31 @@ constexpr int kAnswered = 1;  // arping's exit status when another host has the 
   _exit(0);
 }
 
-// Waits for this child alone; false when its status cannot be had.
-bool wait_for(pid_t child, int &status) {
+// The exit of a child that the reaper has collected in another thread, or is about to note.
+int reaped_exit(pid_t child) {
+  int code = process::noted_exit(child);
+  for (int tries = 100; code == process::kUnknownExit && tries > 0; --tries) {
+    usleep(1000);
+    code = process::noted_exit(child);
+  }
+  return code;
+}
+
+// Waits for this child alone. Returns its exit status, or what stands for it.
+int wait_for(pid_t child) {
+  int status = 0;
   pid_t ended;
   do {
     ended = waitpid(child, &status, 0);
   } while (ended < 0 && errno == EINTR);
-  return ended == child;
+  if (ended != child) return reaped_exit(child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : process::kKilled;
 }
 
 }  // namespace
 
 extern "C" int netu_arping_test(const char *ifname, const char *address) {
-  // The reaper of process_start() must not collect this child: it would take its status.
+  // A handler that collects every child is not to take this one's status, at least not here.
   const talvera::SignalBlock no_reaper(SIGCHLD);
   const pid_t child = fork();
   if (child < 0) {
@@ -43,7 +59,6 @@ extern "C" int netu_arping_test(const char *ifname, const char *address) {
     no_reaper.restore();
     run_arping(ifname, address);
   }
-  int status;
-  if (!wait_for(child, status) || !WIFEXITED(status)) return 1;
-  return WEXITSTATUS(status) == kAnswered ? 1 : 0;
+  const int code = wait_for(child);
+  return code == kAnswered || code == process::kKilled || code == process::kUnknownExit ? 1 : 0;
 }

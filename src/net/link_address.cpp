@@ -3,9 +3,11 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/integer32.h"
 #include "internal/owners.h"
 #include "talvera/netu.h"
@@ -33,7 +35,7 @@ extern "C" unsigned char *netu_atoe(const char *text, unsigned char *mac) {
 }
 
 extern "C" int netu_ifindex2name(unsigned int index, char *name) {
-  if (name == nullptr) return -1;
+  if (name == nullptr) return talvera::fail(EINVAL);
   const talvera::UniqueFd any(socket(AF_INET, SOCK_DGRAM, 0));
   if (!any.valid()) return -1;
   ifreq request{};

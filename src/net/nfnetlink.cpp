@@ -1,11 +1,15 @@
 // Netfilter netlink: handles, subsystems, and the way of messages to and from the kernel.
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
+#include "internal/fail.h"
 #include "internal/owners.h"
-#include "net/alignment.h"
+#include "net/exchange.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::net {
@@ -43,6 +47,17 @@ void close_socket(int fd) {
 }
 
 }  // namespace
+
+int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int flags) {
+  sockaddr_nl sender{};
+  socklen_t sender_size = sizeof sender;
+  const ssize_t received = recvfrom(handle.fd, buffer, length, flags,
+                                    reinterpret_cast<sockaddr *>(&sender), &sender_size);
+  if (received < 0) return -1;
+  if (sender.nl_pid != 0) return fail(ENOMSG);
+  return static_cast<int>(received);
+}
+
 }  // namespace talvera::net
 
 using namespace talvera;
@@ -64,7 +79,7 @@ extern "C" nfnetlink_handle *nfnetlink_open() {
 }
 
 extern "C" int nfnetlink_rebind(nfnetlink_handle *handle) {
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return fail(EINVAL);
   const std::uint32_t former = handle->local.nl_groups;
   for (const nfnetlink_subsys &subsys : handle->subsystems)
     handle->local.nl_groups |= subsys.subscriptions;
@@ -99,14 +114,14 @@ extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, uns
 }
 
 extern "C" int nfnetlink_subsys_close(nfnetlink_subsys *subsys) {
-  if (subsys == nullptr) return -1;
+  if (subsys == nullptr) return fail(EINVAL);
   const MallocPtr<nfnetlink_callback> callbacks(subsys->callbacks);
   *subsys = {};
   return 0;
 }
 
 extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return fail(EINVAL);
   for (nfnetlink_subsys &subsys : handle->subsystems)
     nfnetlink_subsys_close(&subsys);
   net::close_socket(handle->fd);
@@ -115,31 +130,22 @@ extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
 }
 
 extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned int length) {
-  if (message == nullptr || data == nullptr) return -1;
+  if (message == nullptr || data == nullptr) return fail(EINVAL);
   const std::uint32_t end = message->nlmsg_len;
   std::memcpy(reinterpret_cast<unsigned char *>(message) + end, data, length);
   // The first piece is the header, whose length field has just become the message's.
-  if (end != 0) message->nlmsg_len = end + net::aligned(length);
+  if (end != 0) message->nlmsg_len = end + NLMSG_ALIGN(length);
   return 0;
 }
 
 extern "C" int nfnetlink_send(nfnetlink_handle *handle, const nlmsghdr *message) {
-  if (handle == nullptr || message == nullptr) return -1;
+  if (handle == nullptr || message == nullptr) return fail(EINVAL);
   return static_cast<int>(sendto(handle->fd, message, message->nlmsg_len, 0,
                                  reinterpret_cast<const sockaddr *>(&handle->peer),
                                  sizeof handle->peer));
 }
 
 extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buffer, unsigned int length) {
-  if (handle == nullptr || buffer == nullptr) return -1;
-  sockaddr_nl sender{};
-  socklen_t sender_size = sizeof sender;
-  const ssize_t received =
-      recvfrom(handle->fd, buffer, length, 0, reinterpret_cast<sockaddr *>(&sender), &sender_size);
-  if (received < 0) return -1;
-  if (sender.nl_pid != 0) {
-    errno = ENOMSG;
-    return -1;
-  }
-  return static_cast<int>(received);
+  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
+  return net::receive(*handle, buffer, length, 0);
 }

@@ -7,8 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "internal/fail.h"
 #include "internal/owners.h"
-#include "net/alignment.h"
+#include "net/exchange.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::net {
@@ -40,7 +41,7 @@ bool holds(int left, std::uint32_t item_length, int header_size) {
 // Goes on to the item after one of `item_length` bytes, if there are bytes left. The last item need
 // not be followed by those that align its end.
 bool advance(Bytes &at, int &size, std::uint32_t item_length) {
-  const std::uint32_t step = aligned(item_length);
+  const std::uint32_t step = NLMSG_ALIGN(item_length);
   if (step >= static_cast<std::uint32_t>(size)) return false;
   at += step;
   size -= static_cast<int>(step);
@@ -66,27 +67,29 @@ class AttributeTable {
 
 // A message of control type: whether the kernel acknowledged.
 int control_result(Bytes message, const nlmsghdr &header) {
-  if (header.nlmsg_len < kHeaderSize + sizeof(std::int32_t)) return -1;
-  return load<std::int32_t>(message + kHeaderSize) == 0 ? 0 : kGoOn;
+  if (header.nlmsg_len < kHeaderSize + sizeof(std::int32_t)) return fail(EBADMSG);
+  const auto error = load<std::int32_t>(message + kHeaderSize);
+  if (error == 0) return 0;
+  errno = error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO;
+  return kGoOn;
 }
 
 int handle_message(const nfnetlink_handle &handle, Bytes message, const nlmsghdr &header) {
-  if (header.nlmsg_len < kGeneralHeaderEnd) return -1;
+  if (header.nlmsg_len < kGeneralHeaderEnd) return fail(EBADMSG);
   const unsigned id = header.nlmsg_type >> 8;
-  if (id >= NFNETLINK_SUBSYSTEMS) return -1;
+  if (id >= NFNETLINK_SUBSYSTEMS) return fail(EOPNOTSUPP);
   const nfnetlink_subsys &subsys = handle.subsystems[id];
   const unsigned type = header.nlmsg_type & 0xFFU;
-  if (type >= subsys.callback_count) return -1;
+  if (type >= subsys.callback_count) return fail(EOPNOTSUPP);
 
   // A copy: the handler may close the subsystem.
   const nfnetlink_callback callback = subsys.callbacks[type];
   if (callback.attribute_count == 0 || callback.handler == nullptr) return kGoOn;
   AttributeTable table(callback.attribute_count);
+  if (table.get() == nullptr) return -1;
   const void *attributes = message + kGeneralHeaderEnd;
-  if (nfnetlink_msg_parse_attr(table.get(), table.size(), static_cast<const nlattr *>(attributes),
-                               static_cast<int>(header.nlmsg_len) - kGeneralHeaderEnd) != 0) {
-    return -1;
-  }
+  nfnetlink_msg_parse_attr(table.get(), table.size(), static_cast<const nlattr *>(attributes),
+                           static_cast<int>(header.nlmsg_len) - kGeneralHeaderEnd);
   const void *start = message;
   return callback.handler(static_cast<const nlmsghdr *>(start), table.get(), callback.data);
 }
@@ -98,21 +101,37 @@ int message_result(const nfnetlink_handle &handle, Bytes message, const nlmsghdr
   return handle_message(handle, message, header);
 }
 
-// Whether a datagram answers another request than the last.
-bool is_foreign(const nfnetlink_handle &handle, Bytes datagram, int length) {
-  if (length < kHeaderSize) return false;
-  const std::uint32_t sequence = load<nlmsghdr>(datagram).nlmsg_seq;
-  return sequence != 0 && sequence != handle.sequence;
+}  // namespace
+
+int wait_for_answer(nfnetlink_handle &handle, int flags, bool &answered) {
+  union {
+    nlmsghdr first;
+    unsigned char bytes[kReceiveSize];
+  } buffer;
+  for (answered = false;;) {
+    const int received = receive(handle, &buffer, sizeof buffer, flags);
+    if (received < 0) {
+      if (errno == EINTR) continue;
+      return -1;
+    }
+    const bool whole = received >= kHeaderSize;
+    const bool current = whole && buffer.first.nlmsg_seq == handle.sequence;
+    if (whole && !current && buffer.first.nlmsg_seq != 0) return fail(EPROTO);
+    const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
+    const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
+    if (result >= kGoOn && (flags == 0 || !answer)) continue;
+    answered = answer;
+    return result;
+  }
 }
 
-}  // namespace
 }  // namespace talvera::net
 
 using namespace talvera;
 
 extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, const nlattr *first,
                                         int length) {
-  if (table == nullptr || table_size < 1 || first == nullptr) return -1;
+  if (table == nullptr || table_size < 1 || first == nullptr) return fail(EINVAL);
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<net::Bytes>(first);
   while (length >= net::kAttributeHeaderSize) {
@@ -127,7 +146,7 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
 }
 
 extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer, int length) {
-  if (handle == nullptr || buffer == nullptr) return -1;
+  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
   const auto *at = static_cast<net::Bytes>(buffer);
   int result = 0;
   while (length >= net::kHeaderSize) {
@@ -141,16 +160,6 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  if (nfnetlink_send(handle, message) < 0) return -1;
-  alignas(nlmsghdr) unsigned char buffer[net::kReceiveSize];
-  for (;;) {
-    const int received = nfnetlink_receive(handle, buffer, sizeof buffer);
-    if (received < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    if (net::is_foreign(*handle, buffer, received)) return -1;
-    const int result = nfnetlink_msg_unpack(handle, buffer, received);
-    if (result < net::kGoOn) return result;
-  }
+  bool answered;
+  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, answered);
 }

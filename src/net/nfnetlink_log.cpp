@@ -2,10 +2,14 @@
 #include <arpa/inet.h>
 #include <linux/netfilter/nfnetlink_log.h>
 
+#include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "internal/owners.h"
+#include "net/exchange.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::net {
@@ -28,7 +32,28 @@ struct Subject {
   std::uint16_t group;
 };
 
-int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute) {
+// The kernel's answer to the last request, when something else has ended the wait for it. The
+// kernel answers within the send call, so its answer is behind that; left there it would be taken
+// for the next request's. 0 for an acknowledgement, -1 with errno set for a refusal; else errno is
+// kept.
+constexpr int kNoAnswer = 1;
+int late_result(nfnetlink_handle &netlink) {
+  const int error = errno;
+  bool answered = false;
+  for (int tries = 4096; tries > 0; --tries) {  // should it be lost while packets keep coming
+    errno = 0;
+    const int result = wait_for_answer(netlink, MSG_DONTWAIT, answered);
+    if (answered && result != 0) return -1;
+    if (answered || errno == EAGAIN) break;
+  }
+  errno = error;
+  return answered ? 0 : kNoAnswer;
+}
+
+// Whose word counts when packets have ended the wait for an acknowledgement.
+enum class By { kWait, kAnswer };
+
+int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute, By by) {
   const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
                            NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
   const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
@@ -41,12 +66,17 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
       nfnetlink_msg_pack(&request.header, &attribute, attribute.header.nla_len) != 0) {
     return -1;
   }
-  return nfnetlink_send_wait_ack(&netlink, &request.header);
+  if (nfnetlink_send(&netlink, &request.header) < 0) return -1;
+  bool answered;
+  const int result = wait_for_answer(netlink, 0, answered);
+  if (answered) return result;
+  const int late = late_result(netlink);
+  return by == By::kWait || late == kNoAnswer ? result : late;
 }
 
-int command(nfnetlink_log *log, std::uint8_t code, Subject subject) {
-  if (log == nullptr) return -1;
-  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}});
+int command(nfnetlink_log *log, std::uint8_t code, Subject subject, By by) {
+  if (log == nullptr) return fail(EINVAL);
+  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, by);
 }
 
 nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) {
@@ -59,11 +89,11 @@ nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) 
 // The handler of packet messages: passes one on to its group's handler.
 int dispatch_packet(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
   const auto *log = static_cast<const nfnetlink_log *>(data);
-  if (message == nullptr || log == nullptr) return -1;
+  if (message == nullptr || log == nullptr) return fail(EINVAL);
   const auto *header = reinterpret_cast<const nfgenmsg *>(message + 1);
   const auto *bytes = reinterpret_cast<const std::uint8_t *>(header);
   nfnetlink_log_group *group = find_group(*log, load_be16(bytes + offsetof(nfgenmsg, res_id)));
-  if (group == nullptr || group->handler == nullptr) return -1;
+  if (group == nullptr || group->handler == nullptr) return fail(ENOENT);
   return group->handler(group, header, attributes, group->data);
 }
 
@@ -100,22 +130,27 @@ extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
 }
 
 extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0});
+  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0},
+                      net::By::kWait);
 }
 
 extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0});
+  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0},
+                      net::By::kWait);
 }
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
   const auto number = static_cast<std::uint16_t>(group);
-  if (log == nullptr || net::find_group(*log, number) != nullptr) return nullptr;
+  if (log == nullptr || net::find_group(*log, number) != nullptr) {
+    errno = log == nullptr ? EINVAL : EBUSY;
+    return nullptr;
+  }
   MallocPtr<nfnetlink_log_group> node(
       static_cast<nfnetlink_log_group *>(std::calloc(1, sizeof(nfnetlink_log_group))));
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}) != 0) return nullptr;
+  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}, net::By::kAnswer) != 0) return nullptr;
   node->next = log->groups;
   log->groups = node.get();
   return node.release();
@@ -123,16 +158,16 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
 
 extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
                                               nfnetlink_log_handler handler, void *data) {
-  if (group == nullptr) return -1;
+  if (group == nullptr) return fail(EINVAL);
   group->handler = handler;
   group->data = data;
   return 0;
 }
 
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
-  if (group == nullptr) return -1;
+  if (group == nullptr) return fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}) < 0) return -1;
+  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, net::By::kAnswer) < 0) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;
@@ -144,11 +179,13 @@ extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
 
 extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mode,
                                      std::uint32_t range) {
-  if (group == nullptr) return -1;
+  if (group == nullptr) return fail(EINVAL);
   net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
   store_be32(attribute.payload, range);
   attribute.payload[4] = static_cast<std::uint8_t>(mode);
-  return net::configure(*group->log->netlink, {0, group->number}, attribute) < 0 ? -1 : 0;
+  return net::configure(*group->log->netlink, {0, group->number}, attribute, net::By::kWait) < 0
+             ? -1
+             : 0;
 }
 
 extern "C" const void *nfnetlink_log_nfa_get_ptr(const nlattr *const *attributes,

@@ -46,7 +46,7 @@ extern "C" int process_find_all(const char *name, pid_t *pids, int capacity) {
 
   int count = 0;
   char line[kLineSize];
-  while (count < capacity && std::fgets(line, sizeof line, output.get()) != nullptr)
+  while (count < capacity && talvera::read_line(output.get(), line, sizeof line))
     count += store_numbers(line, pids + count, capacity - count);
   return count;
 }

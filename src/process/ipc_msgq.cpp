@@ -5,7 +5,10 @@
 #include <sys/select.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/fail.h"
@@ -117,7 +120,7 @@ extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size
                 EFAULT, EINTR, EINVAL, errno, std::strerror(errno));
     return -1;
   }
-  if (ready == 0) return -1;
+  if (ready == 0) return fail(EAGAIN);
   sockaddr_un sender;
   socklen_t sender_length = sizeof sender;
   return static_cast<int>(recvfrom(queue->fd, buffer, length, 0,

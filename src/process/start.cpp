@@ -1,11 +1,15 @@
 // Starting programs, and the reaper of finished children.
 #include <sys/wait.h>
 #include <syslog.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/owners.h"
+#include "process/reaped.h"
 #include "talvera/process.h"
 #include "talvera/sdb.h"
 
@@ -16,8 +20,9 @@ namespace {
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
   const talvera::ErrnoKeeper keep;
-  while (waitpid(-1, nullptr, WNOHANG) > 0) {
-  }
+  int status = 0;
+  for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;)
+    talvera::process::note_exit(child, status);
 }
 
 // Calls that the handler interrupts go on, and children that merely stop do not matter.

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <ctime>
 
 #include "talvera/process.h"
 #include "talvera/sdb.h"
@@ -20,6 +21,24 @@ constexpr std::int64_t kPollsPerSecond = 10;
 constexpr int kTermSeconds = 3;
 constexpr int kKillSeconds = 1;
 constexpr std::size_t kCommandLineSize = 1024;
+
+// Microseconds of a clock that nobody sets, modulo 2^32.
+std::uint32_t monotonic_time() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint32_t>(now.tv_sec) * 1'000'000 +
+         static_cast<std::uint32_t>(now.tv_nsec) / 1000;
+}
+
+// Sleeps for a whole poll interval: what is left after a signal is slept out.
+void sleep_poll_interval() {
+  const std::uint32_t end = monotonic_time() + kPollInterval;
+  if (usleep(kPollInterval) == 0) return;
+  for (std::int32_t left; (left = static_cast<std::int32_t>(end - monotonic_time())) > 0;) {
+    const timespec rest = {0, left * 1000L};
+    nanosleep(&rest, nullptr);
+  }
+}
 
 bool is_running(pid_t pid) {
   return kill(pid, 0) == 0 || errno != ESRCH;
@@ -48,7 +67,7 @@ extern "C" int process_wait(pid_t pid, int seconds) {
   for (std::int64_t sleeps = kPollsPerSecond * std::max(seconds, 0);; --sleeps) {
     if (!is_running(pid)) return 0;
     if (sleeps == 0) break;
-    usleep(kPollInterval);
+    sleep_poll_interval();
   }
   syslog(LOG_DEBUG, "timeout (%ds) waiting for process %d", seconds, pid);
   return PROCESS_TIMEOUT;

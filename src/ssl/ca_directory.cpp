@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ssl/regular_file.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -40,7 +41,7 @@ void add_hash_link(const char *link_path) {
   char name[kHashLinkSize];
   char target[kEntrySize];
   const char *file = link_path + std::min(kDirectoryPrefix, std::strlen(link_path));
-  std::snprintf(name, sizeof name, CA_DIRECTORY "/%08lx.0", SSL_cert_hash(link_path, "PEM"));
+  std::snprintf(name, sizeof name, CA_DIRECTORY "/%08lx.0", hash_of_pem_file(link_path));
   std::snprintf(target, sizeof target, "./%s", file);
   [[maybe_unused]] const int ignored = symlink(target, name);
 }

@@ -6,7 +6,8 @@
 #include <cstring>
 
 #include "internal/owners.h"
-#include "ssl/openssl_owners.h"
+#include "internal/wipe.h"
+#include "ssl/openssl_compat.h"
 #include "talvera/ssl.h"
 #include "talvera/utils.h"
 
@@ -24,9 +25,10 @@ int subject_text(X509 *certificate, int nid, char *buffer, int size) {
 int take_date(ASN1_TIME *date, char *buffer, int length) {
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> used_up(date);
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
+  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints anything like a date
   const BioPtr text(BIO_new(BIO_s_mem()));
-  if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1 || length < 0) return -1;
+  if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1) return -1;
   char *printed = nullptr;
   const long printed_length = BIO_get_mem_data(text.get(), &printed);
   const int count = static_cast<int>(std::min<long>(printed_length, length));
@@ -46,7 +48,7 @@ extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long len) {
 
 extern "C" X509 *uc_make_x509(const unsigned char *der, long len) {
   if (der == nullptr || len < 1) return nullptr;
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   return d2i_X509(nullptr, &der, len);
 }
 
@@ -58,7 +60,11 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
   if (size < 1 || size > INT_MAX) return 0;
   const auto bytes = static_cast<std::size_t>(size);
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
-  if (content == nullptr || ::read(file.get(), content.get(), bytes) != size) return 0;
+  if (content == nullptr) return 0;
+  if (::read(file.get(), content.get(), bytes) != size) {
+    talvera::wipe(content.get(), bytes);  // perhaps part of a private key
+    return 0;
+  }
   *data = content.release();
   return static_cast<int>(size);
 }

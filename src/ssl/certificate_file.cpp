@@ -8,8 +8,12 @@
 #include <cstdio>
 #include <span>
 #include <string_view>
+#include <utility>
 
+#include "internal/streams.h"
+#include "internal/wipe.h"
 #include "ssl/openssl_compat.h"
+#include "ssl/regular_file.h"
 #include "talvera/ssl.h"
 
 namespace talvera::ssl {
@@ -68,26 +72,83 @@ Format format_of(const char *word) {
   }
 }
 
-// Standard input is read unbuffered, so that no byte after the certificate is taken from it.
-BioPtr open_input(const char *path) {
-  if (path != nullptr) return BioPtr(BIO_new_file(path, "r"));
-  std::setvbuf(stdin, nullptr, _IONBF, 0);
-  return BioPtr(BIO_new_fp(stdin, BIO_NOCLOSE));
+// What a certificate is read from. There may be a private key in the file, too: the buffer is not
+// left in freed memory.
+class Input {
+ public:
+  explicit Input(FilePtr stream) : stream_(std::move(stream)) {
+    if (stream_ == nullptr) return;
+    std::setvbuf(stream_.get(), buffer_, _IOFBF, sizeof buffer_);
+    bio_.reset(BIO_new_fp(stream_.get(), BIO_NOCLOSE));
+  }
+  // Standard input, unbuffered, so that no byte after the certificate is taken from it.
+  Input() {
+    std::setvbuf(stdin, nullptr, _IONBF, 0);
+    bio_.reset(BIO_new_fp(stdin, BIO_NOCLOSE));
+  }
+  ~Input() {
+    bio_.reset();
+    stream_.reset();
+    wipe(buffer_, sizeof buffer_);
+  }
+  Input(const Input &) = delete;
+  Input &operator=(const Input &) = delete;
+
+  [[nodiscard]] BIO *get() const { return bio_.get(); }
+
+ private:
+  char buffer_[1024];
+  FilePtr stream_;
+  BioPtr bio_;
+};
+
+Input open_input(const char *path) {
+  return path != nullptr ? Input(FilePtr(std::fopen(path, "r"))) : Input();
 }
 
-// Refuses an encrypted certificate, for which OpenSSL would otherwise ask on the terminal.
-int no_pass_phrase(char *, int, int, void *) {
-  return -1;
+// What PEM_read_bio() returns.
+struct PemBlock {
+  bool read(BIO *in) {
+    if (PEM_read_bio(in, &name, &header, &data, &size) == 1) return true;
+    name = header = nullptr;  // some versions leave pointers to what they have freed
+    data = nullptr;
+    return false;
+  }
+  ~PemBlock() {
+    OPENSSL_free(name);
+    OPENSSL_free(header);
+    if (data != nullptr) OPENSSL_cleanse(data, static_cast<std::size_t>(size));
+    OPENSSL_free(data);
+  }
+  char *name = nullptr;
+  char *header = nullptr;
+  unsigned char *data = nullptr;
+  long size = 0;
+};
+
+// The first certificate, plain or with trust settings. An encrypted one, which has a header, is
+// refused: OpenSSL would ask for its pass phrase on the terminal.
+X509Ptr read_pem(BIO *in) {
+  for (;;) {
+    PemBlock block;
+    if (!block.read(in)) return nullptr;
+    const std::string_view name(block.name);
+    if (name != PEM_STRING_X509 && name != PEM_STRING_X509_OLD && name != PEM_STRING_X509_TRUSTED) {
+      continue;
+    }
+    if (*block.header != '\0') return nullptr;
+    const unsigned char *at = block.data;
+    return X509Ptr(d2i_X509_AUX(nullptr, &at, block.size));
+  }
 }
 
-X509Ptr read_certificate(const char *path, Format format) {
-  const BioPtr in = open_input(path);
-  if (in == nullptr) return nullptr;
+X509Ptr read_certificate(const Input &in, Format format) {
+  if (in.get() == nullptr) return nullptr;
   switch (format) {
     case Format::kDer:
       return X509Ptr(d2i_X509_bio(in.get(), nullptr));
     case Format::kPem:
-      return X509Ptr(PEM_read_bio_X509_AUX(in.get(), nullptr, no_pass_phrase, nullptr));
+      return read_pem(in.get());
     case Format::kNetscape:
       return read_netscape(in.get());
     case Format::kPkcs12:
@@ -109,15 +170,29 @@ bool flush(BIO *out) {
   return BIO_flush(out) == 1 && BIO_get_fp(out, &stream) == 1 && std::ferror(stream) == 0;
 }
 
+unsigned long subject_hash(const Input &in, Format format) {
+  const X509Ptr certificate = read_certificate(in, format);
+  return certificate != nullptr ? X509_subject_name_hash(certificate.get()) : 0;
+}
+
 }  // namespace
+
+unsigned long hash_of_pem_file(const char *path) {
+  UniqueFd file(open_at_once(path));
+  if (!is_regular_file(file.get())) return 0;
+  FilePtr stream(fdopen(file.get(), "r"));
+  if (stream != nullptr) file.release();
+  const ErrorQueueKeeper errors;
+  return subject_hash(Input(std::move(stream)), Format::kPem);
+}
+
 }  // namespace talvera::ssl
 
 using namespace talvera::ssl;
 
 extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
-  const ErrorQueueMark mark;
-  const X509Ptr certificate = read_certificate(path, format_of(format));
-  return certificate != nullptr ? X509_subject_name_hash(certificate.get()) : 0;
+  const ErrorQueueKeeper errors;
+  return subject_hash(open_input(path), format_of(format));
 }
 
 extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const char *digest,
@@ -126,8 +201,8 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   const EVP_MD *type = digest_of(digest);
   if (type == nullptr) return -1;
 
-  const ErrorQueueMark mark;
-  const X509Ptr certificate = read_certificate(path, format_of(format));
+  const ErrorQueueKeeper errors;
+  const X509Ptr certificate = read_certificate(open_input(path), format_of(format));
   if (certificate == nullptr) return -1;
   unsigned char bytes[EVP_MAX_MD_SIZE];
   unsigned int size = 0;
@@ -143,10 +218,10 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
 
 extern "C" int SSL_cert_der2pem(const char *der_path, const char *pem_path) {
   if (pem_path == nullptr) return -1;
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const BioPtr out(BIO_new_file(pem_path, "w"));
   if (out == nullptr) return -1;
-  const X509Ptr certificate = read_certificate(der_path, Format::kDer);
+  const X509Ptr certificate = read_certificate(open_input(der_path), Format::kDer);
   if (certificate == nullptr) return -1;
   return PEM_write_bio_X509(out.get(), certificate.get()) == 1 && flush(out.get()) ? 0 : -1;
 }

@@ -6,8 +6,9 @@
 #include <cstring>
 
 #include "internal/integer32.h"
-#include "ssl/openssl_owners.h"
+#include "ssl/openssl_compat.h"
 #include "ssl/pipe_signal_block.h"
+#include "ssl/read_deadline.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -24,9 +25,13 @@ void set_blocking(int fd, bool blocking) {
 }
 
 // Waits until the handshake can go on; false when it cannot. The wait writes what is left of the
-// budget back, so that the budget is the total of all waits.
-bool wait_for_socket(int fd, bool for_reading, timeval &budget) {
+// budget back, so that the budget is the total of all waits. Steps that take time themselves, since
+// the server keeps them busy, shorten it by whole seconds.
+bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &deadline) {
   if (fd < 0 || fd >= FD_SETSIZE) return false;
+  const time_t left = deadline.seconds_left();
+  if (left <= 0) return false;
+  if (budget.tv_sec >= left) budget = {left, 0};
   fd_set readable;
   fd_set writable;
   fd_set exceptional;
@@ -57,9 +62,34 @@ bool has_common_name(X509 *certificate, const char *expected) {
          strcasecmp(expected, name) == 0;
 }
 
+// Lets verification go on after the one error that can be forgiven.
+int forgive_not_yet_valid(int ok, X509_STORE_CTX *verification) {
+  const int error = X509_STORE_CTX_get_error(verification);
+  return ok == 1 || error == X509_V_ERR_CERT_NOT_YET_VALID ? 1 : 0;
+}
+
+// What is wrong with the peer's chain besides certificates that are not yet valid. The handshake's
+// verification stopped at the first of these, perhaps before it looked at any signature.
+long other_error(SSL *ssl) {
+  const X509Ptr peer(SSL_get_peer_certificate(ssl));
+  const StoreContextPtr verification(X509_STORE_CTX_new());
+  if (verification == nullptr ||
+      X509_STORE_CTX_init(verification.get(), SSL_CTX_get_cert_store(SSL_get_SSL_CTX(ssl)),
+                          peer.get(), SSL_get_peer_cert_chain(ssl)) != 1) {
+    return X509_V_ERR_OUT_OF_MEM;
+  }
+  // As in a handshake.
+  X509_STORE_CTX_set_default(verification.get(), "ssl_server");
+  X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
+  X509_STORE_CTX_set_verify_cb(verification.get(), forgive_not_yet_valid);
+  if (X509_verify_cert(verification.get()) == 1) return X509_V_OK;
+  const long error = X509_STORE_CTX_get_error(verification.get());
+  return error != X509_V_OK ? error : X509_V_ERR_UNSPECIFIED;
+}
+
 long refuse(long reason) {
   sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(reason));
-  return reason;
+  return verify_error_of_1_0(reason);
 }
 
 }  // namespace
@@ -70,6 +100,8 @@ using namespace talvera::ssl;
 extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
   const PipeSignalBlock no_signal;
   timeval budget = kHandshakeBudget;
+  Deadline deadline(kHandshakeBudget.tv_sec);
+  const ReadDeadline bounded(SSL_get_rbio(ssl), deadline);
   for (;;) {
     set_blocking(fd, false);
     const int result = SSL_connect(ssl);
@@ -82,16 +114,16 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
     if (error == SSL_ERROR_NONE) return 1;
     if (error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) return 0;
     set_blocking(fd, true);
-    if (!wait_for_socket(fd, error == SSL_ERROR_WANT_READ, budget)) return 0;
+    if (!wait_for_socket(fd, error == SSL_ERROR_WANT_READ, budget, deadline)) return 0;
   }
 }
 
 extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
-  const ErrorQueueMark mark;
-  const long result = SSL_get_verify_result(ssl);
+  const ErrorQueueKeeper errors;
+  long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
-  const bool forgiven = result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right;
-  if (result != X509_V_OK && !forgiven) return refuse(result);
+  if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) result = other_error(ssl);
+  if (result != X509_V_OK) return refuse(result);
 
   const X509Ptr peer(SSL_get_peer_certificate(ssl));
   if (peer == nullptr || !has_common_name(peer.get(), expected_name)) {

@@ -1,5 +1,4 @@
 // The TLS client context: protocol, trusted roots, the device's identity.
-#include <fcntl.h>
 #include <openssl/rand.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include "internal/owners.h"
 #include "ssl/openssl_compat.h"
 #include "ssl/product_data.h"
+#include "ssl/regular_file.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -57,14 +57,16 @@ SSL_CTX *new_context(const char *version) {
 // counts as none, too, and stays open.
 UniqueFd open_downloaded_root() {
   if (access(kDownloadedRoot, R_OK) != 0) return UniqueFd();
-  const int fd = open(kDownloadedRoot, O_RDONLY);
+  const int fd = open_at_once(kDownloadedRoot);
   return UniqueFd(fd > 0 ? fd : -1);
 }
 
-// Deliberately, an empty file counts as an installed certificate.
+// Deliberately, an empty file counts as an installed certificate. What is no file counts as one
+// that cannot be read.
 bool install_downloaded_root(SSL_CTX *context, const UniqueFd &file) {
   unsigned char der[kDownloadedRootSize];
-  const ssize_t length = ::read(file.get(), der, sizeof der);
+  const ssize_t length =
+      is_regular_file(file.get()) ? ::read(file.get(), der, sizeof der) : ssize_t{-1};
   if (length != 0 && SSL_Load_Cert(context, der, static_cast<long>(length)) != 1) {
     sdb_log(SDB_LOG_ERROR, "SSL: Failed to Install Root CA certificate");
     return false;
@@ -96,7 +98,14 @@ bool report_product_roots() {
   return true;
 }
 
+// What the device signs with its 512-bit key, which is too short for RSA with a longer digest. (A
+// program that installs a key of another kind may use all that goes with that.)
+constexpr char kClientSignatures[] =
+    "RSA+SHA256:RSA+SHA224:RSA+SHA1:"
+    "ECDSA+SHA256:ECDSA+SHA384:ECDSA+SHA512:ECDSA+SHA224:ECDSA+SHA1:DSA+SHA256:DSA+SHA1";
+
 bool use_client_identity(SSL_CTX *context) {
+  SSL_CTX_set1_client_sigalgs_list(context, kClientSignatures);
   if (SSL_CTX_use_RSAPrivateKey_ASN1(context, client_pvt_key, sizeof client_pvt_key) != 1) {
     return false;
   }
@@ -140,7 +149,7 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
     return nullptr;
   }
 
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   seed_random_generator();
   SSL_library_init();
   ContextPtr context(new_context(version));
@@ -155,7 +164,7 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
 }
 
 extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long len) {
-  const ErrorQueueMark mark;
+  const ErrorQueueKeeper errors;
   const X509Ptr certificate(uc_make_x509(der, len));
   if (certificate == nullptr) return 0;
   // The store may refuse a certificate that it holds already, which is fine.

@@ -16,7 +16,39 @@
 
 namespace talvera::ssl {
 
-// Old protocols can be left out when OpenSSL is built.
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+
+ErrorQueueKeeper::ErrorQueueKeeper() {
+  ERR_set_mark();
+}
+
+ErrorQueueKeeper::~ErrorQueueKeeper() {
+  ERR_pop_to_mark();
+}
+
+#else
+
+// Marks do not nest yet, and OpenSSL sets its own: the program's queue is put aside as a whole.
+ErrorQueueKeeper::ErrorQueueKeeper() {
+  if (queue_ == nullptr) return;
+  former_ = *queue_;
+  std::memset(queue_->err_data, 0, sizeof queue_->err_data);
+  std::memset(queue_->err_data_flags, 0, sizeof queue_->err_data_flags);
+  queue_->top = queue_->bottom = 0;
+}
+
+ErrorQueueKeeper::~ErrorQueueKeeper() {
+  if (queue_ == nullptr) return;
+  ERR_clear_error();
+  *queue_ = former_;
+}
+
+#endif
+
+// Old protocols can be left out when OpenSSL is built. The methods of one version are deprecated
+// since 1.1.0, in favour of one for all versions whose limits the configuration of the system sets.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 const SSL_METHOD *tls1_method() {
 #ifdef OPENSSL_NO_TLS1_METHOD
@@ -58,10 +90,12 @@ const SSL_METHOD *dtls1_method() {
 #endif
 }
 
+#pragma GCC diagnostic pop
+
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
 namespace {
 
-// All that 1.0 signed and took, and what TLS 1.3 needs. SHA-256 comes first: it fits a 512-bit key.
+// All that 1.0 took, and what TLS 1.3 needs.
 constexpr char kSignatureAlgorithms[] =
     "RSA+SHA256:RSA+SHA384:RSA+SHA512:RSA+SHA224:RSA+SHA1:"
     "rsa_pss_rsae_sha256:rsa_pss_rsae_sha384:rsa_pss_rsae_sha512:"
@@ -88,6 +122,24 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_clear_mode(context, SSL_MODE_AUTO_RETRY);
 #endif
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
+}
+
+long verify_error_of_1_0(long error) {
+#if OPENSSL_VERSION_NUMBER >= 0x10100000L
+  switch (error) {
+    case X509_V_ERR_INVALID_CA:
+      return 24;
+    case X509_V_ERR_INVALID_CALL:
+      return 65;
+    case X509_V_ERR_STORE_LOOKUP:
+      return 66;
+    case X509_V_ERR_PROXY_SUBJECT_NAME_VIOLATION:
+      return 67;
+    default:
+      break;
+  }
+#endif
+  return error;
 }
 
 // ---- Netscape certificate sequence: SEQUENCE { header OCTET STRING, Certificate OPTIONAL } ----

@@ -1,8 +1,7 @@
-// Owners of OpenSSL's objects and of its error queue.
+// Owners of OpenSSL's objects.
 #pragma once
 
 #include <openssl/bio.h>
-#include <openssl/err.h>
 #include <openssl/pkcs12.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
@@ -23,16 +22,7 @@ using BioPtr = std::unique_ptr<BIO, Releaser<BIO_free>>;
 using ContextPtr = std::unique_ptr<SSL_CTX, Releaser<SSL_CTX_free>>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, Releaser<EVP_PKEY_free>>;
 using Pkcs12Ptr = std::unique_ptr<PKCS12, Releaser<PKCS12_free>>;
+using StoreContextPtr = std::unique_ptr<X509_STORE_CTX, Releaser<X509_STORE_CTX_free>>;
 using X509Ptr = std::unique_ptr<X509, Releaser<X509_free>>;
-
-// Takes back what a call adds to the thread's error queue. What stays there would make
-// SSL_get_error() misjudge the program's next read or write on any connection.
-class ErrorQueueMark {
- public:
-  ErrorQueueMark() { ERR_set_mark(); }
-  ~ErrorQueueMark() { ERR_pop_to_mark(); }
-  ErrorQueueMark(const ErrorQueueMark &) = delete;
-  ErrorQueueMark &operator=(const ErrorQueueMark &) = delete;
-};
 
 }  // namespace talvera::ssl

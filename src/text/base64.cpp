@@ -1,10 +1,12 @@
 // Base64, standard alphabet with padding (RFC 4648).
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 
 #include "internal/big_endian.h"
+#include "internal/fail.h"
 #include "talvera/encode.h"
 
 namespace {
@@ -103,7 +105,7 @@ extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *ou
   const std::uint32_t needed = groups <= kMostGroups ? groups * 4 + 1 : UINT32_MAX;
   if (groups > kMostGroups || *out_len < needed) {
     *out_len = needed;
-    return -1;
+    return talvera::fail(ENOSPC);
   }
   std::size_t rest = len;
   for (; rest > 3; rest -= 3, in += 3, out += 4)
@@ -124,15 +126,15 @@ extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *ou
 
 extern "C" int base64_decode(const char *in, unsigned int len, unsigned char *out,
                              unsigned int *out_len) {
-  if (in == nullptr || out == nullptr || out_len == nullptr) return -1;
+  if (in == nullptr || out == nullptr || out_len == nullptr) return talvera::fail(EINVAL);
   Decoder decoder(out, *out_len);
   for (std::size_t i = 0; i < len;) {
     i += decoder.take_whole_groups(in + i, len - i);
     if (i == len) break;
     const std::uint8_t value = symbol(in[i++]);
-    if (value != kSkipped && !decoder.take(value)) return -1;
+    if (value != kSkipped && !decoder.take(value)) return talvera::fail(ENOSPC);
   }
-  if (!decoder.is_complete()) return -1;
+  if (!decoder.is_complete()) return talvera::fail(EINVAL);
   *out_len = static_cast<unsigned int>(decoder.written());
   return 0;
 }

@@ -1,10 +1,12 @@
 // Hexadecimal character references for what is dangerous in markup.
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "internal/ascii.h"
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "talvera/encode.h"
 
@@ -92,7 +94,7 @@ char *encode_fitting(const char *in, std::size_t length, char *out) {
 }  // namespace
 
 extern "C" int entities_hex_encode(char *out, unsigned int size, const char *in) {
-  if (size == 0 || out == nullptr) return -1;
+  if (size == 0 || out == nullptr) return talvera::fail(EINVAL);
   std::size_t room = in == nullptr ? 0 : size - 1;
   std::size_t length = in == nullptr ? 0 : strnlen(in, room);
   // As much as fits whatever it is, again and again: the room that references left is used up.
@@ -108,11 +110,11 @@ extern "C" int entities_hex_encode(char *out, unsigned int size, const char *in)
     *out++ = is_dangerous(*in) ? '-' : *in;
   *out = '\0';
   // Full counts as cut short, deliberately also when the text ended just here.
-  return room > 0 ? 0 : -1;
+  return room > 0 ? 0 : talvera::fail(in == nullptr ? EINVAL : ENOSPC);
 }
 
 extern "C" int entities_hex_encode_in_place(unsigned int size, char *buf) {
-  if (size == 0 || buf == nullptr) return -1;
+  if (size == 0 || buf == nullptr) return talvera::fail(EINVAL);
   const talvera::MallocPtr<char> copy = talvera::allocate<char>(size);
   if (copy == nullptr) return -1;
   std::memcpy(copy.get(), buf, size);

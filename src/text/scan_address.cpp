@@ -1,10 +1,10 @@
 // IPv4 and MAC addresses taken along a line.
+#include <arpa/inet.h>
 #include <netinet/ether.h>
 
 #include <cstddef>
 #include <cstring>
 
-#include "internal/address_text.h"
 #include "internal/alias.h"
 #include "talvera/scan.h"
 
@@ -26,7 +26,7 @@ char *copy_token(char *s, char (&token)[Size]) {
 extern "C" char *getip(char *s, struct in_addr *addr) {
   char token[INET_ADDRSTRLEN];
   char *const end = copy_token(s, token);
-  return end != nullptr && talvera::address_from_text(AF_INET, token, addr) == 1 ? end : s;
+  return end != nullptr && inet_pton(AF_INET, token, addr) == 1 ? end : s;
 }
 TALVERA_ALIAS(get_ip, getip);
 

@@ -1,9 +1,11 @@
 // Numbers in text: taken along a line, or checked as a whole string.
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
 #include "internal/alias.h"
 #include "internal/ascii.h"
+#include "internal/fail.h"
 #include "internal/integer32.h"
 #include "talvera/scan.h"
 
@@ -87,14 +89,14 @@ extern "C" int ValidateUlong(char *s, unsigned long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
   *value = number.to_unsigned();
-  return is_valid(s, number.end, *value == UINT32_MAX, "4294967295") ? 0 : -1;
+  return is_valid(s, number.end, *value == UINT32_MAX, "4294967295") ? 0 : talvera::fail(EINVAL);
 }
 
 extern "C" int ValidateLong(char *s, long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
   *value = number.to_signed();
-  return is_valid(s, number.end, *value == INT32_MAX, "2147483647") ? 0 : -1;
+  return is_valid(s, number.end, *value == INT32_MAX, "2147483647") ? 0 : talvera::fail(EINVAL);
 }
 
 extern "C" int isxstring(const char *s) {

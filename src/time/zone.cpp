@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <span>
 #include <string_view>
 
@@ -18,11 +19,13 @@ constexpr char kUnknownTime[] = "0001-01-01T00:00:00Z";
 struct Zone {
   explicit Zone(const char *text)
       : name(text, std::strcspn(text, kOffsetCharacters)),
-        offset(name.end(), std::strspn(name.end(), kOffsetCharacters)),
-        daylight_name(offset.end()) {}
+        after_name(text + name.size()),
+        offset(after_name, std::strspn(after_name, kOffsetCharacters)),
+        daylight_name(after_name + offset.size()) {}
 
   static constexpr char kOffsetCharacters[] = "+-0123456789:";
   std::string_view name;
+  const char *after_name;  // offset and daylight-saving name
   std::string_view offset;
   std::string_view daylight_name;
 };
@@ -76,7 +79,7 @@ extern "C" int get_posix_timezone(const char *zone, const char *country, char *o
   const bool has_sign = has_offset && (parts.offset.front() == '-' || parts.offset.front() == '+');
   const bool has_rule =
       has_offset && !parts.daylight_name.empty() && std::strcmp(country, "us") == 0;
-  return join(out, size, parts.name, has_offset && !has_sign ? "+" : "", parts.name.end(),
+  return join(out, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
               has_rule ? kUnitedStatesRule : "");
 }
 
@@ -87,7 +90,7 @@ extern "C" int convert_tz_from_posix(char *tz, char *out, size_t size) {
   // Deliberately only the sign of a zone east of Greenwich is left before the daylight-saving name.
   if (parts.offset.starts_with('-')) return join(out, size, "", "-", parts.daylight_name, "");
   const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
-  return join(out, size, parts.name, "", parts.name.end() + sign_length, "");
+  return join(out, size, parts.name, "", parts.after_name + sign_length, "");
 }
 
 extern "C" int get_soap_datetimestr(const char *clock_set, char *out, size_t size) {

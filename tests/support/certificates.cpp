@@ -50,9 +50,10 @@ std::string Certificates::issue_named(const std::string &name,
   std::fclose(file);
 
   X509_NAME *subject = X509_NAME_new();
-  X509_NAME_add_entry_by_NID(subject, NID_commonName, V_ASN1_UTF8STRING,
-                             reinterpret_cast<const unsigned char *>(common_name.data()),
-                             static_cast<int>(common_name.size()), -1, 0);
+  X509_NAME_add_entry_by_NID(
+      subject, NID_commonName, V_ASN1_UTF8STRING,
+      reinterpret_cast<unsigned char *>(const_cast<char *>(common_name.data())),
+      static_cast<int>(common_name.size()), -1, 0);
   X509_set_subject_name(certificate, subject);
   EXPECT_GT(X509_sign(certificate, issuer, EVP_sha256()), 0);
   file = std::fopen(path.c_str(), "w");

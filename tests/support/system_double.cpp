@@ -245,6 +245,7 @@ host::Platform *active_platform() {
 void *next_definition(const char *name) {
   const int error = errno;
   void *definition = dlsym(RTLD_NEXT, name);
+  if (definition == nullptr) definition = dlsym(RTLD_DEFAULT, name);  // the program's, before ours
   errno = error;
   return definition;
 }

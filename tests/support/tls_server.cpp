@@ -1,6 +1,8 @@
 // A TLS server for tests: OpenSSL's server side, with all that is old allowed.
 #include "support/tls_server.h"
 
+#include "support/openssl_names.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -38,28 +40,39 @@ void join(int fd, int other) {
   require(getsockname(other, name, &size) == 0 && connect(fd, name, size) == 0, "connect");
 }
 
+const SSL_METHOD *method_of(int version) {
+  switch (version) {
+    case TLS1_VERSION:
+      return TLSv1_server_method();
+    case TLS1_1_VERSION:
+      return TLSv1_1_server_method();
+    case DTLS1_VERSION:
+      return DTLSv1_server_method();
+    default:
+      return TLSv1_2_server_method();
+  }
+}
+
 SSL_CTX *server_context(const ServerOptions &options) {
-  SSL_CTX *context =
-      SSL_CTX_new(options.version == DTLS1_VERSION ? DTLS_server_method() : TLS_server_method());
+  SSL_library_init();
+  SSL_CTX *context = SSL_CTX_new(method_of(options.version));
   // The test program's strict configuration is meant for the client alone.
   SSL_CTX_set_security_level(context, 0);
   SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);
-  SSL_CTX_set1_sigalgs_list(context, "RSA+SHA256:RSA+SHA1:rsa_pss_rsae_sha256");
+  SSL_CTX_set1_sigalgs_list(context, "RSA+SHA256:RSA+SHA1");
   SSL_CTX_clear_options(context, SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2);
-  require(SSL_CTX_set_min_proto_version(context, options.version) == 1, "version");
-  require(SSL_CTX_set_max_proto_version(context, options.version) == 1, "version");
-  SSL_CTX_set_dh_auto(context, 1);
+  SSL_CTX_set_ecdh_auto(context, 1);
   if (options.certificate.empty()) {
     require(SSL_CTX_set_cipher_list(context, "aNULL") == 1, "ciphers");
   } else {
     require(SSL_CTX_set_cipher_list(context, "ALL") == 1, "ciphers");
-    require(
-        SSL_CTX_use_certificate_file(context, options.certificate.c_str(), SSL_FILETYPE_PEM) == 1,
-        "certificate");
+    require(SSL_CTX_use_certificate_chain_file(context, options.certificate.c_str()) == 1,
+            "certificate");
     require(SSL_CTX_use_PrivateKey_file(context, options.key.c_str(), SSL_FILETYPE_PEM) == 1,
             "key");
   }
   if (options.asks_for_certificate) {
+    SSL_CTX_set1_client_sigalgs_list(context, "RSA+SHA512:RSA+SHA384:RSA+SHA256:RSA+SHA1");
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, [](int, X509_STORE_CTX *) { return 1; });
   }
   return context;
@@ -86,7 +99,7 @@ void attach(SSL *ssl, int fd) {
   sockaddr_in peer = {};
   socklen_t size = sizeof peer;
   getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &size);
-  BIO_ctrl_set_connected(datagrams, &peer);
+  BIO_ctrl(datagrams, BIO_CTRL_DGRAM_SET_CONNECTED, 0, &peer);
   SSL_set_bio(ssl, datagrams, datagrams);
 }
 

@@ -11,10 +11,10 @@ namespace talvera::test {
 
 // How the server speaks TLS.
 struct ServerOptions {
-  std::string certificate;            // PEM file; without one the server is anonymous
+  std::string certificate;            // PEM file, issuers last; without one the server is anonymous
   std::string key;                    // PEM file
   int version = TLS1_2_VERSION;       // the only one it speaks
-  bool asks_for_certificate = false;  // and sends what it gets, in DER, once connected
+  bool asks_for_certificate = false;  // signed with SHA-512 if possible; sends it in DER
 };
 
 // Binds an object to a connected socket, with datagrams for DTLS.

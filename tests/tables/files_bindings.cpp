@@ -122,6 +122,7 @@ BIND_AS(move, [](Call &call) {
   of_file_info &item = items[static_cast<std::size_t>(call.take().number)];
   const int result =
       of_set_order_for_item(&set, &item, static_cast<std::int32_t>(call.take().number));
+  if (result != 0) call.failed();
   std::string text = std::to_string(result);
   for (const of_file_info &each : items)
     text += ' ' + std::to_string(each.order);

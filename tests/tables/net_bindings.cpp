@@ -3,10 +3,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 
 #include "runner/addresses.h"
 #include "talvera/netu.h"
+#include "talvera/process.h"
 
 namespace talvera::test {
 namespace {
@@ -68,24 +70,44 @@ BIND_AS(probe_beside_child, [] {
   const int result = netu_arping_test("wan7", "192.0.2.9");
   return std::to_string(result) + (waitpid(other, nullptr, 0) == other ? "" : " other taken");
 });
-// In a program with a handler that collects every child that it is told of; the probe has ended
-// before it is waited for.
-BIND_AS(probe_beside_reaper, [](Call &call) {
-  struct sigaction reaper = {}, former;
-  reaper.sa_handler = [](int) {
-    while (waitpid(-1, nullptr, WNOHANG) > 0) {
-    }
-  };
-  sigaction(SIGCHLD, &reaper, &former);
+// A probe that has ended before it is waited for, `collected` or not; the handler for SIGCHLD
+// collects every child that it is told of.
+std::string probe_that_has_ended(Call &call, bool collected) {
+  static bool unblock;
+  unblock = collected;
   call.session().system.before("waitpid", [] {
     siginfo_t info;
     waitid(P_ALL, 0, &info, WEXITED | WNOWAIT);
+    if (!unblock) return;
+    sigset_t none, mask;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, &mask);  // the handler runs
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
   });
   const int result = netu_arping_test("wan7", "192.0.2.9");
   sigset_t mask;
   sigprocmask(SIG_SETMASK, nullptr, &mask);
-  sigaction(SIGCHLD, &former, nullptr);
+  std::signal(SIGCHLD, SIG_DFL);
   return std::to_string(result) + (sigismember(&mask, SIGCHLD) == 0 ? "" : " blocked");
+}
+// With a handler of the program's own.
+BIND_AS(probe_beside_reaper, [](Call &call) {
+  std::signal(SIGCHLD, [](int) {
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+  });
+  return probe_that_has_ended(call, false);
+});
+// With the library's, as when it runs in another thread, and collects the child there.
+BIND_AS(probe_collected_elsewhere, [](Call &call) {
+  char name[] = "true";
+  char *const arguments[] = {name, nullptr};
+  siginfo_t info;
+  if (process_start(nullptr, "/bin/true", arguments, nullptr) != 0)
+    return std::string("no process");
+  while (waitid(P_ALL, 0, &info, WEXITED | WNOWAIT) == 0 || errno == EINTR) {
+  }
+  return probe_that_has_ended(call, true);
 });
 
 }  // namespace

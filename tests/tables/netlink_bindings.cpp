@@ -104,7 +104,8 @@ DIRECTIVE(fields, [](nfnetlink_handle *handle) { return *handle; });
 DIRECTIVE(close, [](int fd) { return close(fd); });
 
 BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
-     nfnetlink_subsys_close, nfnetlink_msg_pack, nfnetlink_send, nfnetlink_receive);
+     nfnetlink_subsys_close, nfnetlink_msg_pack, nfnetlink_msg_unpack, nfnetlink_send,
+     nfnetlink_send_wait_ack, nfnetlink_receive);
 DIRECTIVE(message, [](Call &call, const char *message, unsigned size) {
   return shown<nlmsghdr>(call, message) + ' ' + quoted({message + 16, size - 16});
 });

@@ -45,10 +45,6 @@ TEST(TracerouteCommand, Pieces) {
   EXPECT_EQ(command_line(nothing, 512), "traceroute h");
   EXPECT_EQ(command_line({.icmp = -1, .ipv6 = 0x100}, 512), "traceroute -6 -I 10.0.0.1");
   EXPECT_EQ(command_line({.port = 65535}, 512), "traceroute -p 65535 10.0.0.1");
-
-  char buffer[4] = "###";
-  EXPECT_EQ(ipdiag_tr_makeparam(nullptr, "x", 1, 1, 1, 1, 1, 1, 1, buffer, 1, 512), -1);
-  EXPECT_STREQ(buffer, "###");
 }
 
 TEST(TracerouteCommand, RoomShrinksByAllThatWasWritten) {

@@ -61,7 +61,7 @@ TEST(FileIo, ReadingAWholeFileFailsCleanly) {
   dir.write("file", "12345");
   dir.write("empty", "");
   for (const auto &[name, failing, error] : {std::tuple{"missing", "", ENOENT},
-                                             {"empty", "", 0},
+                                             {"empty", "", ENODATA},
                                              {"file", "fstat", EIO},
                                              {"file", "malloc", ENOMEM},
                                              {"file", "read", EIO}}) {

@@ -56,7 +56,7 @@ TEST(FileMap, FailureLeavesTheRecordClosed) {
   dir.write("file", "0123456789");
   dir.write("empty", "");
   for (const auto &[name, failing, error] : {std::tuple{"missing", "", ENOENT},
-                                             {"empty", "", 0},
+                                             {"empty", "", ENODATA},
                                              {"file", "fstat", EIO},
                                              {"file", "strdup", ENOMEM},
                                              {"file", "mmap", EACCES}}) {
@@ -115,10 +115,25 @@ TEST(FileDiff, FailuresCountAsDifferent) {
       EXPECT_EQ(system.count("munmap"), call[0] == 'm' ? skip : 0);
     }
   }
-  SystemDouble system;
-  EXPECT_EQ(difference(), 0);
-  EXPECT_EQ(system.count("mmap"), 4);
-  EXPECT_EQ(system.count("munmap"), 4);
+}
+
+// Windows of 1, 2 and 4 pages; single ones from the first mapping that fails.
+TEST(FileDiff, FallsBackToPages) {
+  const TempDir dir;
+  const std::string content(static_cast<std::size_t>(7 * getpagesize()), 'x');
+  const std::string one = dir.write("one", content);
+  const std::string two = dir.write("two", content);
+  for (const auto &[skip, times, result, maps] : {std::tuple{0, 0, 0, 6},
+                                                  {2, 1, 0, 2 + 1 + 12},
+                                                  {3, 1, 0, 2 + 2 + 12},
+                                                  {4, 1, 0, 4 + 1 + 8},
+                                                  {2, kAlways, 1, 2 + 1 + 1}}) {
+    const DescriptorCheck descriptors;
+    SystemDouble system;
+    system.fail("mmap", ENOMEM, skip, times);
+    EXPECT_EQ(file_diff(one.c_str(), two.c_str()), result) << skip;
+    EXPECT_EQ(system.count("mmap"), maps) << skip;
+  }
 }
 
 }  // namespace

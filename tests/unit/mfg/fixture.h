@@ -42,7 +42,7 @@ class MfgTest : public ::testing::Test {
     return texts;
   }
 
-  const DescriptorCheck descriptors;
+  const DescriptorCheck descriptors{};
   SystemDouble system;
 };
 

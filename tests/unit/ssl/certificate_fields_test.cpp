@@ -84,8 +84,8 @@ X509 *with_dates(int type, const char *before, const char *after) {
     ASN1_STRING_set(time, text, -1);
     time->type = type;
   };
-  set(X509_getm_notBefore(cert), before);
-  set(X509_getm_notAfter(cert), after);
+  set(X509_get_notBefore(cert), before);
+  set(X509_get_notAfter(cert), after);
   return cert;
 }
 
@@ -117,7 +117,9 @@ TEST(CertificateFields, DatesThatCannotBePrinted) {
   for (const Reader read : {uc_get_notbefore, uc_get_notafter}) {
     const std::tuple<int, const char *, int> cases[] = {
         {V_ASN1_UTCTIME, "311303040506Z", 40},  // month 13
+        {V_ASN1_UTCTIME, "310232040506Z", 40},  // day 32
         {V_ASN1_GENERALIZEDTIME, "20510203040506Z", 40},
+        {V_ASN1_GENERALIZEDTIME, "20110203040506Z", 40},  // could be read as November of 2020
         {V_ASN1_UTCTIME, "310203040506Z", -1},
     };
     for (const auto &[type, text, length] : cases) {

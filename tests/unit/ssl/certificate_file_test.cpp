@@ -5,6 +5,15 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <utility>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <malloc.h>
+// Of the sanitizers' run-time library, for which GCC has no header.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void *,
+                                                                  std::size_t),
+                                                         void (*)(const volatile void *));
+#endif
 
 #include "support/certificates.h"
 #include "support/system_double.h"
@@ -41,7 +50,7 @@ struct Files {
         " -certpbe PBE-SHA1-RC2-40 -keypbe PBE-SHA1-3DES -macalg sha1");
     run(with_key + " -passout pass:secret -out secret.p12");
     run("(echo some words first; cat plain.pem other.pem) >two.pem");
-    run("cp " + all.key() + " key-only.pem");
+    run("cp " + all.key() + " key-only.pem; cat key-only.pem plain.pem >with-key.pem");
 
     const std::string certificate = read_file(*this / "plain.der");
     const std::string full = der(0x04, "certificate");
@@ -110,6 +119,7 @@ TEST_F(CertificateFile, EveryEncodingByEveryWord) {
         " pem", "0", "11", "PKCS12"}},
       {"trusted.pem", {"pem"}, {}},
       {"two.pem", {"pem"}, {}},
+      {"with-key.pem", {"pem"}, {}},
       {"new.p12", {"1", "12", "1x", "PKCS12", "pkcs12", "P12", "p12"}, {"pem", "PKCS", "2", "der"}},
       {"old.p12", {"p12"}, {}},
       {"nokey.p12", {"p12"}, {}},
@@ -192,6 +202,39 @@ TEST_F(CertificateFile, DerToPem) {
   EXPECT_EQ(SSL_cert_der2pem((files() / "plain.der").c_str(), "/dev/full"), -1);
 }
 
+#ifdef __SANITIZE_ADDRESS__
+TEST_F(CertificateFile, NoKeyIsLeftInFreedMemory) {
+  // From the private part of a key.
+  static const std::string text = read_file(files() / "key-only.pem").substr(700, 40);
+  static const std::string bytes =
+      shell("openssl rsa -outform DER -in " + files() / "key-only.pem").substr(700, 24);
+  static bool watching = false;
+  static int left = 0;
+  ASSERT_NE(__sanitizer_install_malloc_and_free_hooks(
+                [](const volatile void *, std::size_t) {},
+                [](const volatile void *block) {
+                  void *const start = const_cast<void *>(block);
+                  const std::size_t size = malloc_usable_size(start);
+                  if (watching && (memmem(start, size, text.data(), text.size()) != nullptr ||
+                                   memmem(start, size, bytes.data(), bytes.size()) != nullptr))
+                    ++left;
+                }),
+            0);
+  watching = true;
+  std::free(strdup(text.c_str()));
+  EXPECT_EQ(std::exchange(left, 0), 1);  // is seen
+  EXPECT_NE(SSL_cert_hash((files() / "with-key.pem").c_str(), "pem"), 0U);
+  EXPECT_EQ(SSL_cert_hash((files() / "key-only.pem").c_str(), "pem"), 0U);
+  unsigned char *data = nullptr;
+  SystemDouble system;
+  system.shorten("read", 1500);
+  EXPECT_EQ(uc_get_cert_data_from_file(&data, files().all.folder().path().c_str(), "key-only.pem"),
+            0);
+  EXPECT_EQ(left, 0);
+  watching = false;
+}
+#endif
+
 // Every allocation in turn fails: no certificate, or the right one, and nothing is lost.
 TEST_F(CertificateFile, OutOfMemory) {
   const unsigned long expected = hash_of(files() / "plain.pem");
@@ -201,7 +244,8 @@ TEST_F(CertificateFile, OutOfMemory) {
     system.fail("malloc", ENOMEM, allowed);
     const unsigned long hash = SSL_cert_hash(path.c_str(), "n");
     system.forget();
-    EXPECT_TRUE(hash == 0 || hash == expected) << allowed;
+    const bool partly_copied = OPENSSL_VERSION_NUMBER < 0x10100000L;  // 1.0 hashes such a name, too
+    EXPECT_TRUE(hash == 0 || hash == expected || partly_copied) << allowed;
   }
 }
 

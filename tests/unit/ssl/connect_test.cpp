@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 
 #include "support/certificates.h"
@@ -20,6 +21,8 @@ namespace {
 // A scripted wait ends after this long, and tells of `exceptional` if that is asked for.
 constexpr long kScriptedWait = 7;
 bool exceptional = false;
+// What the monotonic clock shows: seconds more than it is, after it ran so many times as fast.
+long clock_offset = 0, clock_speed = 1;
 
 bool is_blocking(int fd) {
   return (fcntl(fd, F_GETFL) & O_NONBLOCK) == 0;
@@ -42,6 +45,18 @@ extern "C" int select(int count, fd_set *read, fd_set *write, fd_set *except, ti
   return static_cast<int>(verdict.value);
 }
 
+extern "C" int clock_gettime(clockid_t clock, timespec *now) noexcept {
+  static auto *const next = talvera::test::real<int(clockid_t, timespec *)>("clock_gettime");
+  const int result = next(clock, now);
+  if (clock == CLOCK_MONOTONIC) {
+    constexpr long long kSecond = 1000000000;
+    const long long shown = (now->tv_sec * kSecond + now->tv_nsec) * clock_speed;
+    *now = {static_cast<time_t>(shown / kSecond + clock_offset),
+            static_cast<long>(shown % kSecond)};
+  }
+  return result;
+}
+
 namespace talvera::test {
 namespace {
 
@@ -51,7 +66,8 @@ class Handshake : public ::testing::Test {
  protected:
   Handshake() {
     socketpair(AF_UNIX, SOCK_STREAM, 0, ends_);
-    context_ = SSL_CTX_new(TLS_client_method());
+    SSL_library_init();
+    context_ = SSL_CTX_new(TLSv1_2_client_method());
     ssl_ = SSL_new(context_);
     SSL_set_fd(ssl_, fd());
   }
@@ -94,6 +110,38 @@ TEST_F(Handshake, WaitsInBlockingModeForWhatTheStepWants) {
   EXPECT_EQ(system.count("ioctl"), 7);
   EXPECT_FALSE(is_blocking(fd()));
   EXPECT_THAT(system.log(), ElementsAre(kHandshakeSuccess));
+}
+
+// Time that the steps themselves take counts, too.
+TEST_F(Handshake, BusyStepsShortenTheWaits) {
+  exceptional = false;
+  for (int i = 0; i < 3; ++i) {
+    system.before("SSL_connect", [] { clock_offset += 9; });
+    step(-1, SSL_ERROR_WANT_READ);
+  }
+  system.answer("select", 1, 0, 3);
+  EXPECT_EQ(connect(), 0);
+  clock_offset = 0;
+  EXPECT_THAT(system.calls(),
+              ElementsAre("select re 11.000000 blocking", "select re 2.000000 blocking"));
+}
+
+TEST_F(Handshake, AServerThatKeepsAStepBusyIsLeftInTime) {
+  const Server server([](int fd) {
+    std::string requests;  // HelloRequests, which a client passes over
+    for (int i = 0; i < 10000; ++i)
+      requests.append("\x16\x03\x03\x00\x04\x00\x00\x00\x00", 9);
+    const time_t start = time(nullptr);
+    while (time(nullptr) < start + 6 && write(fd, requests.data(), requests.size()) > 0) {
+    }
+  });
+  SSL_set_fd(ssl_, server.fd());
+  const auto start = std::chrono::system_clock::now();
+  clock_speed = 50;
+  EXPECT_EQ(SSL_Nblk_connect(ssl_, server.fd()), 0);
+  clock_speed = 1;
+  EXPECT_LT(std::chrono::system_clock::now() - start, std::chrono::seconds(3));
+  EXPECT_EQ(BIO_get_callback(SSL_get_rbio(ssl_)), nullptr);
 }
 
 TEST_F(Handshake, EndsAtOnce) {
@@ -255,20 +303,37 @@ TEST_F(Judgement, Chains) {
   shell(enter + "Stranger -x509 -newkey rsa:2048 -nodes -keyout ca.key -days 9 -out ca.pem");
   shell(enter + "acs.net -new -key " + all.key() + " | openssl x509 -req -days 9 -CA ca.pem" +
         " -CAkey ca.key -set_serial 1 -out stranger.pem");
-  const std::pair<std::string, long> cases[] = {
-      {all.issue("md5", "/CN=acs.net", "-days 9 -md5"), 0},
-      {all.issue("sha1", "/CN=acs.net", "-days 9 -sha1"), 0},
-      {self_signed, X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT},
-      {stranger, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY},
+  // Signed by a stranger under the name of a trusted root.
+  shell(enter + "'Stand-in for Brio root CA' -x509 -key ca.key -days 9 -out ca.pem");
+  shell(enter + "acs.net -new -key " + all.key() + " | openssl x509 -req -days 9 -CA ca.pem" +
+        " -CAkey ca.key -set_serial 1 -out forged.pem");
+  // The issuer is trusted, but no authority.
+  shell(enter + "acs.net -new -key " + all.key() + " | openssl x509 -req -days 9 -CA " +
+        all.issue("middle", "/CN=middle") + " -CAkey " + all.key() +
+        " -set_serial 1 >no-authority.pem && cat middle.pem >>no-authority.pem");
+  const std::string sha1 = all.issue("sha1", "/CN=acs.net", "-days 9 -sha1");
+  constexpr std::time_t kNow = 0, kBeforeAnyRoot = kDay;
+  const std::tuple<std::string, std::time_t, long> cases[] = {
+      {all.issue("md5", "/CN=acs.net", "-days 9 -md5"), kNow, 0},
+      {sha1, kNow, 0},
+      {sha1, kBeforeAnyRoot, 0},
+      {all / "forged.pem", kNow, X509_V_ERR_CERT_SIGNATURE_FAILURE},
+      {all / "forged.pem", kBeforeAnyRoot, X509_V_ERR_CERT_SIGNATURE_FAILURE},
+      {self_signed, kBeforeAnyRoot, X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT},
+      {stranger, kBeforeAnyRoot, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY},
+      {all / "no-authority.pem", kNow, X509_V_ERR_INVALID_CA},
   };
-  for (const auto &[certificate, result] : cases) {
+  for (const auto &[certificate, clock, error] : cases) {
     SCOPED_TRACE(certificate);
-    EXPECT_EQ(judge(certificate, "acs.net", "0"), result);
-    EXPECT_EQ(system.log(), said(result));
+    system.set_time(clock);
+    // The number is that of OpenSSL 1.0, whatever the text is found by.
+    EXPECT_EQ(judge(certificate, "acs.net", "0"), error == X509_V_ERR_INVALID_CA ? 24 : error);
+    EXPECT_EQ(system.log(), said(error));
   }
 }
 
-// The server gets the device's own certificate, signed for with its 512-bit key.
+// The server gets the device's own certificate, signed for with its 512-bit key, although it would
+// rather have a digest that is too long for that.
 TEST_F(Judgement, TheServerMayAskForTheDevicesCertificate) {
   const std::string certificate = certificates().issue("asks", "/CN=acs.net");
   for (const auto &[word, version] :
@@ -288,6 +353,11 @@ TEST_F(Judgement, TheServerMayAskForTheDevicesCertificate) {
     const int size = SSL_read(ssl, received, sizeof received);
     EXPECT_EQ(std::string(received, size > 0 ? size : 0),
               std::string(reinterpret_cast<const char *>(client_cert), sizeof client_cert));
+    // The server goes without close_notify then.
+    shutdown(server.fd(), SHUT_WR);
+    EXPECT_EQ(SSL_get_error(ssl, SSL_read(ssl, received, sizeof received)),
+              OPENSSL_VERSION_NUMBER < 0x30000000L ? SSL_ERROR_SYSCALL : SSL_ERROR_SSL);
+    ERR_clear_error();
     SSL_free(ssl);
     SSL_CTX_free(context);
   }

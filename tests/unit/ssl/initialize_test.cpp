@@ -8,6 +8,7 @@
 #include <set>
 
 #include "support/certificates.h"
+#include "support/openssl_names.h"
 #include "talvera/ssl.h"
 #include "unit/ssl/fixture.h"
 
@@ -136,9 +137,6 @@ TEST_F(Initialize, AcceptsWhatOpenSsl10Accepted) {
   logged("tls1.2");
   SSL_CTX *made = context.get();
   ASSERT_NE(made, nullptr);
-  EXPECT_EQ(SSL_CTX_get_security_level(made), 0);
-  EXPECT_EQ(SSL_CTX_get_min_proto_version(made), 0);
-  EXPECT_EQ(SSL_CTX_get_max_proto_version(made), 0);
   const auto options = SSL_CTX_get_options(made);
   EXPECT_TRUE(options & SSL_OP_LEGACY_SERVER_CONNECT);
   EXPECT_FALSE(options & (SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2));
@@ -149,10 +147,15 @@ TEST_F(Initialize, AcceptsWhatOpenSsl10Accepted) {
   for (const char *cipher : {"AES128-SHA", "ADH-AES128-SHA", "ECDHE-RSA-AES256-GCM-SHA384"})
     EXPECT_TRUE(ciphers.contains(cipher)) << cipher;
 
+#if OPENSSL_VERSION_NUMBER >= 0x10101000L  // which began to take such a configuration
+  EXPECT_EQ(SSL_CTX_get_security_level(made), 0);
+  EXPECT_EQ(SSL_CTX_get_min_proto_version(made), 0);
+  EXPECT_EQ(SSL_CTX_get_max_proto_version(made), 0);
   SSL_CTX *other = SSL_CTX_new(TLS_client_method());  // the program's own keep the configuration
   EXPECT_EQ(SSL_CTX_get_security_level(other), 3);
   EXPECT_EQ(SSL_CTX_get_min_proto_version(other), TLS1_3_VERSION);
   SSL_CTX_free(other);
+#endif
 }
 
 TEST_F(Initialize, RootsAndIdentityOfTheProduct) {
@@ -236,6 +239,9 @@ TEST_F(Initialize, DownloadedRootThatCannotBeRead) {
   system.shorten("read", 100);  // one read is all
   EXPECT_THAT(logged("tls1"), failed);
 
+  ASSERT_TRUE(unlink("/var/tmp/ssl_cert") == 0 && mkfifo("/var/tmp/ssl_cert", 0600) == 0);
+  EXPECT_THAT(logged("tls1"), failed);  // without waiting for somebody to write
+
   // Descriptor 0 counts as no file, and is left open.
   const StandardInput closed;
   EXPECT_THAT(logged("tls1"), as_if_not_there);
@@ -296,8 +302,20 @@ TEST_F(Initialize, RefusedIdentity) {
   }
 }
 
+// The calls nest, and OpenSSL marks its queue itself.
+TEST_F(Initialize, ErrorsOfTheProgramStayQueued) {
+  for (const int reason : {101, 102})
+    ERR_put_error(ERR_LIB_USER, 0, reason, __FILE__, __LINE__);
+  write("/var/tmp/ssl_cert", "junk");
+  logged("tls1.2");
+  EXPECT_EQ(SSL_cert_hash("/etc/passwd", "p12"), 0U);
+  EXPECT_EQ(uc_make_x509(client_pvt_key, sizeof client_pvt_key), nullptr);
+  for (const int reason : {101, 102})
+    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), reason);
+}
+
 TEST_F(Initialize, LoadCert) {
-  context.reset(SSL_CTX_new(TLS_client_method()));
+  context.reset(SSL_CTX_new(SSLv23_client_method()));
   const std::string der = some_root();
   const auto *const bytes = reinterpret_cast<const unsigned char *>(der.data());
   const auto size = static_cast<long>(der.size());

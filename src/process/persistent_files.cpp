@@ -1,5 +1,6 @@
 // The persistent-file tool's command lines.
 #include <cstdint>
+#include <cstdio>
 
 #include "internal/streams.h"
 #include "talvera/process.h"
@@ -28,7 +29,7 @@ extern "C" int pfs_forget_files(const char *substring) {
   talvera::PipePtr listing(popen("/sbin/pfs -l", "r"));
   if (listing == nullptr) return 0;
   char line[kLineSize];
-  while (std::fgets(line, sizeof line, listing.get()) != nullptr) {
+  while (talvera::read_line(listing.get(), line, sizeof line)) {
     // The line is passed on as it was read, its line feed included: to the shell the command's end.
     if (strncasestr(line, substring, kLineSize) != nullptr) sdb_system("/sbin/pfs -r %s", line);
   }

@@ -1,0 +1,37 @@
+// Exit statuses that the reaper of process_start() has collected.
+#include "process/reaped.h"
+
+#include <sys/wait.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+namespace talvera::process {
+namespace {
+
+// The latest exits. Each is one word, so that no lock is needed: the process identifier, which has
+// at most 22 bits, and the exit status.
+constexpr unsigned kExitBits = 9;
+std::array<std::atomic<std::uint32_t>, 16> exits;
+
+std::atomic<std::uint32_t> &exit_slot(pid_t child) {
+  return exits[static_cast<std::uint32_t>(child) % exits.size()];
+}
+
+}  // namespace
+
+void note_exit(pid_t child, int wait_status) {
+  const int code = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : kKilled;
+  exit_slot(child).store(
+      static_cast<std::uint32_t>(child) << kExitBits | static_cast<std::uint32_t>(code),
+      std::memory_order_relaxed);
+}
+
+int noted_exit(pid_t child) {
+  const std::uint32_t noted = exit_slot(child).load(std::memory_order_relaxed);
+  if (noted >> kExitBits != static_cast<std::uint32_t>(child)) return kUnknownExit;
+  return static_cast<int>(noted & ((1U << kExitBits) - 1));
+}
+
+}  // namespace talvera::process
