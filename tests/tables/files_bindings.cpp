@@ -1,6 +1,4 @@
 // Bindings of the ordered lists of files.
-#include <unistd.h>
-
 #include <cstring>
 #include <random>
 #include <span>
@@ -76,18 +74,6 @@ BIND_AS(read, [](Call &call, const std::string &content) {
   const TempDir &folder = call.session().folder();
   folder.write(".order", content);
   return Loaded(listed, folder.path().c_str(), ".order", 1).shown(call);
-});
-// The same of a pipe, which does not tell how much it holds.
-BIND_AS(read_pipe, [](Call &call, const std::string &content) {
-  int ends[2];
-  if (pipe(ends) != 0 || write(ends[1], content.data(), content.size()) < 0) std::abort();
-  close(ends[1]);
-  const std::string text =
-      Loaded(listed, "/dev/fd", std::to_string(ends[0]).c_str(), 0).shown(call);
-  const int error = errno;
-  close(ends[0]);
-  errno = error;
-  return text;
 });
 BIND_AS(save, [](Call &call, const std::string &content, const char *dir, const char *name) {
   call.session().folder().write("from", content);
