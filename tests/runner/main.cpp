@@ -159,6 +159,8 @@ class Table {
         std::vector<std::string> outcomes;
         for (const std::string &choice : expand_braces(session_->substituted(step_.arguments)))
           outcomes.push_back(outcome(name, choice));
+        if (std::all_of(outcomes.begin(), outcomes.end(), [](const auto &o) { return o.empty(); }))
+          return {};  // arrangements
         const bool simple = std::none_of(outcomes.begin(), outcomes.end(), [](const auto &o) {
           return o.find(' ') != std::string::npos;
         });

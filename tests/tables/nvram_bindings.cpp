@@ -1,0 +1,91 @@
+// Bindings of the configuration store.
+#include <sys/shm.h>
+
+#include "runner/bind.h"
+#include "talvera/nvram.h"
+
+namespace talvera::test {
+namespace {
+
+// An entry as it lies in the table, its texts without the NULs that fill their fields.
+struct Entry {
+  char name[NVRAM_NAME_SIZE], value[NVRAM_VALUE_SIZE];
+  std::uint8_t used, next[2];
+};
+
+// The library's variables are at the group's end what they were before any call.
+struct Variables {
+  static inline const std::int32_t kShmid = nvram_shmid;
+  ~Variables() {
+    nvram_shmid = kShmid;
+    nvram_hash = nullptr;
+  }
+};
+
+Entry *entries() {
+  return static_cast<Entry *>(nvram_hash);
+}
+
+std::string shown(const char *field, std::size_t size) {
+  const std::string_view bytes(field, size);
+  return quoted(std::string(bytes.substr(0, bytes.find_last_not_of('\0') + 1)) + '\0');
+}
+
+BIND(nvram_init, nvram_open, nvram_id, nvram_attach, nvram_detach, nvram_exit, nvram_stat,
+     nvram_lock, nvram_unlock, nvram_set, nvram_get, nvram_unset, nvram_show_all);
+BIND_AS(get, [](const char *name) {
+  const char *const value = nvram_get(name);
+  return value == nullptr ? "none" : quoted({value, strnlen(value, NVRAM_VALUE_SIZE)});
+});
+// Sets a pair to its own value from the character `from` on.
+BIND_AS(set_own,
+        [](const char *name, int from) { return nvram_set(name, nvram_get(name) + from); });
+BIND_AS(lines_shown, [](Call &call) {
+  nvram_show_all();
+  std::string shown;
+  for (const std::string &effect : call.session().effects())
+    shown += effect;
+  int lines = 0;
+  for (std::size_t at = 0; (at = shown.find("\\n", at)) != shown.npos; ++at)
+    ++lines;
+  return lines;
+});
+
+// A table of no pairs, "$store"; or whatever is taken for one.
+DIRECTIVE(store, [](Call &call) {
+  call.session().state<Variables>();
+  nvram_hash = call.has_more() ? reinterpret_cast<void *>(to_number(call, call.take()))
+                               : call.session().object("store", NVRAM_SEGMENT_SIZE, 1, true).data;
+});
+DIRECTIVE(shmid, [](Call &call, int id) {
+  call.session().state<Variables>();
+  nvram_shmid = id;
+});
+DIRECTIVE(variables,
+          [] { return std::to_string(nvram_shmid) + (nvram_hash == nullptr ? " null" : " set"); });
+// put INDEX NAME VALUE USED NEXT: an entry as somebody else has left it.
+DIRECTIVE(put,
+          [](int index, const std::string &name, const std::string &value, int used, int next) {
+            Entry &entry = entries()[index];
+            entry = {};
+            name.copy(entry.name, sizeof entry.name);
+            value.copy(entry.value, sizeof entry.value);
+            entry.used = static_cast<std::uint8_t>(used);
+            entry.next[0] = static_cast<std::uint8_t>(next >> 8);
+            entry.next[1] = static_cast<std::uint8_t>(next);
+          });
+DIRECTIVE(entry, [](int index) {
+  const Entry &entry = entries()[index];
+  return shown(entry.name, sizeof entry.name) + ' ' + shown(entry.value, sizeof entry.value) + ' ' +
+         std::to_string(entry.used) + ' ' + std::to_string(entry.next[0] << 8 | entry.next[1]);
+});
+// The indexes of the entries in use.
+DIRECTIVE(used, [] {
+  std::string found;
+  for (int i = 0; i < NVRAM_ENTRIES; ++i)
+    if (entries()[i].used != 0) found += (found.empty() ? "" : " ") + std::to_string(i);
+  return found.empty() ? "none" : found;
+});
+
+}  // namespace
+}  // namespace talvera::test
