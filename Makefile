@@ -1,7 +1,7 @@
 # The front door: CMake presets and scripts/ are behind it. JOBS limits parallel compilers.
 
 .PHONY: help setup demo test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-results target-lab footprint \
+	uninstall clean target-toolchain target-board target-test target-lab footprint \
 	openssl-1.0 openssl-1.1
 
 help:
@@ -10,10 +10,9 @@ help:
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           exported symbols, dependencies, edges, ABI, headers in C99 and C++17, manual"
 	@echo "make openssl-1.0     the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
-	@echo "make mips-test       the unit tests as a 32-bit big-endian MIPS build under qemu-mips"
+	@echo "make mips-test       unit tests and tables as a 32-bit big-endian MIPS build under qemu-mips"
 	@echo "make cross-test      the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
-	@echo "make target-test     the unit tests with the product's libc, uClibc, under qemu-mips"
-	@echo "make target-results  the same results on this machine, on MIPS with glibc and with uClibc"
+	@echo "make target-test     the same with the product's libc, uClibc"
 	@echo "make target-lab      library, tests and examples on an emulated board with its own kernel"
 	@echo "make footprint       what the library weighs there, against its budget"
 	@echo "make bench           the library beside its yardsticks, in one table with the aims"
@@ -74,9 +73,6 @@ target-board:
 
 target-test:
 	target/test
-
-target-results:
-	target/compare-results
 
 target-lab:
 	target/lab

@@ -1,36 +1,21 @@
 // Datagrams of netlink messages, work files of traceroute and its options, with any content.
 // Whatever a handler is given is read to its last byte.
-#include <algorithm>
-#include <cstdint>
+#include "fuzz/fuzz.h"
+
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "talvera/ipdiag.h"
 #include "talvera/nfnetlink.h"
 
-namespace {
-
-volatile unsigned sum;
-
-void read_all(const void *data, std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i)
-    sum = sum + static_cast<const unsigned char *>(data)[i];
-}
-
-int read_message(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
+static int read_message(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
   read_all(message, message->nlmsg_len);
-  for (std::size_t i = 0; i < *static_cast<std::uint16_t *>(data); ++i) {
+  for (std::size_t i = 0; i < *static_cast<std::uint16_t *>(data); ++i)
     if (attributes[i] != nullptr) read_all(attributes[i], attributes[i]->nla_len);
-  }
   return static_cast<int>(message->nlmsg_seq & 3);  // 0 stops
 }
 
-int read_packet(nfnetlink_log_group *group, const nfgenmsg *header, const nlattr *const *attributes,
-                void *) {
+static int read_packet(nfnetlink_log_group *group, const nfgenmsg *header,
+                       const nlattr *const *attributes, void *) {
   read_all(header, sizeof *header);
   for (unsigned type = 0; type < 20; ++type) {
     const void *payload = nfnetlink_log_nfa_get_ptr(attributes, type);
@@ -40,59 +25,52 @@ int read_packet(nfnetlink_log_group *group, const nfgenmsg *header, const nlattr
   return group->number == 1 ? 1 : -1;
 }
 
-void dispatch(const std::uint8_t *data, std::size_t size) {
-  static nfnetlink_log *const log = nfnetlink_log_open();
-  static nfnetlink_log_group groups[] = {{nullptr, log, 0x0100, read_packet, nullptr},
-                                         {groups, log, 1, read_packet, nullptr}};
+static nfnetlink_log *opened_log() {
   static std::uint16_t table_sizes[] = {3, 100};
-  static bool prepared = false;
-  if (log == nullptr) std::abort();
-  if (!prepared) {
-    prepared = true;
-    log->groups = &groups[1];
-    nfnetlink_subsys *subsys = nfnetlink_subsys_open(log->netlink, 1, 2, 0);
-    for (int i = 0; i < 2; ++i)
-      subsys->callbacks[i] = {read_message, &table_sizes[i], table_sizes[i]};
-  }
-  const std::vector<std::uint8_t> exact(data, data + size);
-  nfnetlink_msg_unpack(log->netlink, exact.data(), static_cast<int>(size));
+  static nfnetlink_log_group groups[2];
+  nfnetlink_log *const log = nfnetlink_log_open();
+  require(log != nullptr);
+  groups[0] = {nullptr, log, 0x0100, read_packet, nullptr};
+  groups[1] = {groups, log, 1, read_packet, nullptr};
+  log->groups = &groups[1];
+  nfnetlink_subsys *subsys = nfnetlink_subsys_open(log->netlink, 1, 2, 0);
+  for (int i = 0; i < 2; ++i)
+    subsys->callbacks[i] = {read_message, &table_sizes[i], table_sizes[i]};
+  return log;
 }
 
-void read_results(const std::uint8_t *data, std::size_t size) {
+static void read_results(const Input &input) {
   for (const char *path : {"/tmp/fuzz-out", "/tmp/fuzz-err", "/tmp/fuzz-status"}) {
     FILE *file = std::fopen(path, "wb");
-    std::fwrite(data, 1, size, file);
+    std::fwrite(input.data, 1, input.size, file);
     std::fclose(file);
   }
-  std::vector<tr_hop> hops(9);
+  const std::unique_ptr<tr_hop[]> hops(new tr_hop[9]());
   std::int32_t value = 0;
-  ipdiag_tr_formatout("fuzz", hops.data(), static_cast<std::int32_t>(hops.size()), &value);
-  for (const tr_hop &hop : hops) {
-    read_all(hop.host, std::strlen(hop.host));
-    read_all(hop.address, std::strlen(hop.address));
-    read_all(hop.times, std::strlen(hop.times));
-  }
+  ipdiag_tr_formatout("fuzz", hops.get(), 9, &value);
+  for (int i = 0; i < 9; ++i)
+    for (const char *text : {hops[i].host, hops[i].address, hops[i].times})
+      read_all(text, std::strlen(text));
   ipdiag_tr_resptime("fuzz", &value);
   ipdiag_tr_err("fuzz", &value);
 }
 
 // Texts of the greatest lengths for which the buffer is documented to do.
-void make_command(const std::uint8_t *data, std::size_t size) {
-  const std::string host(data, data + std::min<std::size_t>(size, 255));
-  const std::string interface = host.substr(0, 15);
-  std::int32_t numbers[6] = {};
-  std::memcpy(numbers, data, std::min(size, sizeof numbers));
-  const std::unique_ptr<char[]> line(new char[1024]);
-  ipdiag_tr_makeparam(host.c_str(), interface.c_str(), numbers[0], numbers[1], numbers[2],
-                      numbers[3], static_cast<std::uint16_t>(numbers[4]), numbers[5], numbers[4],
-                      line.get(), static_cast<std::uint16_t>(numbers[0]), 1024);
+static void make_command(Input input) {
+  const std::string host(input.data, input.data + std::min<std::size_t>(input.size, 255));
+  std::int32_t n[6];
+  for (std::int32_t &number : n)
+    number = input.number<std::int32_t>();
+  ipdiag_tr_makeparam(host.c_str(), host.substr(0, 15).c_str(), n[0], n[1], n[2], n[3],
+                      static_cast<std::uint16_t>(n[4]), n[5], n[4], block(1024).get(),
+                      static_cast<std::uint16_t>(n[0]), 1024);
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  dispatch(data, size);
-  make_command(data, size);
-  if (size > 0 && data[0] >= ' ') read_results(data, size);  // a text, perhaps
-  return 0;
+FUZZ(input) {
+  static nfnetlink_log *const log = opened_log();
+  const auto datagram = block<std::uint8_t>(input.size);
+  std::copy_n(input.data, input.size, datagram.get());
+  nfnetlink_msg_unpack(log->netlink, datagram.get(), static_cast<int>(input.size));
+  make_command(input);
+  if (input.size > 0 && input.data[0] >= ' ') read_results(input);  // a text, perhaps
 }

@@ -1,14 +1,9 @@
 // Firewall rules with any values and texts, rendered and compared; the texts that rules are made
 // of; the captive portal's records. Input: 16 bytes of numbers, then lines of text.
-#include <algorithm>
 #include <cstdarg>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
-#include "fuzz/line.h"
+#include "fuzz/fuzz.h"
 #include "talvera/ipt.h"
 #include "talvera/sdb.h"
 
@@ -20,23 +15,21 @@ extern "C" void sdb_log(int, const char *format, ...) {
   va_end(arguments);
 }
 
-namespace {
-
-constexpr std::size_t kNumbers = 16;
+static void render_and_free(ipt_rule *rule) {
+  const auto line = block(IPT_LINE_SIZE);
+  if (rule != nullptr && ipt_make_rule_string(rule, line.get()) == 0) {
+    require(std::strlen(line.get()) < IPT_LINE_SIZE);
+  }
+  ipt_rule_free(rule);
+}
 
 // An empty line stands for no text, or an empty one.
-char *heap_text(Lines &lines, unsigned number) {
-  const Line line = lines.next();
-  return *line.get() == '\0' && (number & 1) != 0 ? nullptr : strdup(line.get());
+static char *heap_text(Input &lines, unsigned number) {
+  const Text line = lines.line();
+  return *line == '\0' && (number & 1) != 0 ? nullptr : strdup(line);
 }
 
-void render(const ipt_rule *rule) {
-  const std::unique_ptr<char[]> line(new char[IPT_LINE_SIZE]);
-  if (rule == nullptr || ipt_make_rule_string(rule, line.get()) != 0) return;
-  if (std::strlen(line.get()) >= IPT_LINE_SIZE) std::abort();
-}
-
-ipt_rule *any_rule(const std::uint8_t *numbers, Lines lines) {
+static ipt_rule *any_rule(const std::uint8_t *numbers, Input lines) {
   ipt_rule *rule = (numbers[0] & 1) != 0 ? ipt_rule_init() : ipt_simplerule_init();
   rule->table = numbers[1] % 6;
   rule->chain = numbers[2] % 8;
@@ -45,7 +38,7 @@ ipt_rule *any_rule(const std::uint8_t *numbers, Lines lines) {
   rule->mask = numbers[5];
   rule->command_argument = heap_text(lines, numbers[0] >> 1);
   rule->target_argument = heap_text(lines, numbers[0] >> 2);
-  for (unsigned i = 6; i + 3 <= kNumbers; i += 3) {
+  for (unsigned i = 6; i + 3 <= 16; i += 3) {
     const std::uint8_t *item = numbers + i;
     char *value = heap_text(lines, item[0] >> 6);
     char *option_value = heap_text(lines, item[0] >> 7);
@@ -59,56 +52,37 @@ ipt_rule *any_rule(const std::uint8_t *numbers, Lines lines) {
   return rule;
 }
 
-void make_values(Lines lines, const std::uint8_t *numbers) {
-  const Line text = lines.next();
+static void use_texts(const std::uint8_t *numbers, Input lines) {
+  call_all(lines, numbers[0], check_tcp_flags, wkp_prot_from_name, ipt_check_port_input);
+  const Text first = lines.line(), second = lines.line(), third = lines.line(),
+             fourth = lines.line();
   std::uint8_t mask = 0;
   const char *rest = nullptr;
-  ipt_parse_neg_val(numbers[0], &mask, text.get(), &rest);
-  text.check(rest);
+  ipt_parse_neg_val(numbers[0], &mask, first, &rest);
+  require(first.holds(rest));
   std::free(ipt_make_protocol_value(rest));
-  wkp_prot_from_name(text.get());
-  check_tcp_flags(text.get());
-  ipt_check_port_input(text.get());
   const std::size_t room = numbers[1] % 32;
-  const std::unique_ptr<char[]> out(new char[room]);
-  if (char *ports = ipt_make_port_value(rest)) {
-    ipt_calc_portrange(ports, numbers[2] << 8 | numbers[3], out.get(), room);
-    std::free(ports);
-  }
-  ipt_calc_portrange(text.get(), numbers[3], out.get(), room);
-  const std::size_t records = std::strlen(text.get()) / 10 + 1;
-  captiveportal_make_addrbuf(text.get(), out.get(), room,
-                             static_cast<unsigned>(numbers[4] % records));
+  char *ports = ipt_make_port_value(rest);
+  for (const char *text : {static_cast<const char *>(ports), static_cast<const char *>(first)})
+    ipt_calc_portrange(text, numbers[2] << 8 | numbers[3], block(room).get(), room);
+  std::free(ports);
+  const unsigned record = numbers[4] % (static_cast<unsigned>(first.size()) / 10 + 1);
+  captiveportal_make_addrbuf(first, block(room).get(), room, record);
+
+  render_and_free(ipt_make_pinhole_rule(numbers[0] % 10, first, second, third, fourth,
+                                        numbers[1] << 8 | numbers[2]));
+  render_and_free(ipt_make_nat_onoff_rule(numbers[0] % 4, first));
+  render_and_free(ipt_make_maplist_rule(numbers[0] % 4, first, second));
 }
 
-void make_rules(Lines lines, const std::uint8_t *numbers) {
-  const Line first = lines.next();
-  const Line second = lines.next();
-  const Line third = lines.next();
-  const Line fourth = lines.next();
-  ipt_rule *rules[] = {
-      ipt_make_pinhole_rule(numbers[0] % 10, first.get(), second.get(), third.get(), fourth.get(),
-                            numbers[1] << 8 | numbers[2]),
-      ipt_make_nat_onoff_rule(numbers[0] % 4, first.get()),
-      ipt_make_maplist_rule(numbers[0] % 4, first.get(), second.get())};
-  for (ipt_rule *rule : rules) {
-    render(rule);
-    ipt_rule_free(rule);
-  }
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  if (size < kNumbers) return 0;
-  const Lines lines(data + kNumbers, size - kNumbers);
-  ipt_rule *rule = any_rule(data, lines);
-  ipt_rule *same = any_rule(data, lines);
-  if (ipt_rule_compare(rule, same) != 0) std::abort();
-  render(rule);
-  ipt_rule_free(rule);
+FUZZ(input) {
+  const std::uint8_t *const numbers = input.data;
+  if (input.size < 16) return;
+  input.skip(16);
+  ipt_rule *rule = any_rule(numbers, input);
+  ipt_rule *same = any_rule(numbers, input);
+  require(ipt_rule_compare(rule, same) == 0);
+  render_and_free(rule);
   ipt_rule_free(same);
-  make_values(lines, data);
-  make_rules(lines, data);
-  return 0;
+  use_texts(numbers, input);
 }

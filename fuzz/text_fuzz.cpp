@@ -1,165 +1,100 @@
 // Text from outside through every scanner, splitter and decoder, in blocks of just its size.
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-
-#include "fuzz/line.h"
+#include "fuzz/fuzz.h"
 #include "talvera/netu.h"
 #include "talvera/strutil.h"
 #include "talvera/values.h"
 
-namespace {
-
-void scan(const Line &line, int option) {
-  char *const s = line.get();
-  unsigned long number;
-  in_addr ip;
-  ether_addr mac;
-  char out[17];
-  int low, high;
-  line.check(getword(s, out, option % 16 + 1));
-  line.check(getstring(s, out, option % 17, option));
-  line.check(getnum(s, &number, option % 40));
-  line.check(getip(s, &ip));
-  line.check(get_mac(s, &mac));
-  long signed_number;
-  unsigned short short_number;
-  line.check(gethex(s, &number));
-  line.check(getlong(s, &signed_number));
-  line.check(getint(s, &low));
-  line.check(getushort(s, &short_number));
-  line.check(getether(s, &mac));
-  line.check(skip_nonblank(skip_blank(skip_nonspace(skip_space(s)))));
-  isxstring(s);
-  StringIsHexDigits(s);
-  str_get_delim(s);
-  str_to_port_range(s, &low, &high);
-  atm_parse_vi(s, option % 21, &low, &high);
-  unsigned char bytes[6];
-  parse_macaddr(s, 0, 0, bytes);
-}
-
-void split(const std::uint8_t *data, std::size_t size, int option) {
+static void split(const Input &input, int option) {
   int count;
   char *words[ARGS_SLOTS + 1];
-  str_to_args(Line(data, size).get(), &count, words);
-  str_to_args_by_delim(Line(data, size).get(), ", ", &count, words);
-  str_to_args_by_delim1(Line(data, size).get(), ",", &count, words, option % ARGS_SLOTS);
-  const Line tokens(data, size);
-  char *cursor = tokens.get();
+  str_to_args(input.rest(), &count, words);
+  str_to_args_by_delim(input.rest(), ", ", &count, words);
+  str_to_args_by_delim1(input.rest(), ",", &count, words, option % ARGS_SLOTS);
+  const Text tokens = input.rest();
+  char *cursor = tokens;
   while (cursor != nullptr && token_extract(&cursor) != nullptr) {
   }
-  unsigned long number;
-  long signed_number;
-  ValidateUlong(Line(data, size).get(), &number);
-  ValidateLong(Line(data, size).get(), &signed_number);
 }
 
-// Texts that are looked for, joined and changed in place.
-void edit(const std::uint8_t *data, std::size_t size, int option) {
-  Lines lines(data, size);
-  const Line text = lines.next();
-  const Line other = lines.next();
-  char *const s = text.get();
-  if (const char *match = strmatch_lowercase(s, other.get())) text.check(match);
-  if (const char *match = GN_StrNotInSet(s, other.get())) text.check(match);
-  if (const char *match = GN_StrCharInSet(s, other.get())) text.check(match);
-  const std::size_t length = std::strlen(s);
-  const auto room = static_cast<int>(length) + option;
-  const std::unique_ptr<char[]> joined(new char[room + 1]);
-  std::memcpy(joined.get(), s, length + 1);
-  str_ncat(joined.get(), other.get(), room);
-  str_ncat(joined.get(), s, option);
-  string_toupper(s);
-  strip_trailing_white(s);
-  entities_hex_encode_in_place(static_cast<unsigned>(std::strlen(s)) + 1, s);
-}
-
-void addresses(const Line &address, const Line &mask) {
-  std::uint32_t result;
-  unsigned char bytes[16];
-  netu_calc_network(address.get(), mask.get(), &result);
-  netu_calc_broadcast(address.get(), mask.get(), &result);
-  netu_calc_subnet_prefix(mask.get());
-  netu_is_empty_ip4addr(address.get());
-  netu_atoipv6(address.get(), bytes);
-  const std::unique_ptr<unsigned char[]> mac(new unsigned char[6]());
-  const std::unique_ptr<char[]> text(new char[NETU_MAC_TEXT_SIZE]);
-  netu_etoa(netu_atoe(address.get(), mac.get()), text.get());
+// Texts that are copied, joined and changed in place.
+static void edit(Input input, int option) {
+  const Text whole = input.rest();
+  require(whole.holds(getword(whole, block(option % 16 + 2).get(), option % 16 + 1)));
+  require(whole.holds(getstring(whole, block(option % 17 + 1).get(), option % 17, option)));
+  const Text text = input.line(), other = input.line();
+  const auto room = static_cast<int>(text.size()) + option;
+  const auto joined = block(room + 1);
+  std::strcpy(joined.get(), text);
+  str_ncat(joined.get(), other, room);
+  str_ncat(joined.get(), text, option);
+  strfilt(block(std::max(option, 1)).get(), text, other, option);
+  strncasestr(text, other, option);
+  entities_hex_encode(block(option).get(), static_cast<unsigned>(option), text);
+  entities_hex_encode_in_place(static_cast<unsigned>(text.size()) + 1, text);
 }
 
 // Values and their texts, in buffers of just the documented sizes.
-void convert(const std::uint8_t *data, std::size_t size, int option) {
-  Lines lines(data, size);
-  const Line name = lines.next();
-  const Line other = lines.next();
-  const ust_entry entries[] = {{option, name.get()}, {0, ""}, {1, other.get()}};
+static void convert(Input input, int option) {
+  const auto digits = static_cast<int>(std::min<std::size_t>(input.size * 2, option));
+  hex_to_str_with_delim(input.data, block(digits + digits / 2 + 1).get(), ':', digits);
+  const Text name = input.line(), other = input.line();
+  const ust_entry entries[] = {{option, name}, {0, ""}, {1, other}};
   const ust_table table = {entries, 3};
-  if (ust_lookup_index_by_name(&table, name.get()) < 0) std::abort();
-  if (ust_lookup_index_by_name_i(&table, other.get()) < 0) std::abort();
+  require(ust_lookup_index_by_name(&table, name) >= 0);
+  require(ust_lookup_index_by_name_i(&table, other) >= 0);
   ust_longest_strlen(&table);
 
-  long low = 0;
-  long high = 0;
-  strtol_range(&low, name.get(), -option, 1000000);
-  strtol_range(&high, other.get(), 0, 70000);
-  const std::unique_ptr<char[]> ports(new char[12]);
-  range_to_portstr(ports.get(), static_cast<unsigned>(low), static_cast<unsigned>(high), option);
-  const std::unique_ptr<char[]> shown(new char[64]);
-  p_time(shown.get(), low);
-  p_secs(shown.get(), static_cast<unsigned long>(low), high);
+  long low = 0, high = 0;
+  strtol_range(&low, name, -option, 1000000);
+  strtol_range(&high, other, 0, 70000);
+  range_to_portstr(block(12).get(), static_cast<unsigned>(low), static_cast<unsigned>(high),
+                   option);
+  p_time(block(64).get(), low);
+  p_secs(block(64).get(), static_cast<unsigned long>(low), high);
 
   char *slot = nullptr;
-  mkstr_string(&slot, name.get());
+  mkstr_string(&slot, name);
   mkstr_string(&slot, slot + std::strlen(slot) / 2);  // a text that lies in the string
   mkstr_long(&slot, low);
   std::free(slot);
-
-  const auto digits = static_cast<int>(std::min<std::size_t>(size * 2, option));
-  const std::unique_ptr<char[]> hexadecimal(new char[digits + digits / 2 + 1]);
-  hex_to_str_with_delim(data, hexadecimal.get(), ':', digits);
-  const std::unique_ptr<char[]> filtered(new char[std::max(option, 1)]);
-  strfilt(filtered.get(), name.get(), other.get(), option);
-  strncasestr(name.get(), other.get(), option);
 }
 
-void encode(const std::uint8_t *data, std::size_t size, int option) {
-  const std::unique_ptr<char[]> text(new char[size]);
-  std::copy_n(data, size, text.get());
-  auto length = static_cast<unsigned>(option);
-  const std::unique_ptr<unsigned char[]> bytes(new unsigned char[length]);
-  base64_decode(text.get(), static_cast<unsigned>(size), bytes.get(), &length);
-
-  length = (static_cast<unsigned>(size) + 2) / 3 * 4 + 1;
-  const std::unique_ptr<char[]> encoded(new char[length]);
-  if (base64_encode(data, static_cast<unsigned>(size), encoded.get(), &length) != 0) std::abort();
-  const std::unique_ptr<unsigned char[]> back(new unsigned char[size]);
-  auto room = static_cast<unsigned>(size);
-  if (base64_decode(encoded.get(), length, back.get(), &room) != 0 ||
-      !std::equal(data, data + size, back.get())) {
-    std::abort();
-  }
-
-  room = static_cast<unsigned>(option);
-  const std::unique_ptr<char[]> out(new char[room]);
-  entities_hex_encode(out.get(), room, Line(data, size).get());
+static void read_addresses(Input input) {
+  const Text address = input.line();
+  parse_macaddr(address, 0, 0, block<unsigned char>(6).get());
+  netu_atoipv6(address, block<unsigned char>(16).get());
+  const auto mac = std::make_unique<unsigned char[]>(6);
+  netu_etoa(netu_atoe(address, mac.get()), block(NETU_MAC_TEXT_SIZE).get());
 }
 
-}  // namespace
+// What is encoded decodes to what it was; any text decodes into any room.
+static void code(const Input &input, unsigned option) {
+  const auto size = static_cast<unsigned>(input.size);
+  const auto text = block(size);
+  std::copy_n(input.data, size, text.get());
+  unsigned length = option;
+  base64_decode(text.get(), size, block<unsigned char>(length).get(), &length);
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  if (size == 0) return 0;
-  const int option = *data++;
-  --size;
-  scan(Line(data, size), option);
-  split(data, size, option);
-  encode(data, size, option);
-  convert(data, size, option);
-  edit(data, size, option);
-  Lines lines(data, size);
-  const Line address = lines.next();
-  addresses(address, lines.next());
-  return 0;
+  length = (size + 2) / 3 * 4 + 1;
+  const auto encoded = block(length);
+  require(base64_encode(input.data, size, encoded.get(), &length) == 0);
+  const auto back = block<unsigned char>(size);
+  unsigned room = size;
+  require(base64_decode(encoded.get(), length, back.get(), &room) == 0);
+  require(std::equal(back.get(), back.get() + size, input.data));
+}
+
+FUZZ(input) {
+  const auto option = static_cast<int>(input.byte());
+  call_all(input, option, skip_space, skip_blank, skip_nonspace, skip_nonblank, getnum, gethex,
+           getlong, getint, getushort, getip, get_mac, getether, ValidateUlong, ValidateLong,
+           isxstring, StringIsHexDigits, str_get_delim, str_to_port_range, atm_parse_vi,
+           strmatch_lowercase, GN_StrNotInSet, GN_StrCharInSet, string_toupper,
+           strip_trailing_white, netu_calc_network, netu_calc_broadcast, netu_calc_subnet_prefix,
+           netu_is_empty_ip4addr);
+  split(input, option);
+  edit(input, option);
+  convert(input, option);
+  read_addresses(input);
+  code(input, static_cast<unsigned>(option));
 }

@@ -4,6 +4,7 @@
 #include <ctype.h>
 #include <string.h>
 
+#include "talvera/netu.h"
 #include "talvera/strutil.h"
 #include "tool.h"
 
@@ -173,4 +174,20 @@ int bounded_argument(const char *what, const char *text, size_t max) {
 
   if (length <= max) return DONE;
   return misused("%s has %zu bytes, at most %zu are allowed", what, length, max);
+}
+
+int plain_argument(const char *what, const char *text, size_t max) {
+  const char *cursor = text;
+
+  while (isalnum((unsigned char)*cursor) || (*cursor != '\0' && strchr(".:_@+-", *cursor) != NULL))
+    ++cursor;
+  if (*cursor != '\0' || *text == '\0' || *text == '-') {
+    return misused("%s: %s is not a name of letters, digits and .:_@+-", what, text);
+  }
+  return bounded_argument(what, text, max);
+}
+
+int address_argument(const char *what, const char *text) {
+  if (netu_atoipv4(text, NULL) == 1) return DONE;
+  return misused("%s: %s is not an IPv4 address", what, text);
 }

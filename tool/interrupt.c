@@ -45,3 +45,11 @@ int wait_readable(int fd) {
   sigprocmask(SIG_SETMASK, &before, NULL);
   return !caught;
 }
+
+int output_error;
+
+int flush_output(void) {
+  if (fflush(stdout) == 0 && !ferror(stdout)) return 0;
+  if (output_error == 0) output_error = errno;
+  return -1;
+}

@@ -21,7 +21,7 @@ static void occupy_standard_streams(void) {
 static int close_output(int status) {
   const int wrote = !ferror(stdout);
 
-  errno = 0;
+  errno = output_error;
   if (fflush(stdout) == 0 && wrote) return status;
   if (errno == EPIPE) return FAILED;
   return errno != 0 ? failed("standard output") : refused("standard output: write error");

@@ -62,6 +62,11 @@ int number_option(const char *name, unsigned long min, unsigned long max, unsign
 int signed_argument(const char *what, const char *text, long *value);
 /* Checks that a text has at most `max` bytes. */
 int bounded_argument(const char *what, const char *text, size_t max);
+/* Checks a name that goes into a command line or a path: 1 to `max` letters, digits and ".:_@+-",
+ * without a dash in front. */
+int plain_argument(const char *what, const char *text, size_t max);
+/* Checks an IPv4 address. */
+int address_argument(const char *what, const char *text);
 
 /* An element of a synopsis. */
 struct element {
@@ -150,6 +155,10 @@ int interrupted(void);
 /* Waits until there is something to read, or for an interrupt, which is not missed: all of this
  * after catch_interrupts(). Returns 1, or 0 after an interrupt. */
 int wait_readable(int fd);
+/* Writes out what was printed so far; -1 when that fails, which is to end the action. */
+int flush_output(void);
+/* Why it failed, an errno value. */
+extern int output_error;
 
 /* Log lines of the library go to standard error. */
 extern int verbose;

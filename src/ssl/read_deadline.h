@@ -53,7 +53,8 @@ class ReadDeadline {
   // OpenSSL asks before and after each operation; -1 before it is a failure instead of it.
   static long refuse_late_read(BIO *connection, int operation, const char *, int, long,
                                long result) {
-    const auto *deadline = reinterpret_cast<const Deadline *>(BIO_get_callback_arg(connection));
+    const void *const argument = BIO_get_callback_arg(connection);
+    const auto *const deadline = static_cast<const Deadline *>(argument);
     return operation == BIO_CB_READ && deadline->seconds_left() <= 0 ? -1 : result;
   }
 

@@ -11,7 +11,8 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "unit/mfg/ccert_fixture.h"
+#include "support/blob.h"
+#include "talvera/ccert.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 extern "C" int __lsan_do_recoverable_leak_check();
@@ -21,7 +22,7 @@ namespace talvera::test {
 namespace {
 
 constexpr unsigned kSlowestRun = 20;  // seconds
-constexpr std::size_t kSlot1 = 0x1C000;
+constexpr std::size_t kMfgFileSize = 0x20000, kSlot1 = 0x1C000;
 
 struct Fault {
   enum Kind { kError, kShort, kResult } kind;

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 #include "faults/inject.h"
 #include "talvera/encode.h"
@@ -46,11 +48,13 @@ long lists(World &) {
   return result != 0 ? result : sum;
 }
 
-long run_and_free(World &world, ipt_rule *rule) {
+// A rule that lacks a part for want of memory must not run.
+long run_and_free(World &world, ipt_rule *rule, std::string_view parts) {
   world.system.answer("system", 0, 0, kAlways);
   const int result = rule != nullptr ? ipt_process_rule(rule) : -1;
   ipt_rule_free(rule);
-  return result;
+  const bool whole = result != 0 || world.system.calls().back().find(parts) != std::string::npos;
+  return whole ? result : kWrong;
 }
 
 long built_rule(World &world) {
@@ -65,7 +69,7 @@ long built_rule(World &world) {
     rule->chain = IPT_CHAIN_INPUT;
     rule->command = IPT_COMMAND_APPEND;
   }
-  const long result = run_and_free(world, rule);
+  const long result = run_and_free(world, rule, "INPUT ");
   return added ? result : -1;
 }
 
@@ -91,14 +95,18 @@ TEST(Faults, Memory) {
       {"pinhole",
        {0, -1, EINTR, EIO},
        [](World &world) {
-         return run_and_free(world, ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "192.0.2.1", "tcp",
-                                                          "80-90", "10.0.0.2", 8080));
+         return run_and_free(world,
+                             ipt_make_pinhole_rule(IPT_COMMAND_APPEND, "192.0.2.1", "tcp", "80-90",
+                                                   "10.0.0.2", 8080),
+                             "-p tcp --dport 80:90 -d 192.0.2.1 -m state --state "
+                             "NEW,ESTABLISHED,RELATED -j DNAT --to 10.0.0.2:8080-8090");
        }},
       {"address map",
        {0, -1, EINTR, EIO},
        [](World &world) {
          return run_and_free(
-             world, ipt_make_maplist_rule(IPT_COMMAND_APPEND, "192.0.2.1", "10.0.0.2-10.0.0.9"));
+             world, ipt_make_maplist_rule(IPT_COMMAND_APPEND, "192.0.2.1", "10.0.0.2-10.0.0.9"),
+             "-d 192.0.2.1 -m iprange --src-range 10.0.0.2-10.0.0.9");
        }},
       {"chain",
        {0, IPT_RULE_FAILED, EINTR, EIO},

@@ -75,6 +75,9 @@ bool Call::keep(const void *result) {
 std::string Call::pointer(const void *p, bool is_text) {
   if (p == nullptr) return "null";
   const auto *const address = static_cast<const char *>(p);
+  constexpr std::uintptr_t kNoMemory = 4096;  // there is none below
+  const auto number = reinterpret_cast<std::uintptr_t>(p);
+  if (number < kNoMemory) return std::to_string(number);
   for (std::size_t i = 0; i < memory_.size(); ++i) {
     if (!memory_[i]->holds(p)) continue;
     return '@' + (i > 0 ? std::to_string(i + 1) + ':' : "") +
@@ -117,6 +120,10 @@ Memory::Memory(Call &call, const Value &value, std::size_t size, std::size_t ali
       break;
     }
     default: {
+      if (value.kind == Value::kNumber && size == 0) {  // in place of an address
+        data_ = reinterpret_cast<char *>(value.number);
+        return;
+      }
       Guarded &block = call.memory(std::max(size, size == 0 ? value.size : 0), alignment);
       data_ = block.data();
       block_ = &block;

@@ -102,8 +102,9 @@ void read(Call &call, const Value &value, T &result) {
   if constexpr (Integer<T>) {
     result = static_cast<T>(to_number(call, value));
   } else if constexpr (std::floating_point<T>) {
-    result =
-        static_cast<T>(value.kind == Value::kReal ? value.real : static_cast<double>(value.number));
+    result = static_cast<T>(value.kind == Value::kReal   ? value.real
+                            : value.kind == Value::kName ? std::strtod(value.bytes.c_str(), nullptr)
+                                                         : static_cast<double>(value.number));
   } else if constexpr (std::is_array_v<T>) {
     if (value.size > sizeof result) throw TableError("text above its field");
     std::memcpy(result, value.bytes.data(), value.bytes.size());

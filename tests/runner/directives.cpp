@@ -1,4 +1,8 @@
 // What rows can arrange and ask beside the library's functions.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <ctime>
 
@@ -59,8 +63,10 @@ DIRECTIVE(redirect, [](Call &call, const std::string &path, const std::string &t
   system(call).redirect(path, target);
 });
 DIRECTIVE(env, [](Call &call, const std::string &name, const std::string &value) {
+  const char *const former = std::getenv(name.c_str());
+  call.session().variables.try_emplace(
+      name, former != nullptr ? std::optional<std::string>(former) : std::nullopt);
   setenv(name.c_str(), value.c_str(), 1);
-  call.session().variables.insert(name);
 });
 // file "<tmp>/name" "content"
 DIRECTIVE(file, [](const std::string &path, const std::string &content) {
@@ -69,22 +75,54 @@ DIRECTIVE(file, [](const std::string &path, const std::string &content) {
   std::fwrite(content.data(), 1, content.size(), file);
   std::fclose(file);
 });
+// pad name "<tmp>/file" 255: "$name" is this path with as many slashes more as make it that long.
+DIRECTIVE(pad,
+          [](Call &call, const std::string &name, const std::string &path, std::size_t length) {
+            if (path.size() > length) throw TableError("path too long");
+            std::string &padded = call.session().values[name] = path;
+            padded.insert(path.rfind('/'), length - path.size(), '/');
+          });
+// shell "ln -s a <tmp>/b"
+DIRECTIVE(shell, [](const std::string &command) {
+  if (std::system(command.c_str()) != 0) throw TableError("command failed");
+});
+// The group's calls meet a process without standard input, whose next descriptor is 0.
+struct WithoutInput {
+  int saved = dup(STDIN_FILENO);
+  WithoutInput() { close(STDIN_FILENO); }
+  ~WithoutInput() {
+    const bool left_open = fcntl(STDIN_FILENO, F_GETFD) != -1;
+    dup2(saved, STDIN_FILENO);
+    if (!left_open) close(saved);  // else it counts as a descriptor left open
+  }
+  WithoutInput(const WithoutInput &) = delete;
+  WithoutInput &operator=(const WithoutInput &) = delete;
+};
+DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
 // buffer name [16]: "$name" is this memory until the group's end.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();
   const auto &object = call.session().object(name, value.size, 1, false);
   value.bytes.copy(object.data, value.bytes.size());
 });
-// only time64: the rest of the group is for machines of that kind.
+// only time64: the rest of the group is for machines of that kind. Those of MIPS have error numbers
+// of their own.
 DIRECTIVE(only, [](Call &call, const std::string &kind) {
 #ifdef __UCLIBC__
   constexpr bool kGlibc = false;
 #else
   constexpr bool kGlibc = true;
 #endif
+#ifdef __mips__
+  constexpr bool kMips = true;
+#else
+  constexpr bool kMips = false;
+#endif
   const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
-                                             {"glibc", kGlibc}};
+                                             {"glibc", kGlibc},
+                                             {"mips", kMips},
+                                             {"host", !kMips}};
   if (!kinds.contains(kind)) throw TableError("no kind " + kind);
   call.session().skipped = !kinds.at(kind);
 });
@@ -96,6 +134,8 @@ DIRECTIVE(trace, [](Call &call) {
   while (call.has_more())
     call.session().traced.insert(call.take().bytes);
 });
+// Log lines are shown no more.
+DIRECTIVE(silence, [](Call &call) { call.session().silent = true; });
 // How often a call was made in this group.
 DIRECTIVE(count,
           [](Call &call, const std::string &name) { return system(call).count(name.c_str()); });
@@ -103,6 +143,14 @@ DIRECTIVE(count,
 DIRECTIVE(errno, [](Call &call) {
   const int error = call.session().error;
   return error == 0 ? std::string("0") : error_name(error);
+});
+// The permissions of a file, in octal.
+DIRECTIVE(mode, [](const std::string &path) {
+  struct stat status = {};
+  if (stat(path.c_str(), &status) != 0) return std::string("none");
+  char text[16];
+  std::snprintf(text, sizeof text, "%#o", static_cast<unsigned>(status.st_mode & 07777U));
+  return std::string(text);
 });
 DIRECTIVE(content, [](const std::string &path) { return quoted(read_file(path)); });
 

@@ -48,33 +48,79 @@ class Table {
   Table(std::string path, Options options) : path_(std::move(path)), options_(options) {}
 
   void run() {
-    std::ifstream in(path_);
-    for (std::string line; std::getline(in, line);)
-      lines_.push_back(line);
-    for (std::size_t i = 0; i < lines_.size(); ++i) {
-      std::snprintf(place, sizeof place, "FAILED %s:%zu\n", path_.c_str(), i + 1);
-      const std::string text = trimmed(lines_[i]);
+    read_lines();
+    for (Line &line : lines_) {
+      std::snprintf(place, sizeof place, "FAILED %s:%zu\n", path_.c_str(), line.number);
+      const std::string text = trimmed(line.text);
       if (text.empty()) {
         end_group();
       } else if (text[0] != '#') {
         if (!session_) session_.emplace();
-        if (!session_->skipped) run_row(i);
+        if (!session_->skipped) run_row(line);
       }
     }
     end_group();
     if (!changed_) return;
     std::ofstream out(path_);
-    for (const std::string &line : lines_)
-      out << line << '\n';
+    for (const Line &line : lines_)
+      out << line.in_file << '\n';
   }
 
   [[nodiscard]] int failures() const { return failures_; }
   [[nodiscard]] int rows() const { return rows_; }
 
  private:
-  void run_row(std::size_t number) {
+  struct Line {
+    std::size_t number;
+    std::string text, in_file;
+  };
+
+  // A line that begins with a blank continues the one above, after a backslash without a
+  // blank between.
+  void read_lines() {
+    std::ifstream in(path_);
+    std::size_t number = 0;
+    for (std::string line; std::getline(in, line);) {
+      ++number;
+      if (!lines_.empty() && line.starts_with(' ')) {
+        std::string &row = lines_.back().text;
+        if (row.ends_with('\\')) {
+          row.pop_back();
+        } else {
+          row += ' ';
+        }
+        row += trimmed(line);
+        lines_.back().in_file += '\n' + line;
+      } else {
+        lines_.push_back({number, line, line});
+      }
+    }
+  }
+
+  // A row as it goes into the file: a long one as several lines.
+  static std::string wrapped(const std::string &row) {
+    constexpr std::size_t kWidth = 100;
+    const bool single = split(row, " | ").size() == 1;
+    std::string text;
+    std::size_t column = 0;
+    for (const std::string &word : split(row, " ")) {
+      const bool full = column + 1 + word.size() > kWidth || (single && word == "->");
+      if (row.size() > kWidth && full && !word.empty() && !text.ends_with(' ')) {
+        text += "\n    ";
+        column = 4;
+      } else if (column > 0) {
+        text += ' ';
+        ++column;
+      }
+      text += word;
+      column += word.size();
+    }
+    return text;
+  }
+
+  void run_row(Line &line) {
     std::string row;
-    for (const std::string &piece : split(lines_[number], " | ")) {
+    for (const std::string &piece : split(line.text, " | ")) {
       if (session_->skipped) {
         row += " | " + piece;
         continue;
@@ -93,7 +139,7 @@ class Table {
       if (options_.update) continue;
       fail(trimmed(halves[0]), "expected  " + expected, "got       " + got);
     }
-    if (options_.update) lines_[number] = row;
+    if (row != line.text) line.in_file = wrapped(row);
   }
 
   void fail(const std::string &what, const std::string &expected, const std::string &got) {
@@ -179,7 +225,7 @@ class Table {
 
   std::string path_;
   Options options_;
-  std::vector<std::string> lines_;
+  std::vector<Line> lines_;
   std::optional<Session> session_;
   Step step_;
   int failures_ = 0, rows_ = 0;

@@ -52,6 +52,13 @@ std::string taken(int fd) {
   return text;
 }
 
+// A call as it is, unless that could not be read: then as a text.
+std::string in_brackets(const std::string &call) {
+  const std::string text = quoted(call + '\0');
+  const bool plain = text == '"' + call + '"' && call.find('\'') == call.npos;
+  return '[' + (plain ? call : text) + ']';
+}
+
 const char *level_name(int level) {
   static constexpr const char *kNames[] = {"emerg",   "alert",  "crit", "err",
                                            "warning", "notice", "info", "debug"};
@@ -83,10 +90,14 @@ Session::Session() : quiet_(std::in_place), descriptors_(open_descriptors()) {
 }
 
 Session::~Session() {
-  for (const std::string &name : variables)
-    unsetenv(name.c_str());
+  for (const auto &[name, former] : variables) {
+    if (former) {
+      setenv(name.c_str(), former->c_str(), 1);
+    } else {
+      unsetenv(name.c_str());
+    }
+  }
   if (!variables.empty()) tzset();
-  states_.clear();
   objects.clear();
   system.forget();
 }
@@ -121,20 +132,24 @@ std::vector<std::string> Session::effects() {
   }
   for (; lines_seen_ < system.log().size(); ++lines_seen_) {
     const LogLine &line = system.log()[lines_seen_];
+    if (silent) continue;
     found.push_back(line.channel + '.' + level_name(line.level) + ' ' +
                     quoted(shown(line.text) + '\0'));
   }
   for (; calls_seen_ < system.calls().size(); ++calls_seen_) {
     const std::string &call = system.calls()[calls_seen_];
     const std::string name = call.substr(0, call.find(' '));
-    if (traced.contains(name) || traced.contains("all")) found.push_back('[' + shown(call) + ']');
+    if (traced.contains(name) || traced.contains("all"))
+      found.push_back(in_brackets(shown_call(call)));
   }
   return found;
 }
 
 std::string Session::complaint() {
+  states_.clear();
   for (const auto &[name, object] : objects)
     if (object.memory != nullptr && !object.memory->intact()) return "bytes around $" + name;
+  if (system.platform().mounted()) return "the flash partition mounted";
   const int open = open_descriptors();
   if (open != descriptors_) return std::to_string(open - descriptors_) + " descriptors left open";
   return {};
@@ -164,6 +179,22 @@ std::string Session::shown(std::string text) {
   if (folder_) name(folder_->path(), "<tmp>");
   name(system.platform().flash_directory(), "<flash>");
   return with_error_names(std::move(text));
+}
+
+std::string Session::shown_call(const std::string &call) {
+  const auto address = [](const void *p) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", p);
+    return std::string(text);
+  };
+  std::string text;
+  for (const std::string &word : split(call, " ")) {
+    std::string as = word == address(nullptr) ? "null" : word;
+    for (const auto &[name, object] : objects)
+      if (word == address(object.data)) as = '$' + name;
+    text += (text.empty() ? "" : " ") + as;
+  }
+  return shown(text);
 }
 
 const TempDir &Session::folder() {

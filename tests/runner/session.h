@@ -28,7 +28,7 @@ class Session {
   std::string protect(const std::function<void()> &call);
   // What came of the calls beside their results: output, log lines, calls that are traced.
   std::vector<std::string> effects();
-  // What is wrong at the end of the group; empty when nothing is.
+  // Ends the group and tells what is wrong then; empty when nothing is.
   std::string complaint();
 
   // A row's text with <tmp> and <flash> as the paths of the group's folder and of the platform's
@@ -36,6 +36,8 @@ class Session {
   // errors.
   std::string substituted(const std::string &text);
   std::string shown(std::string text);
+  // A traced call, with addresses as the objects' names.
+  std::string shown_call(const std::string &call);
   const TempDir &folder();
 
   // An object of the group; made at its first mention.
@@ -57,8 +59,10 @@ class Session {
   SystemDouble system;
   std::map<std::string, Object> objects;
   std::map<std::string, std::string> values;  // of "let"
-  std::set<std::string> traced, variables;
+  std::set<std::string> traced;
+  std::map<std::string, std::optional<std::string>> variables;  // what they were before the group
   bool skipped = false;  // the rest of the group is for other machines
+  bool silent = false;   // log lines are not shown
   int error = 0;         // errno after the last call
 
  private:

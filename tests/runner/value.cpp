@@ -280,7 +280,7 @@ const std::map<std::string, std::int64_t> &errors() {
               EFAULT, EBUSY, EEXIST, EXDEV, ENODEV, ENOTDIR, EISDIR, EINVAL, ENFILE, EMFILE, ENOTTY,
               EFBIG, ENOSPC, ESPIPE, EROFS, EPIPE, ERANGE, ENAMETOOLONG, ENOSYS, ENOTEMPTY, ELOOP,
               EIDRM, EBADMSG, EOVERFLOW, EMSGSIZE, EPROTO, EOPNOTSUPP, EAFNOSUPPORT, EADDRINUSE,
-              ENETDOWN, ENOBUFS, ENOTCONN, ETIME, ETIMEDOUT, ECONNREFUSED, ECONNRESET));
+              ENETDOWN, ENOBUFS, ENOTCONN, ETIME, ENODATA, ETIMEDOUT, ECONNREFUSED, ECONNRESET));
     return made;
   }();
   return names;
@@ -328,6 +328,7 @@ std::string quoted(std::string_view bytes, bool prefer_hex) {
   const std::string open = hex ? "x\"" : terminated ? "\"" : "b\"";
   const std::string_view shown = hex ? bytes : content;
   std::string text = open;
+  std::size_t part = 0;  // where the literal that is open begins
   for (std::size_t i = 0; i < shown.size();) {
     const auto c = static_cast<unsigned char>(shown[i]);
     std::size_t run = shown.find_first_not_of(shown[i], i);
@@ -351,13 +352,9 @@ std::string quoted(std::string_view bytes, bool prefer_hex) {
       ++i;
       continue;
     }
-    if (text == open) {  // the run is the first part
-      text += code;
-    } else {
-      text += '"' + open + code;
-    }
-    text += "\"*" + std::to_string(run);
-    i += run;
+    if (i > part) text += '"' + open;
+    text += std::string(code) + "\"*" + std::to_string(run);
+    part = i += run;
     if (i == shown.size()) return text;
     text += open;
   }

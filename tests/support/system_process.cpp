@@ -79,4 +79,13 @@ FILE *fopen(const char *path, const char *mode) {
   return intercept<FILE *>("fopen", [=] { return next(redirected(path), mode); });
 }
 
+int fclose(FILE *stream) {
+  static auto *const next = real<int(FILE *)>("fclose");
+  return intercept<int>("fclose", [=] {
+    const int result = next(stream);
+    talvera::test::spoil_errno();
+    return result;
+  });
+}
+
 }  // extern "C"

@@ -52,15 +52,6 @@ TEST(NetlinkAttributes, StopWhereTheLengthsGoWrong) {
   EXPECT_THAT(parse(one + u16(4) + u16(2), 2), ElementsAre(0, 8));
 }
 
-TEST(NetlinkAttributes, NegativeLengthIsNone) {
-  const Bytes one = attribute(1, "abcd");
-  const auto *first = reinterpret_cast<const nlattr *>(one.data());
-  const nlattr *table[2] = {first, first};
-  EXPECT_EQ(nfnetlink_msg_parse_attr(table, 2, first, -5), 0);
-  EXPECT_EQ(table[0], nullptr);
-  EXPECT_EQ(table[1], nullptr);
-}
-
 class NetlinkDispatch : public NetlinkTest {
  protected:
   NetlinkDispatch() : calls(*this, 16, 3, 4) {}

@@ -74,21 +74,6 @@ TEST_F(Segment, CallsOfEachFunction) {
   EXPECT_EQ(nvram_shmid, -1);
 }
 
-TEST_F(Segment, NothingToActOn) {
-  nvram_shmid = 5;
-  const int errors[] = {error_of(nvram_init(nullptr, 1)), error_of(nvram_init("/some/path", 0)),
-                        error_of(nvram_open(nullptr)),    error_of(nvram_attach(nullptr)),
-                        error_of(nvram_exit(nullptr)),    error_of(nvram_detach(nullptr))};
-  EXPECT_THAT(errors, Each(EINVAL));
-  EXPECT_EQ(nvram_shmid, 5);
-  nvram_shmid = -1;
-  struct shmid_ds status;
-  EXPECT_EQ(error_of(nvram_stat(&status)), EINVAL);
-  EXPECT_EQ(error_of(nvram_lock()), EINVAL);
-  EXPECT_EQ(error_of(nvram_unlock()), EINVAL);
-  EXPECT_THAT(system.calls(), IsEmpty());
-}
-
 TEST_F(Segment, FailuresAreTheSystems) {
   const auto error_when = [this](const char *failing, auto call) {
     system.forget();

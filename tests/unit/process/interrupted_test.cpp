@@ -3,10 +3,14 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <vector>
 
 #include "support/system_double.h"
+#include "talvera/ipc_msgq.h"
 #include "talvera/process.h"
 #include "talvera/utils.h"
 
@@ -37,11 +41,9 @@ class Interrupted : public ::testing::Test {
 
 TEST_F(Interrupted, OutputIsReadToItsEnd) {
   system.redirect("pidof prog", "printf 3; sleep 0.05; printf '00 2'; sleep 0.05; printf '0\\n1'");
-  pid_t pids[4] = {};
-  EXPECT_EQ(process_find_all("prog", pids, 4), 3);
-  EXPECT_EQ(pids[0], 300);
-  EXPECT_EQ(pids[1], 20);
-  EXPECT_EQ(pids[2], 1);
+  std::vector<pid_t> pids(4);
+  EXPECT_EQ(process_find_all("prog", pids.data(), 4), 3);
+  EXPECT_EQ(pids, std::vector<pid_t>({300, 20, 1, 0}));
 
   system.redirect("/sbin/pfs -l", "echo /etc/a; printf /et; sleep 0.05; echo c/b; sleep 0.05");
   system.answer("system", 0, 0, kAlways);
@@ -49,6 +51,17 @@ TEST_F(Interrupted, OutputIsReadToItsEnd) {
   EXPECT_EQ(pfs_forget_files("etc"), 0);
   EXPECT_EQ(system.calls(), Texts({"popen /sbin/pfs -l", "system /sbin/pfs -r /etc/a\n",
                                    "system /sbin/pfs -r /etc/b\n"}));
+}
+
+TEST_F(Interrupted, AMessageIsWaitedForNoMore) {
+  const TempDir dir;
+  ipc_msgq *const queue = ipc_msgq_createByName((dir / "queue").c_str());
+  ASSERT_NE(queue, nullptr);
+  char buffer[4];
+  EXPECT_EQ(ipc_msgq_receive(queue, buffer, sizeof buffer), -1);
+  EXPECT_EQ(errno, EINTR);
+  close(queue->fd);
+  std::free(queue);
 }
 
 TEST_F(Interrupted, SleepsAreSleptOut) {

@@ -1,0 +1,200 @@
+// Bindings of files, commands, console, attributes, random numbers and host names.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cwchar>
+
+#include "runner/bind.h"
+#include "talvera/utils.h"
+
+namespace talvera::test {
+namespace {
+
+constexpr int kWriteNew = O_WRONLY | O_CREAT, kReadWriteNew = O_RDWR | O_CREAT;
+constexpr int kReadWrite = PROT_READ | PROT_WRITE;
+CONSTANTS(O_RDONLY, O_WRONLY, O_RDWR, kWriteNew, kReadWriteNew, PROT_READ, kReadWrite, F_OK, R_OK,
+          X_OK);
+
+BIND(dir_exists, uf_path_exists, uf_full_read, uf_full_write, file_diff, file_write_string,
+     file_delete, rand_read, urand_read, rand_generate_uint32, urand_generate_uint32,
+     hostname_to_addr);
+DIRECTIVE(umask, [](unsigned mask) { umask(static_cast<mode_t>(mask)); });
+
+// ---- Formatted texts: each binding has a format with several arguments --------------------------
+
+BIND_AS(sdb_system, [](const char *command) { return sdb_system("%s%s", command, ""); });
+BIND_AS(sdb_system_character, [](unsigned character) {
+  return sdb_system("rm -r /tmp/%lc", static_cast<std::wint_t>(character));
+});
+BIND_AS(cons_printk, [](const char *text, int number) { return cons_printk(text, number); });
+BIND_AS(file_access,
+        [](const char *dir, int mode) { return file_access("%s/file%d", mode, dir, 7); });
+BIND_AS(file_append_write, [](const char *dir, const char *text) {
+  return file_append_write("%s/file%d", text, dir, 7);
+});
+BIND_AS(file_create_write, [](const char *dir, const char *text) {
+  return file_create_write("%s/file%d", text, dir, 7);
+});
+BIND_AS(sysfs_get_attr, [](const char *dir, char *buffer, std::size_t size) {
+  return sysfs_get_attr("%s/file%d", buffer, size, dir, 7);
+});
+BIND_AS(sysfs_set_attr, [](const char *dir, const char *text) {
+  return sysfs_set_attr("%s/file%d", text, dir, 7);
+});
+
+// The console's descriptor stays for good. How it was opened; closes it.
+BIND_AS(close_console, [](const char *path) {
+  const Quiet quiet;
+  struct stat console = {}, status = {};
+  stat(path, &console);
+  for (int fd = 3; fd < 1024; ++fd) {
+    if (fstat(fd, &status) != 0 || status.st_ino != console.st_ino ||
+        status.st_dev != console.st_dev)
+      continue;
+    const bool as_it_should =
+        fcntl(fd, F_GETFD) == FD_CLOEXEC && (fcntl(fd, F_GETFL) & O_ACCMODE) == O_WRONLY;
+    close(fd);
+    return as_it_should ? "write-only, closed on exec" : "otherwise";
+  }
+  return "not open";
+});
+
+// ---- Lists of files -----------------------------------------------------------------------------
+
+struct List {
+  dirent **entries = reinterpret_cast<dirent **>(0x10);
+  int count = 0;
+};
+BIND_AS(uf_get_dirent_list, [](Call &call, const char *dir) {
+  auto &list = call.session().state<List>();
+  list.count = uf_get_dirent_list(dir, &list.entries);
+  std::string text = std::to_string(list.count);
+  for (int i = 0; i < list.count; ++i)
+    text += std::string(" ") + list.entries[i]->d_name;
+  if (list.count < 0) call.failed();
+  return list.count > 0 || list.entries == nullptr ? text : text + " and no null";
+});
+BIND_AS(uf_contains_file_by_name, [](Call &call, int count, const char *name) {
+  return uf_contains_file_by_name(call.session().state<List>().entries, count, name);
+});
+// Counts names that begin with "a".
+BIND_AS(uf_filtered_file_count, [](Call &call, int count) {
+  return uf_filtered_file_count(call.session().state<List>().entries, count,
+                                [](const char *name) { return name[0] == 'a' ? -7 : 0; });
+});
+BIND_AS(uf_free_dirent_list, [](Call &call) {
+  auto &list = call.session().state<List>();
+  uf_free_dirent_list(&list.entries, list.count);
+  uf_free_dirent_list(&list.entries, 0);
+  uf_free_dirent_list(nullptr, 0);
+  return list.entries == nullptr ? "null" : "not null";
+});
+
+// ---- Files --------------------------------------------------------------------------------------
+
+// The size of what was opened, and how.
+BIND_AS(uf_open, [](Call &call, const char *dir, const char *name) -> std::string {
+  const int fd = uf_open(dir, name);
+  if (fd < 0) {
+    call.failed();
+    return std::to_string(fd);
+  }
+  const Quiet quiet;
+  const long size = uf_fsize(fd);
+  const bool read_only = (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY;
+  close(fd);
+  return (read_only ? "size " : "writable, size ") + std::to_string(size) + ", closed " +
+         std::to_string(uf_fsize(fd));
+});
+BIND_AS(uf_readall, [](Call &call, const char *dir, const char *name) {
+  auto *content = reinterpret_cast<unsigned char *>(0x10);
+  unsigned length = 99;
+  const int result = uf_readall(dir, name, &content, &length);
+  if (result != 0) {
+    call.failed();
+    return std::to_string(result) + (content == nullptr && length == 0 ? "" : " and a buffer");
+  }
+  std::string text = quoted({reinterpret_cast<char *>(content), length});
+  std::free(content);
+  return "0 " + text;
+});
+
+// Transfers by way of a descriptor of `path`, which goes on where the one before ended.
+struct Position {
+  off_t offset = 0;
+};
+template <typename Function, typename Buffer>
+int transfer(Call &call, Function function, const char *path, Buffer buffer, unsigned length) {
+  off_t &offset = call.session().state<Position>().offset;
+  int fd = -1;
+  {
+    const Quiet quiet;
+    fd = open(path, O_RDWR);
+    lseek(fd, offset, SEEK_SET);
+  }
+  const int result = function(fd, buffer, length);
+  const int error = errno;
+  const Quiet quiet;
+  offset = lseek(fd, 0, SEEK_CUR);
+  close(fd);
+  errno = error;
+  return result;
+}
+BIND_AS(read_fully, [](Call &call, const char *path, char *buffer, unsigned length) {
+  return transfer(call, uf_full_read, path, buffer, length);
+});
+BIND_AS(write_fully, [](Call &call, const char *path, const char *text, unsigned length) {
+  return transfer(call, uf_full_write, path, text, length);
+});
+
+// The record: size and last byte, which it overwrites if it may; and what is left of it when it is
+// closed.
+BIND_AS(filemap_open, [](Call &call, const char *path, int flags, int protection) {
+  filemap file = {7, nullptr, nullptr, 7};
+  const int result = filemap_open(path, &file, flags, protection);
+  const int error = errno;
+  std::string text = std::to_string(result);
+  if (result == 0) {
+    char &last = static_cast<char *>(file.map)[file.size - 1];
+    text += ' ' + std::to_string(file.size) + " '" + last + "'";
+    if (file.path == path || std::string(file.path) != path) text += " another path";
+    if ((protection & PROT_WRITE) != 0) last = 'X';
+    filemap_close(&file);
+  } else {
+    call.failed();
+  }
+  if (file.fd != -1 || file.map != MAP_FAILED || file.size != 0) text += " not closed";
+  errno = error;
+  return text;
+});
+// Compares the files with one byte of the second changed.
+BIND_AS(differ_at, [](const char *path, const char *other, off_t offset) {
+  const auto change = [=](char byte) {
+    const Quiet quiet;
+    const int fd = open(other, O_WRONLY);
+    if (pwrite(fd, &byte, 1, offset) != 1) throw TableError("cannot write");
+    close(fd);
+  };
+  change('#');
+  const int result = file_diff(path, other);
+  change('\0');
+  return result;
+});
+// The link's target is looked for from the current directory on.
+BIND_AS(file_delete_in, [](const char *dir, const char *path) {
+  const int before = open(".", O_RDONLY);
+  if (before < 0 || chdir(dir) != 0) throw TableError("no directory");
+  const int result = file_delete(path);
+  const int error = errno;
+  if (fchdir(before) != 0) throw TableError("no directory");
+  close(before);
+  errno = error;
+  return result;
+});
+
+}  // namespace
+}  // namespace talvera::test
