@@ -121,6 +121,7 @@ DIRECTIVE(only, [](Call &call, const std::string &kind) {
   const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
                                              {"glibc", kGlibc},
+                                             {"uclibc", !kGlibc},
                                              {"mips", kMips},
                                              {"host", !kMips}};
   if (!kinds.contains(kind)) throw TableError("no kind " + kind);
