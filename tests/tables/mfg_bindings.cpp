@@ -186,9 +186,12 @@ BIND_AS(ccert_get_client_cert,
         [](Call &call) { return handed_out(call, ccert_get_client_cert, false); });
 BIND_AS(ccert_get_client_private_key,
         [](Call &call) { return handed_out(call, ccert_get_client_private_key, true); });
-// The key of a blob of one item, and the error that is left.
+// The key of a blob of one item, and the error that is left; or with an error named at
+// the end of the row, when its allocation fails with that.
 BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags) {
   load(call, 1, make_blob({{call.take().bytes, type, flags}}));
+  if (call.has_more())
+    call.session().system.fail("malloc", static_cast<int>(constant(call.take().bytes)));
   errno = 0;
   const std::string key = handed_out(call, ccert_get_client_private_key, true);
   const std::string error = errno != 0 ? ' ' + error_name(errno) : "";
