@@ -99,6 +99,11 @@ struct WithoutInput {
   WithoutInput &operator=(const WithoutInput &) = delete;
 };
 DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
+// open "<tmp>/file": for reading and writing, at the lowest descriptor that is free.
+DIRECTIVE(open, [](const std::string &path) {
+  if (open(path.c_str(), O_RDWR) < 0) throw TableError("cannot open " + path);
+});
+DIRECTIVE(close, [](int fd) { close(fd); });
 // buffer name [16]: "$name" is this memory until the group's end.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();
@@ -144,6 +149,15 @@ DIRECTIVE(count,
 DIRECTIVE(errno, [](Call &call) {
   const int error = call.session().error;
   return error == 0 ? std::string("0") : error_name(error);
+});
+// How a descriptor was opened.
+DIRECTIVE(flags, [](int fd) {
+  static constexpr const char *kAccess[] = {"read-only", "write-only", "read-write"};
+  const int flags = fcntl(fd, F_GETFL);
+  if (flags < 0) return std::string("closed");
+  return std::string(kAccess[flags & O_ACCMODE]) +
+         ((flags & O_NONBLOCK) != 0 ? " non-blocking" : "") +
+         ((fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0 ? " close-on-exec" : "");
 });
 // The permissions of a file, in octal.
 DIRECTIVE(mode, [](const std::string &path) {

@@ -19,9 +19,9 @@ constexpr int kReadWrite = PROT_READ | PROT_WRITE;
 CONSTANTS(O_RDONLY, O_WRONLY, O_RDWR, kWriteNew, kReadWriteNew, PROT_READ, kReadWrite, F_OK, R_OK,
           X_OK);
 
-BIND(dir_exists, uf_path_exists, uf_full_read, uf_full_write, file_diff, file_write_string,
-     file_delete, rand_read, urand_read, rand_generate_uint32, urand_generate_uint32,
-     hostname_to_addr);
+BIND(dir_exists, uf_path_exists, uf_open, uf_fsize, uf_full_read, uf_full_write, file_diff,
+     file_write_string, file_delete, rand_read, urand_read, rand_generate_uint32,
+     urand_generate_uint32, hostname_to_addr);
 DIRECTIVE(umask, [](unsigned mask) { umask(static_cast<mode_t>(mask)); });
 
 // ---- Formatted texts: each binding has a format with several arguments --------------------------
@@ -44,23 +44,6 @@ BIND_AS(sysfs_get_attr, [](const char *dir, char *buffer, std::size_t size) {
 });
 BIND_AS(sysfs_set_attr, [](const char *dir, const char *text) {
   return sysfs_set_attr("%s/file%d", text, dir, 7);
-});
-
-// The console's descriptor stays for good. How it was opened; closes it.
-BIND_AS(close_console, [](const char *path) {
-  const Quiet quiet;
-  struct stat console = {}, status = {};
-  stat(path, &console);
-  for (int fd = 3; fd < 1024; ++fd) {
-    if (fstat(fd, &status) != 0 || status.st_ino != console.st_ino ||
-        status.st_dev != console.st_dev)
-      continue;
-    const bool as_it_should =
-        fcntl(fd, F_GETFD) == FD_CLOEXEC && (fcntl(fd, F_GETFL) & O_ACCMODE) == O_WRONLY;
-    close(fd);
-    return as_it_should ? "write-only, closed on exec" : "otherwise";
-  }
-  return "not open";
 });
 
 // ---- Lists of files -----------------------------------------------------------------------------
@@ -96,20 +79,6 @@ BIND_AS(uf_free_dirent_list, [](Call &call) {
 
 // ---- Files --------------------------------------------------------------------------------------
 
-// The size of what was opened, and how.
-BIND_AS(uf_open, [](Call &call, const char *dir, const char *name) -> std::string {
-  const int fd = uf_open(dir, name);
-  if (fd < 0) {
-    call.failed();
-    return std::to_string(fd);
-  }
-  const Quiet quiet;
-  const long size = uf_fsize(fd);
-  const bool read_only = (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY;
-  close(fd);
-  return (read_only ? "size " : "writable, size ") + std::to_string(size) + ", closed " +
-         std::to_string(uf_fsize(fd));
-});
 BIND_AS(uf_readall, [](Call &call, const char *dir, const char *name) {
   auto *content = reinterpret_cast<unsigned char *>(0x10);
   unsigned length = 99;
@@ -121,34 +90,6 @@ BIND_AS(uf_readall, [](Call &call, const char *dir, const char *name) {
   std::string text = quoted({reinterpret_cast<char *>(content), length});
   std::free(content);
   return "0 " + text;
-});
-
-// Transfers by way of a descriptor of `path`, which goes on where the one before ended.
-struct Position {
-  off_t offset = 0;
-};
-template <typename Function, typename Buffer>
-int transfer(Call &call, Function function, const char *path, Buffer buffer, unsigned length) {
-  off_t &offset = call.session().state<Position>().offset;
-  int fd = -1;
-  {
-    const Quiet quiet;
-    fd = open(path, O_RDWR);
-    lseek(fd, offset, SEEK_SET);
-  }
-  const int result = function(fd, buffer, length);
-  const int error = errno;
-  const Quiet quiet;
-  offset = lseek(fd, 0, SEEK_CUR);
-  close(fd);
-  errno = error;
-  return result;
-}
-BIND_AS(read_fully, [](Call &call, const char *path, char *buffer, unsigned length) {
-  return transfer(call, uf_full_read, path, buffer, length);
-});
-BIND_AS(write_fully, [](Call &call, const char *path, const char *text, unsigned length) {
-  return transfer(call, uf_full_write, path, text, length);
 });
 
 // The record: size and last byte, which it overwrites if it may; and what is left of it when it is
@@ -184,17 +125,5 @@ BIND_AS(differ_at, [](const char *path, const char *other, off_t offset) {
   change('\0');
   return result;
 });
-// The link's target is looked for from the current directory on.
-BIND_AS(file_delete_in, [](const char *dir, const char *path) {
-  const int before = open(".", O_RDONLY);
-  if (before < 0 || chdir(dir) != 0) throw TableError("no directory");
-  const int result = file_delete(path);
-  const int error = errno;
-  if (fchdir(before) != 0) throw TableError("no directory");
-  close(before);
-  errno = error;
-  return result;
-});
-
 }  // namespace
 }  // namespace talvera::test

@@ -1,6 +1,4 @@
 // Bindings of the manufacturing store, the platform device and the client certificate blob.
-#include <fcntl.h>
-
 #include <cstdlib>
 
 #include "runner/bind.h"
@@ -75,7 +73,7 @@ DIRECTIVE(identity, [](Call &call) {
 CONSTANTS(TVRA_WLCAL_SET);
 
 BIND(mfg_init, mfg_info_read, mfg_info_write, mfg_get_macaddr, mfg_num_macaddr, mfg_wlcal_get,
-     mfg_wlcal_set, mfg_wlcal_clear, tvra_close, tvra_ioctl);
+     mfg_wlcal_set, mfg_wlcal_clear, tvra_open, tvra_close, tvra_ioctl);
 // Of the record as it is read.
 BIND_AS(read_serial, [] {
   unsigned char record[MFG_INFO_SIZE];
@@ -87,37 +85,37 @@ BIND_AS(write_zeros, [] {
   unsigned char record[MFG_INFO_SIZE] = {};
   return mfg_info_write(record);
 });
-BIND_AS(tvra_open, [](Call &call) -> std::string {
-  const int fd = tvra_open();
-  if (fd < 0) {
-    call.failed();
-    return std::to_string(fd);
-  }
-  const int mode = fcntl(fd, F_GETFL);
-  return std::string(tvra_open() == fd ? "" : "another ") +
-         ((mode & O_ACCMODE) == O_RDWR ? "read-write" : "") +
-         ((mode & O_NONBLOCK) != 0 ? " non-blocking" : "") +
-         (fcntl(fd, F_GETFD) == FD_CLOEXEC ? " closed on exec" : "");
-});
 
 BIND(mfg_ccert_set);
-BIND_AS(mfg_ccert_get, [](unsigned char *data, std::uint32_t *length, std::uint32_t slot) {
-  mfg_ccert_get_info info = {data != nullptr ? &data : nullptr, length, slot};
-  return mfg_ccert_get(&info);
-});
-// With an address that holds none; without a record.
-BIND_AS(mfg_ccert_get_nowhere, [](std::uint32_t *length, std::uint32_t slot) {
+// The length is shown when it has changed.
+std::string slot_get(Call &call, unsigned char **data, std::uint32_t length, std::uint32_t slot) {
+  std::uint32_t stored = length;
+  mfg_ccert_get_info info = {data, &stored, slot};
+  const int result = mfg_ccert_get(&info);
+  if (result != 0) call.failed();
+  return std::to_string(result) + (stored != length ? ' ' + std::to_string(stored) : "");
+}
+BIND_AS(mfg_ccert_get,
+        [](Call &call, unsigned char *data, std::uint32_t length, std::uint32_t slot) {
+          return slot_get(call, data != nullptr ? &data : nullptr, length, slot);
+        });
+// With an address that holds none.
+BIND_AS(mfg_ccert_get_nowhere, [](Call &call, std::uint32_t length, std::uint32_t slot) {
   unsigned char *nowhere = nullptr;
-  mfg_ccert_get_info info = {&nowhere, length, slot};
-  return mfg_ccert_get(&info);
+  return slot_get(call, &nowhere, length, slot);
 });
-BIND_AS(mfg_ccert_get_null, [] { return mfg_ccert_get(nullptr); });
+// Without a length, and without all.
+BIND_AS(mfg_ccert_get_null, [](bool all) {
+  mfg_ccert_get_info info = {nullptr, nullptr, 1};
+  return mfg_ccert_get(all ? nullptr : &info);
+});
 
 // ---- The client certificate blob ----------------------------------------------------------------
 
 BIND(ccert_location, ccert_get_location, ccert_init, ccert_deinit, ccert_get_data_count,
      ccert_extract_certblob_total_length, ccert_get_mac_address, ccert_get_cert_common_name,
-     MEAPCA_ExtractBareRSAKeyFromPKCS8, MEAPCA_convertKeyPEM, MKEY_Decrypt);
+     ccert_get_toc_item_from_index, ccert_get_data_from_toc_item, MEAPCA_ExtractBareRSAKeyFromPKCS8,
+     MEAPCA_convertKeyPEM, MKEY_Decrypt);
 
 // blob name (b"data" TYPE FLAGS)...: "$name" is a blob of these items.
 DIRECTIVE(blob, [](Call &call, const std::string &name) {
@@ -168,84 +166,74 @@ BIND_AS(load_rewritten, [](Call &call, const unsigned char *blob, const unsigned
   return load(call, 1, changed(call, blob).content());
 });
 
-std::string shown(const unsigned char *data, std::uint32_t length) {
-  if (data == nullptr) return "null " + std::to_string(length);
-  return quoted({reinterpret_cast<const char *>(data), length});
-}
-unsigned char *const kNowhere = reinterpret_cast<unsigned char *>(1);
-// Data, type, flags, and the offset in the copy.
-BIND_AS(ccert_get_data_from_index, [](Call &call, unsigned index) -> std::string {
-  unsigned char *data = nullptr, *again = nullptr;
-  std::uint32_t length = 99, type = 99, flags = 99;
-  const int result = ccert_get_data_from_index(index, &data, &length, &type, &flags);
-  const ccert_toc_item *const item = ccert_get_toc_item_from_index(index);
-  if (result != 0) {
-    call.failed();
-    const bool none = item == nullptr && ccert_get_data_from_toc_item(item) == nullptr;
-    return std::to_string(result) + ' ' + shown(data, length) + (none ? "" : " an item");
-  }
-  const std::string text = shown(data, length) + ' ' + std::to_string(type) + ' ' +
-                           std::to_string(flags) + ' ' + std::to_string(item->offset);
-  const bool same = item->length == length && item->type == type && item->flags == flags &&
-                    ccert_get_data_from_toc_item(item) == data &&
-                    ccert_get_data_from_index(index, &again, &length, nullptr, nullptr) == 0 &&
-                    again == data;
-  return same ? text : text + ", differs";
-});
-// The words before the table of contents, from which offsets count.
-BIND_AS(copy_header, [] {
-  const ccert_toc_item *const item = ccert_get_toc_item_from_index(0);
-  std::uint32_t words[3];
-  std::memcpy(words, ccert_get_data_from_toc_item(item) - item->offset, sizeof words);
-  const bool follows = reinterpret_cast<const unsigned char *>(item) + item->offset - 12 ==
-                       ccert_get_data_from_toc_item(item);
-  return std::to_string(words[0]) + ' ' + std::to_string(words[1]) + ' ' +
-         std::to_string(words[2]) + (follows ? "" : ", no table behind it");
-});
-BIND_AS(ccert_get_client_cert, [](Call &call) {
-  unsigned char *data = kNowhere;
+// What a getter hands out; "_" when it leaves that as it was.
+template <typename Getter>
+std::string handed_out(Call &call, Getter getter, bool owned) {
+  auto *const untouched = reinterpret_cast<unsigned char *>(1);
+  unsigned char *data = untouched;
   std::uint32_t length = 99;
-  const int result = ccert_get_client_cert(&data, &length);
-  if (result != 0) call.failed();
-  return std::to_string(result) + ' ' + shown(data, length);
-});
-BIND_AS(ccert_get_client_private_key, [](Call &call) {
-  unsigned char *key = kNowhere;
-  std::uint32_t length = 99;
-  const int result = ccert_get_client_private_key(&key, &length);
+  const int result = getter(&data, &length);
   const int error = errno;
   if (result != 0) call.failed();
-  std::string text = std::to_string(result) + ' ' + shown(key, length);
-  std::free(key);
+  const bool none = data == nullptr || data == untouched;
+  const std::string text = data == untouched ? "_" : "null " + std::to_string(length);
+  const std::string shown = none ? text : quoted({reinterpret_cast<char *>(data), length}, true);
+  if (owned && !none) std::free(data);
   errno = error;
-  return text;
+  return std::to_string(result) + ' ' + shown;
+}
+BIND_AS(ccert_get_client_cert,
+        [](Call &call) { return handed_out(call, ccert_get_client_cert, false); });
+BIND_AS(ccert_get_client_private_key,
+        [](Call &call) { return handed_out(call, ccert_get_client_private_key, true); });
+// The key of a blob of one item, and the error that is left; or with an error named at
+// the end of the row, when its allocation fails with that.
+BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags) {
+  load(call, 1, make_blob({{call.take().bytes, type, flags}}));
+  if (call.has_more())
+    call.session().system.fail("malloc", static_cast<int>(constant(call.take().bytes)));
+  errno = 0;
+  const std::string key = handed_out(call, ccert_get_client_private_key, true);
+  const std::string error = errno != 0 ? ' ' + error_name(errno) : "";
+  ccert_deinit();
+  errno = 0;
+  return key + error;
 });
 BIND_AS(ccert_get_ccertblob, [](Call &call, unsigned slot) {
-  unsigned char *blob = nullptr;
-  std::uint32_t length = 99;
-  const int result = ccert_get_ccertblob(&length, &blob, slot);
-  const int error = errno;
-  if (result != 0) call.failed();
-  std::string text = std::to_string(result) + ' ' +
-                     (blob != nullptr ? quoted({reinterpret_cast<char *>(blob), length}, true)
-                                      : shown(blob, length));
-  std::free(blob);
-  errno = error;
+  const auto getter = [=](unsigned char **data, std::uint32_t *length) {
+    return ccert_get_ccertblob(length, data, slot);
+  };
+  return handed_out(call, getter, true);
+});
+// Data, type and flags; whether it says the same without the last two, and by way of the item.
+BIND_AS(ccert_get_data_from_index, [](Call &call, unsigned index) {
+  std::uint32_t type = 99, flags = 99;
+  bool same = false;
+  const auto getter = [&](unsigned char **data, std::uint32_t *length) {
+    const ccert_toc_item *const item = ccert_get_toc_item_from_index(index);
+    const int result = ccert_get_data_from_index(index, data, length, nullptr, nullptr);
+    same = ccert_get_data_from_index(index, data, length, &type, &flags) == result &&
+           (item == nullptr ||
+            (ccert_get_data_from_toc_item(item) == *data && item->length == *length &&
+             item->type == type && item->flags == flags));
+    return result;
+  };
+  std::string text = handed_out(call, getter, false);
+  if (!same) text += " differs";
+  return text + ' ' + std::to_string(type) + ' ' + std::to_string(flags);
+});
+// By its first item: the words before the table of contents, and the data of its items, whose
+// offsets count from there.
+BIND_AS(copy_of, [](const ccert_toc_item *items) {
+  const char *const start = reinterpret_cast<const char *>(items) - 12;
+  std::uint32_t words[3];
+  std::memcpy(words, start, sizeof words);
+  std::string text = std::to_string(words[0]) + ' ' + std::to_string(words[2]);
+  for (std::uint32_t i = 0; i < words[1]; ++i)
+    text += ' ' + quoted({start + items[i].offset, items[i].length});
   return text;
 });
-// Addresses in the copy stay good when another one takes its place, which by design does not
-// release it. What the first item of the old copy holds then; releases it.
-BIND_AS(replace_by, [](Call &call, const unsigned char *blob) {
-  unsigned char *data = nullptr;
-  std::uint32_t length = 0;
-  const unsigned count = ccert_get_data_count();
-  if (ccert_get_data_from_index(0, &data, &length, nullptr, nullptr) != 0)
-    return std::string("none");
-  std::string text = load(call, 1, changed(call, blob).content());
-  text += ", old " + shown(data, length);
-  std::free(data - (12 + 16 * count));
-  return text;
-});
+BIND_AS(free_copy, [](ccert_toc_item *items) { std::free(reinterpret_cast<char *>(items) - 12); });
 
 }  // namespace
 }  // namespace talvera::test
