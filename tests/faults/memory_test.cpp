@@ -62,15 +62,16 @@ long built_rule(World &world) {
   char *value = World::quietly([] { return strdup("tcp"); });
   char *port = World::quietly([] { return strdup("80"); });
   char *state = World::quietly([] { return strdup("NEW"); });
-  const bool added =
-      (ipt_rule_add_param(rule, IPT_PARAM_PROTOCOL, 0, value, IPT_OPTION_DPORT, port) != nullptr) &
-      (ipt_rule_add_match(rule, IPT_MATCH_STATE, 0, IPT_OPTION_STATE, state) != nullptr);
+  const ipt_param *const param =
+      ipt_rule_add_param(rule, IPT_PARAM_PROTOCOL, 0, value, IPT_OPTION_DPORT, port);
+  const ipt_match *const match =
+      ipt_rule_add_match(rule, IPT_MATCH_STATE, 0, IPT_OPTION_STATE, state);
   if (rule != nullptr) {
     rule->chain = IPT_CHAIN_INPUT;
     rule->command = IPT_COMMAND_APPEND;
   }
   const long result = run_and_free(world, rule, "INPUT ");
-  return added ? result : -1;
+  return param != nullptr && match != nullptr ? result : -1;
 }
 
 long escaped(World &) {
@@ -81,8 +82,9 @@ long escaped(World &) {
 
 long heap_strings(World &) {
   char *slot = nullptr;
-  const bool all = (mkstr_long(&slot, -5) != nullptr) & (mkstr_ulong(&slot, 5) != nullptr) &
-                   (mkstr_string(&slot, kText) != nullptr);
+  bool all = mkstr_long(&slot, -5) != nullptr;
+  all = mkstr_ulong(&slot, 5) != nullptr && all;
+  all = mkstr_string(&slot, kText) != nullptr && all;
   const bool right = slot == nullptr ? !all : std::strcmp(slot, kText) == 0;
   std::free(slot);
   return right ? all : kWrong;

@@ -103,7 +103,7 @@ DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); })
 DIRECTIVE(open, [](const std::string &path) {
   if (open(path.c_str(), O_RDWR) < 0) throw TableError("cannot open " + path);
 });
-DIRECTIVE(close, [](int fd) { close(fd); });
+DIRECTIVE(close, [](int fd) { return close(fd); });
 // buffer name [16]: "$name" is this memory until the group's end.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();

@@ -97,7 +97,7 @@ class Arg<T *> {
     if (value.kind == Value::kRecord) list_init(list_);
     for (const Value &datum : value.fields) {
       if (datum.kind == Value::kName) {
-        const void *const comparator = symbol(datum.bytes);
+        void *const comparator = const_cast<void *>(symbol(datum.bytes));
         list_attributes_comparator(list_, reinterpret_cast<list_comparator_fn>(comparator));
       } else {
         list_append(list_, memory_of(call, datum));

@@ -101,7 +101,6 @@ DIRECTIVE(sent, [](Call &call) {
 // The address bound last, and the fields of a handle.
 DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound.back(); });
 DIRECTIVE(fields, [](nfnetlink_handle *handle) { return *handle; });
-DIRECTIVE(close, [](int fd) { return close(fd); });
 
 BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
      nfnetlink_subsys_close, nfnetlink_msg_pack, nfnetlink_msg_unpack, nfnetlink_send,
