@@ -112,7 +112,7 @@ static int run_protocol(int argc, char **argv) {
 /* Each makes a rule of an action's arguments, or returns MISUSED with a message. */
 
 static int make_pinhole(char **words, uint32_t command, ipt_rule **rule) {
-  unsigned long port;
+  unsigned long port = 0;
   char *ports;
 
   if (network_argument(words[0]) != DONE || protocol_argument(words[1]) != DONE ||

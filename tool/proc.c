@@ -30,6 +30,10 @@ static int run_start(int argc, char **argv) {
   for (; argv[count] != NULL && strchr(argv[count], '=') != NULL; ++count)
     environment[count] = argv[count];
   argv += count;
+  if (argv[0] == NULL) {
+    free(environment);
+    return misused("missing PROGRAM");
+  }
   status = check_program(argv[0]);
   if (status == DONE) {
     errno = process_start(&pid, argv[0], argv, environment);

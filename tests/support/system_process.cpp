@@ -9,7 +9,6 @@
 #include "support/system_double.h"
 
 using talvera::test::intercept;
-using talvera::test::Quiet;
 using talvera::test::real;
 using talvera::test::record;
 using talvera::test::redirected;
