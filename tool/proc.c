@@ -15,7 +15,6 @@ enum { MAX_FOUND = 256, MAX_QUOTED = 246, LAST_SIGNAL = 127 };
 
 /* A child that cannot become the program cannot tell, so that the likely reasons are looked for. */
 static int check_program(const char *path) {
-  if (path == NULL) return misused("missing PROGRAM, see --help");
   if (access(path, X_OK) != 0) return failed("%s", path);
   errno = EISDIR;
   return dir_exists(path) ? failed("%s", path) : DONE;
@@ -32,7 +31,7 @@ static int run_start(int argc, char **argv) {
   argv += count;
   if (argv[0] == NULL) {
     free(environment);
-    return misused("missing PROGRAM");
+    return misused("missing PROGRAM, see --help");
   }
   status = check_program(argv[0]);
   if (status == DONE) {
