@@ -103,24 +103,28 @@ int message_result(const nfnetlink_handle &handle, Bytes message, const nlmsghdr
 
 }  // namespace
 
-int wait_for_answer(nfnetlink_handle &handle, int flags, bool &answered) {
+int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
   union {
     nlmsghdr first;
     unsigned char bytes[kReceiveSize];
   } buffer;
-  for (answered = false;;) {
+  for (;;) {
     const int received = receive(handle, &buffer, sizeof buffer, flags);
     if (received < 0) {
       if (errno == EINTR) continue;
+      end = WaitEnd::kReceiveFailure;
       return -1;
     }
     const bool whole = received >= kHeaderSize;
     const bool current = whole && buffer.first.nlmsg_seq == handle.sequence;
-    if (whole && !current && buffer.first.nlmsg_seq != 0) return fail(EPROTO);
+    if (whole && !current && buffer.first.nlmsg_seq != 0) {
+      end = WaitEnd::kForeignSequence;
+      return fail(EPROTO);
+    }
     const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
     const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
-    if (result >= kGoOn && (flags == 0 || !answer)) continue;
-    answered = answer;
+    if (result >= kGoOn && flags == 0) continue;
+    end = answer ? WaitEnd::kAnswer : WaitEnd::kDispatch;
     return result;
   }
 }
@@ -160,6 +164,6 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  bool answered;
-  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, answered);
+  net::WaitEnd end;
+  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, end);
 }
