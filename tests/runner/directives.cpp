@@ -11,22 +11,17 @@
 namespace talvera::test {
 namespace {
 
-// "after 2 times 3": the calls that are left alone, and those that are hit.
-struct Clauses {
-  int after = 0, times = 1;
-};
-Clauses clauses(Call &call) {
-  Clauses result;
+// fail read EINTR after 2 times 3: the calls that are left alone, and those that are hit.
+void arrange(Call &call, Arrangement &arrangement) {
   while (call.has_more()) {
     const std::string word = call.take().bytes;
     if (word == "always") {
-      result.times = kAlways;
-    } else {
-      const auto count = static_cast<int>(to_number(call, call.take()));
-      (word == "after" ? result.after : result.times) = count;
+      arrangement.always();
+      continue;
     }
+    const auto calls = static_cast<int>(to_number(call, call.take()));
+    word == "after" ? arrangement.after(calls) : arrangement.times(calls);
   }
-  return result;
 }
 
 SystemDouble &system(Call &call) {
@@ -41,18 +36,14 @@ const char *kept(const std::string &name) {
 
 // ---- Arrangements -----------------------------------------------------------------------------
 
-// fail read EINTR after 2 times 3
 DIRECTIVE(fail, [](Call &call, const std::string &name, const std::string &error) {
-  const Clauses c = clauses(call);
-  system(call).fail(kept(name), static_cast<int>(constant(error)), c.after, c.times);
+  arrange(call, system(call).fail(kept(name), static_cast<int>(constant(error))));
 });
 DIRECTIVE(answer, [](Call &call, const std::string &name, long result) {
-  const Clauses c = clauses(call);
-  system(call).answer(kept(name), result, c.after, c.times);
+  arrange(call, system(call).answer(kept(name), result));
 });
-DIRECTIVE(shorten, [](Call &call, const std::string &name, unsigned bytes) {
-  const Clauses c = clauses(call);
-  system(call).shorten(kept(name), bytes, c.after, c.times);
+DIRECTIVE(shorten, [](Call &call, const std::string &name, long bytes) {
+  arrange(call, system(call).shorten(kept(name), bytes));
 });
 DIRECTIVE(forget, [](Call &call) { system(call).forget(); });
 DIRECTIVE(time, [](Call &call, std::time_t now) { system(call).set_time(now); });
@@ -144,7 +135,7 @@ DIRECTIVE(trace, [](Call &call) {
 DIRECTIVE(silence, [](Call &call) { call.session().silent = true; });
 // How often a call was made in this group.
 DIRECTIVE(count,
-          [](Call &call, const std::string &name) { return system(call).count(name.c_str()); });
+          [](Call &call, const std::string &name) { return system(call).count(kept(name)); });
 // errno after the call before.
 DIRECTIVE(errno, [](Call &call) {
   const int error = call.session().error;

@@ -161,8 +161,7 @@ BIND_AS(load, [](Call &call, unsigned slot, const unsigned char *blob) {
 std::function<void()> rewrite;
 BIND_AS(load_rewritten, [](Call &call, const unsigned char *blob, const unsigned char *after) {
   rewrite = [&, after] { patch(call, kSlots[1], changed(call, after).content()); };
-  call.session().system.before(
-      "mount", [] { rewrite(); }, 3);
+  call.session().system.before("mount", [] { rewrite(); }).after(3);
   return load(call, 1, changed(call, blob).content());
 });
 

@@ -6,6 +6,7 @@
 
 #include "runner/bind.h"
 #include "support/netlink_double.h"
+#include "support/system_calls.h"
 #include "talvera/nfnetlink.h"
 
 namespace talvera::test {
@@ -83,14 +84,14 @@ DIRECTIVE(address_size,
 // arrives BYTES, arrives BYTES PORT: a datagram, which is the kernel's unless told otherwise.
 DIRECTIVE(arrives, [](Call &call) {
   const std::string bytes = call.take().bytes;
-  netlink(call).kernel.deliver(
-      bytes, call.has_more() ? static_cast<std::uint32_t>(call.take().number) : 0);
+  const std::int64_t port_id = call.has_more() ? call.take().number : 0;
+  netlink(call).kernel.queue.push_back({bytes, static_cast<std::uint32_t>(port_id)});
 });
 // What was sent: the header, and of a configuration request the general header, the attribute's
 // header, and its payload with the end.
 DIRECTIVE(sent, [](Call &call) {
   std::vector<std::string> parts;
-  for (const Bytes &bytes : std::exchange(netlink(call).kernel.sent, {})) {
+  for (const std::string &bytes : std::exchange(netlink(call).kernel.sent, {})) {
     parts.push_back(shown<nlmsghdr>(call, bytes.data()));
     if (bytes.size() < 24) continue;
     parts.push_back(quoted(bytes.substr(16, 4), true) + ' ' + shown<nlattr>(call, &bytes[20]) +
@@ -99,7 +100,7 @@ DIRECTIVE(sent, [](Call &call) {
   return parts.empty() ? "nothing" : collapsed(parts, " ");
 });
 // The address bound last, and the fields of a handle.
-DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound.back(); });
+DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound; });
 DIRECTIVE(fields, [](nfnetlink_handle *handle) { return *handle; });
 
 BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
@@ -168,7 +169,7 @@ BIND_AS(unpack, [](Call &call) {
   int length;
   {
     const Quiet quiet;
-    const Bytes &bytes = call.take().bytes;
+    const std::string &bytes = call.take().bytes;
     const Guarded &memory = call.memory(bytes.size(), 1);
     bytes.copy(memory.data(), bytes.size());
     netlink.dispatched = memory.data();

@@ -67,8 +67,8 @@ TEST(Wipe, NoKeyIsLeftInFreedMemory) {
     std::free(key);
     EXPECT_EQ(watched(ccert_deinit), std::pair(0, 0));
     // The blob is the fourth that is read, here to its last byte but one.
-    system.shorten("read", blob.size() - 1, 3);
-    system.fail("read", EPERM, 3);
+    system.shorten("read", static_cast<long>(blob.size()) - 1).after(3);
+    system.fail("read", EPERM).after(3);
     EXPECT_EQ(watched(ccert_init), std::pair(-1, 0));
   }
 }

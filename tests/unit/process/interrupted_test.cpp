@@ -46,7 +46,7 @@ TEST_F(Interrupted, OutputIsReadToItsEnd) {
   EXPECT_EQ(pids, std::vector<pid_t>({300, 20, 1, 0}));
 
   system.redirect("/sbin/pfs -l", "echo /etc/a; printf /et; sleep 0.05; echo c/b; sleep 0.05");
-  system.answer("system", 0, 0, kAlways);
+  system.answer("system", 0).always();
   system.clear_records();
   EXPECT_EQ(pfs_forget_files("etc"), 0);
   EXPECT_EQ(system.calls(), Texts({"popen /sbin/pfs -l", "system /sbin/pfs -r /etc/a\n",
@@ -66,7 +66,7 @@ TEST_F(Interrupted, AMessageIsWaitedForNoMore) {
 
 TEST_F(Interrupted, SleepsAreSleptOut) {
   using Clock = std::chrono::steady_clock;
-  system.answer("kill", 0, 0, kAlways);
+  system.answer("kill", 0).always();
   const auto start = Clock::now();
   EXPECT_EQ(process_wait(getpid(), 1), PROCESS_TIMEOUT);
   EXPECT_GE(Clock::now() - start, std::chrono::seconds(1));
