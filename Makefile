@@ -1,7 +1,7 @@
 # The front door: CMake presets and scripts/ are behind it. JOBS limits parallel compilers.
 
 .PHONY: help setup demo test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-lab footprint \
+	uninstall clean target-toolchain target-board target-test target-lab target-bench footprint \
 	openssl-1.0 openssl-1.1
 
 help:
@@ -14,6 +14,7 @@ help:
 	@echo "make cross-test      the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     the same with the product's libc, uClibc"
 	@echo "make target-lab      library, tests and examples on an emulated board with its own kernel"
+	@echo "make target-bench    instructions of each operation there, beside its yardstick and its budget"
 	@echo "make footprint       what the library weighs there, against its budget"
 	@echo "make bench           the library beside its yardsticks, in one table with the aims"
 	@echo "make lint            formatting and static analysis"
@@ -76,6 +77,9 @@ target-test:
 
 target-lab:
 	target/lab
+
+target-bench:
+	target/bench
 
 footprint:
 	target/footprint
