@@ -1,12 +1,13 @@
 # The front door: CMake presets and scripts/ are behind it. JOBS limits parallel compilers.
 
-.PHONY: help setup demo test check mips-test cross-test bench lint faults fuzz format docs deb install \
+.PHONY: help setup demo examples test check mips-test cross-test bench lint faults fuzz format docs deb install \
 	uninstall clean target-toolchain target-board target-test target-lab target-bench footprint \
 	openssl-1.0 openssl-1.1
 
 help:
 	@echo "make setup           install the packages that everything below needs (scripts/setup for parts)"
-	@echo "make demo            see the library at work, in a sandbox that changes nothing of this machine"
+	@echo "make demo            a gateway's first boot, in a sandbox that changes nothing of this machine"
+	@echo "make examples        the example programs in C at work, in the same sandbox"
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           exported symbols, dependencies, edges, ABI, headers in C99 and C++17, manual"
 	@echo "make openssl-1.0     the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
@@ -36,6 +37,11 @@ demo:
 	@scripts/setup demo
 	@scripts/build release
 	@scripts/demo build/release
+
+examples:
+	@scripts/setup --check demo
+	@scripts/build release
+	@scripts/examples build/release
 
 test:
 	@scripts/setup test
