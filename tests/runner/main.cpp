@@ -100,12 +100,11 @@ class Table {
   // A row as it goes into the file: a long one as several lines.
   static std::string wrapped(const std::string &row) {
     constexpr std::size_t kWidth = 100;
-    const bool single = split(row, " | ").size() == 1;
     std::string text;
     std::size_t column = 0;
     for (const std::string &word : split(row, " ")) {
-      const bool full = column + 1 + word.size() > kWidth || (single && word == "->");
-      if (row.size() > kWidth && full && !word.empty() && !text.ends_with(' ')) {
+      const bool full = column + 1 + word.size() > kWidth;
+      if (full && !word.empty() && !text.ends_with(' ')) {
         text += "\n    ";
         column = 4;
       } else if (column > 0) {

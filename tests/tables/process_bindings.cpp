@@ -12,11 +12,9 @@
 #include "talvera/process.h"
 #include "talvera/utils.h"
 
+FIELDS(ipc_msgq, &R::fd);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<ipc_msgq> = std::tuple(&ipc_msgq::fd);
-
 namespace {
 
 CONSTANTS(SIGHUP, SIGTERM, FD_SETSIZE);
