@@ -327,7 +327,7 @@ void print_result(Call &call, const R &result) {
   if constexpr (std::is_pointer_v<R>) {
     if (result == nullptr) call.failed();
     if (call.keep(reinterpret_cast<const void *>(result))) return;
-  } else if constexpr (std::integral<R>) {
+  } else if constexpr (std::integral<R> && !std::same_as<R, bool>) {
     if (result == static_cast<R>(-1)) call.failed();
   }
   call.print(show(call, result));
