@@ -390,7 +390,9 @@ struct Symbols {
   }
 };
 struct Constants {
-  Constants(const char *names, std::initializer_list<std::int64_t> values);
+  Constants(const char *names, std::initializer_list<std::int64_t> values) {
+    constants().merge(named(names, values));
+  }
 };
 
 }  // namespace talvera::test
