@@ -33,13 +33,6 @@ struct Fixture {
   static constexpr char kHops[] = "traceroute to b (192.0.2.9)\n 1  b (192.0.2.9)  1.5 ms\n";
 };
 
-// Runs a part of the scenario that is the test's own: no fault hits it.
-template <typename Call>
-auto quietly(Call call) {
-  const Quiet quiet;
-  return call();
-}
-
 // A result of no function: what a scenario gives when an outcome is not what the result says.
 inline constexpr long kWrong = -99;
 

@@ -95,6 +95,8 @@ DIRECTIVE(open, [](const std::string &path) {
   if (open(path.c_str(), O_RDWR) < 0) throw TableError("cannot open " + path);
 });
 DIRECTIVE(close, [](int fd) { return close(fd); });
+// Signals come every 5 ms, whose handler was installed without SA_RESTART.
+DIRECTIVE(interrupt, [](Call &call) { call.session().interrupted = true; });
 // buffer name [16]: "$name" is this memory until the group's end.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();
@@ -114,12 +116,18 @@ DIRECTIVE(only, [](Call &call, const std::string &kind) {
 #else
   constexpr bool kMips = false;
 #endif
+#ifdef __SANITIZE_ADDRESS__
+  constexpr bool kSanitized = true;
+#else
+  constexpr bool kSanitized = false;
+#endif
   const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
                                              {"glibc", kGlibc},
                                              {"uclibc", !kGlibc},
                                              {"mips", kMips},
-                                             {"host", !kMips}};
+                                             {"host", !kMips},
+                                             {"sanitized", kSanitized}};
   if (!kinds.contains(kind)) throw TableError("no kind " + kind);
   call.session().skipped = !kinds.at(kind);
 });

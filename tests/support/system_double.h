@@ -146,4 +146,10 @@ class Quiet {
   bool noticing_;
 };
 
+template <typename Call>
+auto quietly(Call call) {
+  const Quiet quiet;
+  return call();
+}
+
 }  // namespace talvera::test

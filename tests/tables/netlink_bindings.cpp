@@ -9,27 +9,13 @@
 #include "support/system_calls.h"
 #include "talvera/nfnetlink.h"
 
+FIELDS(sockaddr_nl, &R::nl_family, &R::nl_pid, &R::nl_groups);
+FIELDS(nfnetlink_handle, &R::local, &R::peer, &R::sequence);
+FIELDS(nfnetlink_subsys, &R::id, &R::callback_count, &R::subscriptions);
+FIELDS(nlmsghdr, &R::nlmsg_len, &R::nlmsg_type, &R::nlmsg_flags, &R::nlmsg_seq, &R::nlmsg_pid);
+FIELDS(nlattr, &R::nla_len, &R::nla_type);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<sockaddr_nl> = std::tuple(&sockaddr_nl::nl_family,
-                                                        &sockaddr_nl::nl_pid,
-                                                        &sockaddr_nl::nl_groups);
-template <>
-inline constexpr auto kFields<nfnetlink_handle> = std::tuple(&nfnetlink_handle::local,
-                                                             &nfnetlink_handle::peer,
-                                                             &nfnetlink_handle::sequence);
-template <>
-inline constexpr auto kFields<nfnetlink_subsys> = std::tuple(&nfnetlink_subsys::id,
-                                                             &nfnetlink_subsys::callback_count,
-                                                             &nfnetlink_subsys::subscriptions);
-template <>
-inline constexpr auto kFields<nlmsghdr> = std::tuple(&nlmsghdr::nlmsg_len, &nlmsghdr::nlmsg_type,
-                                                     &nlmsghdr::nlmsg_flags, &nlmsghdr::nlmsg_seq,
-                                                     &nlmsghdr::nlmsg_pid);
-template <>
-inline constexpr auto kFields<nlattr> = std::tuple(&nlattr::nla_len, &nlattr::nla_type);
-
 namespace {
 
 // What a group's rows share, and what handlers do.

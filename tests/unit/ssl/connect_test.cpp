@@ -12,9 +12,9 @@
 #include <ctime>
 
 #include "support/certificates.h"
+#include "support/system_calls.h"
 #include "support/tls_server.h"
 #include "talvera/ssl.h"
-#include "support/system_calls.h"
 #include "unit/ssl/fixture.h"
 
 namespace {
