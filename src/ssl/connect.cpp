@@ -50,7 +50,7 @@ bool has_network_time() {
     sdb_log(SDB_LOG_ERROR, "Failed to get NTP time acquired");
     return false;
   }
-  return parse_integer32(flag, 10).to_signed() != 0;
+  return decimal32(flag) != 0;
 }
 
 // A name with a NUL inside is none: it would pass for its first part.

@@ -88,7 +88,7 @@ bool report_product_roots() {
     sdb_log(SDB_LOG_ERROR, "Failed to get sku - %s", sdb_strerror(error));
     return false;
   }
-  const int number = parse_integer32(sku, 10).to_signed();
+  const int number = decimal32(sku);
   sdb_log(
       SDB_LOG_INFO,
       number == 50 || number == 64
