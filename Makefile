@@ -47,7 +47,7 @@ check:
 	scripts/check-architecture build/release
 	scripts/check-abi
 	scripts/check-headers
-	scripts/check-manual
+	scripts/check-manual build/release
 
 openssl-1.0 openssl-1.1:
 	@scripts/setup --check test
