@@ -45,8 +45,8 @@ TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned ch
 
 /** Escapes text for HTML content and attributes.
  *
- *  Each of `< > / " ' &` becomes a hexadecimal character reference of six characters, such as
- *  "&\#x3c;".
+ *  The characters `<`, `>`, `/`, `"`, `&` and the apostrophe become hexadecimal character references
+ *  of six characters, such as "&\#x3c;".
  *
  *  @param[out] buf  receives the text, terminated; empty when @p text is null
  *  @param size      room in bytes; a reference that does not fit is replaced by "-"
