@@ -45,7 +45,7 @@ TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned ch
 
 /** Escapes text for HTML content and attributes.
  *
- *  The characters `<`, `>`, `/`, `"`, `&` and the apostrophe become hexadecimal character references
+ *  Each of < > / & and each double quote and apostrophe becomes a hexadecimal character reference
  *  of six characters, such as "&\#x3c;".
  *
  *  @param[out] buf  receives the text, terminated; empty when @p text is null
