@@ -46,7 +46,7 @@ TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned ch
 /** Escapes text for HTML content and attributes.
  *
  *  Each of < > / & and each double quote and apostrophe becomes a hexadecimal character reference
- *  of six characters, such as "&\#x3c;".
+ *  of six characters, such as "&#x3c;".
  *
  *  @param[out] buf  receives the text, terminated; empty when @p text is null
  *  @param size      room in bytes; a reference that does not fit is replaced by "-"
