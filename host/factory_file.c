@@ -2,7 +2,7 @@
  *
  *   factory_file FILE MAC DEVICE-TYPE MAC-COUNT [SERIAL]
  *
- * An absent serial number is left empty, for the gateway to derive from the MAC address. */
+ * Without SERIAL the serial number is empty, and the gateway derives it from the MAC address. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
