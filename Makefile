@@ -1,12 +1,13 @@
 # The entry points; CMake presets and scripts/ do the work. JOBS limits parallel compilers.
 
-.PHONY: help setup demo test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-lab footprint \
+.PHONY: help setup demo examples test check mips-test cross-test bench lint faults fuzz format docs deb install \
+	uninstall clean target-toolchain target-board target-test target-lab target-bench footprint \
 	openssl-1.0 openssl-1.1
 
 help:
 	@echo "make setup           install the packages that everything below needs (scripts/setup for parts)"
-	@echo "make demo            show the library at work, in a sandbox that changes nothing on this machine"
+	@echo "make demo            show a gateway's first boot, in a sandbox that changes nothing on this machine"
+	@echo "make examples        run the example programs in C, in the same sandbox"
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           check exported symbols, dependencies, edges, ABI, headers and manual"
 	@echo "make openssl-1.0     run the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
@@ -14,6 +15,7 @@ help:
 	@echo "make cross-test      run the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     run the tests of mips-test with the product's libc, uClibc"
 	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"
+	@echo "make target-bench    count the instructions of each operation there, against yardstick and budget"
 	@echo "make footprint       measure the library's size on the target, against its budget"
 	@echo "make bench           measure the library against its yardsticks, in one table with the aims"
 	@echo "make lint            check formatting and run static analysis"
@@ -35,6 +37,11 @@ demo:
 	@scripts/setup demo
 	@scripts/build release
 	@scripts/demo build/release
+
+examples:
+	@scripts/setup --check demo
+	@scripts/build release
+	@scripts/examples build/release
 
 test:
 	@scripts/setup test
@@ -76,6 +83,9 @@ target-test:
 
 target-lab:
 	target/lab
+
+target-bench:
+	target/bench
 
 footprint:
 	target/footprint

@@ -38,7 +38,9 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING)
   set(TALVERA_EXAMPLES_DIR ${CMAKE_INSTALL_DOCDIR}/examples CACHE STRING
     "Where the examples' sources are installed")
   install(DIRECTORY examples/ DESTINATION ${TALVERA_EXAMPLES_DIR} COMPONENT development
-    FILES_MATCHING PATTERN *.c PATTERN demo EXCLUDE)
+    FILES_MATCHING PATTERN *.c PATTERN demo EXCLUDE PATTERN programs EXCLUDE)
+  install(PROGRAMS examples/first_boot.sh DESTINATION ${TALVERA_EXAMPLES_DIR}
+    COMPONENT development)
   # The manual, if scripts/manual has built it.
   install(DIRECTORY build/docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT manual OPTIONAL)
   install(DIRECTORY build/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT manual OPTIONAL)

@@ -4,9 +4,11 @@
 // and headers are copied out of the buffer, whose alignment may be any.
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
+#include "internal/big_endian.h"
 #include "internal/fail.h"
 #include "internal/owners.h"
 #include "net/exchange.h"
@@ -23,13 +25,6 @@ constexpr int kAttributeHeaderSize = sizeof(nlattr);
 constexpr std::uint16_t kTypeMask = 0x7FFF;
 constexpr std::size_t kReceiveSize = 8192;
 constexpr int kGoOn = 1;
-
-template <typename Record>
-Record load(Bytes bytes) {
-  Record record;
-  std::memcpy(&record, bytes, sizeof record);
-  return record;
-}
 
 // Whether the bytes that are left hold a whole item that begins with its length, at least its
 // header's.
@@ -68,7 +63,7 @@ class AttributeTable {
 // A message of control type: whether the kernel acknowledged.
 int control_result(Bytes message, const nlmsghdr &header) {
   if (header.nlmsg_len < kHeaderSize + sizeof(std::int32_t)) return fail(EBADMSG);
-  const auto error = load<std::int32_t>(message + kHeaderSize);
+  const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
   if (error == 0) return 0;
   errno = error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO;
   return kGoOn;
@@ -103,24 +98,28 @@ int message_result(const nfnetlink_handle &handle, Bytes message, const nlmsghdr
 
 }  // namespace
 
-int wait_for_answer(nfnetlink_handle &handle, int flags, bool &answered) {
+int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
   union {
     nlmsghdr first;
     unsigned char bytes[kReceiveSize];
   } buffer;
-  for (answered = false;;) {
+  for (;;) {
     const int received = receive(handle, &buffer, sizeof buffer, flags);
     if (received < 0) {
       if (errno == EINTR) continue;
+      end = WaitEnd::kReceiveFailure;
       return -1;
     }
     const bool whole = received >= kHeaderSize;
     const bool current = whole && buffer.first.nlmsg_seq == handle.sequence;
-    if (whole && !current && buffer.first.nlmsg_seq != 0) return fail(EPROTO);
+    if (whole && !current && buffer.first.nlmsg_seq != 0) {
+      end = WaitEnd::kForeignSequence;
+      return fail(EPROTO);
+    }
     const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
     const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
-    if (result >= kGoOn && (flags == 0 || !answer)) continue;
-    answered = answer;
+    if (result >= kGoOn && flags == 0) continue;
+    end = answer ? WaitEnd::kAnswer : WaitEnd::kDispatch;
     return result;
   }
 }
@@ -135,7 +134,7 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<net::Bytes>(first);
   while (length >= net::kAttributeHeaderSize) {
-    const auto attribute = net::load<nlattr>(at);
+    const auto attribute = load_unaligned<nlattr>(at);
     if (!net::holds(length, attribute.nla_len, net::kAttributeHeaderSize)) break;
     const int type = attribute.nla_type & net::kTypeMask;
     const void *start = at;
@@ -150,7 +149,7 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer
   const auto *at = static_cast<net::Bytes>(buffer);
   int result = 0;
   while (length >= net::kHeaderSize) {
-    const auto header = net::load<nlmsghdr>(at);
+    const auto header = load_unaligned<nlmsghdr>(at);
     if (!net::holds(length, header.nlmsg_len, net::kHeaderSize)) break;
     result = net::message_result(*handle, at, header);
     if (result < net::kGoOn) break;
@@ -160,6 +159,6 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  bool answered;
-  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, answered);
+  net::WaitEnd end;
+  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, end);
 }

@@ -88,14 +88,14 @@ TALVERA_ALIAS(get_ushort, getushort);
 extern "C" int ValidateUlong(char *s, unsigned long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
-  *value = number.to_unsigned();
+  *value = number.as_unsigned;
   return is_valid(s, number.end, *value == UINT32_MAX, "4294967295") ? 0 : talvera::fail(EINVAL);
 }
 
 extern "C" int ValidateLong(char *s, long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
-  *value = number.to_signed();
+  *value = number.as_signed;
   return is_valid(s, number.end, *value == INT32_MAX, "2147483647") ? 0 : talvera::fail(EINVAL);
 }
 
