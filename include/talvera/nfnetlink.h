@@ -230,7 +230,8 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  packet whose handler stops the dispatch, and several packets in one datagram end the wait; what
  *  else has arrived up to the kernel's answer is then dispatched too, so that the next request
  *  finds nothing left over. Groups are bound and unbound as the kernel answered. The other requests
- *  give the result of the wait, even if the kernel acknowledged them, and can be repeated.
+ *  give the result of the wait, even if the kernel acknowledged them, and can be repeated. A
+ *  handler must not close the log during a request.
  *  @{ */
 
 /** Size of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17. */

@@ -50,8 +50,8 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *  the context can call SSL_CTX_set1_client_sigalgs_list(). The peer is not verified during the
  *  handshake, but by SSL_check_cert() afterwards. Partial writes and automatic retries are on.
  *
- *  An empty downloaded file counts as an installed certificate; something other than a file in its
- *  place, such as a FIFO or a directory, counts as one that cannot be installed. When OpenSSL
+ *  An empty downloaded file, or /dev/null in its place, counts as an installed certificate; a FIFO
+ *  or a directory counts as one that cannot be installed. When OpenSSL
  *  rejects a product key or certificate, the context is still returned, without the client identity
  *  and the later settings (default locations, modes).
  *
@@ -116,7 +116,7 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  A certificate that is not yet valid is accepted while the device has no network time (the key
  *  "ip.ntp.time-acquired" of the system database is missing or 0), because its clock is then likely
  *  to be wrong. Any other error is final, an expired certificate in particular; signatures are
- *  checked whatever the clock says.
+ *  checked whatever the clock says, though not again for a resumed session.
  *
  *  The name is the subject's common name, truncated to 99 characters and compared without regard to
  *  case, wildcards or alternative names. A name that contains a NUL, or a missing one, matches
