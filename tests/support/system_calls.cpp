@@ -223,6 +223,14 @@ extern "C" void syslog(int priority, const char *format, ...) {
   spoil_errno();
 }
 
+extern "C" int printf(const char *format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vprintf(format, arguments);
+  va_end(arguments);
+  return with_spoilt_errno(length);
+}
+
 extern "C" void sdb_log(int level, const char *format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
