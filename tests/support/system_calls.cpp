@@ -1,4 +1,4 @@
-// The system calls of the double: memory, files, processes, logs; and the platform behind them.
+// The system calls of the double: memory, files, processes, logs; and the platform that they meet.
 #include "support/system_calls.h"
 
 #include <dirent.h>
