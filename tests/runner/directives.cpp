@@ -78,7 +78,7 @@ DIRECTIVE(shell, [](const std::string &command) {
   if (std::system(command.c_str()) != 0) throw TableError("command failed");
 });
 // The group's calls meet a process without standard input, whose next descriptor is 0.
-struct WithoutInput {
+struct WithoutInput : Pinned {
   int saved = dup(STDIN_FILENO);
   WithoutInput() { close(STDIN_FILENO); }
   ~WithoutInput() {
@@ -86,8 +86,6 @@ struct WithoutInput {
     dup2(saved, STDIN_FILENO);
     if (!left_open) close(saved);  // else it counts as a descriptor left open
   }
-  WithoutInput(const WithoutInput &) = delete;
-  WithoutInput &operator=(const WithoutInput &) = delete;
 };
 DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
 // open "<tmp>/file": for reading and writing, at the lowest descriptor that is free.
@@ -106,28 +104,22 @@ DIRECTIVE(buffer, [](Call &call, const std::string &name) {
 // only time64: the rest of the group is for machines of that kind. Those of MIPS have error numbers
 // of their own.
 DIRECTIVE(only, [](Call &call, const std::string &kind) {
+  bool glibc = true, host = true, sanitized = false;
 #ifdef __UCLIBC__
-  constexpr bool kGlibc = false;
-#else
-  constexpr bool kGlibc = true;
+  glibc = false;
 #endif
 #ifdef __mips__
-  constexpr bool kMips = true;
-#else
-  constexpr bool kMips = false;
+  host = false;
 #endif
 #ifdef __SANITIZE_ADDRESS__
-  constexpr bool kSanitized = true;
-#else
-  constexpr bool kSanitized = false;
+  sanitized = true;
 #endif
   const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
-                                             {"glibc", kGlibc},
-                                             {"uclibc", !kGlibc},
-                                             {"mips", kMips},
-                                             {"host", !kMips},
-                                             {"sanitized", kSanitized}};
+                                             {"glibc", glibc},
+                                             {"uclibc", !glibc},
+                                             {"host", host},
+                                             {"sanitized", sanitized}};
   if (!kinds.contains(kind)) throw TableError("no kind " + kind);
   call.session().skipped = !kinds.at(kind);
 });

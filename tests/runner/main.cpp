@@ -1,6 +1,6 @@
 // Runs tables: tables [--update] TABLE...
 //
-// A row is a call and, behind "->", its outcome. Rows up to a blank line are a group: they share a
+// A row is a call and, after "->", its outcome. Rows up to a blank line are a group: they share a
 // system double and named objects. See docs/testing.md. With --update the outcomes that differ are
 // written into the tables, to be reviewed.
 #include <fcntl.h>

@@ -16,12 +16,10 @@
 
 namespace talvera::test {
 
-class Session {
+class Session : Pinned {
  public:
   Session();
   ~Session();
-  Session(const Session &) = delete;
-  Session &operator=(const Session &) = delete;
 
   // Makes the library's call: with errno clear, seen by the double. Gives the name of the signal
   // that it raised, or an empty text.

@@ -12,13 +12,13 @@
 #include <string>
 #include <vector>
 
+#include "support/temp_dir.h"
+
 namespace talvera::test {
 
-struct NetlinkDouble {
+struct NetlinkDouble : Pinned {
   NetlinkDouble();
   ~NetlinkDouble();
-  NetlinkDouble(const NetlinkDouble &) = delete;
-  NetlinkDouble &operator=(const NetlinkDouble &) = delete;
 
   static constexpr std::uint32_t kPortId = 4711;  // what the kernel gives to a socket
 

@@ -1,4 +1,4 @@
-// The system calls of the double: memory, files, processes, logs; and the platform behind them.
+// The system calls of the double: memory, files, processes, logs; and the platform that they meet.
 #include "support/system_calls.h"
 
 #include <dirent.h>
@@ -221,6 +221,14 @@ extern "C" void syslog(int priority, const char *format, ...) {
   record_log("syslog", LOG_PRI(priority), format, arguments);
   va_end(arguments);
   spoil_errno();
+}
+
+extern "C" int printf(const char *format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vprintf(format, arguments);
+  va_end(arguments);
+  return with_spoilt_errno(length);
 }
 
 extern "C" void sdb_log(int level, const char *format, ...) {

@@ -67,12 +67,10 @@ struct Count {
   int calls;
 };
 
-class SystemDouble {
+class SystemDouble : Pinned {
  public:
   SystemDouble();
   ~SystemDouble();
-  SystemDouble(const SystemDouble &) = delete;
-  SystemDouble &operator=(const SystemDouble &) = delete;
 
   // The call is not made: it fails with an error, or gives a result.
   Arrangement &fail(const char *call, int error) {
@@ -135,12 +133,10 @@ int open_descriptors();
 SystemDouble *active_double();
 
 // While one lives, calls go through, neither counted nor recorded: for what the test itself does.
-class Quiet {
+class Quiet : Pinned {
  public:
   Quiet();
   ~Quiet();
-  Quiet(const Quiet &) = delete;
-  Quiet &operator=(const Quiet &) = delete;
 
  private:
   bool noticing_;

@@ -172,9 +172,13 @@ BIND_AS(parse_attr, [](const nlattr **table, int size, const char *first, int le
 
 // ---- The packet log -----------------------------------------------------------------------------
 
-BIND(nfnetlink_log_open, nfnetlink_log_close, nfnetlink_log_bind_pf, nfnetlink_log_unbind_pf,
-     nfnetlink_log_bind_group, nfnetlink_log_unbind_group, nfnetlink_log_setmode,
-     nfnetlink_log_register_handler);
+BIND(nfnetlink_log_open, nfnetlink_log_bind_pf, nfnetlink_log_unbind_pf, nfnetlink_log_bind_group,
+     nfnetlink_log_unbind_group, nfnetlink_log_setmode, nfnetlink_log_register_handler);
+BIND_AS(nfnetlink_log_close, [](Call &call, nfnetlink_log *log) {
+  netlink(call).log = nullptr;
+  netlink(call).handle = nullptr;
+  return nfnetlink_log_close(log);
+});
 // The kernel that acknowledges, with "$log" as a handle and "$h" as that of its socket; requests
 // count from 1001 on.
 DIRECTIVE(log, [](Call &call) {
