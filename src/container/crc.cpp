@@ -88,7 +88,6 @@ extern "C" unsigned int crc16_le(unsigned int crc, const unsigned char *data, un
 }
 
 extern "C" unsigned int crc8(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc & 0xFF, [](unsigned int value, unsigned char byte) {
-    return unsigned{kCrc8[value ^ byte]};
-  });
+  return over(data, length, crc & 0xFF,
+              [](unsigned int value, unsigned char byte) { return unsigned{kCrc8[value ^ byte]}; });
 }

@@ -6,8 +6,8 @@
 
 namespace talvera {
 
-// A number at any address. Machines that cannot load from all have instructions for it, which a copy
-// of the bytes does not become.
+// A number at any address. Machines that cannot load from all have instructions for it, which a
+// copy of the bytes does not become.
 template <typename T>
 struct [[gnu::packed, gnu::may_alias]] Unaligned {
   T value;

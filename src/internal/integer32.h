@@ -9,9 +9,9 @@
 namespace talvera {
 
 struct Integer32 {
-  const char *end;             // first character that is not part of the number; the start if none is
-  std::uint32_t as_unsigned;   // what strtoul gives: negated modulo 2^32, unless too large
-  std::int32_t as_signed;      // what strtol gives: the nearest value of the type
+  const char *end;  // first character that is not part of the number; the start if none is
+  std::uint32_t as_unsigned;  // what strtoul gives: negated modulo 2^32, unless too large
+  std::int32_t as_signed;     // what strtol gives: the nearest value of the type
 };
 
 // Skips white space, takes a sign, then digits of `base`: 2 to 36, 16 with or without "0x", or

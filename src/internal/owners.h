@@ -24,8 +24,8 @@ class ErrnoKeeper {
   int saved_ = errno;
 };
 
-// Closes a descriptor, if it is one, and keeps errno. This and its like are not inlined: every owner's
-// end would carry a copy.
+// Closes a descriptor, if it is one, and keeps errno. This and its like are not inlined: every
+// owner's end would carry a copy.
 [[gnu::noinline]] inline void close_descriptor(int fd) {
   if (fd < 0) return;
   const ErrnoKeeper keep;
@@ -59,7 +59,9 @@ class Owner {
   explicit Owner(T *object) : object_(object) {}
   Owner(Owner &&other) noexcept : object_(other.release()) {}
   Owner &operator=(Owner &&) = delete;
-  [[gnu::always_inline]] ~Owner() { Release(object_); }
+  [[gnu::always_inline]] ~Owner() {
+    if (object_ != nullptr) Release(object_);
+  }
 
   [[nodiscard]] T *get() const { return object_; }
   T *operator->() const { return object_; }
@@ -76,6 +78,7 @@ class Owner {
 };
 
 [[gnu::noinline]] inline void free_block(void *block) {
+  if (block == nullptr) return;
   const ErrnoKeeper keep;
   std::free(block);
 }

@@ -28,8 +28,9 @@ using FilePtr = Owner<std::FILE, close_stream>;
 // The output of a command, from popen(); its end waits for the command.
 using PipePtr = Owner<std::FILE, close_pipe>;
 
-// What follows when a stream's buffer has no more: the next character, or EOF at the end and after an
-// error. A signal that interrupts the read, its handler installed without SA_RESTART, is no error.
+// What follows when a stream's buffer has no more: the next character, or EOF at the end and after
+// an error. A signal that interrupts the read, its handler installed without SA_RESTART, is no
+// error.
 [[gnu::noinline]] inline int character_after(int character, std::FILE *stream) {
   while (character == EOF && std::ferror(stream) != 0 && errno == EINTR) {
     std::clearerr(stream);

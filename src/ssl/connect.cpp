@@ -32,15 +32,13 @@ bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &
   const time_t left = deadline.seconds_left();
   if (left <= 0) return false;
   if (budget.tv_sec >= left) budget = {left, 0};
-  fd_set readable;
-  fd_set writable;
-  fd_set exceptional;
-  FD_ZERO(&readable);
-  FD_ZERO(&writable);
-  FD_ZERO(&exceptional);
-  FD_SET(fd, for_reading ? &readable : &writable);
-  FD_SET(fd, &exceptional);
-  return select(fd + 1, &readable, &writable, &exceptional, &budget) > 0 &&
+  fd_set none;
+  FD_ZERO(&none);
+  fd_set wanted = none;
+  FD_SET(fd, &wanted);
+  fd_set exceptional = wanted;
+  return select(fd + 1, for_reading ? &wanted : &none, for_reading ? &none : &wanted, &exceptional,
+                &budget) > 0 &&
          !FD_ISSET(fd, &exceptional);
 }
 

@@ -23,7 +23,7 @@ constexpr std::uint32_t kDangerous = [] {
 }();
 
 [[gnu::always_inline]] inline bool is_dangerous(char c) {
-  const auto distance = static_cast<std::uint8_t>(c - '"');
+  const std::uint32_t distance = static_cast<std::uint8_t>(c) - std::uint32_t{'"'};
   return distance < 32 && (kDangerous >> distance & 1) != 0;
 }
 
@@ -67,12 +67,12 @@ std::size_t copy_harmless_words(const char *in, std::size_t length, char *out) {
   return done;
 }
 
-// Writes what comes of `length` characters, for which there is room, and returns its end. Words are
-// tried where a run of harmless characters promises more of them.
+// Writes what comes of `length` characters, at least one, for which there is room, and returns its
+// end. Words are tried where a run of harmless characters promises more of them.
 char *encode_fitting(const char *in, std::size_t length, char *out) {
   const char *const end = in + length;
   std::size_t run = sizeof(Word);
-  while (in < end) {
+  do {
     if (kByWords && run == sizeof(Word)) {
       run = copy_harmless_words(in, static_cast<std::size_t>(end - in), out);
       in += run;
@@ -88,7 +88,7 @@ char *encode_fitting(const char *in, std::size_t length, char *out) {
       *out++ = c;
       ++run;
     }
-  }
+  } while (in != end);
   return out;
 }
 

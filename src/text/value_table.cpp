@@ -13,8 +13,8 @@ std::span<const ust_entry> entries(const ust_table &table) {
   return {table.entries, table.count};
 }
 
-// The index of the first entry that matches, or -1. A plain loop: the library's search of an array is
-// unrolled four times.
+// The index of the first entry that matches, or -1. A plain loop: the library's search of an array
+// is unrolled four times.
 template <typename Match>
 int first_index(const ust_table &table, Match match) {
   for (const ust_entry &entry : entries(table)) {
