@@ -1,7 +1,7 @@
 # The front door: CMake presets and scripts/ are behind it. JOBS limits parallel compilers.
 
 .PHONY: help setup demo examples test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-lab footprint \
+	uninstall clean target-toolchain target-board target-test target-lab board demo-board footprint \
 	openssl-1.0 openssl-1.1
 
 help:
@@ -15,6 +15,7 @@ help:
 	@echo "make cross-test      the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     the same with the product's libc, uClibc"
 	@echo "make target-lab      library, tests and examples on an emulated board with its own kernel"
+	@echo "make board           a gateway on the desk: that board's shell, with talvera; make demo-board: the story there"
 	@echo "make footprint       what the library weighs there, against its budget"
 	@echo "make bench           the library beside its yardsticks, in one table with the aims"
 	@echo "make lint            formatting and static analysis"
@@ -82,6 +83,12 @@ target-test:
 
 target-lab:
 	target/lab
+
+board:
+	@target/lab shell
+
+demo-board:
+	@target/lab demo
 
 footprint:
 	target/footprint
