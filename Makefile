@@ -1,7 +1,7 @@
 # The entry points; CMake presets and scripts/ do the work. JOBS limits parallel compilers.
 
 .PHONY: help setup demo examples test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-lab target-bench footprint \
+	uninstall clean target-toolchain target-board target-test target-lab target-bench board demo-board footprint \
 	openssl-1.0 openssl-1.1
 
 help:
@@ -15,6 +15,7 @@ help:
 	@echo "make cross-test      run the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     run the tests of mips-test with the product's libc, uClibc"
 	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"
+	@echo "make board           start that board with talvera in its shell; make demo-board: the story of the demo there"
 	@echo "make target-bench    count the instructions of each operation there, against yardstick and budget"
 	@echo "make footprint       measure the library's size on the target, against its budget"
 	@echo "make bench           measure the library against its yardsticks, in one table with the aims"
@@ -86,6 +87,12 @@ target-lab:
 
 target-bench:
 	target/bench
+
+board:
+	@target/lab shell
+
+demo-board:
+	@target/lab demo
 
 footprint:
 	target/footprint
