@@ -86,7 +86,7 @@ class Owner {
 template <typename T>
 using MallocPtr = Owner<T, free_block>;
 
-// An uninitialized block for `count` objects; null with errno set when memory runs out. A count of
+// An uninitialised block for `count` objects; null with errno set when memory runs out. A count of
 // 0 allocates one object, so that null always means failure.
 template <typename T>
 MallocPtr<T> allocate(std::size_t count) {

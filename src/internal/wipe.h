@@ -6,7 +6,7 @@
 
 namespace talvera {
 
-// Overwrites with zeros; the compiler cannot optimize this away even if nothing reads the bytes
+// Overwrites with zeros; the compiler cannot optimise this away even if nothing reads the bytes
 // again.
 inline void wipe(void *bytes, std::size_t size) {
   std::memset(bytes, 0, size);
