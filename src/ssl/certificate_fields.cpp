@@ -1,4 +1,4 @@
-// Parsed certificates: loading, subject attributes, validity dates.
+// Certificates: parsing, loading, subject attributes, validity dates.
 #include <openssl/objects.h>
 
 #include <algorithm>
@@ -20,20 +20,20 @@ int subject_text(X509 *certificate, int nid, char *buffer, int size) {
   return X509_NAME_get_index_by_NID(subject, nid, -1) < 0 ? -1 : 0;
 }
 
-// Prints a date and deliberately releases its object with free(), whatever comes of it: callers
-// know that asking for a date uses the certificate up.
+// Prints a date and intentionally releases it with free() in every case: callers expect that
+// querying a date uses up the certificate.
 int take_date(ASN1_TIME *date, char *buffer, int length) {
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> used_up(date);
   const ErrorQueueKeeper errors;
-  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints anything like a date
+  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints any date-like text
   const BioPtr text(BIO_new(BIO_s_mem()));
   if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1) return -1;
   char *printed = nullptr;
   const long printed_length = BIO_get_mem_data(text.get(), &printed);
   const int count = static_cast<int>(std::min<long>(printed_length, length));
   std::memcpy(buffer, printed, static_cast<std::size_t>(count));
-  buffer[count] = '\0';  // deliberately one past `length` when the text is cut
+  buffer[count] = '\0';  // intentionally at buffer[length] when truncated
   return count;
 }
 
@@ -62,7 +62,7 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr) return 0;
   if (::read(file.get(), content.get(), bytes) != size) {
-    talvera::wipe(content.get(), bytes);  // perhaps part of a private key
+    talvera::wipe(content.get(), bytes);  // may be part of a private key
     return 0;
   }
   *data = content.release();
