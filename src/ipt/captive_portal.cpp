@@ -16,7 +16,7 @@ constexpr std::size_t kRecordSize = 10;  // with two digits of prefix length
 extern "C" int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,
                                           unsigned int index) {
   const char *const start = records + kRecordSize * index;
-  char record[kRecordSize + 1] = {};  // stays empty from where the text ends
+  char record[kRecordSize + 1] = {};  // zero after the end of the text
   std::memcpy(record, start, strnlen(start, kRecordSize));
 
   const int prefix_length = std::atoi(record + kAddressDigits);

@@ -1,4 +1,4 @@
-// User-level values: negation, protocols, ports and port ranges.
+// User input of rules: negation, protocols, ports and port ranges.
 #include "ipt/values.h"
 
 #include <cerrno>
@@ -16,7 +16,7 @@ namespace {
 
 enum PortInput { kNoPort = -1, kPlainNumber = 1, kNumberAndMore = 2 };
 
-// Reads a number as "%d" does and moves behind it.
+// Parses a number like "%d" and advances past it.
 bool read_int(const char *&text, std::int32_t &value) {
   const Integer32 number = parse_integer32(text, 10);
   if (number.end == text) return false;
