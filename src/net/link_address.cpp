@@ -1,4 +1,4 @@
-// MAC addresses as text, and the names of interfaces.
+// MAC addresses as text, and interface names.
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
