@@ -123,7 +123,13 @@ DIRECTIVE(only, [](Call &call, const std::string &kind) {
 #else
   constexpr bool kMips = false;
 #endif
-  const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
+#ifdef __SANITIZE_ADDRESS__
+  constexpr bool kSanitized = true;
+#else
+  constexpr bool kSanitized = false;
+#endif
+  const std::map<std::string, bool> kinds = {{"sanitized", kSanitized},
+                                             {"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
                                              {"glibc", kGlibc},
                                              {"uclibc", !kGlibc},
