@@ -246,8 +246,8 @@ void serve(int fd, const std::string &chain, int version) {
   attach(ssl, fd, version);
   if (SSL_accept(ssl) != 1) return;
   unsigned char *der = nullptr;
-  if (X509 *const client = SSL_get_peer_certificate(ssl))
-    SSL_write(ssl, der, i2d_X509(client, &der));
+  const int size = i2d_X509(SSL_get_peer_certificate(ssl), &der);
+  if (size > 0) SSL_write(ssl, der, size);
   shutdown(fd, SHUT_WR);
   pause();
 }
