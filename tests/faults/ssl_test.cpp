@@ -15,32 +15,32 @@ namespace {
 
 constexpr char kDer[] = TALVERA_STAND_INS "/06-brio.der", kCaDirectory[] = "/var/etc/ssl";
 
-long context(World &) {
+long context(Fixture &) {
   SSL_CTX *made = SSL_initialize("tls1.2");
   SSL_CTX_free(made);
   return made != nullptr ? 1 : 0;
 }
 
 // The first step of the handshake waits for the socket, which is readable; the second succeeds.
-long handshake(World &world) {
+long handshake(Fixture &fixture) {
   int fds[2];
-  SSL_CTX *made = World::quietly([] { return SSL_CTX_new(SSLv23_client_method()); });
+  SSL_CTX *made = quietly([] { return SSL_CTX_new(SSLv23_client_method()); });
   SSL *ssl = SSL_new(made);
-  World::quietly([&] {
+  quietly([&] {
     return socketpair(AF_UNIX, SOCK_STREAM, 0, fds) + static_cast<int>(write(fds[1], "", 1));
   });
-  world.system.answer("SSL_connect", -1);
-  world.system.answer("SSL_connect", 1);
-  world.system.answer("SSL_get_error", SSL_ERROR_WANT_READ);
+  fixture.system.answer("SSL_connect", -1);
+  fixture.system.answer("SSL_connect", 1);
+  fixture.system.answer("SSL_get_error", SSL_ERROR_WANT_READ);
   const int result = SSL_Nblk_connect(ssl, fds[0]);
-  World::quietly([&] { return close(fds[0]) + close(fds[1]); });
+  quietly([&] { return close(fds[0]) + close(fds[1]); });
   SSL_free(ssl);
   SSL_CTX_free(made);
   return result;
 }
 
-long links(World &) {
-  World::quietly([] {
+long links(Fixture &) {
+  quietly([] {
     std::filesystem::remove_all(kCaDirectory);
     return std::filesystem::create_directories(kCaDirectory);
   });
@@ -48,42 +48,42 @@ long links(World &) {
   return made + SSL_cert_rehash("/nowhere", "/var/etc/ssl/one.pem");
 }
 
-long fingerprint(World &) {
+long fingerprint(Fixture &) {
   char text[61];
   return SSL_cert_fingerprint(kDer, "DER", "sha1", text);
 }
 
-long netscape(World &world) {
-  const std::string sequence = World::quietly([&] {
+long netscape(Fixture &fixture) {
+  const std::string sequence = quietly([&] {
     const std::string der = read_file(kDer);
     const std::size_t size = der.size() + 2;  // with an empty header
     return std::string("\x30\x82") + static_cast<char>(size >> 8) + static_cast<char>(size) +
            std::string("\x04\0", 2) + der;
   });
-  const std::string path = World::quietly([&] { return world.folder.write("netscape", sequence); });
+  const std::string path = quietly([&] { return fixture.folder.write("netscape", sequence); });
   const unsigned long hash = SSL_cert_hash(path.c_str(), "N");
   const bool partly_copied = OPENSSL_VERSION_NUMBER < 0x10100000L;  // 1.0 hashes such a name, too
   return hash == 0 ? 0 : hash == 0x83c37723 || partly_copied ? 1 : kWrong;
 }
 
-long converted(World &world) {
-  const int result = SSL_cert_der2pem(kDer, world.fresh.c_str());
-  return result == 0 && World::quietly([&] { return read_file(world.fresh); }).size() != 1273
+long converted(Fixture &fixture) {
+  const int result = SSL_cert_der2pem(kDer, fixture.fresh.c_str());
+  return result == 0 && quietly([&] { return read_file(fixture.fresh); }).size() != 1273
              ? kWrong
              : result;
 }
 
-long content(World &world) {
+long content(Fixture &fixture) {
   unsigned char *data = nullptr;
-  const int size = uc_get_cert_data_from_file(&data, world.directory(), "a");
-  const bool right = size == 0 ? data == nullptr : std::memcmp(data, kText, size) == 0;
+  const int size = uc_get_cert_data_from_file(&data, fixture.directory, "a");
+  const bool right = size == 0 ? data == nullptr : std::memcmp(data, Fixture::kText, size) == 0;
   std::free(data);
   return right ? size : kWrong;
 }
 
 TEST(Faults, Tls) {
   inject({
-      {"file content", {sizeof kText - 1, 0}, content},
+      {"file content", {sizeof Fixture::kText - 1, 0}, content},
       {"fingerprint", {0, -1}, fingerprint},
       {"Netscape sequence", {1, 0}, netscape},
       {"PEM from DER", {0, -1}, converted},
