@@ -1,7 +1,7 @@
 # The entry points; CMake presets and scripts/ do the work. JOBS limits parallel compilers.
 
 .PHONY: help setup demo examples test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-lab target-bench footprint \
+	uninstall clean target-toolchain target-board target-test target-lab target-bench board demo-board footprint \
 	openssl-1.0 openssl-1.1
 
 help:
@@ -11,10 +11,11 @@ help:
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           check exported symbols, dependencies, edges, ABI, headers and manual"
 	@echo "make openssl-1.0     run the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
-	@echo "make mips-test       run unit tests and tables as 32-bit big-endian MIPS under qemu-mips"
+	@echo "make mips-test       run the tables as 32-bit big-endian MIPS under qemu-mips"
 	@echo "make cross-test      run the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     run the tests of mips-test with the product's libc, uClibc"
 	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"
+	@echo "make board           start that board with talvera in its shell; make demo-board: the story of the demo there"
 	@echo "make target-bench    count the instructions of each operation there, against yardstick and budget"
 	@echo "make footprint       measure the library's size on the target, against its budget"
 	@echo "make bench           measure the library against its yardsticks, in one table with the aims"
@@ -86,6 +87,12 @@ target-lab:
 
 target-bench:
 	target/bench
+
+board:
+	@target/lab shell
+
+demo-board:
+	@target/lab demo
 
 footprint:
 	target/footprint

@@ -1,5 +1,5 @@
-/* The first process of the emulated board: mounts what a system has, runs /test, reports its exit
- * status on the console, and resets the board, at which the emulator ends. */
+/* The first process of the emulated board: mounts what a system has, runs /test, says on the console how
+ * that ended, and resets the board, at which the emulator ends. */
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/random.h>
@@ -50,7 +50,12 @@ int main(void) {
   }
   while (wait(&status) != child) {
   }
-  printf("\nBOARD RESULT %d\n", WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+  if (status == 0) {
+    printf("board: done\n");
+  } else {
+    printf("board: failed with status %d\n",
+           WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+  }
   fflush(stdout);
   sync();
   reboot(RB_AUTOBOOT);

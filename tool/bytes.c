@@ -1,5 +1,6 @@
 /* Bytes: growing blocks, escapes for what cannot be shown, and whole files. */
 #include <fcntl.h>
+#include <limits.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
@@ -8,7 +9,7 @@
 #include "talvera/utils.h"
 #include "tool.h"
 
-enum { CHUNK = 16384 };
+enum { CHUNK = 16384, LONGEST_INPUT = INT_MAX / 6 };
 
 void *must(void *block) {
   if (block == NULL) {
@@ -147,7 +148,8 @@ int open_input(const char *path) {
   return fd;
 }
 
-int read_input(const char *path, struct bytes *bytes) {
+/* Reads until there are more than `max` bytes; then *longer is set. */
+static int read_limited(const char *path, size_t max, struct bytes *bytes, int *longer) {
   const int fd = open_input(path);
   int count;
 
@@ -156,7 +158,8 @@ int read_input(const char *path, struct bytes *bytes) {
     reserve(bytes, CHUNK);
     count = uf_full_read(fd, bytes->data + bytes->length, CHUNK);
     bytes->length += count > 0 ? (size_t)count : 0;
-  } while (count == CHUNK);
+  } while (count == CHUNK && bytes->length <= max);
+  *longer = count == CHUNK;
   append(bytes, NULL, 0);
   if (count < 0) failed("%s", path != NULL ? path : "-");
   close(fd);
@@ -164,8 +167,13 @@ int read_input(const char *path, struct bytes *bytes) {
 }
 
 int read_sized_input(const char *path, size_t min, size_t max, struct bytes *bytes) {
-  const int status = read_input(path, bytes);
+  int longer, status = read_limited(path, max, bytes, &longer);
 
   if (status != DONE || (bytes->length >= min && bytes->length <= max)) return status;
-  return refused("the input has %zu bytes, not %zu to %zu", bytes->length, min, max);
+  return refused("the input has %s%zu bytes, not %zu to %zu", longer ? "at least " : "",
+                 bytes->length, min, max);
+}
+
+int read_input(const char *path, struct bytes *bytes) {
+  return read_sized_input(path, 0, LONGEST_INPUT, bytes);
 }

@@ -296,28 +296,26 @@ static int run_fingerprint(int argc, char **argv) {
 #endif
 
 static const struct action actions[] = {
-    {"show", "[--json]", "lists the items of the blob that the device uses", NULL,
-     "talvera cert show", run_show},
+    {"show", "[--json]", "lists the items of the blob that the device uses", NULL, "", run_show},
     {"client", "", "prints the device's certificate, as it is in the blob", NULL,
      "talvera cert client | talvera cert print", run_client},
     {"key", "", "prints the device's private key, as it is in the blob", NULL,
      "(umask 77; talvera cert key >key.der)", run_key},
-    {"check", "[FILE]", "checks a blob", NULL, "talvera cert check factory.blob", run_check},
+    {"check", "[FILE]", "checks a blob", NULL, "factory.blob", run_check},
     {"install", "SLOT [FILE]", "checks a blob and writes it to certificate slot 1 or 2",
-     "The device uses slot 2 before slot 1, and no blob of more than 8000 bytes.",
-     "talvera cert install 1 factory.blob", run_install},
+     DETAILS("The device uses slot 2 before slot 1, and no blob of more than 8000 bytes."),
+     "1 factory.blob", run_install},
 #ifdef TALVERA_SSL
     {"print", "[--json] [FILE]", "prints names and validity of a certificate in DER or PEM",
-     "The serial number is the subject's, not that of the certificate.",
-     "talvera cert print server.pem", run_print},
+     DETAILS("The serial number is the subject's, not that of the certificate."), "server.pem",
+     run_print},
     {"convert", "[--der] [FILE]", "prints a certificate, in DER or PEM, as PEM or as DER", NULL,
-     "talvera cert convert server.der >server.pem", run_convert},
+     "server.der >server.pem", run_convert},
     {"hash", "[--format WORD] [FILE]", "prints the hash by which OpenSSL finds a certificate",
-     "--format\tPEM, DER, PKCS12 or Netscape; PEM without this", "talvera cert hash server.pem",
-     run_hash},
+     DETAILS("--format\tPEM, DER, PKCS12 or Netscape; PEM without this"), "server.pem", run_hash},
     {"fingerprint", "[--format WORD] [--digest NAME] [FILE]", "prints a digest of a certificate",
-     "--format\tas of talvera cert hash\n--digest\tsha1, also without this, or md5",
-     "talvera cert fingerprint --digest md5 server.pem", run_fingerprint},
+     DETAILS("--format\tas of talvera cert hash\n--digest\tsha1, also without this, or md5"),
+     "--digest md5 server.pem", run_fingerprint},
 #endif
     {0},
 };

@@ -17,8 +17,8 @@ static int run_print(int argc, char **argv) {
 }
 
 static const struct action actions[] = {
-    {"print", "TEXT...", "prints lines on the system console", NULL,
-     "talvera console print 'firmware is being written'", run_print},
+    {"print", "TEXT...", "prints lines on the system console", NULL, "'firmware is being written'",
+     run_print},
     {0},
 };
 

@@ -109,19 +109,20 @@ static int run_disable(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"show", "[--database NAME] [--json] FOLDER", "prints the list as it is saved",
-     "Without a saved list, all files by name. Hidden files have no place in it, nor do files with "
-     "white space in their names.\n"
-     "--database\tthe file of the folder that keeps the list, .order without this, for any action",
-     "talvera files show /photos", run_show},
+     DETAILS("Without a saved list, all files by name. Hidden files have no place in it, nor do "
+             "files with white space in their names.\n"
+             "--database\tthe file of the folder that keeps the list, .order without this, for any "
+             "action"),
+     "/photos", run_show},
     {"sync", "[--database NAME] FOLDER", "fits the list to the files that are there now",
-     "New files come first; those that are gone drop out. A damaged list is made anew.",
-     "talvera files sync /photos", run_sync},
+     DETAILS("New files come first; those that are gone drop out. A damaged list is made anew."),
+     "/photos", run_sync},
     {"move", "[--database NAME] FOLDER NAME PLACE", "gives a file another place, 1 being the first",
-     NULL, "talvera files move /photos beach.jpg 1", run_move},
-    {"enable", "[--database NAME] FOLDER NAME...", "switches files on", NULL,
-     "talvera files enable /photos beach.jpg", run_enable},
-    {"disable", "[--database NAME] FOLDER NAME...", "switches files off", NULL,
-     "talvera files disable /photos beach.jpg", run_disable},
+     NULL, "/photos beach.jpg 1", run_move},
+    {"enable", "[--database NAME] FOLDER NAME...", "switches files on", NULL, "/photos beach.jpg",
+     run_enable},
+    {"disable", "[--database NAME] FOLDER NAME...", "switches files off", NULL, "/photos beach.jpg",
+     run_disable},
     {0},
 };
 

@@ -6,13 +6,20 @@
 
 enum { WIDTH = 80, TERM = 14 };
 
+/* What is left to the man page, as details of actions are. */
+#ifdef TALVERA_TOOL_TERSE
+#define IN_FULL(text) ""
+#else
+#define IN_FULL(text) text
+#endif
+
 const struct entry common_options[] = {
     {"-h, --help", "prints help on the program, a group or an action"},
     {"-v, --verbose", "prints the library's log on standard error"},
     {"--version", "prints the version"},
-    {"--json",
-     "prints records as JSON, where an action offers it; a byte that is not UTF-8 is a "
-     "low surrogate from \\udc80 on, as Python's surrogateescape reads it"},
+    {"--json", "prints records as JSON, where an action offers it" IN_FULL(
+                   "; a byte that is not UTF-8 is a low surrogate from \\udc80 on, as Python's "
+                   "surrogateescape reads it")},
     {"--", "ends the options"},
     {NULL, NULL},
 };
@@ -31,9 +38,9 @@ const struct entry environment[] = {
 };
 
 const char general[] =
-    "A link talvera-GROUP to the program runs the actions of that group. A file named \"-\" is "
-    "standard input. In records, control characters, backslashes and bytes that are not UTF-8 "
-    "are escaped as \\n, \\r, \\t, \\\\ or \\xHH.";
+    "A link talvera-GROUP to the program runs the actions of that group." IN_FULL(
+        " A file named \"-\" is standard input. In records, control characters, backslashes and "
+        "bytes that are not UTF-8 are escaped as \\n, \\r, \\t, \\\\ or \\xHH.");
 
 /* Prints a text in lines of WIDTH; it starts at `column`, and further lines at `indent`. */
 static void print_wrapped(const char *text, size_t length, int column, int indent) {
@@ -94,6 +101,27 @@ void print_help(void) {
   print_wrapped(general, strlen(general), 0, 0);
 }
 
+void print_example(const struct group *group, const struct action *action,
+                   void (*print)(const char *text, size_t length)) {
+  const char *words[] = {"talvera ", group->name, " ", action->name, " ", action->example};
+  size_t i = strstr(action->example, "talvera ") != NULL ? 5 : 0;
+  const size_t end = *action->example != '\0' ? 6 : 4;
+
+  for (; i < end; ++i)
+    print(words[i], strlen(words[i]));
+  print("\n", 1);
+}
+
+static void print_plain(const char *text, size_t length) {
+  fwrite(text, 1, length, stdout);
+}
+
+static void print_example_section(const struct group *group, const struct action *action) {
+  print_heading("Example");
+  printf("  ");
+  print_example(group, action, print_plain);
+}
+
 void print_group_help(const struct group *group) {
   const struct action *action;
 
@@ -102,8 +130,7 @@ void print_group_help(const struct group *group) {
   print_heading("Actions");
   for (action = group->actions; action->name != NULL; ++action)
     print_entry(action->name, (int)strlen(action->name), action->summary, strlen(action->summary));
-  print_heading("Example");
-  printf("  %s\n", group->actions->example);
+  print_example_section(group, group->actions);
 }
 
 void each_detail(const struct action *action, void (*paragraph)(const char *, size_t),
@@ -131,6 +158,5 @@ void print_action_help(const struct group *group, const struct action *action) {
   print_sentence(action->summary);
   if (action->details != NULL) putchar('\n');
   each_detail(action, print_paragraph, print_entry);
-  print_heading("Example");
-  printf("  %s\n", action->example);
+  print_example_section(group, action);
 }

@@ -15,6 +15,10 @@ extern const char general[];
 /* Prints a summary as a sentence of its own. */
 void print_sentence(const char *summary);
 
+/* Prints the command line of an action's example with the help of a function that prints text. */
+void print_example(const struct group *group, const struct action *action,
+                   void (*print)(const char *text, size_t length));
+
 /* Calls one of the two functions for each line of an action's details. */
 void each_detail(const struct action *action, void (*paragraph)(const char *text, size_t length),
                  void (*entry)(const char *term, int term_length, const char *text, size_t length));

@@ -274,38 +274,34 @@ static int run_policy(int argc, char **argv) {
   return misused("POLICY: %s is not ACCEPT or DROP", argv[1]);
 }
 
-static const char apply[] = "--apply\truns the command, instead of printing it";
-
 static const struct action actions[] = {
     {"pinhole", "[--apply] [--delete] [--diff RULE] ADDRESS PROTOCOL PORT HOST HOST-PORT",
      "sends connections to a port of the gateway to a host inside",
-     "PORT is a port or a range such as 1000-1010, of which the first goes to HOST-PORT. What "
-     "starts with ! is negated, as the gateway's iptables takes it.\n"
-     "--apply\truns the command, instead of printing it\n"
-     "--delete\ttakes the rule out\n"
-     "--diff\tcompares with another rule, an action and its arguments as one word; prints both if "
-     "they differ, with status 1",
-     "talvera ipt pinhole --apply 203.0.113.7 tcp 8080 192.168.1.10 80", run_pinhole},
+     DETAILS("PORT is a port or a range such as 1000-1010, of which the first goes to HOST-PORT. "
+             "What starts with ! is negated, as the gateway's iptables takes it.\n"
+             "--apply\truns the command, instead of printing it\n"
+             "--delete\ttakes the rule out\n"
+             "--diff\tcompares with another rule, an action and its arguments as one word; prints "
+             "both if they differ, with status 1"),
+     "--apply 203.0.113.7 tcp 8080 192.168.1.10 80", run_pinhole},
     {"nat", "[--apply] [--delete] [--diff RULE] STATE INTERFACE",
      "hides what leaves through an interface behind its address; STATE is on or off",
-     "Options are those of pinhole; off takes the rule out, too.", "talvera ipt nat on ppp0",
-     run_nat},
+     DETAILS("Options are those of pinhole; off takes the rule out, too."), "on ppp0", run_nat},
     {"maplist", "[--apply] [--delete] [--diff RULE] ADDRESS RANGE",
      "does so for a range of inner addresses, and what they send to ADDRESS",
-     "Options are those of pinhole.", "talvera ipt maplist 10.0.0.0/8 192.168.1.100-192.168.1.200",
+     DETAILS("Options are those of pinhole."), "10.0.0.0/8 192.168.1.100-192.168.1.200",
      run_maplist},
-    {"flush", "[--apply] CHAIN", "takes all rules out of INPUT, FORWARD or OUTPUT", apply,
-     "talvera ipt flush forward", run_flush},
-    {"policy", "[--apply] CHAIN POLICY", "makes a chain drop or accept what no rule decides", apply,
-     "talvera ipt policy input drop", run_policy},
+    {"flush", "[--apply] CHAIN", "takes all rules out of INPUT, FORWARD or OUTPUT",
+     DETAILS("--apply\truns the command, instead of printing it"), "forward", run_flush},
+    {"policy", "[--apply] CHAIN POLICY", "makes a chain drop or accept what no rule decides",
+     DETAILS("--apply\truns the command, instead of printing it"), "input drop", run_policy},
     {"ports", "[--json] PORT [HOST-PORT]",
      "prints ports as iptables takes them, and those that a pinhole sends them to",
-     "There are no ports to send to when a range goes to itself.",
-     "talvera ipt ports 1000-1010 2000", run_ports},
+     DETAILS("There are no ports to send to when a range goes to itself."), "1000-1010 2000",
+     run_ports},
     {"flags", "FLAGS", "checks an argument of --tcp-flags: those looked at, those set", NULL,
-     "talvera ipt flags 'SYN,ACK,FIN,RST SYN'", run_flags},
-    {"protocol", "NAME", "prints the number of an IP protocol", NULL, "talvera ipt protocol esp",
-     run_protocol},
+     "'SYN,ACK,FIN,RST SYN'", run_flags},
+    {"protocol", "NAME", "prints the number of an IP protocol", NULL, "esp", run_protocol},
     {0},
 };
 

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <linux/netfilter/nfnetlink_log.h>
 #include <net/if.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -143,18 +144,17 @@ static int goes_on(void) {
 /* What a dispatch returns tells nothing: behind several packets in a datagram comes a message that
  * has no handler. */
 static int receive_packets(struct nfnetlink_handle *netlink) {
-  static union {
-    struct nlmsghdr header;
-    char bytes[BUFFER_SIZE];
-  } buffer;
+  void *buffer = must(malloc(BUFFER_SIZE));
+  int status = DONE;
 
-  while (flush_output() == 0 && left != 0 && wait_readable(netlink->fd)) {
-    const int length = nfnetlink_receive(netlink, &buffer, sizeof buffer);
+  while (status == DONE && flush_output() == 0 && left != 0 && wait_readable(netlink->fd)) {
+    const int length = nfnetlink_receive(netlink, buffer, BUFFER_SIZE);
 
-    if (length < 0 && !goes_on()) return failed("netfilter");
-    if (length > 0) nfnetlink_msg_unpack(netlink, &buffer, length);
+    if (length < 0 && !goes_on()) status = failed("netfilter");
+    if (length > 0) nfnetlink_msg_unpack(netlink, buffer, length);
   }
-  return DONE;
+  free(buffer);
+  return status;
 }
 
 static int print_packets(struct nfnetlink_log *log, unsigned int number) {
@@ -201,10 +201,10 @@ static int run_packets(int argc, char **argv) {
 static const struct action actions[] = {
     {"packets", "[--json] [--count N] GROUP",
      "prints a line for each packet that a rule sends to a group, until interrupted",
-     "Rules do so with -j NFLOG --nflog-group GROUP. The kernel holds packets back for up to a "
-     "second. Lost ones are mentioned on standard error.\n"
-     "--count\tends after so many packets",
-     "talvera log packets --count 10 5", run_packets},
+     DETAILS("Rules do so with -j NFLOG --nflog-group GROUP. The kernel holds packets back for up "
+             "to a second. Lost ones are mentioned on standard error.\n"
+             "--count\tends after so many packets"),
+     "--count 10 5", run_packets},
     {0},
 };
 

@@ -17,12 +17,11 @@ static void occupy_standard_streams(void) {
   }
 }
 
-/* A full disk is a failure; a reader that went away is none that anybody wants to hear of. */
+/* A full disk is a failure; a reader that went away is none that anybody wants to hear of. uClibc's
+ * fflush() does not report a failure, the stream does. */
 static int close_output(int status) {
-  const int wrote = !ferror(stdout);
-
   errno = output_error;
-  if (fflush(stdout) == 0 && wrote) return status;
+  if (fflush(stdout) == 0 && !ferror(stdout)) return status;
   if (errno == EPIPE) return FAILED;
   return errno != 0 ? failed("standard output") : refused("standard output: write error");
 }

@@ -22,12 +22,12 @@ static const char path[] = "/mfg/mfg.dat";
 /* ---- The file -------------------------------------------------------------------------------- */
 
 /* What was read from the start of a slot; of slot 1 on, the whole rest of the file has room. */
-static unsigned char area[TO_END];
+static unsigned char *area;
 
 static int read_area(unsigned long slot, uint32_t length) {
-  unsigned char *data = area;
-  struct mfg_ccert_get_info info = {&data, &length, (uint32_t)slot};
+  struct mfg_ccert_get_info info = {&area, &length, (uint32_t)slot};
 
+  if (area == NULL) area = must(malloc(TO_END));
   return mfg_ccert_get(&info) == 0 ? DONE : failed("%s", path);
 }
 
@@ -40,8 +40,8 @@ static unsigned int read_16(const unsigned char *data) {
 /* Reads the record as the device uses it, and tells how it comes from the one that ends the file.
  * Returns DONE, or FAILED with a message when there is no file to tell of. */
 static int read_record(unsigned char *record, enum origin *origin) {
-  const unsigned char *stored = area + TO_END - MFG_INFO_SIZE;
   const int status = read_area(1, TO_END);
+  const unsigned char *stored = area + TO_END - MFG_INFO_SIZE;
   unsigned int sum = 0;
   int i;
 
@@ -284,43 +284,44 @@ static int run_slot_set(int argc, char **argv) {
 
 static int run_slot_clear(int argc, char **argv) {
   unsigned long slot;
+  void *erased;
+  int status;
 
   (void)argc;
   if (read_slot(argv[0], &slot) != DONE) return MISUSED;
-  memset(area, 0xFF, MFG_CCERT_MAX_SIZE);
-  return write_slot(slot, area, MFG_CCERT_MAX_SIZE);
+  erased = memset(must(malloc(MFG_CCERT_MAX_SIZE)), 0xFF, MFG_CCERT_MAX_SIZE);
+  status = write_slot(slot, erased, MFG_CCERT_MAX_SIZE);
+  free(erased);
+  return status;
 }
 
 static const struct action actions[] = {
     {"init", "", "prepares the file and hands identity and calibration to the driver",
-     "A missing or empty file becomes an erased one; any other is left alone.", "talvera mfg init",
+     DETAILS("A missing or empty file becomes an erased one; any other is left alone."), "",
      run_init},
     {"show", "[--json]", "prints the info record",
-     "The serial number is stored, derived from the MAC address, or default, as the whole record "
-     "is "
-     "when the stored one is not valid. Times are UTC.",
-     "talvera mfg show --json", run_show},
+     DETAILS("The serial number is stored, derived from the MAC address, or default, as the whole "
+             "record is when the stored one is not valid. Times are UTC."),
+     "--json", run_show},
     {"set", "[--mac MAC] [--addresses NUMBER] [--type NUMBER] [--serial DIGITS]",
      "writes the info record, with other values in it",
-     "A derived serial number is not stored, and an empty one is derived. The driver hears of it "
-     "at "
-     "the next init.",
-     "talvera mfg set --mac 02:5a:32:00:00:05 --addresses 8", run_set},
+     DETAILS("A derived serial number is not stored, and an empty one is derived. The driver hears "
+             "of it at the next init."),
+     "--mac 02:5a:32:00:00:05 --addresses 8", run_set},
     {"calibration-get", "[--offset BYTES] [--length BYTES]",
      "prints bytes of the wireless calibration, from the file or else from the driver", NULL,
      "talvera mfg calibration-get --length 4 | talvera text hex", run_calibration_get},
     {"calibration-set", "[--offset BYTES] [FILE]",
      "writes bytes of the wireless calibration, and sends all of it to the driver", NULL,
-     "talvera mfg calibration-set radio.cal", run_calibration_set},
+     "radio.cal", run_calibration_set},
     {"calibration-clear", "", "marks the wireless calibration absent, for the driver too",
-     "Its bytes stay in the file.", "talvera mfg calibration-clear", run_calibration_clear},
+     DETAILS("Its bytes stay in the file."), "", run_calibration_clear},
     {"slot-get", "SLOT FILE", "copies the blob of certificate slot 1 or 2 into a new file",
-     "Only its owner may read the file: a blob may hold a private key.",
-     "talvera mfg slot-get 1 backup.blob", run_slot_get},
+     DETAILS("Only its owner may read the file: a blob may hold a private key."), "1 backup.blob",
+     run_slot_get},
     {"slot-set", "SLOT [FILE]", "writes a file to the start of a slot, without a check of it",
-     "See talvera cert install, which checks it.", "talvera mfg slot-set 1 backup.blob",
-     run_slot_set},
-    {"slot-clear", "SLOT", "erases a slot", NULL, "talvera mfg slot-clear 1", run_slot_clear},
+     DETAILS("See talvera cert install, which checks it."), "1 backup.blob", run_slot_set},
+    {"slot-clear", "SLOT", "erases a slot", NULL, "1", run_slot_clear},
     {0},
 };
 

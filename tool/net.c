@@ -253,28 +253,27 @@ static int run_probe(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"address", "[--json] ADDRESS MASK", "takes an IPv4 address apart",
-     "The prefix counts the bits of the mask, also when they are not contiguous.",
-     "talvera net address 192.168.1.77 255.255.255.0", run_address},
+     DETAILS("The prefix counts the bits of the mask, also when they are not contiguous."),
+     "192.168.1.77 255.255.255.0", run_address},
     {"mask", "LENGTH", "prints the mask of a prefix length",
-     "A length of 32 gives 0.0.0.0, as 0 does.", "talvera net mask 24", run_mask},
-    {"family", "ADDRESS", "prints whether an address is ipv4 or ipv6", NULL,
-     "talvera net family ::1", run_family},
+     DETAILS("A length of 32 gives 0.0.0.0, as 0 does."), "24", run_mask},
+    {"family", "ADDRESS", "prints whether an address is ipv4 or ipv6", NULL, "::1", run_family},
     {"mac", "[--json] MAC", "prints a MAC address in the usual form, and what kind it is",
-     "Groups are joined by : or - or a dot, and may have one digit.",
-     "talvera net mac 2-5A-30-96-2-D0", run_mac},
-    {"interface", "INDEX", "prints the name of the interface with an index", NULL,
-     "talvera net interface 1", run_interface},
+     DETAILS("Groups are joined by : or - or a dot, and may have one digit."), "2-5A-30-96-2-D0",
+     run_mac},
+    {"interface", "INDEX", "prints the name of the interface with an index", NULL, "1",
+     run_interface},
     {"counters", "[--json] [--watch SECONDS] [--count N] INTERFACE",
      "prints the counters of an interface",
-     "Counters that its driver does not have are shown as -, or null.\n"
-     "--watch\tprints how they change, every so many seconds, until interrupted; errors and drops "
-     "are those of the interval\n"
-     "--count\tends the watch after so many lines",
-     "talvera net counters --watch 5 eth0", run_counters},
+     DETAILS("Counters that its driver does not have are shown as -, or null.\n"
+             "--watch\tprints how they change, every so many seconds, until interrupted; errors "
+             "and drops are those of the interval\n"
+             "--count\tends the watch after so many lines"),
+     "--watch 5 eth0", run_counters},
     {"probe", "INTERFACE ADDRESS", "asks whether another host has an IPv4 address",
-     "Status 1 means that one does, or that the probe failed. No answer may also mean that arping "
-     "could not ask, as without the right to.",
-     "talvera net probe eth0 192.168.1.77", run_probe},
+     DETAILS("Status 1 means that one does, or that the probe failed. No answer may also mean that "
+             "arping could not ask, as without the right to."),
+     "eth0 192.168.1.77", run_probe},
     {0},
 };
 

@@ -235,24 +235,24 @@ static int run_import(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"init", "[--store FILE]", "creates the store, or leaves the one that is there",
-     "The store is shared memory; the file is one that exists, and only names it.\n"
-     "--store\tthe file; without this, for any action, TALVERA_NVRAM names it",
-     "talvera nvram init --store /etc/config", run_init},
-    {"get", "[--store FILE] NAME", "prints a value", NULL, "talvera nvram get hostname", run_get},
-    {"set", "[--store FILE] NAME VALUE", "sets a pair, new or not", NULL,
-     "talvera nvram set hostname gateway", run_set},
-    {"unset", "[--store FILE] NAME...", "removes pairs", NULL, "talvera nvram unset hostname",
-     run_unset},
-    {"show", "[--store FILE] [--json]", "lists all pairs by name", NULL, "talvera nvram show",
-     run_show},
+     DETAILS("The store is shared memory; the file is one that exists, and only names it.\n"
+             "--store\tthe file; without this, for any action, TALVERA_NVRAM names it"),
+     "--store /etc/config", run_init},
+    {"get", "[--store FILE] NAME", "prints a value", NULL, "hostname", run_get},
+    {"set", "[--store FILE] NAME VALUE", "sets a pair, new or not", NULL, "hostname gateway",
+     run_set},
+    {"unset", "[--store FILE] NAME...", "removes pairs", NULL, "hostname", run_unset},
+    {"show", "[--store FILE] [--json]", "lists all pairs by name", NULL, "", run_show},
     {"export", "[--store FILE]", "prints all pairs as lines of NAME=VALUE",
-     "Bytes that are no text are escaped, and in names = and #, so that import restores any pair.",
-     "talvera nvram export >backup", run_export},
+     DETAILS("Bytes that are no text are escaped, and in names = and #, so that import restores "
+             "any pair."),
+     ">backup", run_export},
     {"import", "[--store FILE] [FILE]", "sets the pairs of such lines",
-     "Empty lines and lines that start with # are skipped. Nothing is set when a line is wrong.",
-     "talvera nvram import backup", run_import},
+     DETAILS("Empty lines and lines that start with # are skipped. Nothing is set when a line is "
+             "wrong."),
+     "backup", run_import},
     {"remove", "[--store FILE]", "removes the store",
-     "Processes that are attached keep it until they detach.", "talvera nvram remove", run_remove},
+     DETAILS("Processes that are attached keep it until they detach."), "", run_remove},
     {0},
 };
 

@@ -48,8 +48,8 @@ static void print_roff_action(const struct group *group, const struct action *ac
   puts(".PP");
   each_detail(action, print_roff_paragraph, print_roff_entry);
   printf(".PP\nExample:\n.PP\n.EX\n");
-  print_roff(action->example, strlen(action->example));
-  printf("\n.EE\n.RE\n");
+  print_example(group, action, print_roff);
+  printf(".EE\n.RE\n");
 }
 
 static void print_man_page(void) {

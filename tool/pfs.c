@@ -49,15 +49,12 @@ static int run_newbox(int argc, char **argv) {
 }
 
 static const struct action actions[] = {
-    {"remember", "PATH", "adds a file to those that persist", NULL,
-     "talvera pfs remember /etc/hosts", run_remember},
-    {"forget", "PATH", "removes a file from those that persist", NULL,
-     "talvera pfs forget /etc/hosts", run_forget},
+    {"remember", "PATH", "adds a file to those that persist", NULL, "/etc/hosts", run_remember},
+    {"forget", "PATH", "removes a file from those that persist", NULL, "/etc/hosts", run_forget},
     {"forget-matching", "TEXT", "removes all files with a text in their path, in any case", NULL,
-     "talvera pfs forget-matching .pem", run_forget_matching},
-    {"commit", "", "saves the files that persist", NULL, "talvera pfs commit", run_commit},
-    {"newbox", "", "stops the running pfs and erases all that persists", NULL, "talvera pfs newbox",
-     run_newbox},
+     ".pem", run_forget_matching},
+    {"commit", "", "saves the files that persist", NULL, "", run_commit},
+    {"newbox", "", "stops the running pfs and erases all that persists", NULL, "", run_newbox},
     {0},
 };
 

@@ -148,20 +148,22 @@ static int run_stop(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"start", "COMMAND...", "starts a program in the background and prints its process",
-     "The command may begin with variables for the program, as NAME=VALUE. PATH is not searched.",
-     "talvera proc start LANG=C /usr/sbin/daemon -- -f", run_start},
+     DETAILS("The command may begin with variables for the program, as NAME=VALUE. PATH is not "
+             "searched."),
+     "LANG=C /usr/sbin/daemon -- -f", run_start},
     {"find", "NAME", "prints the running processes of a program, one a line",
-     "Of a path, what follows the last / counts.", "talvera proc find dropbear", run_find},
+     DETAILS("Of a path, what follows the last / counts."), "dropbear", run_find},
     {"pid", "FILE", "prints the process that a pid file names, if it is running", NULL,
-     "talvera proc pid /var/run/crond.pid", run_pid},
+     "/var/run/crond.pid", run_pid},
     {"signal", "[--value NUMBER] SIGNAL PID...",
      "sends a signal, by number or by a name such as HUP",
-     "Signal 0 only asks whether the process is there.\n--value\tis queued with the signal",
-     "talvera proc signal HUP 1234", run_signal},
+     DETAILS(
+         "Signal 0 only asks whether the process is there.\n--value\tis queued with the signal"),
+     "HUP 1234", run_signal},
     {"wait", "SECONDS PID...", "waits for processes to be gone, each so long at most", NULL,
-     "talvera proc wait 10 1234", run_wait},
+     "10 1234", run_wait},
     {"stop", "PID...", "stops processes, killing those that are there after 3 seconds", NULL,
-     "talvera proc stop $(talvera proc find dropbear)", run_stop},
+     "$(talvera proc find dropbear)", run_stop},
     {0},
 };
 

@@ -9,6 +9,11 @@
 
 enum { MAX_NAME = 107, MAX_MESSAGE = 262144 };
 
+/* A path that fits into an address. An empty name would be an address that nobody can know. */
+static int check_name(const char *name) {
+  return *name != '\0' ? bounded_argument("NAME", name, MAX_NAME) : misused("NAME is empty");
+}
+
 /* ---- Sending --------------------------------------------------------------------------------- */
 
 /* The library tells failures on standard output too. */
@@ -55,7 +60,7 @@ static int run_send(int argc, char **argv) {
   struct ipc_msgq *queue;
   int status;
 
-  if (bounded_argument("NAME", argv[0], MAX_NAME) != DONE) return MISUSED;
+  if (check_name(argv[0]) != DONE) return MISUSED;
   divert_output();
   queue = ipc_msgq_GetByName(argv[0]);
   restore_output();
@@ -86,16 +91,21 @@ static void print_message(const char *message, size_t length) {
 
 /* Until there were so many messages, 0 being never, or an interrupt, or nobody who reads on. */
 static int receive_messages(const struct ipc_msgq *queue, unsigned long count) {
-  static char message[MAX_MESSAGE];
+  char *message = must(malloc(MAX_MESSAGE));
+  int status = DONE;
 
   while (wait_readable(queue->fd)) {
-    const int length = ipc_msgq_receive(queue, message, sizeof message);
+    const int length = ipc_msgq_receive(queue, message, MAX_MESSAGE);
 
-    if (length < 0) return failed("%s", queue->address.sun_path);
+    if (length < 0) {
+      status = failed("%s", queue->address.sun_path);
+      break;
+    }
     print_message(message, (size_t)length);
-    if (fflush(stdout) != 0 || --count == 0) break;
+    if (flush_output() != 0 || --count == 0) break;
   }
-  return DONE;
+  free(message);
+  return status;
 }
 
 /* The path is given back however this ends, also when the output's reader goes away. */
@@ -105,8 +115,7 @@ static int run_receive(int argc, char **argv) {
   int status;
 
   (void)argc;
-  if (number_option("--count", 1, UINT32_MAX, &count) != DONE ||
-      bounded_argument("NAME", argv[0], MAX_NAME) != DONE) {
+  if (number_option("--count", 1, UINT32_MAX, &count) != DONE || check_name(argv[0]) != DONE) {
     return MISUSED;
   }
   catch_interrupts();
@@ -123,14 +132,14 @@ static int run_receive(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"send", "NAME [MESSAGE...]", "sends messages to a queue, or each line of standard input",
-     "A queue that nobody receives from, or that is full, is a failure.",
-     "talvera queue send /var/run/events 'link up'", run_send},
+     DETAILS("A queue that nobody receives from, or that is full, is a failure."),
+     "/var/run/events 'link up'", run_send},
     {"receive", "[--count NUMBER] [--raw] [--json] NAME",
      "creates a queue and prints what it receives, a line each, until interrupted",
-     "The path must not exist; it is removed at the end.\n"
-     "--count\tends after so many messages\n"
-     "--raw\tprints control characters and bytes that are no text as they are",
-     "talvera queue receive /var/run/events", run_receive},
+     DETAILS("The path must not exist; it is removed at the end.\n"
+             "--count\tends after so many messages\n"
+             "--raw\tprints control characters and bytes that are no text as they are"),
+     "/var/run/events", run_receive},
     {0},
 };
 

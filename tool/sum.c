@@ -1,4 +1,5 @@
 /* talvera sum: checks and digests of files, printed as md5sum does. */
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -67,7 +68,7 @@ static void print_sum(const char *digits, const char *name) {
 
 /* Reads a file and writes the digits of its check, or of its MD5 digest when `crc` is null. */
 static int sum_file(int fd, const struct crc *crc, char *digits) {
-  static unsigned char chunk[CHUNK];
+  unsigned char *chunk = must(malloc(CHUNK));
   unsigned char digest[MD5_DIGEST_SIZE];
   uint32_t value = crc != NULL ? crc->start : 0;
   struct progress progress;
@@ -83,6 +84,7 @@ static int sum_file(int fd, const struct crc *crc, char *digits) {
     if (count > 0) advance(&progress);
   } while (count == CHUNK);
   end_progress(&progress);
+  free(chunk);
   if (crc != NULL) {
     sprintf(digits, "%0*lx", crc->digits, (unsigned long)(value ^ crc->inversion));
   } else {
@@ -143,17 +145,16 @@ static int run_crc8(int argc, char **argv) {
 }
 
 static const struct action actions[] = {
-    {"md5", "[FILE...]", "prints MD5 digests, which md5sum -c can check", NULL,
-     "talvera sum md5 firmware.bin", run_md5},
-    {"crc32", "[FILE...]", "prints the CRC-32 of Ethernet and gzip", NULL,
-     "talvera sum crc32 firmware.bin", run_crc32},
+    {"md5", "[FILE...]", "prints MD5 digests, which md5sum -c can check", NULL, "firmware.bin",
+     run_md5},
+    {"crc32", "[FILE...]", "prints the CRC-32 of Ethernet and gzip", NULL, "firmware.bin",
+     run_crc32},
     {"crc32-be", "[FILE...]", "prints the CRC-32 of bzip2, most significant bit first", NULL,
-     "talvera sum crc32-be firmware.bin", run_crc32_be},
-    {"crc16", "[FILE...]", "prints the CRC-16 of PPP frames", NULL, "talvera sum crc16 frame",
-     run_crc16},
+     "firmware.bin", run_crc32_be},
+    {"crc16", "[FILE...]", "prints the CRC-16 of PPP frames", NULL, "frame", run_crc16},
     {"crc16-be", "[FILE...]", "prints the CRC-16 of XMODEM, most significant bit first", NULL,
-     "talvera sum crc16-be block", run_crc16_be},
-    {"crc8", "[FILE...]", "prints the CRC-8 of DVB-S2", NULL, "talvera sum crc8 header", run_crc8},
+     "block", run_crc16_be},
+    {"crc8", "[FILE...]", "prints the CRC-8 of DVB-S2", NULL, "header", run_crc8},
     {0},
 };
 

@@ -21,10 +21,9 @@ static int run_set(int argc, char **argv) {
 }
 
 static const struct action actions[] = {
-    {"get", "PATH", "prints the first line of an attribute", NULL,
-     "talvera sysfs get /sys/class/net/lo/mtu", run_get},
-    {"set", "PATH VALUE", "writes an attribute", NULL,
-     "talvera sysfs set /sys/class/net/lo/mtu 1500", run_set},
+    {"get", "PATH", "prints the first line of an attribute", NULL, "/sys/class/net/lo/mtu",
+     run_get},
+    {"set", "PATH VALUE", "writes an attribute", NULL, "/sys/class/net/lo/mtu 1500", run_set},
     {0},
 };
 

@@ -1,5 +1,4 @@
 /* talvera text: encodings, and what the scanners make of a line. */
-#include <limits.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -82,12 +81,10 @@ static int encode_entities(struct bytes *input) {
   return DONE;
 }
 
-/* Runs a conversion on a file that is small enough for the library's lengths. */
 static int convert(const char *path, int (*conversion)(struct bytes *)) {
   struct bytes input = {0};
   int status = read_input(path, &input);
 
-  if (status == DONE && input.length > INT_MAX / 6) status = refused("the input is too long");
   if (status == DONE) status = conversion(&input);
   release(&input);
   return status;
@@ -99,7 +96,11 @@ static int run_base64(int argc, char **argv) {
 }
 
 static int run_hex(int argc, char **argv) {
+  const char *delimiter = option("--delimiter");
+
   (void)argc;
+  if (delimiter != NULL && strlen(delimiter) != 1)
+    return misused("--delimiter: %s is not one character", delimiter);
   return convert(argv[0], option("--decode") != NULL ? decode_hex : encode_hex);
 }
 
@@ -261,7 +262,8 @@ static int run_ports(int argc, char **argv) {
   int low, high;
 
   (void)argc;
-  if (str_to_port_range(argv[0], &low, &high) != 0) {
+  if (*argv[0] == '\0' || str_to_port_range(argv[0], &low, &high) != 0 || low < 0 ||
+      high > UINT16_MAX) {
     return refused("%s is neither a port nor two in ascending order", argv[0]);
   }
   record_begin();
@@ -273,29 +275,29 @@ static int run_ports(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"base64", "[--decode] [FILE]", "encodes a file as Base64, on one line, or decodes it",
-     "Decoding skips what is not of the alphabet, such as line ends.",
+     DETAILS("Decoding skips what is not of the alphabet, such as line ends."),
      "printf admin:secret | talvera text base64", run_base64},
     {"hex", "[--decode] [--delimiter CHARACTER] [FILE]",
      "encodes a file as hexadecimal digits, or decodes it",
-     "--delimiter\tstands between the bytes; decoding skips it, and white space",
+     DETAILS("--delimiter\tstands between the bytes; decoding skips it, and white space"),
      "head -c 6 /dev/urandom | talvera text hex --delimiter :", run_hex},
     {"entities", "[FILE]", "escapes text for HTML, in content and in attributes", NULL,
      "echo '<b>' | talvera text entities", run_entities},
     {"scan", "[--json] LINE [KIND...]", "takes values from a line, one after the other",
-     "Without kinds, each word is said to be an address, an integer or a word.\n"
-     "ip\tan IPv4 address\n"
-     "mac\ta MAC address\n"
-     "integer\ta decimal number of 32 bits, with or without a sign\n"
-     "number\tan unsigned decimal number\n"
-     "hex\ta hexadecimal number, shown in decimal\n"
-     "word\tcharacters up to a blank\n"
-     "string\tthe same, with quotes, and escapes such as ^\" and ^x0a",
-     "talvera text scan 'timeout 0x1e' word hex", run_scan},
+     DETAILS("Without kinds, each word is said to be an address, an integer or a word.\n"
+             "ip\tan IPv4 address\n"
+             "mac\ta MAC address\n"
+             "integer\ta decimal number of 32 bits, with or without a sign\n"
+             "number\tan unsigned decimal number\n"
+             "hex\ta hexadecimal number, shown in decimal\n"
+             "word\tcharacters up to a blank\n"
+             "string\tthe same, with quotes, and escapes such as ^\" and ^x0a"),
+     "'timeout 0x1e' word hex", run_scan},
     {"split", "[--json] [--delimiters SET] LINE", "splits a line into words, 20 at most",
-     "Without delimiters, words end at white space, and quotes keep them together.",
-     "talvera text split 'forward \"two words\"'", run_split},
+     DETAILS("Without delimiters, words end at white space, and quotes keep them together."),
+     "'forward \"two words\"'", run_split},
     {"ports", "[--json] TEXT", "reads a port or a range of ports, such as 1000+2000", NULL,
-     "talvera text ports '6000 6063'", run_ports},
+     "'6000 6063'", run_ports},
     {0},
 };
 

@@ -29,12 +29,21 @@ struct action {
    * arguments: `NAME`, `[NAME]`, and as the last one `NAME...` or `[NAME...]`. */
   const char *synopsis;
   const char *summary; /* one line, in lower case and without a full stop */
-  /* Paragraphs, one a line, or null. `TERM\ttext` is an entry of a list, such as an option. */
+  /* DETAILS(...): paragraphs, one a line, or null. `TERM\ttext` is an entry of a list, such as an
+   * option. */
   const char *details;
-  const char *example; /* a command line */
+  /* The arguments of an example; or all of a command line that is more than this action. */
+  const char *example;
   /* Called with the arguments that are left when the options are taken out; argv[argc] is null. */
   int (*run)(int argc, char **argv);
 };
+
+/* A build for a small device leaves them to the man page. */
+#ifdef TALVERA_TOOL_TERSE
+#define DETAILS(text) NULL
+#else
+#define DETAILS(text) text
+#endif
 
 struct group {
   const char *name;
@@ -122,7 +131,8 @@ void wipe(void *data, size_t length);
 
 /* Opens a file to read; "-" and null are standard input. -1 with a message. */
 int open_input(const char *path);
-/* Reads all of a file, as open_input() opens it. Returns DONE, or FAILED with a message. */
+/* Reads all of a file, as open_input() opens it, but no more than the library's conversions can
+ * take with room for six times as many. Returns DONE, or FAILED with a message. */
 int read_input(const char *path, struct bytes *bytes);
 /* The same of a file that must have so many bytes. */
 int read_sized_input(const char *path, size_t min, size_t max, struct bytes *bytes);

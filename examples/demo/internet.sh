@@ -1,17 +1,17 @@
 # The firewall at work: a host outside and one inside, each a network namespace with an address and a cable.
 
-# host NAME INTERFACE GATEWAY-ADDRESS ADDRESS: its namespace is held by the process $holder
+# host INTERFACE GATEWAY-ADDRESS ADDRESS: its namespace is held by the process $holder
 host() {
   unshare -n sleep 600 &
   holder=$!
   background="$background $holder"
   while [ "$(readlink "/proc/$holder/ns/net")" = "$(readlink "/proc/$$/ns/net")" ]; do sleep 0.1; done
-  ip link add "$2" type veth peer name "$1"
-  ip address add "$3/24" dev "$2"
-  ip link set "$2" up
-  ip link set "$1" netns "$holder"
-  nsenter -t "$holder" -n ip address add "$4/24" dev "$1"
-  nsenter -t "$holder" -n ip link set "$1" up
+  ip link add "$1" type veth # the other end is veth0: not every ip can name it
+  ip address add "$2/24" dev "$1"
+  ip link set "$1" up
+  ip link set veth0 netns "$holder"
+  nsenter -t "$holder" -n ip address add "$3/24" dev veth0
+  nsenter -t "$holder" -n ip link set veth0 up
 }
 
 # The web server greets each caller by the address that it sees.
@@ -42,9 +42,9 @@ from_outside() {
 
 # == What the internet sees (root)
 
-host outside wan0 203.0.113.1 203.0.113.50
+host wan0 203.0.113.1 203.0.113.50
 outside=$holder
-host inside lan0 192.168.1.1 192.168.1.10
+host lan0 192.168.1.1 192.168.1.10
 inside=$holder
 nsenter -t "$inside" -n ip route add default via 192.168.1.1
 serve

@@ -68,9 +68,8 @@ long netscape(Fixture &fixture) {
 
 long converted(Fixture &fixture) {
   const int result = SSL_cert_der2pem(kDer, fixture.fresh.c_str());
-  return result == 0 && quietly([&] { return read_file(fixture.fresh); }).size() != 1273
-             ? kWrong
-             : result;
+  return result == 0 && quietly([&] { return read_file(fixture.fresh); }).size() != 1273 ? kWrong
+                                                                                         : result;
 }
 
 long content(Fixture &fixture) {

@@ -1,11 +1,10 @@
-// Secrets in freed memory: rows that watch for them.
-#include <cstdlib>
-#include <utility>
-
-#include "runner/bind.h"
-
+// Secrets in the memory that the library frees.
 #ifdef __SANITIZE_ADDRESS__
 #include <malloc.h>
+
+#include <cstdlib>
+
+#include "runner/bind.h"
 
 // Of the sanitizers' run-time library, for which GCC has no header.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *,
@@ -15,34 +14,29 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(con
 namespace talvera::test {
 namespace {
 
-constexpr std::size_t kSecretSize = 24;
-char secret[kSecretSize];
-bool watching = false;
+struct Secrets : Pinned {
+  ~Secrets() { all.clear(); }
+  static inline std::vector<std::string> all;
+};
 int freed = 0;
 
-void look_for_secret(const volatile void *block) {
+void look_for_secrets(const volatile void *block) {
   void *const bytes = const_cast<void *>(block);
-  if (watching && memmem(bytes, malloc_usable_size(bytes), secret, kSecretSize) != nullptr) ++freed;
+  if (!in_library()) return;
+  for (const std::string &secret : Secrets::all)
+    if (memmem(bytes, malloc_usable_size(bytes), secret.data(), secret.size()) != nullptr) ++freed;
 }
 
-// secret "<tmp>/file" 700: 24 bytes of a file, for which freed blocks are watched until the group's
-// end; "freed_secrets" tells how many blocks there were since it was asked last: one at first, to
-// show that they are seen.
-struct Watch {
-  Watch() { watching = true; }
-  ~Watch() { watching = false; }
-  Watch(const Watch &) = delete;
-  Watch &operator=(const Watch &) = delete;
-};
-DIRECTIVE(secret, [](Call &call, const std::string &path, std::size_t offset) {
+// secret b"bytes": "secrets_freed" tells in how many freed blocks they were since it was asked
+// last.
+DIRECTIVE(secret, [](Call &call) {
   static const int installed = __sanitizer_install_malloc_and_free_hooks(
-      [](const volatile void *, std::size_t) {}, look_for_secret);
-  const std::string content = read_file(path).substr(offset, kSecretSize);
-  if (installed == 0 || content.size() < kSecretSize) throw TableError("no secret");
-  content.copy(secret, kSecretSize);
-  call.session().state<Watch>();
+      [](const volatile void *, std::size_t) {}, look_for_secrets);
+  if (installed == 0) throw TableError("freed blocks cannot be looked at");
+  call.session().state<Secrets>().all.push_back(call.take().bytes);
 });
-DIRECTIVE(freed_secrets, [] { return std::exchange(freed, 0); });
+DIRECTIVE(secrets_freed, [] { return std::exchange(freed, 0); });
+BIND_AS(free_a_copy, [](const char *text) { std::free(strdup(text)); });
 
 }  // namespace
 }  // namespace talvera::test

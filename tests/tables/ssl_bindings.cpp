@@ -50,7 +50,7 @@ void empty_directory() {
 }
 
 // The folders that the library has in /var, gone with the group.
-struct Var {
+struct Var : Pinned {
   Var() {
     for (const char *path : {"/var/tmp", "/var/etc"})
       mkdir(path, 0777);
@@ -61,8 +61,6 @@ struct Var {
     rmdir(kVar);
     unlink(kDownloaded);
   }
-  Var(const Var &) = delete;
-  Var &operator=(const Var &) = delete;
 };
 // tls: an empty CA directory; a product variant, and network time.
 DIRECTIVE(tls, [](Call &call) {
@@ -117,7 +115,7 @@ void set_time(ASN1_TIME *time, const std::string &text) {
 
 // issue NAME WORD VALUE...: "<tmp>/NAME.pem" and "<tmp>/NAME.der", and "$NAME" as its bytes. Words
 // are attributes of the subject, dates (from, until), the name's issuer (by), who signs (stranger),
-// the digest (digest) and another name (alternative). It is the same, byte for byte, in every run.
+// the digest (digest) and extensions. It is the same, byte for byte, in every run.
 DIRECTIVE(issue, [](Call &call, const std::string &name) {
   X509 *const made = X509_new();
   X509 *issuer = decoded(read_file(kProduct + "/06-brio.der"));
@@ -144,11 +142,11 @@ DIRECTIVE(issue, [](Call &call, const std::string &name) {
       signer = other;
     } else if (word == "digest") {
       digest = value == "md5" ? EVP_md5() : EVP_sha1();
-    } else if (word == "alternative") {
-      X509_EXTENSION *const names =
-          X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, value.data());
-      X509_add_ext(made, names, -1);
-      X509_EXTENSION_free(names);
+    } else if (word == "subjectAltName" || word == "basicConstraints") {
+      const int nid = OBJ_sn2nid(word.c_str());
+      X509_EXTENSION *const extension = X509V3_EXT_conf_nid(nullptr, nullptr, nid, value.data());
+      X509_add_ext(made, extension, -1);
+      X509_EXTENSION_free(extension);
     } else {
       X509_NAME_add_entry_by_txt(subject, word.c_str(), V_ASN1_UTF8STRING,
                                  reinterpret_cast<const unsigned char *>(value.data()),
@@ -224,12 +222,10 @@ BIND_AS(uc_get_notafter, [](const unsigned char *der, long length, char *buffer,
   return date(uc_get_notafter, der, length, buffer, size);
 });
 
-BIND_AS(uc_get_cert_data_from_file, [](const char *folder, const char *name) {
-  auto *data = reinterpret_cast<unsigned char *>(0x10);
-  const int size = uc_get_cert_data_from_file(&data, folder, name);
-  const std::string bytes(reinterpret_cast<char *>(data), size > 0 ? size : 0);
-  std::free(data);
-  return std::to_string(size) + ' ' + (data == nullptr ? "null" : quoted(bytes));
+BIND_AS(uc_get_cert_data_from_file, [](HandedOut<true> &to, const char *folder, const char *name) {
+  const int size = uc_get_cert_data_from_file(&to.data, folder, name);
+  to.length = static_cast<unsigned>(size);
+  return size;
 });
 
 // ---- The error queue ----------------------------------------------------------------------------

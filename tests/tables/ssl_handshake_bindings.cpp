@@ -17,6 +17,7 @@
 
 #include "runner/bind.h"
 #include "support/openssl_names.h"
+#include "support/system_calls.h"
 #include "talvera/ssl.h"
 
 namespace talvera::test {
@@ -48,16 +49,12 @@ extern "C" int select(int count, fd_set *in, fd_set *out, fd_set *other, timeval
   record("select %s%s%s %ld.%06ld %s", FD_ISSET(fd, in) ? "r" : "", FD_ISSET(fd, out) ? "w" : "",
          FD_ISSET(fd, other) ? "e" : "", static_cast<long>(timeout->tv_sec),
          static_cast<long>(timeout->tv_usec), is_blocking(fd) ? "blocking" : "non-blocking");
-  const timeval before = *timeout;
-  timeout->tv_sec = -1;
-  const int result = intercept<int>("select", [=] {
-    *timeout = before;
-    return next(count, in, out, other, timeout);
-  });
-  if (timeout->tv_sec >= 0) return result;
-  *timeout = {before.tv_sec - 7, before.tv_usec};
-  if (result < 2) FD_ZERO(other);
-  return result;
+  const Outcome outcome = outcome_of("select");
+  if (outcome.kind == Outcome::kFailure) return -1;
+  if (outcome.kind != Outcome::kResult) return next(count, in, out, other, timeout);
+  timeout->tv_sec -= 7;
+  if (outcome.value < 2) FD_ZERO(other);
+  return static_cast<int>(outcome.value);
 }
 
 extern "C" int clock_gettime(clockid_t clock, timespec *now) noexcept {
@@ -100,7 +97,7 @@ DIRECTIVE(clock_speed, [](Call &call, long speed) {
 });
 
 // One end of a connection; at the other a child process that does something.
-class Peer {
+class Peer : Pinned {
  public:
   template <typename Serve>
   Peer(int type, Serve serve) {
@@ -120,8 +117,6 @@ class Peer {
     kill(child_, SIGKILL);
     waitpid(child_, nullptr, 0);
   }
-  Peer(const Peer &) = delete;
-  Peer &operator=(const Peer &) = delete;
   [[nodiscard]] int fd() const { return ends_[0]; }
 
  private:
@@ -227,9 +222,9 @@ void attach(SSL *ssl, int fd, int version) {
   SSL_set_bio(ssl, datagrams, datagrams);
 }
 
-// Serves with a certificate, or, without one, anonymously; with all that is old. It asks for the
-// client's certificate, signed with SHA-512 if possible, sends it back and goes without a word.
-void serve(int fd, const std::string &chain, int version) {
+// A server with a certificate, or, without one, an anonymous one; with all that is old. It asks for
+// the client's certificate, signed with SHA-512 if possible.
+SSL_CTX *server_context(const std::string &chain, int version) {
   SSL_CTX *const context = SSL_CTX_new(server_method(version));
   // The strict configuration is there for the client alone.
   SSL_CTX_set_security_level(context, 0);
@@ -240,8 +235,15 @@ void serve(int fd, const std::string &chain, int version) {
   SSL_CTX_use_certificate_chain_file(context, chain.c_str());
   SSL_CTX_use_PrivateKey_file(context, TALVERA_STAND_INS "/06-brio.key.pem", SSL_FILETYPE_PEM);
   SSL_CTX_set1_client_sigalgs_list(context, "RSA+SHA512:RSA+SHA384:RSA+SHA256:RSA+SHA1");
+  SSL_CTX_set_session_id_context(context, reinterpret_cast<const unsigned char *>("table"), 5);
   const int asks = chain.empty() ? SSL_VERIFY_NONE : SSL_VERIFY_PEER;
   SSL_CTX_set_verify(context, asks, [](int, X509_STORE_CTX *) { return 1; });
+  ERR_clear_error();
+  return context;
+}
+
+// Sends the client's certificate back, and goes without a word.
+void serve(int fd, SSL_CTX *context, int version) {
   SSL *const ssl = SSL_new(context);
   attach(ssl, fd, version);
   if (SSL_accept(ssl) != 1) return;
@@ -253,15 +255,17 @@ void serve(int fd, const std::string &chain, int version) {
 }
 
 // A client of the library's context, connected to a server, or not.
-class Connection {
+class Connection : Pinned {
  public:
-  Connection(Call &call, const char *word, const std::string &certificate, int version)
-      : chain_(certificate.empty() ? "" : call.session().folder() / (certificate + ".pem")),
-        server_(version == DTLS1_VERSION ? SOCK_DGRAM : SOCK_STREAM,
-                [&](int fd) { serve(fd, chain_, version); }),
+  Connection(Call &call, const char *word, SSL_CTX *server, int version,
+             SSL_SESSION *session = nullptr, X509_STORE *store = nullptr)
+      : server_(version == DTLS1_VERSION ? SOCK_DGRAM : SOCK_STREAM,
+                [&](int fd) { serve(fd, server, version); }),
         context_(SSL_initialize(word)),
         ssl(SSL_new(context_)) {
     attach(ssl, server_.fd(), version);
+    if (session != nullptr) SSL_set_session(ssl, session);
+    if (store != nullptr) SSL_set1_verify_cert_store(ssl, store);
     is_open = SSL_Nblk_connect(ssl, server_.fd()) == 1;
     call.session().effects();  // are shown elsewhere
   }
@@ -270,8 +274,6 @@ class Connection {
     SSL_CTX_free(context_);
     ERR_clear_error();
   }
-  Connection(const Connection &) = delete;
-  Connection &operator=(const Connection &) = delete;
 
   // What the server sends, and how that ends.
   std::string received() {
@@ -287,7 +289,6 @@ class Connection {
   }
 
  private:
-  std::string chain_;
   Peer server_;
   SSL_CTX *context_;
 
@@ -296,16 +297,46 @@ class Connection {
   bool is_open;
 };
 
+std::string pem_of(Call &call, const std::string &certificate) {
+  return certificate.empty() ? "" : call.session().folder() / (certificate + ".pem");
+}
+
 // judge NAME "name": of a server with the certificate NAME, the judgement for another name.
+// "resumed" judges the session when it is resumed, "trusting NAME" with a store of the program's
+// own.
 BIND_AS(judge, [](Call &call, const std::string &certificate, const char *name) {
-  const Connection connection(call, "tls1.2", certificate, TLS1_2_VERSION);
-  if (!connection.is_open) throw TableError("no handshake");
-  return SSL_check_cert(connection.ssl, name);
+  SSL_CTX *const server = server_context(pem_of(call, certificate), TLS1_2_VERSION);
+  SSL_SESSION *session = nullptr;
+  X509_STORE *store = nullptr;
+  const std::string word = call.has_more() ? call.take().bytes : "";
+  if (word == "resumed") {
+    const Connection first(call, "tls1.2", server, TLS1_2_VERSION);
+    session = SSL_get1_session(first.ssl);
+    SSL_set_shutdown(first.ssl, SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);  // or it is void
+  } else if (word == "trusting") {
+    store = X509_STORE_new();
+    X509_LOOKUP *const file = X509_STORE_add_lookup(store, X509_LOOKUP_file());
+    X509_LOOKUP_load_file(file, pem_of(call, call.take().bytes).c_str(), X509_FILETYPE_PEM);
+  }
+  long result;
+  {
+    const Connection connection(call, "tls1.2", server, TLS1_2_VERSION, session, store);
+    if (!connection.is_open) throw TableError("no handshake");
+    if (SSL_session_reused(connection.ssl) != (session != nullptr ? 1 : 0))
+      throw TableError("not as it should be resumed");
+    result = SSL_check_cert(connection.ssl, name);
+  }
+  SSL_SESSION_free(session);
+  X509_STORE_free(store);
+  SSL_CTX_free(server);
+  return result;
 });
 // connect "tls1.1" TLS1_1_VERSION NAME: with a server of this version, what is spoken, and what the
 // server has got.
 BIND_AS(connect, [](Call &call, const char *word, int version, const std::string &certificate) {
-  Connection connection(call, word, certificate, version);
+  SSL_CTX *const server = server_context(pem_of(call, certificate), version);
+  Connection connection(call, word, server, version);
+  SSL_CTX_free(server);
   if (!connection.is_open) return std::string("refused");
   const std::string spoken = SSL_get_version(connection.ssl);
   return spoken + (version == DTLS1_VERSION ? "" : ' ' + connection.received());
