@@ -85,7 +85,8 @@ extern "C" void *calloc(std::size_t count, std::size_t size) noexcept {
 
 CALL(void *, mmap, (void *at, std::size_t size, int protection, int flags, int fd, off_t from),
      (at, size, protection, flags, fd, from), -1);
-CALL(int, munmap, (void *at, std::size_t size), (at, size), -1);
+CALL_AS(int, munmap, (void *at, std::size_t size), (at, size), -1,
+        [=] { return with_spoilt_errno(next(at, size)); });
 RECORDED(key_t, ftok, (const char *path, int project), (path, project), -1, "%s %d", path, project);
 RECORDED(int, shmget, (key_t key, std::size_t size, int flags), (key, size, flags), -1,
          "%#x %zu %#o", static_cast<unsigned>(key), size, static_cast<unsigned>(flags));
