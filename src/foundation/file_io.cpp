@@ -13,7 +13,7 @@
 
 namespace {
 
-// Moves exactly `length` bytes with `transfer` (read or write), which gets the bytes done so far.
+// Transfers exactly `length` bytes. `transfer` calls read() or write() given the bytes done so far.
 template <typename Transfer>
 int transfer_fully(unsigned int length, Transfer transfer) {
   unsigned int done = 0;
@@ -29,8 +29,7 @@ int transfer_fully(unsigned int length, Transfer transfer) {
   return static_cast<int>(done);
 }
 
-// Reads until `size` bytes are there. An early end of file is asked again: the file may be in the
-// middle of being rewritten.
+// Reads exactly `size` bytes. Retries at an early end of file: the file may be being rewritten.
 bool read_whole(int fd, unsigned char *buffer, std::size_t size) {
   for (std::size_t done = 0; done < size;) {
     const ssize_t got = ::read(fd, buffer + done, size - done);

@@ -11,9 +11,10 @@ namespace {
 constexpr char kRandom[] = "/dev/random";
 constexpr char kUrandom[] = "/dev/urandom";
 
-// A byte that cannot be read is deliberately 0xFF, what EOF is as a byte, and no failure.
+// A failed read deliberately stores 0xFF, which is EOF as a byte, and is not an error.
 int read_device(const char *device, void *buffer, std::size_t length) {
-  char drawn[64];  // a small buffer: little more entropy is drawn than is asked for
+  char drawn[64];  // small, so that little more entropy is drawn than requested entropy is drawn
+                   // than is asked for
   const talvera::FilePtr stream(std::fopen(device, "r"));
   if (stream == nullptr) return -1;
   std::setvbuf(stream.get(), drawn, _IOFBF, sizeof drawn);

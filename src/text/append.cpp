@@ -1,4 +1,5 @@
-// Building text: appenders that return the new end, filtering, letter case, the two-pass builder.
+// Building text: appending functions that return the new end, filtering, upper-casing, the two-pass
+// builder.
 #include <cctype>
 #include <cstring>
 
@@ -15,7 +16,7 @@ extern "C" void strfilt(char *dst, const char *src, const char *drop, int size) 
 }
 
 extern "C" char *str_cat(char *dst, const char *src) {
-  if (src == nullptr) return dst;  // deliberately not the end of the text
+  if (src == nullptr) return dst;  // intentionally not the end of the text
   return stpcpy(dst + std::strlen(dst), src);
 }
 TALVERA_ALIAS(strcatdest, str_cat);
@@ -26,7 +27,7 @@ extern "C" char *str_ncat(char *dst, const char *src, int n) {
   const std::size_t added = strnlen(src, limit - kept);
   std::memcpy(dst + kept, src, added);
   char *const end = dst + kept + added;
-  *end = '\0';  // cuts what was longer than the limit before
+  *end = '\0';  // truncates text that already exceeded the limit
   return end;
 }
 TALVERA_ALIAS(strncatdest, str_ncat);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// What a byte of encoded text means: a value below 64, or one of these.
+// Class of an encoded character: a value below 64, or one of these.
 constexpr std::uint8_t kPad = 64;
 constexpr std::uint8_t kSkipped = 65;
 
@@ -30,7 +30,7 @@ std::uint8_t symbol(char c) {
   return kSymbols[static_cast<std::uint8_t>(c)];
 }
 
-// Writes the four characters of a group of three bytes, which are the upper ones of `group`.
+// Encodes a group of three bytes, the upper ones of `group`, as four characters.
 void write_characters(std::uint32_t group, char *out) {
   out[0] = kAlphabet[group >> 26];
   out[1] = kAlphabet[group >> 20 & 63];
@@ -38,7 +38,8 @@ void write_characters(std::uint32_t group, char *out) {
   out[3] = kAlphabet[group >> 8 & 63];
 }
 
-// Decodes up to `groups` groups of four characters, while they are values all; returns how many.
+// Decodes up to `groups` groups of four characters, stopping at one with padding or a skipped
+// character; returns the number decoded.
 std::size_t decode_values(const char *in, std::size_t groups, unsigned char *out) {
   for (std::size_t done = 0; done < groups; ++done, in += 4, out += 3) {
     const std::uint32_t a = symbol(in[0]);
@@ -62,8 +63,8 @@ class Decoder {
   [[nodiscard]] std::size_t written() const { return written_; }
   [[nodiscard]] bool is_complete() const { return collected_ == 0; }
 
-  // Takes groups of values at the start of `in`, while they go out whole; returns the characters
-  // taken.
+  // Decodes leading whole groups without padding or skipped characters; returns the number of
+  // characters consumed.
   std::size_t take_whole_groups(const char *in, std::size_t length) {
     if (collected_ != 0 || bytes_per_group_ != 3) return 0;
     const std::size_t groups =
@@ -72,7 +73,7 @@ class Decoder {
     return 4 * groups;
   }
 
-  // Takes a value or a pad; false when it completes a group that does not fit.
+  // Adds a value or a pad; false when it completes a group that does not fit.
   bool take(std::uint8_t value) {
     if (value == kPad) {
       value = 0;
@@ -91,9 +92,9 @@ class Decoder {
   unsigned char *out_;
   std::size_t capacity_;
   std::size_t written_ = 0;
-  std::uint32_t group_ = 0;       // the lower 24 bits count
-  unsigned collected_ = 0;        // symbols in it
-  unsigned bytes_per_group_ = 3;  // lowered by each pad, deliberately for the groups behind it too
+  std::uint32_t group_ = 0;       // symbols collected so far, in the lower 24 bits
+  unsigned collected_ = 0;        // number of symbols in group_
+  unsigned bytes_per_group_ = 3;  // reduced by each pad, intentionally for all later groups too
 };
 
 }  // namespace

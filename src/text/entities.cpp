@@ -1,4 +1,4 @@
-// Hexadecimal character references for what is dangerous in markup.
+// Hexadecimal character references for characters that are dangerous in markup.
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kReferenceSize = 6;  // "&#x3c;"
 
-// A bit for each dangerous character, counted from the first of them.
+// One bit per dangerous character, counted from the first.
 constexpr std::uint32_t kDangerous = [] {
   std::uint32_t set = 0;
   for (const char c : {'<', '>', '/', '"', '\'', '&'})

@@ -1,4 +1,4 @@
-// Hexadecimal digits and the hexadecimal text of bytes.
+// Values of hexadecimal digits, and bytes as hexadecimal text.
 #include "internal/alias.h"
 #include "internal/ascii.h"
 #include "talvera/strutil.h"
@@ -20,7 +20,7 @@ extern "C" void GN_HexToString(const unsigned char *in, char *out, char delim, i
   if (digits > 0 && digits % 2 != 0) {
     *out++ = kHexDigits[*in >> 4];
   } else if (delim != '\0' && out != start) {
-    --out;  // the delimiter after the last byte
+    --out;  // no delimiter after the last byte
   }
   *out = '\0';
 }

@@ -1,4 +1,4 @@
-// Numbers within bounds, port ranges and ATM virtual circuits.
+// Range-checked numbers, port ranges and ATM virtual circuits.
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -17,8 +17,8 @@ using talvera::parse_integer32;
 constexpr std::size_t kPortRangeSize = sizeof "65535-65535";
 constexpr std::size_t kCircuitListSize = 80;
 
-// Reads "number/number", white space before each number and anything behind. The first is stored
-// even when the second fails.
+// Parses "number/number"; allows white space before each number and any text after them. The first
+// number is stored even if the second is missing.
 bool parse_circuit(const char *word, int *vpi, int *vci) {
   const Integer32 path = parse_integer32(word, 10);
   if (path.end == word) return false;

@@ -1,4 +1,4 @@
-// Printers of values into callers' buffers, and heap strings that replace each other.
+// Formatting of values into callers' buffers, and replacement of heap strings.
 #include <arpa/inet.h>
 
 #include <cstdint>
@@ -14,9 +14,9 @@ namespace {
 constexpr std::size_t kAddressSize = 20;
 constexpr std::size_t kTimeSize = 64;
 constexpr std::size_t kDateSize = 80;
-constexpr std::size_t kLongSize = 24;  // the text of any long, also of 64 bits
+constexpr std::size_t kLongSize = 24;  // any long, even with 64 bits
 
-// What does not fit, or has no calendar date, leaves an empty string.
+// Leaves an empty string for a time that does not fit the buffer or has no calendar date.
 __attribute__((format(strftime, 3, 0))) std::size_t print_time(char *buffer, std::size_t size,
                                                                const char *format,
                                                                std::time_t time) {
@@ -41,7 +41,7 @@ extern "C" char *p_ipad(char *buffer, in_addr_t address) {
   return buffer;
 }
 
-// Deliberately unsigned: a negative number shows as its 32-bit pattern.
+// Intentionally unsigned: a negative number prints as its 32-bit pattern.
 extern "C" char *p_int(char *buffer, unsigned int value) {
   std::sprintf(buffer, "%u", value);
   return buffer;
@@ -54,7 +54,7 @@ extern "C" const char *p_time(char *buffer, time_t time) {
 }
 
 extern "C" char *p_secs(char *buffer, unsigned long seconds, long microseconds) {
-  // 32 bits, as on the target, so that a negative number shows the same everywhere.
+  // 32 bits as on the target, so that a negative number prints the same everywhere.
   const auto milliseconds = static_cast<std::uint32_t>(microseconds / 1000);
   std::sprintf(buffer, "%lu.%.3lu seconds", seconds, static_cast<unsigned long>(milliseconds));
   return buffer;
@@ -81,7 +81,7 @@ extern "C" char *mkstr_ulong(char **slot, unsigned long value) {
 }
 
 extern "C" char *mkstr_string(char **slot, const char *text) {
-  // The copy comes first: the text may lie in the string that goes.
+  // Copied first: `text` may be part of the string to be freed.
   char *copy = text != nullptr ? strdup(text) : nullptr;
   std::free(*slot);
   *slot = copy;
