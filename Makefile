@@ -1,38 +1,39 @@
-# The front door: CMake presets and scripts/ are behind it. JOBS limits parallel compilers.
+# The entry points; CMake presets and scripts/ do the work. JOBS limits parallel compilers.
 
 .PHONY: help setup demo examples test check mips-test cross-test bench lint faults fuzz format docs deb install \
-	uninstall clean target-toolchain target-board target-test target-lab board demo-board footprint \
+	uninstall clean target-toolchain target-board target-test target-lab target-bench board demo-board footprint \
 	openssl-1.0 openssl-1.1
 
 help:
 	@echo "make setup           install the packages that everything below needs (scripts/setup for parts)"
-	@echo "make demo            a gateway's first boot, in a sandbox that changes nothing of this machine"
-	@echo "make examples        the example programs in C at work, in the same sandbox"
+	@echo "make demo            show a gateway's first boot, in a sandbox that changes nothing on this machine"
+	@echo "make examples        run the example programs in C, in the same sandbox"
 	@echo "make test            build with sanitizers and run every test"
-	@echo "make check           exported symbols, dependencies, edges, ABI, headers in C99 and C++17, manual"
-	@echo "make openssl-1.0     the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
-	@echo "make mips-test       unit tests and tables as a 32-bit big-endian MIPS build under qemu-mips"
-	@echo "make cross-test      the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
-	@echo "make target-test     the same with the product's libc, uClibc"
-	@echo "make target-lab      library, tests and examples on an emulated board with its own kernel"
-	@echo "make board           a gateway on the desk: that board's shell, with talvera; make demo-board: the story there"
-	@echo "make footprint       what the library weighs there, against its budget"
-	@echo "make bench           the library beside its yardsticks, in one table with the aims"
-	@echo "make lint            formatting and static analysis"
-	@echo "make format          clang-format over all sources"
-	@echo "make faults          every family's ordinary use with each allocation and system call failing"
-	@echo "make fuzz            every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
-	@echo "make docs            the reference manual: build/docs/html, man pages in build/docs/man"
-	@echo "make deb             Debian packages for run time, development and manual, in build/packages"
-	@echo "make install         release build and manual, to PREFIX (/usr/local) below DESTDIR"
-	@echo "make uninstall       removes what install installed; same PREFIX and DESTDIR"
-	@echo "make clean           removes all builds and the manual"
+	@echo "make check           check exported symbols, dependencies, edges, ABI, headers and manual"
+	@echo "make openssl-1.0     run the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
+	@echo "make mips-test       run unit tests and tables as 32-bit big-endian MIPS under qemu-mips"
+	@echo "make cross-test      run the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
+	@echo "make target-test     run the tests of mips-test with the product's libc, uClibc"
+	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"
+	@echo "make board           start that board with talvera in its shell; make demo-board: the story of the demo there"
+	@echo "make target-bench    count the instructions of each operation there, against yardstick and budget"
+	@echo "make footprint       measure the library's size on the target, against its budget"
+	@echo "make bench           measure the library against its yardsticks, in one table with the aims"
+	@echo "make lint            check formatting and run static analysis"
+	@echo "make format          run clang-format over all sources"
+	@echo "make faults          run every family with each allocation and system call failing in turn"
+	@echo "make fuzz            run every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
+	@echo "make docs            build the reference manual: build/docs/html, man pages in build/docs/man"
+	@echo "make deb             build Debian packages in build/packages"
+	@echo "make install         install release build and manual to PREFIX (/usr/local) below DESTDIR"
+	@echo "make uninstall       uninstall them; same PREFIX and DESTDIR"
+	@echo "make clean           remove all builds and the manual"
 
-# Installs what every target below needs; `scripts/setup PROFILE` installs for one of them.
+# Installs what all targets below need; `scripts/setup PROFILE` installs for one of them.
 setup:
 	@scripts/setup
 
-# The two that a new user types first install what they lack. All others say what is missing.
+# The two commands that a new user runs first install what they lack; all others list what is missing.
 demo:
 	@scripts/setup demo
 	@scripts/build release
@@ -54,7 +55,7 @@ check:
 	scripts/check-architecture build/release
 	scripts/check-abi
 	scripts/check-headers
-	scripts/check-manual
+	scripts/check-manual build/release
 
 openssl-1.0 openssl-1.1:
 	@scripts/setup --check test
@@ -71,7 +72,7 @@ cross-test:
 	@host/sandbox true
 	@scripts/cross-test
 
-# The product's kind of machine. Toolchain, kernel and tools are built once, into a cache (see target/).
+# The product's machine. Toolchain, kernel and tools are built once, into a cache (see target/).
 target-toolchain:
 	target/toolchain
 
@@ -83,6 +84,9 @@ target-test:
 
 target-lab:
 	target/lab
+
+target-bench:
+	target/bench
 
 board:
 	@target/lab shell

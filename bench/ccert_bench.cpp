@@ -1,4 +1,4 @@
-// Loading the certificate blob, with the number of mounts (each read of the file is one), beside as
+// Loading the certificate blob, with the number of mounts (one per read of the file), against as
 // many bare accesses to the same file. The mount is a function call here.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -37,7 +37,7 @@ constexpr unsigned char kBlob[] = {0x0E, 0x0C, 0x0A, 0x08, 2, 4, 6, 7, 0, 0, 0x0
                                    0,    0,    0x03, 0x70, 0, 0, 0, 2, 0, 0, 0,    0};
 constexpr std::size_t kBlobSize = sizeof kBlob + 880;
 
-// Writes a manufacturing file with a blob in one slot; needs the sandbox, where "/mfg" can be made.
+// Writes a manufacturing file with a blob in one slot; needs the sandbox to create "/mfg".
 bool make_mfg_file(int slot) {
   if (std::system("mkdir -p /mfg") != 0) return false;
   FILE *file = std::fopen(kPath, "wb");

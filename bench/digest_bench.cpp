@@ -1,5 +1,5 @@
-// CRCs beside a plain table loop and zlib's, which takes larger tables or several bytes at a time;
-// MD5 beside OpenSSL's.
+// CRCs against a plain table loop and zlib's, which uses larger tables or several bytes at a time;
+// MD5 against OpenSSL's.
 #include <benchmark/benchmark.h>
 #include <openssl/md5.h>
 #include <zlib.h>
@@ -22,7 +22,7 @@ void over(benchmark::State &state, Digest digest) {
   state.SetBytesProcessed(state.iterations() * size);
 }
 
-// The table loops that one would write without the library.
+// The table loops that a program would have without the library.
 template <typename Word, bool kMsbFirst>
 class PlainTable {
  public:

@@ -1,5 +1,5 @@
-// Rendering of rules beside one snprintf that composes the same line, and the allocations that
-// making and freeing a rule takes.
+// Rendering of rules against one snprintf of the same line, and the allocations for making and
+// freeing a rule.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -63,7 +63,7 @@ void render_dnat(benchmark::State &state) {
 }
 BENCHMARK(render_dnat);
 
-// The texts come from memory, as a rule's do.
+// The texts come from memory, like those of a rule.
 const char *volatile texts[] = {
     "nat",  "A",    "PREROUTING",    "p",     "tcp",     "--dport",
     "80",   "d",    "10.0.0.1",      "state", "--state", "NEW,ESTABLISHED,RELATED",

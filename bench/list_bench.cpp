@@ -1,4 +1,4 @@
-// Lists beside std::list<void *> and GLib's GQueue.
+// Lists against std::list<void *> and GLib's GQueue.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 using StdList = std::list<void *>;
 
-// The same few operations on each kind of list.
+// The same operations on each kind of list.
 class Ours {
  public:
   Ours() { list_init(&list_); }
@@ -117,7 +117,7 @@ BENCHMARK(prepend_fetch<Ours>);
 BENCHMARK(prepend_fetch<Standard>);
 BENCHMARK(prepend_fetch<GLibQueue>);
 
-// Takes from the head and appends again, as a work queue does; no more than four elements are out.
+// Takes from the head and appends again, as a work queue does; at most four elements are out.
 template <typename List>
 void cycle_within_the_spares(benchmark::State &state) {
   List list;
@@ -154,7 +154,7 @@ BENCHMARK(iterate<Ours>);
 BENCHMARK(iterate<Standard>);
 BENCHMARK(iterate<GLibQueue>);
 
-// Steps from the ends are up to half of the list, with the middle up to a quarter.
+// A position is up to half of the list away from an end, and up to a quarter from ends and middle.
 template <typename List>
 void get_at_random_positions(benchmark::State &state) {
   List list;

@@ -1,5 +1,5 @@
-// The info record beside bare open, read and close of the same file. The mount is a function call
-// here, so that what is measured is the library's own work.
+// The info record against bare open, read and close of the same file. The mount is a function call
+// here, so that only the library's own work is measured.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -24,7 +24,7 @@ namespace {
 
 constexpr char kPath[] = "/mfg/mfg.dat";
 
-// Writes an erased manufacturing file; needs the sandbox, where "/mfg" can be made.
+// Writes an erased manufacturing file; needs the sandbox to create "/mfg".
 bool make_mfg_file() {
   if (std::system("mkdir -p /mfg") != 0) return false;
   FILE *file = std::fopen(kPath, "wb");

@@ -1,5 +1,5 @@
-// Dispatch of logged packets beside a bare walk of the same messages, traceroute's hops beside the
-// bare reading of their lines, and address arithmetic beside the conversion of its texts alone.
+// Dispatch of logged packets against a bare walk of the same messages, parsing of traceroute's hops
+// against reading their lines, and address arithmetic against the conversion of its texts.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <linux/netfilter/nfnetlink_log.h>
@@ -72,7 +72,7 @@ void dispatch_64_packets(benchmark::State &state) {
 }
 BENCHMARK(dispatch_64_packets);
 
-// The same table of attributes for each message, with no handler to call.
+// Builds the same attribute table for each message, without calling a handler.
 void bare_walk_64_packets(benchmark::State &state) {
   const std::string messages = logged_packets();
   unsigned sum = 0;

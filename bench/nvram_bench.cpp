@@ -1,5 +1,5 @@
-// Look-ups among 250 pairs of the configuration store beside getenv() and std::unordered_map, and
-// what the two shmctl() calls of a look-up in an attached segment cost.
+// Look-ups among 250 pairs of the configuration store against getenv() and std::unordered_map, and
+// the cost of the two shmctl() calls of a look-up in an attached segment.
 #include <benchmark/benchmark.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -18,7 +18,7 @@ namespace {
 constexpr int kPairs = 250;
 constexpr char kAbsent[] = "wan.pppoe.session.absent";
 
-// Names of the kind and length that a gateway has.
+// Names like those of a gateway.
 std::vector<std::string> names() {
   static constexpr const char *kPrefixes[] = {"wan.ifname.", "lan.dhcp.lease.", "wl.ssid.",
                                               "system.firmware.", "fw.pinhole.rule."};
@@ -39,7 +39,7 @@ void look_up(benchmark::State &state, bool present, Lookup lookup) {
   }
 }
 
-// The pairs in memory of the process's own, without locks.
+// The pairs in private memory, without locks.
 void fill_private_table() {
   static std::vector<char> memory(NVRAM_SEGMENT_SIZE);
   nvram_shmid = -1;

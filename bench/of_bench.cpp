@@ -1,4 +1,4 @@
-// The pass over an ordered folder of 100, 1,000 and 10,000 files, beside the mere listing of them.
+// Synchronising an ordered folder of 100, 1,000 and 10,000 files, against only listing them.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -18,7 +18,7 @@ int is_photo(const char *name) {
   return std::strcmp(name, kDatabase) != 0 ? 1 : 0;
 }
 
-// A folder of photos whose database has them in an order of the user's own.
+// A folder of photos whose database has them in the user's order.
 class Folder {
  public:
   explicit Folder(int photos) : photos_(photos) {

@@ -1,5 +1,5 @@
-// Processes and queues beside the bare calls: a command beside system(), a search beside pidof, a
-// message there and back beside sendto() and recvfrom() on the same kind of socket.
+// Processes and queues against the bare calls: a command against system(), a search against pidof,
+// a message sent and received against sendto() and recvfrom() on the same kind of socket.
 #include <benchmark/benchmark.h>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -46,7 +46,7 @@ void bare_pidof(benchmark::State &state) {
 }
 BENCHMARK(bare_pidof)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
-// A queue in a directory of its own, and a sender's handle to it.
+// A queue in its own directory, and a sender's handle to it.
 class Queue {
  public:
   Queue() {

@@ -1,4 +1,4 @@
-// A client context and a full handshake beside the same steps written with bare OpenSSL calls.
+// A client context and a full handshake against the same steps with bare OpenSSL calls.
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -33,7 +33,7 @@ void require(bool condition) {
   if (!condition) std::abort();
 }
 
-// The machine's own trusted roots, a hundred and more, would drown what is measured.
+// The machine's own trusted roots, more than a hundred, would dominate the measurement.
 [[maybe_unused]] const int no_machine_roots = setenv("SSL_CERT_FILE", "/nowhere", 1);
 
 // The roots that the library installs.
@@ -95,7 +95,7 @@ void bare_openssl_initialize(benchmark::State &state) {
 }
 BENCHMARK(bare_openssl_initialize)->Unit(benchmark::kMicrosecond);
 
-// A server at the other end of a pair of sockets: one handshake after the other.
+// A server at the other end of a socket pair, which runs handshakes one by one.
 class Server {
  public:
   Server() {

@@ -1,4 +1,4 @@
-// String routines beside the plain C way.
+// String functions against plain C.
 #include <benchmark/benchmark.h>
 #include <strings.h>
 

@@ -1,5 +1,5 @@
-// Text: splitting and number scanning beside strtok_r with strtoul, Base64 beside OpenSSL and GLib,
-// character references beside a plain loop.
+// Text: splitting and number scanning against strtok_r with strtoul, Base64 against OpenSSL and
+// GLib, character references against a plain loop.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 #include <openssl/evp.h>
@@ -18,7 +18,7 @@ void check(bool right) {
   if (!right) std::abort();
 }
 
-// A line of configuration numbers, and room for the copy that is cut.
+// A line of configuration numbers, and a buffer for the copy that is split.
 constexpr char kNumbers[] =
     "192 168 1 254\t8080 65535 1 2 3 4000000000\t17 42 1500 86400 3600 1024 4096 7 0 99";
 constexpr unsigned long kNumberSum = 4000171021;

@@ -1,4 +1,4 @@
-// Seconds and dates beside the C library's conversions.
+// Conversion of seconds and dates against the C library's.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kDates = 1024;
 
-// Seconds spread over 1970 to 2038, in no order that a branch predictor could learn.
+// Seconds from 1970 to 2038, in an order that a branch predictor cannot learn.
 std::array<std::int32_t, kDates> all_seconds() {
   std::array<std::int32_t, kDates> seconds;
   std::uint32_t state = 1;

@@ -1,4 +1,4 @@
-// File helpers beside the bare system calls, and beside cmp.
+// File functions against the bare system calls and cmp.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/wait.h>

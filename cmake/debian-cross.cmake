@@ -1,6 +1,6 @@
-# Cross build with one of Debian's compilers, named by -DTALVERA_TRIPLE=mips-linux-gnu or the like. Programs run
-# under user emulation, and in the sandbox: its /tmp in memory has directory offsets that fit a 32-bit
-# program's readdir().
+# Cross build with one of Debian's compilers, named by -DTALVERA_TRIPLE=mips-linux-gnu or similar. Programs run
+# under user emulation, in the sandbox: directory offsets of its in-memory /tmp fit a 32-bit program's
+# readdir().
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TALVERA_TRIPLE)
 find_program(TALVERA_CROSS_COMPILER ${TALVERA_TRIPLE}-g++)
 if(NOT TALVERA_TRIPLE OR NOT TALVERA_CROSS_COMPILER)

@@ -1,4 +1,4 @@
-# What is installed beside the libraries themselves: how CMake and pkg-config find them, examples, manual.
+# Installs the CMake package, the pkg-config files, the examples and the manual.
 include(CMakePackageConfigHelpers)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/talvera)
 configure_package_config_file(cmake/talvera-config.cmake.in talvera-config.cmake
@@ -10,8 +10,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/talvera-config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/talvera-config-version.cmake
   DESTINATION ${package_folder} COMPONENT development)
 
-# The files for pkg-config find the rest from their own place, so that they are right below any prefix and
-# in a root file system in the making.
+# The pkg-config files locate everything relative to themselves, so that they work below any prefix and in a staged
+# root file system.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_INCLUDEDIR})
   set(talvera_pc_includedir ${CMAKE_INSTALL_FULL_INCLUDEDIR})
   set(talvera_pc_libdir ${CMAKE_INSTALL_FULL_LIBDIR})
@@ -41,7 +41,7 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING)
     FILES_MATCHING PATTERN *.c PATTERN demo EXCLUDE PATTERN programs EXCLUDE)
   install(PROGRAMS examples/first_boot.sh DESTINATION ${TALVERA_EXAMPLES_DIR}
     COMPONENT development)
-  # The manual, where scripts/manual has built it.
+  # The manual, if scripts/manual has built it.
   install(DIRECTORY build/docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT manual OPTIONAL)
   install(DIRECTORY build/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT manual OPTIONAL)
 endif()

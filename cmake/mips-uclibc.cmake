@@ -1,4 +1,4 @@
-# Cross build for the product's own kind of machine: 32-bit big-endian MIPS Linux with uClibc. The
+# Cross build for the product's machine: 32-bit big-endian MIPS Linux with uClibc. The
 # toolchain comes from target/toolchain; the environment variable TALVERA_TOOLCHAIN names its folder.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR mips)

@@ -1,6 +1,6 @@
-# Finds OpenSSL, and sees that it is the target's when the build is a cross build.
+# Finds OpenSSL and, in a cross build, checks that it is the target's.
 if(TALVERA_OPENSSL_HEADERS)
-  # Inside a program, which has all functions: there is nothing to link with.
+  # OpenSSL is inside a program, which has all functions: nothing is linked.
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)
   set(OPENSSL_INCLUDE_DIR ${TALVERA_OPENSSL_HEADERS})
   add_library(OpenSSL::SSL INTERFACE IMPORTED)

@@ -1,4 +1,4 @@
-# Debian packages, one for each component of the installation; `make deb` builds them.
+# Debian packages, one per component of the installation; `make deb` builds them.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "The talvera developers <talvera@localhost>" CACHE STRING
   "Maintainer of the Debian packages")
@@ -14,7 +14,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Each description has a summary of its own.
+# Each description has its own summary.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(what "Manufacturing data, configuration store, processes, firewall rules,
 TLS, text, time and lists, behind a plain C interface.")
@@ -39,7 +39,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS talvera-doc)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "utility library of a home gateway - development files
 ${what}
 
-Headers, static library, and what CMake and pkg-config need to find them.")
+Headers, static library, and files for CMake and pkg-config.")
 
 set(CPACK_DEBIAN_MANUAL_PACKAGE_NAME talvera-doc)
 set(CPACK_DEBIAN_MANUAL_PACKAGE_SECTION doc)
@@ -47,9 +47,9 @@ set(CPACK_DEBIAN_MANUAL_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_MANUAL_DESCRIPTION "utility library of a home gateway - reference manual
 ${what}
 
-HTML, and a man page for each function.")
+HTML and man pages.")
 
-# The library is packaged beside it, where dpkg-shlibdeps does not find it.
+# dpkg-shlibdeps does not find the library, which is in a package of the same build.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME talvera-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
@@ -59,7 +59,7 @@ ${what}
 
 The command talvera offers the library to shell scripts.")
 
-# What Debian's policy wants in each package.
+# Files that Debian's policy requires in each package.
 option(TALVERA_DEBIAN "Install the copyright and changelog files of Debian packages" OFF)
 if(TALVERA_DEBIAN)
   set(files ${CMAKE_CURRENT_BINARY_DIR}/debian)

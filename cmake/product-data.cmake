@@ -1,5 +1,5 @@
-# Turns the product's root certificates and client identity into a source file of the library, and stops
-# when one of them is missing or is not what it should be.
+# Turns the product's root certificates and client identity into a source file of the library, and fails when
+# one of them is missing or invalid.
 set(TALVERA_PRODUCT_DIR "" CACHE PATH
   "Folder with the product's root certificates and client identity (product/README.md); empty for the development stand-ins")
 find_program(TALVERA_OPENSSL_PROGRAM openssl DOC "The openssl command, which checks the product data")
@@ -20,7 +20,7 @@ function(talvera_embed file kind head text)
   execute_process(COMMAND ${TALVERA_OPENSSL_PROGRAM} ${kind} -inform DER -in ${file} -noout
     -passin pass: RESULT_VARIABLE result OUTPUT_QUIET ERROR_QUIET)
   if(result EQUAL 0 AND kind STREQUAL "x509")
-    # The command opens a PKCS#12 bundle as well. A certificate begins with its own encoding.
+    # The command also accepts a PKCS#12 bundle; a certificate begins with its own encoding.
     set(encoding ${CMAKE_CURRENT_BINARY_DIR}/certificate.der)
     file(REMOVE ${encoding})
     execute_process(COMMAND ${TALVERA_OPENSSL_PROGRAM} x509 -inform DER -in ${file} -outform DER
@@ -38,7 +38,7 @@ function(talvera_embed file kind head text)
   set(${text} "${${text}}${head} = {${bytes}};\n" PARENT_SCOPE)
 endfunction()
 
-# The same for one of the two files whose size is part of the interface.
+# Does the same for a file whose size is part of the interface.
 function(talvera_embed_sized file kind size head text)
   talvera_embed(${file} ${kind} "${head}" ${text})
   file(SIZE ${file} found)
@@ -48,7 +48,7 @@ function(talvera_embed_sized file kind size head text)
   set(${text} "${${text}}" PARENT_SCOPE)
 endfunction()
 
-# A client certificate without its key is shipped as no identity at all: that is worth a word.
+# A client certificate without its key gives no identity at all, so warn.
 function(talvera_check_pair certificate key)
   execute_process(COMMAND ${TALVERA_OPENSSL_PROGRAM} x509 -inform DER -in ${certificate} -noout
     -modulus -passin pass: OUTPUT_VARIABLE modulus)

@@ -1,5 +1,5 @@
-/* What the gateway does at boot: prepares the factory partition, hands the device identity to the
- * platform driver, and tells its own address range. */
+/* Does what the gateway does at boot: prepares the factory partition, passes the device identity to
+ * the platform driver, and prints the device's address range. */
 #include <stdio.h>
 #include <string.h>
 

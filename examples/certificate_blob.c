@@ -1,5 +1,5 @@
-/* Installs a client certificate blob into a slot of the manufacturing file, and shows the one that
- * the device has:
+/* Installs a client certificate blob into a slot of the manufacturing file, or shows the device's
+ * current one:
  *
  *   certificate_blob install FILE SLOT
  *   certificate_blob show
@@ -13,7 +13,7 @@
 #include "talvera/mfg.h"
 
 static int install(const char *path, unsigned slot) {
-  /* A blob is read up to the length that it states: what is not in the file must not be missing. */
+  /* The library reads a blob up to its stated length, so the file must be that long. */
   static unsigned char blob[MFG_CCERT_MAX_SIZE + 1];
   size_t size;
   FILE *file = fopen(path, "rb");

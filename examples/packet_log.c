@@ -1,10 +1,10 @@
 /* Prints one line for each packet that the firewall logs to a group, as a gateway's log daemon
- * would:
+ * does:
  *
  *   packet_log GROUP COUNT [DESTINATION]
  *
- * Ends after COUNT packets. With a DESTINATION it makes the firewall rule that logs packets sent
- * there, and takes it out again. */
+ * Ends after COUNT packets. With a DESTINATION it adds the firewall rule that logs packets sent
+ * there, and removes it at the end. */
 #include <arpa/inet.h>
 #include <errno.h>
 #include <linux/netfilter/nfnetlink_log.h>
@@ -21,7 +21,7 @@
 
 enum { kBufferSize = 65536, kCopyBytes = 64 }; /* the longest IPv4 header is 60 */
 
-/* Makes or takes out the rule. The builder has no name for the target NFLOG: it stands behind the
+/* Adds or removes the rule. The library has no name for the target NFLOG, so it is appended to the
  * last parameter's value, which goes into the command line as it is. */
 static int run_rule(uint32_t command, const char *destination, unsigned group) {
   char value[64];
@@ -39,7 +39,7 @@ static int run_rule(uint32_t command, const char *destination, unsigned group) {
   return error;
 }
 
-/* The size of an IPv4 header, when the packet and it are whole, else 0. */
+/* Returns the size of the IPv4 header, or 0 when header or packet is incomplete. */
 static unsigned ipv4_header_size(const unsigned char *packet, unsigned length) {
   const unsigned size = length >= 20 ? (packet[0] & 0x0Fu) * 4 : 0;
   return size >= 20 && size <= length ? size : 0;
@@ -73,7 +73,7 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
 
   printf("group %u  ", (unsigned)group->number);
   if (out != NULL && netu_ifindex2name(ntohl(*out), name) == 0) printf("to %s  ", name);
-  /* A payload stands behind its attribute's header, whose length includes that header. */
+  /* The payload follows the attribute's header, and the length includes that header. */
   if (header->nfgen_family == AF_INET && payload != NULL)
     print_ipv4(payload, attributes[NFULA_PAYLOAD - 1]->nla_len - (unsigned)NLA_HDRLEN);
   printf("\n");
@@ -82,17 +82,17 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
   return 1;
 }
 
-/* How long the kernel's answer to a request is waited for: one that it refuses does not return
- * otherwise. 0 waits without end, as for packets. */
+/* Sets how long a request waits for the kernel's answer; without a limit a refused request never
+ * returns. 0 waits forever, as for packets. */
 static int set_timeout(const struct nfnetlink_log *log, int seconds) {
   struct timeval timeout = {0, 0};
   timeout.tv_sec = seconds;
   return setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
 }
 
-/* Receives until all are there. Packets come faster than they are read at times: the kernel then
- * drops some and says so once (ENOBUFS). The result of a dispatch says nothing more: behind several
- * packets in one datagram stands a message that no handler is for. */
+/* Receives until all packets have arrived. When packets arrive faster than they are read, the
+ * kernel drops some and reports that once (ENOBUFS). The result of a dispatch is ignored: several
+ * packets in one datagram are followed by a message that has no handler. */
 static int receive_packets(struct nfnetlink_handle *netlink, const int *left) {
   static union {
     struct nlmsghdr header;
@@ -104,7 +104,7 @@ static int receive_packets(struct nfnetlink_handle *netlink, const int *left) {
       nfnetlink_msg_unpack(netlink, &buffer, length);
     } else if (errno == ENOBUFS) {
       fprintf(stderr, "packet_log: packets were lost\n");
-    } else if (errno != EINTR && errno != ENOMSG) { /* a signal, or a stranger's message */
+    } else if (errno != EINTR && errno != ENOMSG) { /* a signal, or a message from another sender */
       return -1;
     }
   }
@@ -129,7 +129,7 @@ int main(int argc, char **argv) {
     return 1;
   }
   group = nfnetlink_log_bind_group(log, number);
-  /* The handler comes first: packets without one would be lost. */
+  /* The handler comes first: without it packets would be lost. */
   if (group != NULL && nfnetlink_log_register_handler(group, print_packet, &left) == 0 &&
       nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, kCopyBytes) == 0 &&
       (destination == NULL || run_rule(IPT_COMMAND_APPEND, destination, number) == 0)) {

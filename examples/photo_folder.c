@@ -1,9 +1,9 @@
-/* Keeps the photos of a folder in the order that its user wants.
+/* Keeps the photos of a folder in the user's order.
  *
- *   photo_folder FOLDER sync              fit the saved order to the photos that are there now
- *   photo_folder FOLDER move NAME PLACE   put a photo at a place, 1 being first
- *   photo_folder FOLDER enable NAME 0|1   show a photo, or not
- *   photo_folder FOLDER list              show them
+ *   photo_folder FOLDER sync              adapt the saved order to the photos that exist now
+ *   photo_folder FOLDER move NAME PLACE   move a photo to a position, 1 being first
+ *   photo_folder FOLDER enable NAME 0|1   enable or disable a photo
+ *   photo_folder FOLDER list              list them
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -29,7 +29,7 @@ static void list(struct of_files_info *set) {
   }
 }
 
-/* Changes one photo as told; 0, or -1 when there is no such photo, place or command. */
+/* Changes one photo; returns -1 when there is no such photo, position or command. */
 static int change(struct of_files_info *set, const char *command, const char *name, int value) {
   struct of_file_info *photo = of_get_file_info_from_name(set, name);
   if (photo == NULL) return -1;

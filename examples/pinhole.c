@@ -1,4 +1,4 @@
-/* What a gateway's daemon does with firewall rules: opens and closes pinholes, turns NAT on and
+/* Manages firewall rules as a gateway's daemon does: opens and closes pinholes, turns NAT on and
  * off, sets policies and flushes chains. */
 #include <stdint.h>
 #include <stdio.h>
@@ -16,8 +16,7 @@ static int usage(void) {
   return 2;
 }
 
-/* Runs a rule and frees it. A rule is taken out by the record that put it in, with the command
- * changed. */
+/* Runs a rule and frees it. The record that added a rule also removes it, with another command. */
 static int run(ipt_rule *rule) {
   int error;
   if (rule == NULL) {
@@ -30,7 +29,7 @@ static int run(ipt_rule *rule) {
   return error != 0;
 }
 
-/* The position of a word in a list of words, or -1. */
+/* Returns the position of a word in a list, or -1. */
 static int find(const char *const *words, int count, const char *word) {
   int i;
   for (i = 0; i < count; ++i) {

@@ -1,4 +1,4 @@
-/* A daemon at the receiving end of a queue: prints messages until one says "end". */
+/* Receives messages from a queue and prints them until one is "end". */
 #include <stdio.h>
 #include <string.h>
 

@@ -1,4 +1,4 @@
-/* A daemon at the sending end of a queue: sends each argument as one message. */
+/* Sends each argument as one message to a queue. */
 #include <string.h>
 
 #include "talvera/ipc_msgq.h"

@@ -1,13 +1,13 @@
-/* Reads a configuration file line by line, as a daemon does at start, and prints what it
- * understood; the greeting also as it would stand in a status page. A line is a keyword and its
- * values; "#" begins a comment. */
+/* Reads a configuration file line by line, as a daemon does at start, and prints the values; the
+ * greeting also as a status page shows it. A line has a keyword and its values; "#" begins a
+ * comment. */
 #include <arpa/inet.h>
 #include <stdio.h>
 #include <string.h>
 
 #include "talvera/strutil.h"
 
-/* Each reads the values of one keyword; 0 when they are wrong. */
+/* Each function reads the values of one keyword and returns 0 when they are invalid. */
 
 static int read_address(char *values) {
   struct in_addr address;
@@ -60,7 +60,7 @@ static int read_circuit(char *values) {
 }
 
 static int read_greeting(char *values) {
-  char greeting[64 + 1]; /* one more than the size given below */
+  char greeting[64 + 1]; /* one more than the size passed below */
   char page[256];
   get_string(values, greeting, 64, '#');
   printf("greeting  %s\n", greeting);

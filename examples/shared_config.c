@@ -1,5 +1,5 @@
-/* A tiny shared configuration. One process creates the store; any process sets, reads and lists its
- * pairs; the owner removes it:
+/* A small shared configuration. One process creates the store; any process sets, reads and lists
+ * its pairs; the owner removes it:
  *
  *   shared_config PATH create
  *   shared_config PATH set NAME VALUE
@@ -8,8 +8,8 @@
  *   shared_config PATH show
  *   shared_config PATH remove
  *
- * PATH is an existing file that stands for the store. Writers take turns by a lock on that file:
- * the store itself excludes nobody.
+ * PATH is an existing file that identifies the store. Writers lock that file, because the store
+ * itself provides no mutual exclusion.
  */
 #include <fcntl.h>
 #include <stdio.h>
@@ -35,7 +35,7 @@ static void detach(void) {
   nvram_hash = NULL;
 }
 
-/* Sets the pair, or with a null value removes it. */
+/* Sets the pair, or removes it when the value is null. */
 static int change(const char *path, const char *name, const char *value) {
   const int turn = open(path, O_RDONLY | O_CLOEXEC);
   int result;

@@ -1,5 +1,5 @@
-/* What a status page does with the hosts of the home network: keeps copies of the caller's records
- * in a list, sorts them, looks one up, and shows them in the words of the page. */
+/* Shows the hosts of the home network as a status page does: keeps copies of the caller's records
+ * in a list, sorts them, looks one up, and formats them. */
 #include <arpa/inet.h>
 #include <stdio.h>
 #include <string.h>
@@ -17,7 +17,7 @@ struct host {
 static const struct ust_entry state_names[] = {{0, "offline"}, {1, "idle"}, {2, "active"}};
 static const struct ust_table states = {state_names, 3};
 
-/* By address; as all comparators of lists, positive when a comes before b. */
+/* Compares by address; like all list comparators, positive when a comes before b. */
 static int compare_addresses(const void *a, const void *b) {
   const uint32_t first = ntohl(((const struct host *)a)->address);
   const uint32_t second = ntohl(((const struct host *)b)->address);

@@ -1,4 +1,4 @@
-/* A supervisor: starts a helper, finds it by name, signals it, and stops it. */
+/* Supervises a helper program: starts it, finds it by name, signals it, and stops it. */
 #include <signal.h>
 #include <stdio.h>
 
@@ -18,7 +18,7 @@ int main(int argc, char **argv) {
   helper[2] = NULL;
   if (process_start(&pid, argv[1], helper, environment) != 0) return 1;
   printf("started   %s\n", argv[1]);
-  /* A child that has not become its program yet is not found under its name. */
+  /* A child is not found by name until it has executed its program. */
   while (process_find(argv[1]) != pid && process_wait(pid, 0) != 0) {
   }
   printf("found     %s\n", process_find(argv[1]) == pid ? "by name" : "not at all");

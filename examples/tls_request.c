@@ -1,10 +1,10 @@
-/* What a management client does: connects to its server over TLS, makes sure that it is the right
- * one, and sends a request.
+/* Talks to a server as a management client does: connects over TLS, verifies the server, and sends
+ * a request.
  *
  *     tls_request IPV4-ADDRESS PORT SERVER-NAME
  *
  * Exit status: 0 when the server answered, 1 when there was no connection, 2 when the server is not
- * to be trusted. */
+ * trusted. */
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <signal.h>
@@ -40,7 +40,7 @@ static int request(SSL *ssl, int fd) {
   char answer[256];
   int length;
 
-  ioctl(fd, FIONBIO, &blocking); /* the handshake has left the socket non-blocking */
+  ioctl(fd, FIONBIO, &blocking); /* the handshake leaves the socket non-blocking */
   if (SSL_write(ssl, text, sizeof text - 1) < 1) return 1;
   length = SSL_read(ssl, answer, sizeof answer - 1);
   if (length < 1) return 1;

@@ -2,7 +2,7 @@
  *
  *   factory_file FILE MAC DEVICE-TYPE MAC-COUNT [SERIAL]
  *
- * An absent serial number is left empty, for the gateway to derive from the MAC address. */
+ * Without SERIAL the serial number is empty, and the gateway derives it from the MAC address. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -45,7 +45,7 @@ int main(int argc, char **argv) {
   memset(content, 0xFF, sizeof content);
   memset(record, 0, MFG_INFO_SIZE);
   if (parse_mac(argv[2], record + MFG_INFO_MAC) != 0) {
-    fprintf(stderr, "factory_file: %s is no MAC address\n", argv[2]);
+    fprintf(stderr, "factory_file: %s is not a MAC address\n", argv[2]);
     return 2;
   }
   record[MFG_INFO_DEVICE_TYPE] = (unsigned char)atoi(argv[3]);

@@ -1,9 +1,9 @@
 // The gateway's platform on a development machine: the flash partition "mtd:mfg", kept in an
-// ordinary directory, and the driver behind "/dev/talvera".
+// ordinary directory, and the driver of "/dev/talvera".
 //
-// A front (the preloadable module, or the unit tests' system double) catches the system calls and
-// asks this model first. Nothing is mounted for real: paths below a mounted "/mfg" are led to the
-// directory, so that it works without privilege and under emulation.
+// An interposer (the preloadable module, or the unit tests' system double) catches the system calls
+// and asks this model first. Nothing is really mounted: paths below a mounted "/mfg" are redirected
+// to the directory, so that no privilege is needed and emulation works.
 #pragma once
 
 #include <cstdint>
@@ -17,10 +17,10 @@ namespace talvera::host {
 
 class Platform {
  public:
-  // `flash_directory` holds what is on the partition; with an empty one there is the driver alone.
+  // `flash_directory` holds the partition's files; when it is empty there is only the driver.
   explicit Platform(std::string flash_directory) : flash_(std::move(flash_directory)) {}
 
-  // Each call below returns a system call's result, with errno set on failure.
+  // Each call below returns the result of a system call, with errno set on failure.
 
   // Mounts the partition; any other source or a second mount is refused, as the kernel would.
   int mount(const char *source, const char *target, const char *type, unsigned long flags);
@@ -28,9 +28,8 @@ class Platform {
   // Runs a command of the driver on a descriptor of its device.
   int command(std::uint32_t request, void *argument);
 
-  // Where to find a path that is the platform's: below the mount point, or the device. An empty
-  // optional means that the path is none of ours; for an open that must fail, errno is set and the
-  // text is empty.
+  // Redirects a path of the platform: below the mount point, or the device. The optional is empty
+  // for any other path; for an open that must fail, errno is set and the text is empty.
   std::optional<std::string> resolve(const char *path, int open_flags);
 
   [[nodiscard]] bool mounted() const { return mounted_; }
@@ -40,7 +39,7 @@ class Platform {
   std::optional<tvra_info> identity;
   std::optional<std::vector<std::uint8_t>> calibration;
 
-  // What happened, a line each, in the words of a log.
+  // Journal of mounts and driver commands, one line each.
   std::vector<std::string> journal;
 
  private:

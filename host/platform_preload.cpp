@@ -1,8 +1,8 @@
-// Puts the platform of a development machine in front of the system calls of any program:
+// Interposes the platform of a development machine on the system calls of any program:
 //
 //   LD_PRELOAD=.../libtalvera_platform_preload.so TALVERA_FLASH=directory program
 //
-// Without TALVERA_FLASH only the driver is put in front: the partition is then the machine's own.
+// Without TALVERA_FLASH only the driver is interposed, and the partition is the machine's own.
 // TALVERA_PLATFORM_JOURNAL names a file to which every mount and driver command is appended.
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
-/** @file
- *  Declaration helpers that every public header uses.
- */
+/** @defgroup talvera_api Declaration helpers
+ *  Macros that the public headers use in their declarations.
+ *  @{ */
 #ifndef TALVERA_API_H
 #define TALVERA_API_H
 
@@ -8,21 +8,22 @@
 #error "talvera needs a compiler with GNU attributes (GCC or Clang)"
 #endif
 
-/** Marks what the shared library exports; all else is hidden. */
+/** Exports a symbol from the shared library; all other symbols are hidden. */
 #define TALVERA_API __attribute__((visibility("default")))
 
-/** Lets the compiler check a printf-style format at argument @p format_index (counted from 1)
+/** Lets the compiler check a printf-style format, argument @p format_index (counted from 1),
  *  against the arguments from @p first on. */
 #define TALVERA_PRINTF(format_index, first) __attribute__((format(printf, format_index, first)))
 
-/** The named pointer arguments (counted from 1; none named: all of them) must not be null. */
+/** Declares that the listed pointer arguments (counted from 1; an empty list means all) must not be
+ *  null. */
 #define TALVERA_NONNULL(...) __attribute__((nonnull(__VA_ARGS__)))
 
-/** Ignoring the result would leak or hide a failure. */
+/** Makes the compiler warn when the result is ignored, which would leak or hide a failure. */
 #define TALVERA_MUST_USE __attribute__((warn_unused_result))
 
 /** @def TALVERA_BEGIN_DECLS
- *  Opens the declarations of a header, which are C in C++ too. */
+ *  Opens the declarations of a header; in C++ they get C linkage. */
 
 /** @def TALVERA_END_DECLS
  *  Closes what TALVERA_BEGIN_DECLS opens. */
@@ -36,3 +37,4 @@
 #endif
 
 #endif
+/** @} */

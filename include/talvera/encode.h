@@ -1,15 +1,10 @@
-/** @file
- *  Encoders at text boundaries: Base64 for arbitrary bytes, character references for markup, and
- *  strict MAC addresses. All work on the caller's buffers and keep no state.
+/** @defgroup talvera_encode Encoding
+ *  Base64, character references for HTML, and MAC addresses typed by users.
  *
- *  @code
- *  const unsigned char bytes[] = {1, 2, 3};
- *  char text[8], cell[64];
- *  unsigned int length = sizeof text;
- *  if (base64_encode(bytes, sizeof bytes, text, &length) == 0) puts(text);  // AQID
- *  if (entities_hex_encode(cell, sizeof cell, "<b>") == 0) puts(cell);      // &#x3c;b&#x3e;
- *  @endcode
- */
+ *  @include encode.c
+ *
+ *  No function keeps state.
+ *  @{ */
 #ifndef TALVERA_ENCODE_H
 #define TALVERA_ENCODE_H
 
@@ -19,71 +14,75 @@ TALVERA_BEGIN_DECLS
 
 /** Encodes bytes as Base64 (RFC 4648: standard alphabet, "=" padding), without line breaks.
  *
- *  @param in               @p len bytes; may be null when @p len is 0
- *  @param len              bytes to encode
- *  @param[out] out         receives the text, terminated; may be null when *@p out_len is 0
- *  @param[in,out] out_len  bytes of room in @p out; on success the characters written, without the
- *                          terminator; on failure the room needed, (@p len + 2) / 3 * 4 + 1
- *                          (4294967295 when that is more)
- *  @return 0, or -1 with errno ENOSPC when the room is too small and nothing was written
+ *  @param data          @p length bytes; may be null when @p length is 0
+ *  @param length        number of bytes
+ *  @param[out] buf      receives the text, terminated; may be null when @p *size is 0
+ *  @param[in,out] size  room in @p buf in bytes; on success set to the number of characters
+ *                       written, without the terminator; on failure to the room needed,
+ *                       (@p length + 2) / 3 * 4 + 1 bytes (4294967295 when that does not fit)
+ *  @return 0; -1 with errno ENOSPC, and nothing written, when the room is too small
  */
-TALVERA_API int base64_encode(const unsigned char *in, unsigned int len, char *out,
-                              unsigned int *out_len) TALVERA_NONNULL(4);
+TALVERA_API int base64_encode(const unsigned char *data, unsigned int length, char *buf,
+                              unsigned int *size) TALVERA_NONNULL(4);
 
 /** Decodes Base64 (RFC 4648, standard alphabet).
  *
- *  Bytes outside of the alphabet and "=" are skipped, line breaks among them. A group with pads
- *  shortens the groups behind it too: they yield as many bytes as it did at most, one at the least;
- *  this is meant and matters for joined texts alone.
+ *  Bytes outside the alphabet and "=", such as line breaks, are skipped. Intentionally, a padded
+ *  group also shortens the groups after it: each yields at most as many bytes as the padded one,
+ *  and at least one. This matters only for concatenated texts.
  *
- *  @param in               @p len characters, no terminator needed
- *  @param len              characters to decode; 0 gives 0 bytes
- *  @param[out] out         receives the bytes; may be @p in
- *  @param[in,out] out_len  bytes of room in @p out; on success the bytes written, on failure left
- *  @return 0; -1 with errno set when the room is too small (ENOSPC) or the last group has not four
- *          characters (EINVAL), with the groups before written; -1 (EINVAL) when a pointer is null
+ *  @param text          @p length characters; need not be terminated
+ *  @param length        number of characters; 0 gives 0 bytes
+ *  @param[out] buf      receives the bytes; may be @p text
+ *  @param[in,out] size  room in @p buf in bytes; on success set to the number of bytes written;
+ *                       unchanged on failure
+ *  @return 0; -1 with errno ENOSPC when the room is too small, or EINVAL when the last group does
+ *          not have four characters, with the preceding groups written; -1 with errno EINVAL when a
+ *          pointer is null
  */
-TALVERA_API int base64_decode(const char *in, unsigned int len, unsigned char *out,
-                              unsigned int *out_len);
+TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned char *buf,
+                              unsigned int *size);
 
-/** Escapes text for HTML, in content and in attributes: the characters
- *  `< > / " ' &` become hexadecimal character references of six characters, such as "&\#x3c;".
+/** Escapes text for HTML content and attributes.
  *
- *  @param[out] out  receives the text, terminated; empty when @p in is null
- *  @param size      bytes of room; where a reference does not fit any more, "-" takes its place
- *  @param in        text
+ *  Each of < > / & and each double quote and apostrophe becomes a hexadecimal character reference
+ *  of six characters, such as "&#x3c;".
+ *
+ *  @param[out] buf  receives the text, terminated; empty when @p text is null
+ *  @param size      room in bytes; a reference that does not fit is replaced by "-"
+ *  @param text      text to escape
  *  @return 0; -1 with errno EINVAL when @p size is 0 or a pointer is null; -1 with errno ENOSPC
- * when the room was used up: also when the text just fills it, which is meant
+ *          when the room is used up, intentionally also when the text exactly fills it
  */
-TALVERA_API int entities_hex_encode(char *out, unsigned int size, const char *in);
+TALVERA_API int entities_hex_encode(char *buf, unsigned int size, const char *text);
 
-/** entities_hex_encode() of a text in its own buffer, by way of a heap copy.
+/** Escapes text in its own buffer, as entities_hex_encode() does, by way of a heap copy.
  *
- *  @param size         bytes of room in @p buf
+ *  @param size         room in @p buf in bytes
  *  @param[in,out] buf  text
- *  @return as entities_hex_encode(); -1 also when memory runs out, with the text untouched
+ *  @return 0; -1 with errno EINVAL when @p size is 0 or @p buf is null, ENOSPC when the room is
+ *          used up, or ENOMEM, with the text unchanged, when memory runs out
  */
 TALVERA_API int entities_hex_encode_in_place(unsigned int size, char *buf);
 
-/** Results of parse_macaddr() other than 0. */
+/** Failures of parse_macaddr(). */
 enum {
-  MACADDR_MALFORMED = -2, /**< no MAC address */
-  MACADDR_MULTICAST = -3, /**< a group address, which is not allowed */
-  MACADDR_ZERO = -4       /**< the address of zeros, which is not allowed */
+  MACADDR_MALFORMED = -2, /**< not a MAC address */
+  MACADDR_MULTICAST = -3, /**< a group address, and these are not allowed */
+  MACADDR_ZERO = -4       /**< the all-zero address, and it is not allowed */
 };
 
-/** Reads a MAC address typed by a user: six groups of one or two hexadecimal digits, joined by ":"
- *  throughout or by "-" throughout, with white space around any group. Nothing may follow.
+/** Reads a MAC address typed by a user: six groups of one or two hexadecimal digits, separated by
+ *  ":" throughout or "-" throughout, with optional white space around each group. Nothing else may
+ *  follow.
  *
- *  Each call, a successful one too, prints "Parse MAC error %d\n" with its result to standard
- *  output.
+ *  Each call, successful or not, prints "Parse MAC error %d\n" with its result to standard output.
  *
  *  @param s                text; null is malformed
  *  @param allow_zero       non-zero accepts the address of six zero bytes
- *  @param allow_multicast  non-zero accepts group addresses (the low bit of the first byte is set)
- *  @param[out] mac         the address; on failure as many bytes as were read
- *  @return 0, MACADDR_MALFORMED, MACADDR_MULTICAST (a group address that is not allowed) or
- *          MACADDR_ZERO (an address of zeros that is not allowed)
+ *  @param allow_multicast  non-zero accepts group addresses (low bit of the first byte set)
+ *  @param[out] mac         the address; on failure the bytes read so far
+ *  @return 0, MACADDR_MALFORMED, MACADDR_MULTICAST or MACADDR_ZERO
  */
 TALVERA_API int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                               unsigned char mac[6]) TALVERA_NONNULL(4);
@@ -91,3 +90,4 @@ TALVERA_API int parse_macaddr(const char *s, int allow_zero, int allow_multicast
 TALVERA_END_DECLS
 
 #endif
+/** @} */

@@ -1,29 +1,19 @@
-/** @file
- *  Traceroute for a diagnostics front end: its command line, and its results.
+/** @defgroup talvera_ipdiag Traceroute
+ *  Builds traceroute's command line and reads its results, for a diagnostics front end.
  *
- *  @code
- *  char command[1024], line[1100];
- *  struct tr_hop hops[30];
- *  int32_t count = 0;
- *  ipdiag_tr_makeparam("203.0.113.7", NULL, 1, 30, 2, 0, 0, 0, 0, command, 0, sizeof command);
- *  snprintf(line, sizeof line, "%s >/tmp/wan-out 2>/tmp/wan-err", command);
- *  if (system(line) == 0) {
- *    memset(hops, 0, sizeof hops);
- *    ipdiag_tr_formatout("wan", hops, 30, &count);
- *  }
- *  for (int32_t i = 0; i < count && i < 30; i++) puts(hops[i].address);
- *  @endcode
+ *  @include ipdiag.c
  *
  *  The caller chooses a test name, builds the command line with ipdiag_tr_makeparam(), runs it with
- *  the output going to three work files, and reads these with the other functions:
+ *  its output redirected to work files, and reads these with the other functions:
  *
- *      /tmp/NAME-out     traceroute's standard output: a header line, then a line for each hop
+ *      /tmp/NAME-out     traceroute's standard output: a header line, then one line per hop
  *      /tmp/NAME-err     its standard error
- *      /tmp/NAME-status  a decimal integer on the first line: the response time, caller's unit
+ *      /tmp/NAME-status  a decimal integer on the first line: the response time, in the caller's
+ *                        unit
  *
  *  A path has at most 63 characters; a longer one cannot be opened. Nothing here keeps state or
  *  logs.
- */
+ *  @{ */
 #ifndef TALVERA_IPDIAG_H
 #define TALVERA_IPDIAG_H
 
@@ -33,7 +23,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/** What was unreachable, as a hop's reply said (the status of a tr_hop). */
+/** What a hop's reply reported as unreachable. */
 enum tr_status {
   TR_NETWORK_UNREACHABLE = 0,  /**< marker !N */
   TR_HOST_UNREACHABLE = 1,     /**< marker !H */
@@ -42,59 +32,58 @@ enum tr_status {
   TR_SOURCE_ROUTE_FAILED = 5   /**< marker !S */
 };
 
-/** A hop. What its line does not supply keeps what the caller put there. */
+/** A hop. Fields that its line does not supply are unchanged. */
 struct tr_hop {
-  char host[257];   /**< name as printed, cut to 256 characters */
-  char address[23]; /**< address as printed, cut to 22 characters */
+  char host[257];   /**< name as printed, truncated to 256 characters */
+  char address[23]; /**< address as printed, truncated to 22 characters */
   int32_t status;   /**< enum tr_status; unchanged without a marker */
-  char times[64];   /**< reply times as printed, without units, joined by commas; what does not fit
-                         is left out */
+  char times[64];   /**< reply times as printed, without units, separated by commas; times that do
+                         not fit are omitted */
 };
 
 /** Builds a traceroute command line.
  *
- *  Options that are not wanted are given as 0. In this order: -6, -I, -i, -q, -m, -w, -t, -p, the
- *  host, the packet length. Host and interface go into the line as they are: a caller that gives it
- *  to a shell must not pass text from outside unchecked.
+ *  An option given as 0 is omitted. The order is -6, -I, -i, -q, -m, -w, -t, -p, host, packet
+ *  length. Host and interface go into the line as they are: never pass unchecked text from outside
+ *  when the line goes to a shell.
  *
- *  A piece that has no room is left out. After each piece the whole length written so far is taken
- *  off the room, so that room runs out before the buffer does; once it is below 0, all pieces from
- *  -i on are written, even past the end of the buffer. This is meant. 1024 bytes hold every piece
- *  with a host of up to 255 characters and an interface name of up to 15.
+ *  A piece that does not fit is omitted. Intentionally, after each piece the whole length written
+ *  so far is subtracted from the room left, so that the room runs out before the buffer does; once
+ *  it is negative, all pieces from -i on are written, even past the end of the buffer. 1024 bytes
+ *  hold every piece with a host of up to 255 characters and an interface name of up to 15.
  *
  *  @param host        destination, name or address
  *  @param ifname      outgoing interface (-i); null or empty for none
- *  @param queries     probes for each hop (-q)
- *  @param max_hops    greatest time to live (-m)
+ *  @param queries     probes per hop (-q)
+ *  @param max_hops    maximum time to live (-m)
  *  @param wait        seconds to wait for a reply (-w)
  *  @param tos         type of service (-t)
  *  @param port        destination port (-p)
  *  @param icmp        not 0: probe with ICMP echo (-I)
- *  @param packet_len  bytes of a probe
- *  @param[out] buf    receives the command line; left untouched when @p buf_size is 10 or less
+ *  @param packet_len  bytes per probe
+ *  @param[out] buf    the command line; unchanged when @p size is 10 or less
  *  @param ipv6        not 0: IPv6 (-6)
- *  @param buf_size    bytes of @p buf
- *  @return 0, also when pieces were left out; -1 with errno EINVAL when @p host is null
+ *  @param size        size of @p buf in bytes
+ *  @return 0, also when pieces were omitted; -1 with errno EINVAL when @p host is null
  */
 TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_t queries,
                                     int32_t max_hops, int32_t wait, int32_t tos, uint16_t port,
                                     int32_t icmp, int32_t packet_len, char *buf, uint16_t ipv6,
-                                    uint32_t buf_size) TALVERA_NONNULL(10);
+                                    uint32_t size) TALVERA_NONNULL(10);
 
 /** Reads the hops of a test.
  *
- *  A line after the header is taken as words between spaces and parentheses: hop number, host,
+ *  A line after the header consists of words separated by spaces and parentheses: hop number, host,
  *  address, then times, units and markers. A word that begins with "*", for a lost probe, stores
- *  nothing, but takes its place in this order. Of a line 511 characters are read at a time; what
- *  follows counts as another line.
+ *  nothing but takes its place in this order. Lines are read in pieces of at most 511 characters;
+ *  each further piece counts as another line.
  *
  *  @param name          test name
- *  @param[in,out] hops  table of @p max_rows hops, zero-filled by the caller
- *  @param max_rows      its size
- *  @param[out] count    receives the number of hop lines; each took a row, even if it filled
- *                       nothing
- *  @return 0 when the file was read to its end; when the table filled up first, 0 if the last hop's
- *          address is the destination's (which the header has in parentheses), else 1; -1 with
+ *  @param[in,out] hops  array of @p max_rows hops, zeroed by the caller
+ *  @param max_rows      number of hops in the array
+ *  @param[out] count    number of hop lines; each used a row, even if it filled nothing
+ *  @return 0 when the file was read to its end; when the array filled up first, 0 if the last hop's
+ *          address is the destination's (given in parentheses in the header), otherwise 1; -1 with
  *          errno set when the file cannot be opened; -1 (EINVAL) and a count of 0 when @p max_rows
  *          is below 1
  */
@@ -104,22 +93,23 @@ TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32
 /** Reads the response time of a test.
  *
  *  @param name       test name
- *  @param[out] time  receives what atoi() makes of the first 15 characters of the status file;
- *                    unchanged when the file is empty
- *  @return 0, or -1 with errno set when the file cannot be opened
+ *  @param[out] time  the first 15 characters of the status file, converted by atoi(); unchanged
+ *                    when the file is empty
+ *  @return 0; -1 with errno set when the file cannot be opened
  */
 TALVERA_API int ipdiag_tr_resptime(const char *name, int32_t *time) TALVERA_NONNULL(1, 2);
 
-/** Tells what went wrong in a test.
+/** Reads the error of a test.
  *
  *  @param name       test name
- *  @param[out] code  receives 0 when the error file's first 63 characters contain "bad address", on
- *                    its first line (the destination could not be resolved), 1 for any other text;
+ *  @param[out] code  0 when the first line of the error file has "bad address" in its first 63
+ *                    characters (the destination could not be resolved); 1 for any other text;
  *                    unchanged when the file is empty
- *  @return 0, or -1 with errno set when the file cannot be opened
+ *  @return 0; -1 with errno set when the file cannot be opened
  */
 TALVERA_API int ipdiag_tr_err(const char *name, int32_t *code) TALVERA_NONNULL(1, 2);
 
 TALVERA_END_DECLS
 
 #endif
+/** @} */

@@ -1,42 +1,29 @@
-/** @file
- *  A doubly linked list of opaque data pointers.
+/** @defgroup talvera_list Lists
+ *  A doubly linked list of opaque pointers, with copies, sorting, searching and hashing.
  *
- *  @code
- *  list_obj hosts;
- *  list_init(&hosts);
- *  list_attributes_comparator(&hosts, list_comparator_string);
- *  list_append(&hosts, "tv");
- *  list_append(&hosts, "laptop");
- *  list_sort(&hosts, 1);
- *  list_iterator_start(&hosts);
- *  while (list_iterator_hasnext(&hosts)) puts(list_iterator_next(&hosts));  // laptop, tv
- *  list_iterator_stop(&hosts);
- *  list_destroy(&hosts);
- *  @endcode
+ *  @include list.c
  *
  *  The caller owns the list object and passes its address to every function; list_init() fills it
- *  and list_destroy() releases what it points to. Positions count from 0. Besides both ends the
- *  list knows its middle element, so reaching a position takes at most about a quarter of the list,
- *  and it keeps a few spare element records, so that cycles of inserting and deleting stay off the
- *  heap.
+ *  and list_destroy() releases what it holds. Positions count from 0. The list knows its middle
+ *  element as well as both ends, so a position is at most about a quarter of the list away, and
+ *  keeps a few spare element records, so that cycles of insertion and deletion stay off the heap.
  *
- *  Conventions, all of them meant and kept by every caller:
- *    - comparators return a positive number when a comes BEFORE b;
- *    - list_insert_at(), list_append() and list_prepend() return 1 for success, -1 for failure; the
- *      other functions with a status return 0 and -1, but list_iterator_start() and
- *      list_iterator_stop() return 1 and 0. A status of -1 comes with errno set: EINVAL for a null
- *      pointer, a position outside of the list and a missing callback, EBUSY while iterating, or
- *      ENOMEM;
- *    - list_empty() returns 1 when the list holds something.
+ *  Conventions, all intentional; callers rely on them:
+ *    - A comparator returns a positive number when a comes BEFORE b.
+ *    - list_insert_at(), list_append() and list_prepend() return 1 on success and -1 on failure;
+ *      list_iterator_start() and list_iterator_stop() return 1 and 0; the other functions with a
+ *      status return 0 and -1.
+ *    - A status of -1 sets errno: EINVAL for a null pointer, a position outside the list or a
+ *      missing callback; EBUSY while an iteration is open; ENOMEM.
+ *    - list_empty() returns 1 when the list is NOT empty.
  *
- *  While an iteration is open (list_iterator_start() to list_iterator_stop()), whatever would
- *  change the list's elements or their order is refused.
+ *  While an iteration is open (from list_iterator_start() to list_iterator_stop()), functions that
+ *  would change the elements or their order fail.
  *
  *  Only list_init(), the list_attributes_ functions and list_concat() accept a null list pointer.
- *  Nothing is logged. A list is not safe for concurrent use. Memory that runs out is told by the
- *  result of the function that needs it; nothing is lost then, and lists that were there stay as
- *  they were.
- */
+ *  Nothing is logged. A list is not thread-safe. When memory runs out, the function that needs it
+ *  fails, and existing lists are unchanged.
+ *  @{ */
 #ifndef TALVERA_LIST_H
 #define TALVERA_LIST_H
 
@@ -46,119 +33,148 @@
 
 TALVERA_BEGIN_DECLS
 
-/** Compares two data: 0 when equal, positive when @p a comes before @p b (a is the smaller one),
- *  negative when @p a comes after @p b. */
+/** Compares two data.
+ *
+ *  @param a  one datum
+ *  @param b  the other
+ *  @return positive when @p a comes before @p b (is smaller), negative when after, 0 when equal
+ */
 typedef int (*list_comparator_fn)(const void *a, const void *b);
 
-/** @return non-zero when the datum is the one that the caller's @p indicator asks for */
+/** Decides whether a datum is the one sought.
+ *
+ *  @param data       the datum
+ *  @param indicator  what the caller of list_seek() passed
+ *  @return non-zero when it is
+ */
 typedef int (*list_seeker_fn)(const void *data, const void *indicator);
 
-/** @return the size in bytes of the object that @p data points to */
+/** Returns the size in bytes of a datum's object.
+ *
+ *  @param data  the datum
+ *  @return the size
+ */
 typedef uint32_t (*list_meter_fn)(const void *data);
 
-/** @return a hash of one datum */
+/** Hashes a datum.
+ *
+ *  @param data  the datum
+ *  @return the hash
+ */
 typedef uint32_t (*list_hashcomputer_fn)(const void *data);
 
-/** Turns a datum into a heap block and sets its size in bytes. Kept for the caller; the library
- *  does not call it. */
+/** Turns a datum into a heap block. Stored for the caller; the library does not call it.
+ *
+ *  @param data       the datum
+ *  @param[out] size  size of the block in bytes
+ *  @return the block
+ */
 typedef void *(*list_serializer_fn)(const void *data, uint32_t *size);
 
-/** Makes a datum from a serialized one and sets the number of bytes used. Kept for the caller; the
- *  library does not call it. */
+/** Makes a datum from a serialized one. Stored for the caller; the library does not call it.
+ *
+ *  @param serialized  the serialized datum
+ *  @param[out] size   number of bytes used
+ *  @return the datum
+ */
 typedef void *(*list_unserializer_fn)(const void *serialized, uint32_t *size);
 
-/** One element, a heap block of its own. */
+/** An element: a heap block of its own. */
 typedef struct list_elem {
   void *data;             /**< null in both sentinels */
   struct list_elem *next; /**< null in the tail sentinel */
   struct list_elem *prev; /**< null in the head sentinel */
 } list_elem;
 
-/** What a list knows of its data; all null and 0 after list_init(). */
+/** Attributes of a list; all null and 0 after list_init(). */
 typedef struct list_attrs {
-  list_comparator_fn comparator; /**< of list_attributes_comparator() */
-  list_seeker_fn seeker;         /**< of list_attributes_seeker() */
-  list_meter_fn meter;           /**< of list_attributes_copy() */
-  int32_t copy_data; /**< non-zero: the list stores heap copies of the data, and owns them */
-  list_hashcomputer_fn hash_computer; /**< of list_attributes_hash_computer() */
-  list_serializer_fn serializer;      /**< of list_attributes_serializer() */
-  list_unserializer_fn unserializer;  /**< of list_attributes_unserializer() */
+  list_comparator_fn comparator;      /**< set by list_attributes_comparator() */
+  list_seeker_fn seeker;              /**< set by list_attributes_seeker() */
+  list_meter_fn meter;                /**< set by list_attributes_copy() */
+  int32_t copy_data;                  /**< non-zero: the list stores, and owns, heap copies */
+  list_hashcomputer_fn hash_computer; /**< set by list_attributes_hash_computer() */
+  list_serializer_fn serializer;      /**< set by list_attributes_serializer() */
+  list_unserializer_fn unserializer;  /**< set by list_attributes_unserializer() */
 } list_attrs;
 
-/** A list. The fields are for reading; change them through the functions. */
+/** A list. Read the fields; change them only through the functions. */
 typedef struct list_obj {
   list_elem *head;        /**< sentinel before the first element */
-  list_elem *tail;        /**< sentinel behind the last element */
+  list_elem *tail;        /**< sentinel after the last element */
   list_elem *mid;         /**< element at position (count - 1) / 2; meaningless in an empty list */
   uint32_t count;         /**< number of elements */
   list_elem **spares;     /**< array of LIST_SPARES_MAX spare element records, used as a stack */
-  uint32_t spare_count;   /**< how many of them there are */
+  uint32_t spare_count;   /**< number of spare records */
   int32_t iterating;      /**< non-zero while an iteration is open */
-  uint32_t iter_position; /**< number of data that the open iteration has handed out */
+  uint32_t iter_position; /**< number of data that the open iteration has returned */
   list_elem *iter_cursor; /**< element whose datum list_iterator_next() returns next */
-  list_attrs attrs;       /**< what it knows of its data */
+  list_attrs attrs;       /**< attributes */
 } list_obj;
 
-/** Most element records that a list keeps for reuse. */
+/** Maximum number of spare element records of a list. */
 #define LIST_SPARES_MAX 5
 
-/* ---- Life of a list -------------------------------------------------------------------------- */
+/** @name Initialising and releasing
+ *  @{ */
 
-/** Makes an empty list without attributes.
+/** Initialises an empty list without attributes.
  *
- *  Every call reseeds the process-wide generator of random() with the current time, for the pivots
- *  of list_sort(); this is meant, and a program with a seed of its own sets it afterwards.
+ *  Intentionally, every call reseeds the process-wide generator of random() with the current time,
+ *  for the pivots of list_sort(); a program that needs its own seed sets it afterwards.
  *
- *  @param[out] list  object to fill; what it held is not released
- *  @return 0; -1 when @p list is null; -1 when memory runs out: the object is then all zeros, good
- *          for another list_init() or for list_destroy() alone
+ *  @param[out] list  object to fill; its previous content is not released
+ *  @return 0; -1 when @p list is null or memory runs out: the object is then all zeros, fit only
+ *          for list_init() or list_destroy()
  */
 TALVERA_API int list_init(list_obj *list);
 
-/** Releases elements, spare records and sentinels, and the data too when the list copies them. The
- *  object itself stays the caller's and may be initialised again. An open iteration is closed: data
- *  that it handed out go too when the list copies them. What a failed list_init() left is ignored.
+/** Releases elements, spare records and sentinels, and, when the list stores copies, the data.
+ *
+ *  The object itself stays the caller's and may be initialised again. An open iteration is closed;
+ *  data it returned are released too when the list stores copies. An object left by a failed
+ *  list_init() is ignored.
  *
  *  @param list  the list
  */
 TALVERA_API void list_destroy(list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Attributes: each returns 0, or -1 when list is null ------------------------------------- */
+/** @}
+ *  @name Attributes
+ *  @{ */
 
-/** Sets what list_locate(), list_contains(), list_sort(), list_get_min() and list_get_max() compare
- *  with; null for none.
+/** Sets the comparator of list_locate(), list_contains(), list_sort(), list_get_min() and
+ *  list_get_max().
  *
  *  @param list        the list
- *  @param comparator  the comparator, or null
+ *  @param comparator  the comparator, or null for none
  *  @return 0; -1 when @p list is null
  */
 TALVERA_API int list_attributes_comparator(list_obj *list, list_comparator_fn comparator);
 
-/** Sets what list_seek() asks; null for none.
+/** Sets the seeker of list_seek().
  *
  *  @param list    the list
- *  @param seeker  the seeker, or null
+ *  @param seeker  the seeker, or null for none
  *  @return 0; -1 when @p list is null
  */
 TALVERA_API int list_attributes_seeker(list_obj *list, list_seeker_fn seeker);
 
-/** Says whether the list stores copies of the data that are inserted from now on.
+/** Sets whether the list stores copies of the data inserted from now on.
  *
- *  Set it while the list is empty: with @p copy_data on, whatever the list holds is freed when it
- *  is deleted.
+ *  Call it while the list is empty: with @p copy_data set, every datum is freed with its element.
  *
  *  @param list       the list
- *  @param meter      tells a datum's size; may be null only when @p copy_data is 0
- *  @param copy_data  non-zero: store heap copies, free them when they are deleted
- *  @return 0; -1 when @p list is null, or @p meter while @p copy_data is set, and then nothing
- *          changes
+ *  @param meter      gives the size of a datum; may be null only when @p copy_data is 0
+ *  @param copy_data  non-zero: store heap copies and free them with their elements
+ *  @return 0; -1, with nothing changed, when @p list is null, or @p meter is null and @p copy_data
+ *          is set
  */
 TALVERA_API int list_attributes_copy(list_obj *list, list_meter_fn meter, int copy_data);
 
-/** Sets what list_hash() hashes a datum with; null for the pointer's own value.
+/** Sets the hash computer of list_hash().
  *
  *  @param list           the list
- *  @param hash_computer  the hash computer, or null
+ *  @param hash_computer  the hash computer, or null to hash the pointers themselves
  *  @return 0; -1 when @p list is null
  */
 TALVERA_API int list_attributes_hash_computer(list_obj *list, list_hashcomputer_fn hash_computer);
@@ -179,133 +195,136 @@ TALVERA_API int list_attributes_serializer(list_obj *list, list_serializer_fn se
  */
 TALVERA_API int list_attributes_unserializer(list_obj *list, list_unserializer_fn unserializer);
 
-/* ---- Elements by position -------------------------------------------------------------------- */
+/** @}
+ *  @name Elements by position
+ *  @{ */
 
-/** Inserts a datum so that it ends up at a position.
+/** Inserts a datum at a position.
  *
  *  @param list      the list
- *  @param data      the pointer to store, or, when the list copies its data, the object to copy (a
- *                   null pointer is then stored as it is)
+ *  @param data      pointer to store, or, when the list stores copies, object to copy (a null
+ *                   pointer is then stored as it is)
  *  @param position  0 to list_size()
- *  @return 1; -1, with the list unchanged, while iterating, when @p position is too great, and when
- *          there is no memory for an element record or for the copy
+ *  @return 1; -1, with the list unchanged, while iterating, when @p position is out of range, and
+ *          when memory runs out
  */
 TALVERA_API int list_insert_at(list_obj *list, const void *data, uint32_t position)
     TALVERA_NONNULL(1);
 
-/** list_insert_at() behind the last element.
+/** Inserts a datum after the last element.
  *
  *  @param list  the list
  *  @param data  as for list_insert_at()
- *  @return as list_insert_at()
+ *  @return 1; -1, with the list unchanged, while iterating and when memory runs out
  */
 TALVERA_API int list_append(list_obj *list, const void *data) TALVERA_NONNULL(1);
 
-/** list_insert_at() before the first element.
+/** Inserts a datum before the first element.
  *
  *  @param list  the list
  *  @param data  as for list_insert_at()
- *  @return as list_insert_at()
+ *  @return 1; -1, with the list unchanged, while iterating and when memory runs out
  */
 TALVERA_API int list_prepend(list_obj *list, const void *data) TALVERA_NONNULL(1);
 
-/** Looks at an element.
+/** Returns the datum of an element.
  *
  *  @param list      the list
  *  @param position  counted from 0
- *  @return its datum, which stays the list's; null for a position outside of the list
+ *  @return the datum, which stays in the list; null when @p position is out of range
  */
 TALVERA_API void *list_get_at(const list_obj *list, uint32_t position) TALVERA_NONNULL(1);
 
-/** Removes an element.
+/** Removes an element and returns its datum.
  *
  *  @param list      the list
  *  @param position  counted from 0
- *  @return its datum, now the caller's (to be released with free() when the list copies its data);
- *          null while iterating and for a position outside of the list
+ *  @return the datum, now the caller's (to be freed with free() when the list stores copies); null
+ *          while iterating and when @p position is out of range
  */
 TALVERA_API void *list_extract_at(list_obj *list, uint32_t position) TALVERA_NONNULL(1);
 
-/** list_extract_at() of the first element.
+/** Removes the first element and returns its datum.
  *
  *  @param list  the list
- *  @return as list_extract_at(): null also when the list is empty
+ *  @return the datum, as from list_extract_at(); null while iterating and when the list is empty
  */
 TALVERA_API void *list_fetch(list_obj *list) TALVERA_NONNULL(1);
 
-/** Deletes an element, and its datum when the list copies its data.
+/** Deletes an element and, when the list stores copies, its datum.
  *
  *  @param list      the list
  *  @param position  counted from 0
- *  @return 0; -1 while iterating and for a position outside of the list
+ *  @return 0; -1 while iterating and when @p position is out of range
  */
 TALVERA_API int list_delete_at(list_obj *list, uint32_t position) TALVERA_NONNULL(1);
 
-/** Deletes the elements from @p first to @p last inclusive, and their data when the list copies its
+/** Deletes the elements from @p first to @p last inclusive and, when the list stores copies, their
  *  data. To empty a list use list_clear().
  *
  *  @param list   the list
  *  @param first  position of the first one
  *  @param last   position of the last one
- *  @return 0; -1 while iterating, when @p last is below @p first, and when @p last is outside of
- *          the list
+ *  @return 0; -1 while iterating, when @p last is below @p first, and when @p last is out of range
  */
 TALVERA_API int list_delete_range(list_obj *list, uint32_t first, uint32_t last) TALVERA_NONNULL(1);
 
-/** Deletes all elements, and their data when the list copies its data.
+/** Deletes all elements and, when the list stores copies, their data.
  *
  *  @param list  the list
  *  @return 0; -1 while iterating
  */
 TALVERA_API int list_clear(list_obj *list) TALVERA_NONNULL(1);
 
-/** Counts the elements.
+/** Returns the number of elements.
  *
  *  @param list  the list
  *  @return number of elements
  */
 TALVERA_API uint32_t list_size(const list_obj *list) TALVERA_NONNULL(1);
 
-/** Tells whether the list holds something. Mind the sense, which is meant: callers test it this
- *  way.
+/** Checks whether the list holds anything. Note the inverted sense, which is intentional: callers
+ *  rely on it.
  *
  *  @param list  the list
- *  @return 1 when the list holds at least one element, 0 when it is empty
+ *  @return 1 when the list has at least one element, 0 when it is empty
  */
 TALVERA_API int list_empty(const list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Searching ------------------------------------------------------------------------------- */
+/** @}
+ *  @name Searching
+ *  @{ */
 
-/** Finds a datum: the first element for which the comparator, called as (@p data, element's datum),
- *  returns 0; without a comparator the first one that holds the same pointer.
+/** Finds a datum: the first element for which the comparator, called with (@p data, element's
+ *  datum), returns 0; without a comparator, the first that holds the same pointer.
  *
  *  @param list  the list
- *  @param data  what to look for
+ *  @param data  datum to find
  *  @return its position, or -1
  */
 TALVERA_API int list_locate(const list_obj *list, const void *data) TALVERA_NONNULL(1);
 
-/** Tells whether list_locate() finds a datum.
+/** Checks whether list_locate() finds a datum.
  *
  *  @param list  the list
- *  @param data  what to look for
- *  @return 1 if it does, else 0
+ *  @param data  datum to find
+ *  @return 1 if it does, otherwise 0
  */
 TALVERA_API int list_contains(const list_obj *list, const void *data) TALVERA_NONNULL(1);
 
-/** Asks the seeker.
+/** Finds a datum with the seeker.
  *
  *  @param list       the list
- *  @param indicator  what the seeker is to look for
- *  @return the first datum, from the head, for which the seeker, called as (datum, @p indicator),
- *          returns non-zero; null if there is none, or no seeker
+ *  @param indicator  passed to the seeker
+ *  @return the first datum, from the head, for which the seeker, called with (datum, @p indicator),
+ *          returns non-zero; null when there is none, or no seeker
  */
 TALVERA_API void *list_seek(const list_obj *list, const void *indicator) TALVERA_NONNULL(1);
 
 /** Finds the greatest datum.
  *
  *  @param list  the list
- *  @return the greatest datum by the comparator, the first one of several; null when the list is
+ *  @return the greatest datum by the comparator, the first of equal ones; null when the list is
  *          empty or has no comparator
  */
 TALVERA_API void *list_get_max(const list_obj *list) TALVERA_NONNULL(1);
@@ -313,73 +332,79 @@ TALVERA_API void *list_get_max(const list_obj *list) TALVERA_NONNULL(1);
 /** Finds the smallest datum.
  *
  *  @param list  the list
- *  @return the smallest datum by the comparator, the first one of several; null when the list is
+ *  @return the smallest datum by the comparator, the first of equal ones; null when the list is
  *          empty or has no comparator
  */
 TALVERA_API void *list_get_min(const list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Whole lists ----------------------------------------------------------------------------- */
+/** @}
+ *  @name Whole lists
+ *  @{ */
 
-/** Makes a new list of the data of two lists. The pointers are shared, not copied: the new list has
- *  no attributes and frees no data.
+/** Concatenates two lists into a new one. The data are shared, not copied: the new list has no
+ *  attributes and frees no data.
  *
- *  @param first, second     the sources; they may be one and the same list
- *  @param[out] destination  another object, initialised here; what it held is not released
+ *  @param first             first source
+ *  @param second            second source; may be @p first
+ *  @param[out] destination  another object, initialised here; its previous content is not released
  *  @return 0; -1 when a pointer is null or @p destination is one of the sources; -1 when memory
- *          runs out: @p destination is then an empty list, or what a failed list_init() leaves
+ *          runs out, with @p destination an empty list or as a failed list_init() leaves it
  */
 TALVERA_API int list_concat(const list_obj *first, const list_obj *second, list_obj *destination);
 
-/** Sorts by the comparator, by exchanging data between the elements. Not stable.
+/** Sorts by the comparator, exchanging data between elements. Not stable.
  *
  *  @param list       the list
- *  @param direction  positive: ascending, smallest first; negative: descending; 0 leaves the order
- *  @return 0; -1 while iterating or without a comparator
+ *  @param direction  positive: ascending, smallest first; negative: descending; 0 keeps the order
+ *  @return 0; -1 while iterating and without a comparator
  */
 TALVERA_API int list_sort(list_obj *list, int direction) TALVERA_NONNULL(1);
 
-/** Hashes count and data in their order: h = 2 * count + 100, then for each datum with its hash x
- *  (without a hash computer the lower 32 bits of the pointer) t = (h ^ x) + h, h = t % count + t,
- *  all in 32 bits.
+/** Hashes the number of elements and the data, in order.
+ *
+ *  h = 2 * count + 100; then for each datum with hash x (without a hash computer the low 32 bits of
+ *  the pointer) t = (h ^ x) + h, h = t % count + t, all in 32 bits.
  *
  *  @param list  the list
  *  @return the hash; 100 for an empty list
  */
 TALVERA_API uint32_t list_hash(const list_obj *list) TALVERA_NONNULL(1);
 
-/* ---- Iteration: one at a time, from the first element to the last ---------------------------- */
+/** @}
+ *  @name Iteration
+ *  From the first element to the last; one iteration at a time.
+ *  @{ */
 
-/** Opens an iteration.
+/** Starts an iteration.
  *
  *  @param list  the list
- *  @return 1; 0 when an iteration is open already, which goes on
+ *  @return 1; 0 when an iteration is already open, which continues
  */
 TALVERA_API int list_iterator_start(list_obj *list) TALVERA_NONNULL(1);
 
-/** Goes on to the next element. Ask list_iterator_hasnext() first: behind the last element this
- *  returns null.
+/** Returns the next datum. Call list_iterator_hasnext() first: null is returned past the last one.
  *
  *  @param list  the list
  *  @return the next datum; null when no iteration is open
  */
 TALVERA_API void *list_iterator_next(list_obj *list) TALVERA_NONNULL(1);
 
-/** Tells whether the iteration goes on.
+/** Checks whether the iteration has another datum.
  *
  *  @param list  the list
- *  @return 1 while list_iterator_next() has a datum to give; 0 at the end and when no iteration is
- *          open
+ *  @return 1 when it has; 0 at the end and when no iteration is open
  */
 TALVERA_API int list_iterator_hasnext(const list_obj *list) TALVERA_NONNULL(1);
 
-/** Closes the iteration.
+/** Ends the iteration.
  *
  *  @param list  the list
  *  @return 1; 0 when no iteration is open
  */
 TALVERA_API int list_iterator_stop(list_obj *list) TALVERA_NONNULL(1);
 
-/** @name Ready-made comparators
+/** @}
+ *  @name Comparators
  *  @{ */
 
 /** Compares two values of the type in the name. NaN equals everything.
@@ -399,8 +424,7 @@ TALVERA_API int list_comparator_uint64_t(const void *a, const void *b) TALVERA_N
 TALVERA_API int list_comparator_float(const void *a, const void *b) TALVERA_NONNULL(1, 2);
 TALVERA_API int list_comparator_double(const void *a, const void *b) TALVERA_NONNULL(1, 2);
 
-/** Compares two strings: strcmp() with its arguments swapped, so that the sign follows the
- *  convention of lists.
+/** Compares two strings: strcmp() with its arguments swapped, for the sign convention of lists.
  *
  *  @param a  first character of one string
  *  @param b  first character of the other
@@ -409,12 +433,12 @@ TALVERA_API int list_comparator_double(const void *a, const void *b) TALVERA_NON
 TALVERA_API int list_comparator_string(const void *a, const void *b) TALVERA_NONNULL(1, 2);
 
 /** @}
- *  @name Ready-made meters
+ *  @name Meters
  *  @{ */
 
-/** Meters a value of the type in the name.
+/** Returns the size of the type in the name.
  *
- *  @param data  not looked at
+ *  @param data  ignored
  *  @return sizeof the type
  */
 TALVERA_API uint32_t list_meter_int8_t(const void *data);
@@ -428,22 +452,22 @@ TALVERA_API uint32_t list_meter_uint64_t(const void *data);
 TALVERA_API uint32_t list_meter_float(const void *data);
 TALVERA_API uint32_t list_meter_double(const void *data);
 
-/** Meters a string.
+/** Returns the size of a string, terminator included.
  *
- *  @param data  its first character
- *  @return the string's length and its terminator
+ *  @param data  first character of the string
+ *  @return the size in bytes
  */
 TALVERA_API uint32_t list_meter_string(const void *data) TALVERA_NONNULL(1);
 
 /** @}
- *  @name Ready-made hash computers
+ *  @name Hash computers
  *  @{ */
 
 /** Hashes a value of the type in the name.
  *
  *  @param data  address of the value
- *  @return an integer itself: a signed one sign-extended, one of 64 bits cut to its lower half; a
- *          float or double cut to a signed 32-bit integer: beyond its limits the limit, for NaN 0
+ *  @return an integer itself: sign-extended when signed, the low half of 64 bits; a float or double
+ *          truncated to a signed 32-bit integer, saturating at its limits, and 0 for NaN
  */
 TALVERA_API uint32_t list_hashcomputer_int8_t(const void *data) TALVERA_NONNULL(1);
 TALVERA_API uint32_t list_hashcomputer_int16_t(const void *data) TALVERA_NONNULL(1);
@@ -458,7 +482,7 @@ TALVERA_API uint32_t list_hashcomputer_double(const void *data) TALVERA_NONNULL(
 
 /** Hashes a string.
  *
- *  @param data  its first character
+ *  @param data  first character of the string
  *  @return the hash; 123 for the empty string
  */
 TALVERA_API uint32_t list_hashcomputer_string(const void *data) TALVERA_NONNULL(1);
@@ -468,3 +492,4 @@ TALVERA_API uint32_t list_hashcomputer_string(const void *data) TALVERA_NONNULL(
 TALVERA_END_DECLS
 
 #endif
+/** @} */

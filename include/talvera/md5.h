@@ -1,18 +1,11 @@
-/** @file
- *  The MD5 message digest (RFC 1321).
+/** @defgroup talvera_md5 MD5
+ *  The MD5 message digest (RFC 1321), for checks and identifiers that are defined with it, not for
+ *  security.
  *
- *  @code
- *  unsigned char digest[MD5_DIGEST_SIZE];
- *  md5_context context;
- *  MD5CInit(&context);
- *  MD5CUpdate(&context, (const unsigned char *)"ab", 2);
- *  MD5CUpdate(&context, (const unsigned char *)"c", 1);
- *  MD5CFinal(digest, &context);  // as UTIL_MD5("abc", digest) gives at once
- *  @endcode
+ *  @include md5.c
  *
- *  For checks and identifiers that are defined with it, not for security. Nothing is allocated and
- *  nothing fails; digests are 16 raw bytes, not hexadecimal text.
- */
+ *  Digests are 16 raw bytes, not hexadecimal text. Nothing is allocated and no function fails.
+ *  @{ */
 #ifndef TALVERA_MD5_H
 #define TALVERA_MD5_H
 
@@ -22,52 +15,52 @@
 
 TALVERA_BEGIN_DECLS
 
-/** Bytes of a digest. */
+/** Size of a digest in bytes. */
 #define MD5_DIGEST_SIZE 16
 
-/** A digest in the making: RFC 1321's MD5_CTX, under a name that leaves OpenSSL's alone. */
+/** Digest state: RFC 1321's MD5_CTX, under a name that does not clash with OpenSSL's. */
 typedef struct md5_context {
   uint32_t state[4];        /**< the words A, B, C and D */
   uint32_t count[2];        /**< number of message bits modulo 2^64, lower word first */
-  unsigned char buffer[64]; /**< input of an unfinished block */
+  unsigned char buffer[64]; /**< input of an incomplete block */
 } md5_context;
 
-/** Begins a digest.
+/** Starts a digest.
  *
- *  @param[out] context  the digest to begin
+ *  @param[out] context  digest state
  */
 TALVERA_API void MD5CInit(md5_context *context) TALVERA_NONNULL(1);
 
 /** Adds bytes to a digest.
  *
- *  @param[in,out] context  the digest
- *  @param input            @p length bytes; may be null when there are none
- *  @param length           bytes to add
+ *  @param[in,out] context  digest state
+ *  @param data             @p length bytes; may be null when @p length is 0
+ *  @param length           number of bytes
  */
-TALVERA_API void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length)
+TALVERA_API void MD5CUpdate(md5_context *context, const unsigned char *data, unsigned int length)
     TALVERA_NONNULL(1);
 
-/** Ends a digest. Mind the order of the arguments.
+/** Finishes a digest. Note the argument order.
  *
- *  @param[out] digest      receives 16 bytes
- *  @param[in,out] context  all zero afterwards
+ *  @param[out] digest      receives MD5_DIGEST_SIZE bytes
+ *  @param[in,out] context  digest state; zeroed
  */
 TALVERA_API void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *context)
     TALVERA_NONNULL(1, 2);
 
-/** Digest of a string without its terminator.
+/** Computes the digest of a string, without its terminator.
  *
  *  @param string       the string
- *  @param[out] digest  receives 16 bytes
+ *  @param[out] digest  receives MD5_DIGEST_SIZE bytes
  */
 TALVERA_API void UTIL_MD5(const char *string, unsigned char digest[MD5_DIGEST_SIZE])
     TALVERA_NONNULL(1, 2);
 
-/** Digest of a block of bytes.
+/** Computes the digest of a block of bytes.
  *
- *  @param data         @p length bytes; may be null when there are none
+ *  @param data         @p length bytes; may be null when @p length is 0
  *  @param length       number of bytes
- *  @param[out] digest  receives 16 bytes
+ *  @param[out] digest  receives MD5_DIGEST_SIZE bytes
  */
 TALVERA_API void MD5_digest(const unsigned char *data, unsigned int length,
                             unsigned char digest[MD5_DIGEST_SIZE]) TALVERA_NONNULL(3);
@@ -75,3 +68,4 @@ TALVERA_API void MD5_digest(const unsigned char *data, unsigned int length,
 TALVERA_END_DECLS
 
 #endif
+/** @} */

@@ -1,45 +1,36 @@
-/** @file
- *  Configuration store: name/value pairs in one System V shared-memory segment, which all processes
- *  of the gateway attach and read and write directly.
+/** @defgroup talvera_nvram Configuration store
+ *  Name/value pairs in a System V shared-memory segment, which all processes of the gateway attach,
+ *  read and write directly.
  *
- *  One process creates the segment with nvram_init(). Then every process attaches it:
+ *  @include nvram.c
  *
- *  @code
- *  const char *path = "/etc/config";
- *  nvram_hash = nvram_attach(path);  // the pairs are reached through nvram_hash,
- *  nvram_shmid = nvram_id(path);     // locks and status through nvram_shmid
- *  const char *hostname = nvram_get("hostname");
- *  if (hostname != NULL) printf("%.*s\n", NVRAM_VALUE_SIZE, hostname);
- *  nvram_set("hostname", "gateway");
- *  nvram_detach(nvram_hash);
- *  nvram_hash = NULL;
- *  @endcode
+ *  One process creates the segment with nvram_init(). Then every process attaches it and stores its
+ *  address in ::nvram_hash and its identifier in ::nvram_shmid.
  *
- *  The segment's key is ftok(path, 1). The segment is a table of NVRAM_ENTRIES entries, without any
- *  header; a new one is all zeros, the empty store:
+ *  The segment's key is ftok(path, 1). The segment is a table of NVRAM_ENTRIES entries without a
+ *  header; a new one is all zeros, which is the empty store:
  *
- *      entry 0           never used: a link of 0 ends every chain
- *      entries 1 to 256  buckets, where chains start
- *      257 to 383        overflow entries, which continue chains
+ *      entry 0             never used: a link of 0 ends every chain
+ *      entries 1 to 256    buckets, where chains start
+ *      entries 257 to 383  overflow entries, which continue chains
  *
- *  An entry has no alignment and is the same 99 bytes on every machine:
+ *  An entry is unaligned and the same 99 bytes on every machine:
  *
  *      offset  size  field
  *      0         32  name, NUL-terminated unless it has 32 characters
  *      32        64  value, NUL-terminated unless it has 64 characters
  *      96         1  not 0: in use
  *      97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
- *                  entry is not in use
+ *                    entry is not in use
  *
- *  A name's bucket is its hash modulo 256, plus 1, where the hash starts at 0 and each character of
- *  the whole name makes it hash * 31 + character. Names are compared over their first 32
- *  characters.
+ *  A name's bucket is its hash modulo 256, plus 1. The hash starts at 0, and each character of the
+ *  whole name makes it hash * 31 + character. Names are compared over their first 32 characters.
  *
- *  Nothing excludes other processes: programs that share a store serialise their writers
- *  themselves, and a value can change under its reader. What a process that is wrong writes into
- *  the segment leads none of these functions outside of it, nor into an endless loop: links out of
- *  range end a chain, and so does a chain that is longer than the table.
- */
+ *  There is no mutual exclusion: programs that share a store serialise their writers, and a value
+ *  can change under its reader. Corrupt content never leads these functions outside the segment or
+ *  into an endless loop: a link out of range ends a chain, and so does a chain longer than the
+ *  table.
+ *  @{ */
 #ifndef TALVERA_NVRAM_H
 #define TALVERA_NVRAM_H
 
@@ -51,30 +42,28 @@ struct shmid_ds; /* <sys/shm.h> */
 
 TALVERA_BEGIN_DECLS
 
-#define NVRAM_ENTRIES 384   /**< entries of the table */
-#define NVRAM_NAME_SIZE 32  /**< bytes of a name */
-#define NVRAM_VALUE_SIZE 64 /**< bytes of a value */
-#define NVRAM_ENTRY_SIZE 99 /**< bytes of an entry */
+/** @name Segment
+ *  @{ */
 
-/** Smallest size of the segment in bytes: 38016. */
+#define NVRAM_ENTRIES 384   /**< Number of entries in the table. */
+#define NVRAM_NAME_SIZE 32  /**< Size of a name in bytes. */
+#define NVRAM_VALUE_SIZE 64 /**< Size of a value in bytes. */
+#define NVRAM_ENTRY_SIZE 99 /**< Size of an entry in bytes. */
+
+/** Minimum size of the segment in bytes: 38016. */
 #define NVRAM_SEGMENT_SIZE (NVRAM_ENTRIES * NVRAM_ENTRY_SIZE)
 
-/** Result of nvram_set() when the store is full. */
-#define NVRAM_FULL (-12)
-
 /** Identifier of the attached segment, stored here by the program; initially -1. */
-extern TALVERA_API int32_t nvram_shmid;
+TALVERA_API extern int32_t nvram_shmid;
 
 /** Address of the attached segment, stored here by the program; initially null. The all-ones
  *  address, nvram_attach()'s failure, counts as null. */
-extern TALVERA_API void *nvram_hash;
+TALVERA_API extern void *nvram_hash;
 
-/* ---- The segment ----------------------------------------------------------------------------- */
-
-/** Creates the segment with mode 0600, or finds the one that is there.
+/** Creates the segment with mode 0600, or finds the existing one.
  *
- *  @param path  existing file that the programs have agreed on, as for ftok()
- *  @param size  bytes, at least NVRAM_SEGMENT_SIZE
+ *  @param path  existing file on which the programs have agreed, as for ftok()
+ *  @param size  size in bytes, at least NVRAM_SEGMENT_SIZE
  *  @return the segment's identifier; -1 with errno set on failure, EINVAL for a null path or size 0
  */
 TALVERA_API int nvram_init(const char *path, unsigned int size);
@@ -89,81 +78,86 @@ TALVERA_API int nvram_open(const char *path);
 /** Same as nvram_open(). @copydetails nvram_open */
 TALVERA_API int nvram_id(const char *path);
 
-/** Attaches the segment at an address that the system chooses.
+/** Attaches the segment at an address chosen by the system.
  *
  *  @param path  as for nvram_init()
  *  @return the segment's address; null with errno EINVAL for a null path; the all-ones address, as
- *          of shmat(), with errno set on failure: EINVAL also where there is no segment, of which
- *          nvram_id() tells the cause
+ *          of shmat(), with errno set on failure: EINVAL also when there is no segment, for which
+ *          nvram_id() gives the cause
  */
 TALVERA_API void *nvram_attach(const char *path);
 
-/** Detaches the segment and sets nvram_shmid to -1. nvram_hash stays as it is.
+/** Detaches the segment and sets ::nvram_shmid to -1. ::nvram_hash is unchanged.
  *
- *  @param segment  address that nvram_attach() has returned
- *  @return 0; -1 with errno set on failure; -1 with errno EINVAL and nothing changed for null
+ *  @param segment  address returned by nvram_attach()
+ *  @return 0; -1 with errno set on failure; -1 with errno EINVAL, and nothing changed, for null
  */
 TALVERA_API int nvram_detach(void *segment);
 
-/** Removes the segment; processes that are attached keep it until they detach.
+/** Removes the segment; processes that have attached it keep it until they detach.
  *
  *  @param path  as for nvram_init()
  *  @return 0; -1 with errno set on failure, EINVAL for a null path
  */
 TALVERA_API int nvram_exit(const char *path);
 
-/** Reads the status of the segment nvram_shmid, as shmctl() IPC_STAT.
+/** Reads the status of the segment ::nvram_shmid (shmctl() with IPC_STAT).
  *
  *  @param[out] status  the status
- *  @return 0; -1 with errno set on failure, EINVAL when nvram_shmid is below 0
+ *  @return 0; -1 with errno set on failure, EINVAL when ::nvram_shmid is negative
  */
 TALVERA_API int nvram_stat(struct shmid_ds *status);
 
-/** Pins the pages of the segment nvram_shmid in memory, as shmctl() SHM_LOCK. It excludes nobody.
+/** Locks the segment ::nvram_shmid into memory (shmctl() with SHM_LOCK). It does not exclude other
+ *  processes.
  *
- *  @return 0; -1 with errno set on failure, EINVAL when nvram_shmid is below 0
+ *  @return 0; -1 with errno set on failure, EINVAL when ::nvram_shmid is negative
  */
 TALVERA_API int nvram_lock(void);
 
-/** Takes nvram_lock() back, as shmctl() SHM_UNLOCK.
+/** Reverses nvram_lock() (shmctl() with SHM_UNLOCK).
  *
- *  @return 0; -1 with errno set on failure, EINVAL when nvram_shmid is below 0
+ *  @return 0; -1 with errno set on failure, EINVAL when ::nvram_shmid is negative
  */
 TALVERA_API int nvram_unlock(void);
 
-/** @name Pairs
- *  Each of these but nvram_show_all() calls nvram_lock() first and nvram_unlock() last; with
- *  nvram_shmid at -1 that costs no system call.
+/** @}
+ *  @name Pairs
+ *  All of these except nvram_show_all() call nvram_lock() first and nvram_unlock() last, which
+ *  makes no system call while ::nvram_shmid is -1.
  *  @{ */
 
-/** Looks a pair up.
+/** Result of nvram_set() when the store is full. */
+#define NVRAM_FULL (-12)
+
+/** Looks up a value.
  *
- *  @param name  its name, or null
- *  @return the value inside the segment, NUL-terminated unless it has NVRAM_VALUE_SIZE characters;
- *          null when there is no such pair, no segment or no name
+ *  @param name  name of the pair, or null
+ *  @return the value in the segment, NUL-terminated unless it has NVRAM_VALUE_SIZE characters; null
+ *          when there is no such pair, no segment or no name
  */
 TALVERA_API char *nvram_get(const char *name);
 
-/** Sets a pair, new or not. A value of NVRAM_VALUE_SIZE characters or more is stored as that many,
- *  without a terminator, and a name of NVRAM_NAME_SIZE or more likewise.
+/** Sets a pair, new or existing. A name of NVRAM_NAME_SIZE characters or more, or a value of
+ *  NVRAM_VALUE_SIZE or more, is stored truncated to that size and without a terminator.
  *
- *  @param name   its name
+ *  @param name   name of the pair
  *  @param value  its value
- *  @return 0; -1 with errno EINVAL when segment, name or value is null; NVRAM_FULL, with a line on
- *          standard error, when the pair's bucket is taken and no overflow entry is free; -1 with
- *          errno ELOOP when the pair is new and its chain runs in a circle
+ *  @return 0; -1 with errno EINVAL when segment, name or value is null; -1 with errno ELOOP when
+ *          the pair is new and its chain is circular; NVRAM_FULL, with a line on standard error,
+ *          when the pair's bucket is in use and no overflow entry is free
  */
 TALVERA_API int nvram_set(const char *name, const char *value);
 
 /** Removes a pair. When it is the first of its chain, the second one moves into its place.
  *
- *  @param name  its name
+ *  @param name  name of the pair
  *  @return 0, also when there is no such pair; -1 with errno EINVAL when segment or name is null
  */
 TALVERA_API int nvram_unset(const char *name);
 
-/** Prints every pair as "name: value" on a line of standard output, chain after chain; without a
- *  segment nothing. */
+/** Prints every pair to standard output, one "name: value" line each, chain by chain; prints
+ *  nothing without a segment. */
 TALVERA_API void nvram_show_all(void);
 
 /** @} */
@@ -171,3 +165,4 @@ TALVERA_API void nvram_show_all(void);
 TALVERA_END_DECLS
 
 #endif
+/** @} */

@@ -1,30 +1,22 @@
-/** @file
- *  Scanners: skip, take words, strings, numbers and addresses along a line of text.
+/** @defgroup talvera_scan Scanning
+ *  Takes words, strings, numbers and addresses from a line of text, one after the other.
+ *
+ *  @include scan.c
  *
  *  Each scanner takes a pointer into a NUL-terminated 8-bit string and returns where it stopped, so
- *  that calls chain along a line:
+ *  that calls chain along a line. A scanner that finds nothing of its kind returns the pointer it
+ *  was given and does not set errno. Nothing is logged. No scanner reads before the start of the
+ *  string or past its terminator.
  *
- *  @code
- *  char text[] = "timeout 30", *line = text, name[16];
- *  unsigned long value;
- *  line = get_word(line, name, sizeof name);
- *  line = get_number(line, &value, 10);
- *  @endcode
- *
- *  One that finds nothing of its kind returns the pointer that it was given; nothing is logged and
- *  errno tells nothing. A string is never read before its start nor behind its terminator.
- *
- *  Two classes of characters must not be confused: blank is space and tab; white space is the
+ *  Two character classes must not be confused. Blanks are space and tab. White space is the
  *  isspace() class of the POSIX locale (space, tab, line feed, vertical tab, form feed, carriage
- *  return), whatever locale the program has set. Where a text says "below 33", bytes are read as
- *  signed characters, so that every byte from 128 up is below 33 as well: such bytes end words and
- *  are stripped as trailing white.
+ *  return), whatever locale the program has set. Where an entry says "below 33", bytes are read as
+ *  signed characters, so bytes of 128 and more are below 33 too: they end words, and are stripped
+ *  as trailing white space.
  *
- *  Numbers are those of the gateway, whose long has 32 bits, on every machine: an unsigned long
- *  receives 0 to 4294967295, a long -2147483648 to 2147483647.
- *
- *  Where two names are given, both are the same function.
- */
+ *  Numbers have 32 bits on every machine: an unsigned long receives 0 to 4294967295, a long
+ *  -2147483648 to 2147483647.
+ *  @{ */
 #ifndef TALVERA_SCAN_H
 #define TALVERA_SCAN_H
 
@@ -35,18 +27,21 @@
 
 TALVERA_BEGIN_DECLS
 
+/** @name Skipping
+ *  @{ */
+
 /** Skips white space.
  *
  *  @param s  text, or null
- *  @return the first character of @p s that is not white space, which may be the terminator; a
- *          constant empty string when @p s is null
+ *  @return the first character of @p s that is not white space, possibly the terminator; a constant
+ *          empty string when @p s is null
  */
 TALVERA_API char *skip_space(char *s);
 
 /** Skips blanks.
  *
  *  @param s  text, or null
- *  @return the first character of @p s that is not blank, which may be the terminator; a constant
+ *  @return the first character of @p s that is not a blank, possibly the terminator; a constant
  *          empty string when @p s is null
  */
 TALVERA_API char *skip_blank(char *s);
@@ -69,158 +64,171 @@ TALVERA_API char *skip_nonblank(char *s) TALVERA_NONNULL(1);
 /** Same as skip_nonblank(). @copydetails skip_nonblank */
 TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
 
+/** @}
+ *  @name Words and strings
+ *  @{ */
+
 /** Takes a word.
  *
- *  Blanks before it are skipped. It ends before the first character below 33, which is consumed,
- *  and so are the blanks behind it. Once @p size - 1 characters are taken, also when the word ends
- *  just there, all up to the next blank is skipped, line feeds and what follows them included.
+ *  Leading blanks are skipped. The word ends before the first character below 33, which is
+ *  consumed together with the blanks after it. Once @p size - 1 characters have been taken, even
+ *  when the word ends there, everything up to the next blank is skipped, line feeds included.
  *
- *  @param s         text; null is read as empty
- *  @param[out] buf  receives the word, terminated; untouched when @p size is below 1
- *  @param size      bytes of room, terminator included; with 1 up to 2 bytes are written, a
- *                   character and the terminator, which is meant
+ *  @param s         text; null reads as empty
+ *  @param[out] buf  receives the word, terminated; unchanged when @p size is below 1
+ *  @param size      room in bytes; intentionally, a size of 1 still writes up to 2 bytes, a
+ *                   character and the terminator
  *  @return where the next word can be taken; @p s when @p size is below 1
  */
 TALVERA_API char *getword(char *s, char *buf, int size);
 /** Same as getword(). @copydetails getword */
 TALVERA_API char *get_word(char *s, char *buf, int size);
 
-/** Takes a string that may be quoted and hold escapes.
+/** Takes a string, which may be quoted and contain escapes.
  *
- *  Blanks before it are skipped. A double quote switches quoting on and off and is not part of the
- *  string; inside quotes a blank is. Escapes, in quotes and outside: "^x" and two hexadecimal
- *  digits give that byte (nothing when it is 0 or there are fewer digits), "^" and any other
- *  character give that character; a "^" at the very end gives nothing.
+ *  Leading blanks are skipped. A double quote switches quoting on or off and is not part of the
+ *  string; blanks inside quotes are. Escapes work inside quotes and outside: "^x" and two
+ *  hexadecimal digits give that byte (nothing when it is 0 or digits are missing); "^" and any
+ *  other character give that character; a "^" at the very end gives nothing.
  *
- *  @param s         text; null is read as empty
- *  @param[out] buf  receives the string, terminated: room for @p size + 1 bytes, the terminator
- *                   comes on top of @p size
- *  @param size      characters to take at most; below 1 none
- *  @param delim     character (its low 8 bits) that ends the string, also inside quotes; 0 for none
- *  @return where the string ended: the delimiter, the first character for which there was no room,
- *          behind the blanks that followed, or the terminator
+ *  @param s         text; null reads as empty
+ *  @param[out] buf  receives the string, terminated: room for @p size + 1 bytes
+ *  @param size      maximum number of characters, without the terminator; below 1 none
+ *  @param delim     character (low 8 bits) that ends the string, even inside quotes; 0 for none
+ *  @return where the string ended: at the delimiter, at the first character that did not fit, after
+ *          the blanks that followed, or at the terminator
  */
 TALVERA_API char *getstring(char *s, char *buf, int size, int delim) TALVERA_NONNULL(2);
 /** Same as getstring(). @copydetails getstring */
 TALVERA_API char *get_string(char *s, char *buf, int size, int delim) TALVERA_NONNULL(2);
 
-/** Overwrites all characters below 33 at the end of @p s with terminators.
+/** Replaces all characters below 33 at the end of a string by terminators.
  *
- *  @param s  text shorter than 32768 characters; a longer one is left as it is
+ *  @param[in,out] s  text of less than 32768 characters; longer text is left unchanged
  */
 TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
 
-/** Checks that a whole string is one decimal number.
+/** @}
+ *  @name Numbers
+ *  @{ */
+
+/** Checks that a whole string is one unsigned decimal number.
  *
- *  White space may surround it; what is white at its end is stripped from the caller's string, as
- *  strip_trailing_white() does. An empty string is 0. The greatest value is valid only in its plain
- *  spelling, so that a greater number, which converts to it, is told from it; no such test is made
- *  for others: ValidateUlong() takes "-5" as 4294967291, ValidateLong() takes "-99999999999" as
- *  -2147483648, which is meant.
+ *  White space may surround the number; trailing white space is stripped from the caller's string
+ *  as by strip_trailing_white(). An empty string is 0. Text that converts to the maximum is valid
+ *  only when it spells the maximum plainly, which rejects larger numbers. Intentionally, nothing
+ *  else is checked for range: "-5" gives 4294967291.
  *
  *  @param[in,out] s   text
- *  @param[out] value  what the text converts to, also when it is invalid
- *  @return 0 when valid, -1 with errno EINVAL when not
+ *  @param[out] value  the converted number, also when the text is invalid
+ *  @return 0 when valid; -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateUlong(char *s, unsigned long *value) TALVERA_NONNULL(1, 2);
-/** As ValidateUlong(), for signed numbers.
+/** Checks that a whole string is one signed decimal number, as ValidateUlong() does; intentionally,
+ *  "-99999999999" gives -2147483648.
  *
  *  @param[in,out] s   text
- *  @param[out] value  what the text converts to, also when it is invalid
- *  @return 0 when valid, -1 with errno EINVAL when not
+ *  @param[out] value  the converted number, also when the text is invalid
+ *  @return 0 when valid; -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);
 
 /** Takes a number.
  *
- *  Blanks before it are skipped, a "-" negates it, modulo 2^32; a "+" is not accepted, neither in
- *  front nor as the second character ("5+3" fails whole, which is meant). Digits are 0 to 9 and a
- *  to z in either case. Overflow wraps at 32 bits.
+ *  Leading blanks are skipped. A "-" negates the number modulo 2^32. A "+" is accepted neither as
+ *  the first character nor, intentionally, as the second: "5+3" fails as a whole. Digits are 0 to 9
+ *  and letters in either case. Overflow wraps at 32 bits.
  *
- *  @param s           text; null is read as empty
+ *  @param s           text; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
- *  @param base        up to 36. With 16 a prefix "0x" or "0X" is skipped. 0 means hexadecimal with
- *                     that prefix and nothing else: a number without it fails
- *  @return the first character that is not part of the number, or @p s when no digit was read
+ *  @param base        up to 36; base 16 accepts a prefix "0x" or "0X". Base 0 is hexadecimal with a
+ *                     mandatory prefix: a number without it fails
+ *  @return the first character after the number; @p s when no digit was read
  */
 TALVERA_API char *getnum(char *s, unsigned long *value, int base) TALVERA_NONNULL(2);
 /** Same as getnum(). @copydetails getnum */
 TALVERA_API char *get_number(char *s, unsigned long *value, int base) TALVERA_NONNULL(2);
 
-/** getnum() with base 16.
+/** Takes a hexadecimal number, as getnum() does in base 16.
  *
- *  @param s           text; null is read as empty
+ *  @param s           text; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
- *  @return as getnum()
+ *  @return the first character after the number; @p s when no digit was read
  */
 TALVERA_API char *gethex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 /** Same as gethex(). @copydetails gethex */
 TALVERA_API char *get_hex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 
-/** getnum() with base 10, read as signed 32 bits.
+/** Takes a decimal number, as getnum() does, and reads it as signed 32 bits.
  *
- *  @param s           text; null is read as empty
+ *  @param s           text; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
- *  @return as getnum()
+ *  @return the first character after the number; @p s when no digit was read
  */
 TALVERA_API char *getlong(char *s, long *value) TALVERA_NONNULL(2);
 /** Same as getlong(). @copydetails getlong */
 TALVERA_API char *get_long(char *s, long *value) TALVERA_NONNULL(2);
-/** As getlong(), into an int.
+/** Takes a decimal number into an int, as getlong() does.
  *
- *  @param s           text; null is read as empty
+ *  @param s           text; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
- *  @return as getnum()
+ *  @return the first character after the number; @p s when no digit was read
  */
 TALVERA_API char *getint(char *s, int *value) TALVERA_NONNULL(2);
 /** Same as getint(). @copydetails getint */
 TALVERA_API char *get_int(char *s, int *value) TALVERA_NONNULL(2);
 
-/** getnum() with base 10, of which the lower 16 bits are stored.
+/** Takes a decimal number, as getnum() does, and stores its low 16 bits.
  *
- *  @param s           text; null is read as empty
+ *  @param s           text; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
- *  @return as getnum()
+ *  @return the first character after the number; @p s when no digit was read
  */
 TALVERA_API char *getushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
 /** Same as getushort(). @copydetails getushort */
 TALVERA_API char *get_ushort(char *s, unsigned short *value) TALVERA_NONNULL(2);
 
-/** Takes an IPv4 address, dotted quad as of inet_pton(), that begins at @p s (no blanks are
- *  skipped) and ends before white space.
- *
- *  @param s          text
- *  @param[out] addr  the address, network byte order; untouched on failure
- *  @return behind the address, or @p s on failure
- */
-TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
-/** Same as getip(). @copydetails getip */
-TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
-
-/** Takes a MAC address as of ether_aton_r(): six groups of one or two hexadecimal digits, joined by
- *  ":". It begins at @p s (no blanks are skipped) and ends before white space, 19 characters at
- *  most. Behind a sixth group of two digits nothing is looked at; behind one of a single digit
- *  nothing may follow.
- *
- *  @param s         text
- *  @param[out] mac  the address; untouched on failure
- *  @return behind the address, or @p s on failure
- */
-TALVERA_API char *get_mac(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
-/** Same as get_mac(). @copydetails get_mac */
-TALVERA_API char *getether(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
-
-/** Tells whether a string is hexadecimal.
+/** Checks whether a string is hexadecimal: digits, with an optional prefix "0x", "0X", "x" or "X".
+ *  Intentionally, a prefix alone counts too.
  *
  *  @param s  the string, or null
- *  @return 1 when @p s is a hexadecimal string: digits alone, or behind a prefix "0x", "0X", "x" or
- *          "X", which count alone too, which is meant; 0 when not, and for null and the empty
- *          string
+ *  @return 1 when it is; 0 when it is not, is empty, or is null
  */
 TALVERA_API int isxstring(const char *s);
 /** Same as isxstring(). @copydetails isxstring */
 TALVERA_API int StringIsHexDigits(const char *s);
 
+/** @}
+ *  @name Addresses
+ *  @{ */
+
+/** Takes an IPv4 address: a dotted quad as inet_pton() accepts it, starting at @p s (blanks are not
+ *  skipped) and ending before white space.
+ *
+ *  @param s          text
+ *  @param[out] addr  the address in network byte order; unchanged on failure
+ *  @return the first character after the address; @p s on failure
+ */
+TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
+/** Same as getip(). @copydetails getip */
+TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
+
+/** Takes a MAC address as ether_aton_r() accepts it: six groups of one or two hexadecimal digits,
+ *  separated by ":", starting at @p s (blanks are not skipped) and ending before white space, at
+ *  most 19 characters. Text after a sixth group of two digits is ignored; after one of a single
+ *  digit nothing may follow.
+ *
+ *  @param s         text
+ *  @param[out] mac  the address; unchanged on failure
+ *  @return the first character after the address; @p s on failure
+ */
+TALVERA_API char *get_mac(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
+/** Same as get_mac(). @copydetails get_mac */
+TALVERA_API char *getether(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
+
+/** @} */
+
 TALVERA_END_DECLS
 
 #endif
+/** @} */

@@ -1,15 +1,12 @@
-/** @file
- *  What the host supplies: access to the gateway's system database and its log.
+/** @defgroup talvera_sdb System database and log
+ *  Three functions that the library calls and does not define: the program, or the gateway's own
+ *  library, supplies them.
  *
- *  @code
- *  char sku[32];
- *  int error = sdb_get("system.sku", sku, sizeof sku);
- *  if (error != 0) sdb_log(SDB_LOG_WARNING, "no sku: %s", sdb_strerror(error));
- *  @endcode
+ *  @include sdb.c
  *
- *  The library calls these three functions and leaves them undefined; the program, or the gateway's
- *  own library, defines them. On a development machine `host/` has a provider to link.
- */
+ *  On a development machine a program links `talvera_sdb`, which reads values from the text file
+ *  that the environment variable TALVERA_SDB names and logs to standard error.
+ *  @{ */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H
 
@@ -19,24 +16,24 @@
 
 TALVERA_BEGIN_DECLS
 
-/** Levels of sdb_log(), with the numbers of syslog's. */
+/** Levels of sdb_log(), numbered as in syslog. */
 enum sdb_log_level {
-  SDB_LOG_ERROR = 3,   /**< something failed */
-  SDB_LOG_WARNING = 4, /**< something is not as it should be */
-  SDB_LOG_INFO = 6,    /**< what happens in ordinary work */
-  SDB_LOG_DEBUG = 7    /**< for who looks for a fault */
+  SDB_LOG_ERROR = 3,   /**< failures */
+  SDB_LOG_WARNING = 4, /**< unexpected conditions */
+  SDB_LOG_INFO = 6,    /**< ordinary events */
+  SDB_LOG_DEBUG = 7    /**< details for troubleshooting */
 };
 
 /** Reads the value of a key.
  *
- *  @param key          name of the value, such as "system.sku"
- *  @param[out] buffer  room for @p size bytes; receives the value, NUL-terminated
- *  @param size         bytes of room, terminator included
- *  @return 0 on success, else an error code that sdb_strerror() puts into words
+ *  @param key       name of the value, such as "system.sku"
+ *  @param[out] buf  room for @p size bytes; receives the value, NUL-terminated
+ *  @param size      room in bytes, terminator included
+ *  @return 0; otherwise an error code for sdb_strerror()
  */
-int sdb_get(const char *key, char *buffer, size_t size);
+int sdb_get(const char *key, char *buf, size_t size);
 
-/** The text of an error code: those of sdb_get() and errno values.
+/** Returns the text of an error code: one of sdb_get()'s or an errno value.
  *
  *  @param code  error code
  *  @return static text, never null
@@ -53,3 +50,4 @@ void sdb_log(int level, const char *format, ...) TALVERA_PRINTF(2, 3);
 TALVERA_END_DECLS
 
 #endif
+/** @} */

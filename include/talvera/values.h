@@ -1,19 +1,13 @@
-/** @file
- *  Values as text: tables of values and their names, printers for status pages and logs, and heap
- *  strings that replace each other.
+/** @defgroup talvera_values Values
+ *  Tables of values and their names, formatters for status pages and logs, and heap strings that
+ *  replace each other.
  *
- *  @code
- *  const struct ust_entry entries[] = {{0, "down"}, {1, "up"}};
- *  const struct ust_table states = {entries, 2};
- *  char number[11];
- *  const char *name = ust_lookup_name_by_value(&states, 1);
- *  printf("port %s is %s\n", p_int(number, 4), name != NULL ? name : "?");  // port 4 is up
- *  @endcode
+ *  @include values.c
  *
- *  Nothing here keeps state or logs. Times are shown in the process's local time zone and locale,
- *  as localtime() and strftime() (POSIX) have it; like localtime() the functions that show them are
- *  not for several threads at once.
- */
+ *  Nothing here keeps state or logs. Times are shown in the process's time zone and locale, as by
+ *  localtime() and strftime() (POSIX); like localtime(), the functions that show them are not
+ *  thread-safe.
+ *  @{ */
 #ifndef TALVERA_VALUES_H
 #define TALVERA_VALUES_H
 
@@ -26,22 +20,23 @@
 
 TALVERA_BEGIN_DECLS
 
-/* ---- Value tables ---------------------------------------------------------------------------- */
+/** @name Value tables
+ *  @{ */
 
-/** A value and a name for it. */
+/** A value and its name. */
 struct ust_entry {
   int32_t value;    /**< the value */
   const char *name; /**< its name */
 };
 
-/** A table, searched from its first entry on: a value may have several names, of which the first is
- *  the one that is found, and a name several values. */
+/** A table of values and names. Look-ups return the first matching entry; values and names may
+ *  repeat. */
 struct ust_table {
   const struct ust_entry *entries; /**< the entries */
-  uint32_t count;                  /**< how many */
+  uint32_t count;                  /**< number of entries */
 };
 
-/** Looks a name up by value.
+/** Looks up a name by value.
  *
  *  @param table  the table
  *  @param value  the value
@@ -50,7 +45,7 @@ struct ust_table {
 TALVERA_API const char *ust_lookup_name_by_value(const struct ust_table *table, int value)
     TALVERA_NONNULL(1);
 
-/** Looks an index up by value.
+/** Looks up an index by value.
  *
  *  @param table  the table
  *  @param value  the value
@@ -59,17 +54,16 @@ TALVERA_API const char *ust_lookup_name_by_value(const struct ust_table *table, 
 TALVERA_API int ust_lookup_index_by_value(const struct ust_table *table, int value)
     TALVERA_NONNULL(1);
 
-/** Looks a value up by index.
+/** Looks up a value by index.
  *
  *  @param table  the table
- *  @param index  counted from 0
- *  @return the value of the entry at @p index, or -1 when there is none (so also for an index that
- *          was -1 before its conversion)
+ *  @param index  index of the entry, from 0
+ *  @return its value; -1 when there is no such entry, as for an index converted from -1
  */
 TALVERA_API int ust_lookup_value_by_index(const struct ust_table *table, unsigned int index)
     TALVERA_NONNULL(1);
 
-/** Looks an index up by name.
+/** Looks up an index by name.
  *
  *  @param table  the table
  *  @param name   the name
@@ -78,122 +72,124 @@ TALVERA_API int ust_lookup_value_by_index(const struct ust_table *table, unsigne
 TALVERA_API int ust_lookup_index_by_name(const struct ust_table *table, const char *name)
     TALVERA_NONNULL(1, 2);
 
-/** Looks an index up by name, ignoring case.
+/** Looks up an index by name, ignoring case.
  *
  *  @param table  the table
  *  @param name   the name
- *  @return the index of the first entry whose name equals @p name but for the case of letters, or
- *          -1
+ *  @return the index of the first entry named @p name in any case, or -1
  */
 TALVERA_API int ust_lookup_index_by_name_i(const struct ust_table *table, const char *name)
     TALVERA_NONNULL(1, 2);
 
-/** Measures the names.
+/** Returns the length of the longest name.
  *
  *  @param table  the table
- *  @return the length of the longest name, 0 for an empty table
+ *  @return the length in characters; 0 for an empty table
  */
 TALVERA_API unsigned int ust_longest_strlen(const struct ust_table *table) TALVERA_NONNULL(1);
 
-/* ---- Printers: each returns the text, for use as an argument of printf() --------------------- */
+/** @}
+ *  @name Formatters
+ *  The p_ functions return the text, for use as a printf() argument.
+ *  @{ */
 
-/** Prints a switch.
+/** Formats a switch.
  *
  *  @param value  the switch
- *  @return "on" when @p value is not 0, else "off"
+ *  @return "on" when @p value is not 0, otherwise "off"
  */
 TALVERA_API const char *p_bool(int value);
 
-/** Prints a dotted quad.
+/** Formats an IPv4 address as a dotted quad.
  *
- *  @param[out] buffer  room for 20 bytes
- *  @param address      in network byte order
- *  @return @p buffer
+ *  @param[out] buf  room for 20 bytes
+ *  @param address   in network byte order
+ *  @return @p buf
  */
-TALVERA_API char *p_ipad(char *buffer, in_addr_t address) TALVERA_NONNULL(1);
+TALVERA_API char *p_ipad(char *buf, in_addr_t address) TALVERA_NONNULL(1);
 
-/** Prints a number in decimal, always as an unsigned one: -1 gives "4294967295", which is meant.
+/** Formats a number in decimal, intentionally always as unsigned: -1 gives "4294967295".
  *
- *  @param[out] buffer  room for 11 bytes
- *  @param value        the number
- *  @return @p buffer
+ *  @param[out] buf  room for 11 bytes
+ *  @param value     the number
+ *  @return @p buf
  */
-TALVERA_API char *p_int(char *buffer, unsigned int value) TALVERA_NONNULL(1);
+TALVERA_API char *p_int(char *buf, unsigned int value) TALVERA_NONNULL(1);
 
-/** Prints a time as strftime() does for "%a %b %d %H:%M:%S %Z %Y".
+/** Formats a time as strftime() does for "%a %b %d %H:%M:%S %Z %Y".
  *
- *  @param[out] buffer  room for 64 bytes; not touched when @p time is 0; an empty string when the
- *                      text does not fit or the time has no calendar date
- *  @param time         seconds since 1970
- *  @return @p buffer; the constant "(never)" when @p time is 0
+ *  @param[out] buf  room for 64 bytes; unchanged when @p time is 0; an empty string when the text
+ *                   does not fit or the time has no calendar date
+ *  @param time      seconds since 1970
+ *  @return @p buf; the constant "(never)" when @p time is 0
  */
-TALVERA_API const char *p_time(char *buffer, time_t time) TALVERA_NONNULL(1);
+TALVERA_API const char *p_time(char *buf, time_t time) TALVERA_NONNULL(1);
 
-/** Prints a duration such as "3.045 seconds".
+/** Formats a duration, such as "3.045 seconds".
  *
- *  @param[out] buffer   room for 40 bytes
+ *  @param[out] buf      room for 40 bytes
  *  @param seconds       whole seconds
- *  @param microseconds  shown as milliseconds, cut, with three digits at least; not carried into
- *                       the seconds, and a negative number shows as a huge one
- *  @return @p buffer
+ *  @param microseconds  shown as milliseconds, truncated, with at least three digits; not carried
+ *                       into the seconds, and a negative number shows as a huge one
+ *  @return @p buf
  */
-TALVERA_API char *p_secs(char *buffer, unsigned long seconds, long microseconds) TALVERA_NONNULL(1);
+TALVERA_API char *p_secs(char *buf, unsigned long seconds, long microseconds) TALVERA_NONNULL(1);
 
-/** Prints a value by a list of names.
+/** Returns the name of a value from an array.
  *
- *  @param value  index of the name
+ *  @param value  index of the name; not checked
  *  @param names  the names
- *  @return names[value]; nothing tests that there is such an element
+ *  @return names[value]
  */
 TALVERA_API const char *p_enum(int value, const char *const names[]) TALVERA_NONNULL(2);
 
-/** Writes a time as strftime() does for "%x %X %p". Mind the order of the arguments.
- *
- *  @param time         the time
- *  @param[out] buffer  room for 80 bytes; an empty string when the text does not fit or the time
- *                      has no calendar date
- *  @return the length written
- */
-TALVERA_API size_t mkstr_date(time_t time, char *buffer) TALVERA_NONNULL(2);
+/** Names of the ad-break states 0 to 6, for p_enum(): "Idle", "Wait", "Pre-AdBreak",
+ *  "Pre-AdBreak-2", "AdBreak", "Post-AdBreak", "SS_ANY". */
+TALVERA_API extern const char *const enum_ad_states[7];
 
-/** @name Heap strings in a slot
- *  Each puts a new heap string into *slot, frees the one that was there (null: none), and returns
- *  the new one. The string is the caller's to free(), or replaced by the next call for the slot.
- *  When memory runs out the old string is gone too and the slot is null.
+/** Formats a time as strftime() does for "%x %X %p". Note the argument order.
+ *
+ *  @param time      the time
+ *  @param[out] buf  room for 80 bytes; an empty string when the text does not fit or the time has
+ *                   no calendar date
+ *  @return length of the text
+ */
+TALVERA_API size_t mkstr_date(time_t time, char *buf) TALVERA_NONNULL(2);
+
+/** @}
+ *  @name Heap strings in a slot
+ *  Each function stores a new heap string in *slot, frees the previous one (null: none), and
+ *  returns the new one. The caller frees the last string with free(). When memory runs out, the
+ *  previous string is freed too and the slot is null.
  *  @{ */
 
-/** Puts "%ld" of a value into a slot.
+/** Stores a signed number in decimal.
  *
  *  @param[in,out] slot  address of the pointer to the string
- *  @param value         the value
+ *  @param value         the number
  *  @return the new string; null when memory runs out
  */
 TALVERA_API char *mkstr_long(char **slot, long value) TALVERA_NONNULL(1);
 
-/** Puts "%lu" of a value into a slot.
+/** Stores an unsigned number in decimal.
  *
  *  @param[in,out] slot  address of the pointer to the string
- *  @param value         the value
+ *  @param value         the number
  *  @return the new string; null when memory runs out
  */
 TALVERA_API char *mkstr_ulong(char **slot, unsigned long value) TALVERA_NONNULL(1);
 
-/** Puts a copy of a text into a slot.
+/** Stores a copy of a text.
  *
  *  @param[in,out] slot  address of the pointer to the string
- *  @param text          the text, which may be, or lie in, the string that is replaced; or null
+ *  @param text          the text, which may be, or lie in, the previous string; or null
  *  @return the new string; null when @p text is null or memory runs out
  */
 TALVERA_API char *mkstr_string(char **slot, const char *text) TALVERA_NONNULL(1);
 
 /** @} */
 
-/* ---- Names ----------------------------------------------------------------------------------- */
-
-/** Names of the ad-break states 0 to 6, for p_enum(): "Idle", "Wait", "Pre-AdBreak",
- *  "Pre-AdBreak-2", "AdBreak", "Post-AdBreak", "SS_ANY". */
-extern TALVERA_API const char *const enum_ad_states[7];
-
 TALVERA_END_DECLS
 
 #endif
+/** @} */

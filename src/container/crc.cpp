@@ -5,7 +5,6 @@
 #include <climits>
 #include <concepts>
 #include <cstdint>
-#include <span>
 
 namespace {
 
@@ -49,44 +48,46 @@ constexpr Table<std::uint16_t> kCrc16Be = table_msb_first<std::uint16_t>(0x1021)
 constexpr Table<std::uint16_t> kCrc16Le = table_lsb_first<std::uint16_t>(0x8408);
 constexpr Table<std::uint8_t> kCrc8 = table_msb_first<std::uint8_t>(0xD5);
 
-using Bytes = std::span<const unsigned char>;
+// The check after every byte of a text. The loop is turned so that it takes one branch a byte.
+template <typename Word, typename Step>
+[[gnu::always_inline]] inline Word over(const unsigned char *data, unsigned int length, Word crc,
+                                        Step step) {
+  if (length == 0) return crc;
+  const unsigned char *const end = data + length;
+  do {
+    crc = step(crc, *data++);
+  } while (data != end);
+  return crc;
+}
 
 }  // namespace
 
 extern "C" uint32_t crc32_be(uint32_t crc, const unsigned char *data, unsigned int length) {
-  for (const unsigned char byte : Bytes(data, length)) {
-    crc = kCrc32Be[byte ^ crc >> 24] ^ crc << 8;
-  }
-  return crc;
+  return over(data, length, crc, [](std::uint32_t value, unsigned char byte) {
+    return kCrc32Be[byte ^ value >> 24] ^ value << 8;
+  });
 }
 
 extern "C" uint32_t crc32_le(uint32_t crc, const unsigned char *data, unsigned int length) {
-  for (const unsigned char byte : Bytes(data, length)) {
-    crc = kCrc32Le[(crc ^ byte) & 0xFF] ^ crc >> 8;
-  }
-  return crc;
+  return over(data, length, crc, [](std::uint32_t value, unsigned char byte) {
+    return kCrc32Le[(value ^ byte) & 0xFF] ^ value >> 8;
+  });
 }
 
 extern "C" unsigned int crc16_be(unsigned int crc, const unsigned char *data, unsigned int length) {
-  auto running = static_cast<std::uint16_t>(crc);
-  for (const unsigned char byte : Bytes(data, length)) {
-    running = static_cast<std::uint16_t>(kCrc16Be[byte ^ running >> 8] ^ running << 8);
-  }
-  return running;
+  return over(data, length, static_cast<std::uint16_t>(crc),
+              [](std::uint16_t value, unsigned char byte) {
+                return static_cast<std::uint16_t>(kCrc16Be[byte ^ value >> 8] ^ value << 8);
+              });
 }
 
 extern "C" unsigned int crc16_le(unsigned int crc, const unsigned char *data, unsigned int length) {
-  crc &= 0xFFFF;
-  for (const unsigned char byte : Bytes(data, length)) {
-    crc = kCrc16Le[(crc ^ byte) & 0xFF] ^ crc >> 8;
-  }
-  return crc;
+  return over(data, length, crc & 0xFFFF, [](unsigned int value, unsigned char byte) {
+    return kCrc16Le[(value ^ byte) & 0xFF] ^ value >> 8;
+  });
 }
 
 extern "C" unsigned int crc8(unsigned int crc, const unsigned char *data, unsigned int length) {
-  crc &= 0xFF;
-  for (const unsigned char byte : Bytes(data, length)) {
-    crc = kCrc8[crc ^ byte];
-  }
-  return crc;
+  return over(data, length, crc & 0xFF,
+              [](unsigned int value, unsigned char byte) { return unsigned{kCrc8[value ^ byte]}; });
 }

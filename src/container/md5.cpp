@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "internal/big_endian.h"
+
 namespace {
 
 constexpr std::size_t kBlockSize = 64;
@@ -23,15 +25,16 @@ constexpr std::array<std::uint32_t, 64> kSines = {
     0xF4292244, 0x432AFF97, 0xAB9423A7, 0xFC93A039, 0x655B59C3, 0x8F0CCC92, 0xFFEFF47D, 0x85845DD1,
     0x6FA87E4F, 0xFE2CE6E0, 0xA3014314, 0x4E0811A1, 0xF7537E82, 0xBD3AF235, 0x2AD7D2BB, 0xEB86D391};
 
+constexpr std::uint32_t as_little_endian(std::uint32_t value) {
+  return std::endian::native == std::endian::little ? value : __builtin_bswap32(value);
+}
+
 std::uint32_t load_le32(const unsigned char *bytes) {
-  return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-         static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
+  return as_little_endian(talvera::load_unaligned<std::uint32_t>(bytes));
 }
 
 void store_le32(unsigned char *bytes, std::uint32_t value) {
-  for (int i = 0; i < 4; ++i) {
-    bytes[i] = static_cast<unsigned char>(value >> 8 * i);
-  }
+  talvera::store_be32(bytes, __builtin_bswap32(value));
 }
 
 using State = std::uint32_t[4];
@@ -60,26 +63,38 @@ struct I {
   }
 };
 
-// A round: 16 steps, its `Number` counted from 0. Step i takes the block's word at
-// First + Stride * i, modulo 16; four shifts take turns.
-template <typename Mix, unsigned Number, unsigned First, unsigned Stride, int S1, int S2, int S3,
-          int S4>
-void round(State &state, const Block &block) {
+// The block's word that each step takes. Round after round it begins at another one, and goes on by
+// another stride.
+constexpr std::array<std::uint8_t, 64> kWords = [] {
+  constexpr unsigned kFirst[] = {0, 1, 5, 0};
+  constexpr unsigned kStride[] = {1, 5, 3, 7};
+  std::array<std::uint8_t, 64> words{};
+  for (unsigned i = 0; i < words.size(); ++i)
+    words[i] = (kFirst[i / 16] + kStride[i / 16] * i) % 16;
+  return words;
+}();
+
+template <typename Mix>
+[[gnu::always_inline]] inline void step(std::uint32_t &w, std::uint32_t x, std::uint32_t y,
+                                        std::uint32_t z, std::uint32_t added, int shift) {
+  w = x + std::rotl(Mix::add(w + added, x, y, z), shift);
+}
+
+// A round: 16 steps, its `Number` counted from 0. Four shifts take turns.
+template <typename Mix, unsigned Number, int S1, int S2, int S3, int S4>
+[[gnu::always_inline]] inline void round(State &state, const Block &block) {
   auto [a, b, c, d] = state;
-  const auto step = [&block](std::uint32_t &w, std::uint32_t x, std::uint32_t y, std::uint32_t z,
-                             unsigned i, int shift) {
-    const std::uint32_t word = block[(First + Stride * i) % 16] + kSines[16 * Number + i];
-    w = x + std::rotl(Mix::add(w + word, x, y, z), shift);
-  };
+  const std::uint32_t *const sines = &kSines[16 * Number];
+  const std::uint8_t *const words = &kWords[16 * Number];
   // Word numbers and sines become constants of the code, unless it is to be small.
 #ifndef __OPTIMIZE_SIZE__
 #pragma GCC unroll 4
 #endif
   for (unsigned i = 0; i < 16; i += 4) {
-    step(a, b, c, d, i, S1);
-    step(d, a, b, c, i + 1, S2);
-    step(c, d, a, b, i + 2, S3);
-    step(b, c, d, a, i + 3, S4);
+    step<Mix>(a, b, c, d, block[words[i]] + sines[i], S1);
+    step<Mix>(d, a, b, c, block[words[i + 1]] + sines[i + 1], S2);
+    step<Mix>(c, d, a, b, block[words[i + 2]] + sines[i + 2], S3);
+    step<Mix>(b, c, d, a, block[words[i + 3]] + sines[i + 3], S4);
   }
   state[0] = a;
   state[1] = b;
@@ -94,10 +109,10 @@ void add_block(State &state, const unsigned char *bytes) {
   }
   State mixed;
   std::copy_n(state, 4, mixed);
-  round<F, 0, 0, 1, 7, 12, 17, 22>(mixed, block);
-  round<G, 1, 1, 5, 5, 9, 14, 20>(mixed, block);
-  round<H, 2, 5, 3, 4, 11, 16, 23>(mixed, block);
-  round<I, 3, 0, 7, 6, 10, 15, 21>(mixed, block);
+  round<F, 0, 7, 12, 17, 22>(mixed, block);
+  round<G, 1, 5, 9, 14, 20>(mixed, block);
+  round<H, 2, 4, 11, 16, 23>(mixed, block);
+  round<I, 3, 6, 10, 15, 21>(mixed, block);
   for (unsigned i = 0; i < 4; ++i) {
     state[i] += mixed[i];
   }

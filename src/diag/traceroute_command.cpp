@@ -1,5 +1,6 @@
 // The command line of traceroute, in a buffer whose room is reckoned in a way of its own.
 #include <cerrno>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -17,21 +18,26 @@ class CommandLine {
  public:
   CommandLine(char *buffer, std::uint32_t size) : buffer_(buffer), room_(size) {}
 
-  template <typename... Arguments>
-  void append(const char *format, Arguments... arguments) {
-    written_ += static_cast<std::uint32_t>(std::sprintf(buffer_ + written_, format, arguments...));
+  __attribute__((noinline, format(printf, 2, 3))) void append(const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    written_ += static_cast<std::uint32_t>(std::vsprintf(buffer_ + written_, format, arguments));
+    va_end(arguments);
     room_ -= written_;
   }
 
-  void append_switch(bool wanted, const char *text) {
+  [[gnu::noinline]] void append_switch(bool wanted, const char *text) {
     if (wanted && static_cast<std::int32_t>(room_) >= 4) append("%s", text);
   }
-  void append_number(const char *format, int number, std::uint32_t least_room) {
-    if (number > 0 && room_ >= least_room) append(format, number);
+  [[gnu::noinline]] void append_number(char letter, int number, std::uint32_t least_room) {
+    if (number > 0 && room_ >= least_room) append(" -%c %d", letter, number);
   }
-  // `added` is what the format adds to the text.
-  void append_text(const char *format, const char *text, std::size_t added) {
-    if (std::strlen(text) + added < room_) append(format, text);
+  // `before` goes with the text when that fits.
+  [[gnu::noinline]] void append_text(const char *before, const char *text) {
+    if (std::strlen(text) + std::strlen(before) < room_) append("%s%s", before, text);
+  }
+  void append_length(int length) {
+    if (length > 0 && room_ >= 6) append(" %d", length);
   }
 
  private:
@@ -57,13 +63,13 @@ extern "C" int ipdiag_tr_makeparam(const char *host, const char *ifname, std::in
   line.append("%s", kProgram);
   line.append_switch(ipv6 != 0, " -6");
   line.append_switch(icmp != 0, " -I");
-  if (ifname != nullptr && *ifname != '\0') line.append_text(" -i %s", ifname, 4);
-  line.append_number(" -q %d", queries, 9);
-  line.append_number(" -m %d", max_hops, 9);
-  line.append_number(" -w %d", wait, 9);
-  line.append_number(" -t %d", tos, 9);
-  line.append_number(" -p %d", port, 7);
-  line.append_text(" %s", host, 1);
-  line.append_number(" %d", packet_len, 6);
+  if (ifname != nullptr && *ifname != '\0') line.append_text(" -i ", ifname);
+  line.append_number('q', queries, 9);
+  line.append_number('m', max_hops, 9);
+  line.append_number('w', wait, 9);
+  line.append_number('t', tos, 9);
+  line.append_number('p', port, 7);
+  line.append_text(" ", host);
+  line.append_length(packet_len);
   return 0;
 }

@@ -32,14 +32,14 @@ constexpr Marker kMarkers[] = {
     {"!F", TR_FRAGMENTATION_NEEDED},
 };
 
-FilePtr open_work_file(const char *name, const char *kind) {
+std::FILE *open_work_file(const char *name, const char *kind) {
   char path[kWorkPathSize];
   const int length = std::snprintf(path, sizeof path, "/tmp/%s-%s", name, kind);
   if (length < 0 || static_cast<std::size_t>(length) >= sizeof path) {
     errno = ENAMETOOLONG;
     return nullptr;
   }
-  return FilePtr(std::fopen(path, "r"));
+  return std::fopen(path, "r");
 }
 
 // Copies at most what fits, and terminates.
@@ -109,7 +109,7 @@ using namespace talvera;
 
 extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t max_rows,
                                    std::int32_t *count) {
-  const FilePtr file = diag::open_work_file(name, "out");
+  const FilePtr file(diag::open_work_file(name, "out"));
   if (file == nullptr) return -1;
   *count = 0;
   if (max_rows < 1) return fail(EINVAL);
@@ -127,15 +127,15 @@ extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t 
 }
 
 extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
-  const FilePtr file = diag::open_work_file(name, "status");
+  const FilePtr file(diag::open_work_file(name, "status"));
   if (file == nullptr) return -1;
   char line[diag::kStatusLineSize];
-  if (read_line(file.get(), line, sizeof line)) *time = parse_integer32(line, 10).to_signed();
+  if (read_line(file.get(), line, sizeof line)) *time = decimal32(line);
   return 0;
 }
 
 extern "C" int ipdiag_tr_err(const char *name, std::int32_t *code) {
-  const FilePtr file = diag::open_work_file(name, "err");
+  const FilePtr file(diag::open_work_file(name, "err"));
   if (file == nullptr) return -1;
   char line[diag::kErrorLineSize];
   if (read_line(file.get(), line, sizeof line))

@@ -15,10 +15,10 @@
 namespace talvera::files {
 namespace {
 
-FilePtr open_database(const char *dir, const char *dbname, const char *mode) {
+std::FILE *open_database(const char *dir, const char *dbname, const char *mode) {
   char path[kJoinedPathSize];
   std::snprintf(path, sizeof path, "%s/%s", dir, dbname);
-  return FilePtr(std::fopen(path, mode));
+  return std::fopen(path, mode);
 }
 
 // ---- Writing --------------------------------------------------------------------------------
@@ -50,19 +50,14 @@ class OrderIndex {
 
 // ---- Reading --------------------------------------------------------------------------------
 
-struct Header {
-  std::int32_t version = kVersion;
-  std::int32_t count = 0;
-};
-
 // Without two numbers the file counts as one of no items.
-Header read_header(Scanner &scanner) {
-  Header header;
-  if (scanner.character('#') && scanner.decimal(header.version) && scanner.character(':') &&
-      scanner.decimal(header.count)) {
-    return header;
+void read_header(Scanner &scanner, std::int32_t &version, std::int32_t &count) {
+  if (scanner.character('#') && scanner.decimal(version) && scanner.character(':') &&
+      scanner.decimal(count)) {
+    return;
   }
-  return {};
+  version = kVersion;
+  count = 0;
 }
 
 // Whether the file is long enough for so many items: a header that asks for more is not worth the
@@ -78,26 +73,27 @@ bool read_item(Scanner &scanner, of_file_info &item) {
   item = {};
   return scanner.decimal(item.order) && scanner.character(':') && scanner.decimal(item.enable) &&
          scanner.character(':') && scanner.hexadecimal(item.flags) && scanner.character(':') &&
-         scanner.word(item.name);
+         scanner.word(item.name, sizeof item.name);
 }
 
-SetPtr read_set(std::FILE *file) {
+of_files_info *read_set(std::FILE *file) {
   Scanner scanner(file);
-  const Header header = read_header(scanner);
-  if (header.count < 0 || (header.count > 0 && header.version != kVersion) ||
-      !may_hold(file, header.count)) {
+  std::int32_t version = kVersion;
+  std::int32_t count = 0;
+  read_header(scanner, version, count);
+  if (count < 0 || (count > 0 && version != kVersion) || !may_hold(file, count)) {
     errno = EINVAL;
     return nullptr;
   }
-  SetPtr set = allocate_set(static_cast<std::size_t>(header.count));
+  SetPtr set(allocate_set(static_cast<std::size_t>(count)));
   if (set == nullptr) return nullptr;
-  set->version = header.version;
+  set->version = version;
   for (of_file_info &item : items(*set)) {
     if (read_item(scanner, item)) continue;
     if (std::ferror(file) == 0) errno = EINVAL;
     return nullptr;
   }
-  return set;
+  return set.release();
 }
 
 }  // namespace
@@ -109,7 +105,7 @@ extern "C" int of_serialize(const struct of_files_info *set, const char *dir, co
   // Made before the file is emptied, so that a lack of memory costs no settings.
   const files::OrderIndex index(files::items(*set));
   if (!index.valid()) return -1;
-  FilePtr file = files::open_database(dir, dbname, "w+");
+  FilePtr file(files::open_database(dir, dbname, "w+"));
   if (file == nullptr) return -1;
 
   std::fprintf(file.get(), "#%d:%d\n", files::kVersion, set->count);
@@ -125,10 +121,10 @@ extern "C" int of_serialize(const struct of_files_info *set, const char *dir, co
 
 extern "C" int of_deserialize(struct of_files_info **set, of_filter filter, const char *dir,
                               const char *dbname, uint8_t create) {
-  const FilePtr file = files::open_database(dir, dbname, "r");
+  const FilePtr file(files::open_database(dir, dbname, "r"));
   if (file == nullptr) return create != 0 ? of_init_files_info(set, filter, dir) : -1;
-  files::SetPtr saved = files::read_set(file.get());
+  of_files_info *saved = files::read_set(file.get());
   if (saved == nullptr) return -1;
-  *set = saved.release();
+  *set = saved;
   return 0;
 }

@@ -49,17 +49,17 @@ void fill_item(of_file_info &item, const char *name, std::int32_t order) {
 
 }  // namespace
 
-SetPtr allocate_set(std::size_t count) {
+of_files_info *allocate_set(std::size_t count) {
   if (count > (SIZE_MAX - sizeof(of_files_info)) / sizeof(of_file_info)) {
     errno = ENOMEM;
     return nullptr;
   }
   const std::size_t size = sizeof(of_files_info) + count * sizeof(of_file_info);
-  SetPtr set(static_cast<of_files_info *>(std::malloc(size)));
+  auto *set = static_cast<of_files_info *>(std::malloc(size));
   if (set == nullptr) return nullptr;
   set->version = kVersion;
   set->count = static_cast<std::int32_t>(count);
-  set->items = reinterpret_cast<of_file_info *>(set.get() + 1);
+  set->items = reinterpret_cast<of_file_info *>(set + 1);
   return set;
 }
 
@@ -73,7 +73,7 @@ extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, 
   const files::FileList list(dir);
   if (!list.valid()) return -1;
   const int accepted = list.accepted_by(filter);
-  files::SetPtr built = files::allocate_set(static_cast<std::size_t>(accepted));
+  of_files_info *built = files::allocate_set(static_cast<std::size_t>(accepted));
   if (built == nullptr) return -1;
 
   // The filter is the caller's: should it change its mind, the set still ends where it was to end.
@@ -85,13 +85,13 @@ extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, 
     ++filled;
   }
   built->count = filled;
-  *set = built.release();
+  *set = built;
   return 0;
 }
 
 extern "C" void of_free_files_info(struct of_files_info **set) {
   if (set == nullptr) return;
-  const files::SetPtr unused(*set);
+  free_block(*set);
   *set = nullptr;
 }
 

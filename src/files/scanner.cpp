@@ -26,21 +26,26 @@ bool Scanner::minus() {
   return negative;
 }
 
-bool Scanner::digits(std::uint32_t base, std::uint64_t limit, std::uint64_t &value) {
-  if (digit_value(next()) >= base) return false;
+Scanner::Digits Scanner::digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value) {
+  Digits found = Digits::kNone;
   value = 0;
-  for (; digit_value(next()) < base; advance()) {
-    value = value * base + digit_value(next());
-    if (value > limit) value = limit;
+  for (std::uint32_t digit; (digit = digit_value(next())) < base; advance()) {
+    if (found == Digits::kNone) found = Digits::kFit;
+    const std::uint64_t more = std::uint64_t{value} * base + digit;
+    value = static_cast<std::uint32_t>(more);
+    if (more > limit || found == Digits::kTooMany) {
+      found = Digits::kTooMany;
+      value = limit;
+    }
   }
-  return true;
+  return found;
 }
 
 bool Scanner::decimal(std::int32_t &value) {
   skip_space();
   const bool negative = minus();
-  std::uint64_t magnitude;
-  if (!digits(10, negative ? 0x80000000U : 0x7FFFFFFFU, magnitude)) return false;
+  std::uint32_t magnitude;
+  if (digits(10, INT32_MAX + std::uint32_t{negative}, magnitude) == Digits::kNone) return false;
   value = static_cast<std::int32_t>(negative ? 0 - magnitude : magnitude);
   return true;
 }
@@ -50,23 +55,20 @@ bool Scanner::hexadecimal(std::uint32_t &value) {
   const bool negative = minus();
   const bool zero = character('0');
   const bool prefixed = zero && (character('x') || character('X'));
-  std::uint64_t magnitude = 0;
-  if (!digits(16, UINT32_MAX + UINT64_C(1), magnitude) && (!zero || prefixed)) return false;
+  std::uint32_t magnitude;
+  const Digits found = digits(16, UINT32_MAX, magnitude);
+  if (found == Digits::kNone && (!zero || prefixed)) return false;
   // As with strtoul() the minus counts only for what fits.
-  if (magnitude > UINT32_MAX) {
-    value = UINT32_MAX;
-  } else {
-    value = static_cast<std::uint32_t>(negative ? 0 - magnitude : magnitude);
-  }
+  value = negative && found != Digits::kTooMany ? 0 - magnitude : magnitude;
   return true;
 }
 
-bool Scanner::word(std::span<char> name) {
+bool Scanner::word(char *name, std::size_t size) {
   skip_space();
   if (next_ == EOF) return false;
-  std::size_t length = 0;
+  const char *const last = name + size - 1;
   for (; next_ != EOF && !is_space(next()); advance()) {
-    if (length + 1 < name.size()) name[length++] = next();
+    if (name != last) *name++ = next();
   }
   return true;
 }

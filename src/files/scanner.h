@@ -2,9 +2,9 @@
 // not count; numbers saturate at the limits of 32 bits on every machine.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <span>
 
 #include "internal/streams.h"
 
@@ -18,8 +18,9 @@ class Scanner {
   bool character(char wanted);
   bool decimal(std::int32_t &value);
   bool hexadecimal(std::uint32_t &value);
-  // A run of what is not white space, cut to fit with a terminator into `name`, which is all zero.
-  bool word(std::span<char> name);
+  // A run of what is not white space, cut to fit with a terminator into `name` of
+  // `size` bytes, which are all zero.
+  bool word(char *name, std::size_t size);
 
  private:
   void advance();
@@ -28,8 +29,9 @@ class Scanner {
   void skip_space();
   // A sign, if there is one; tells whether it is a minus.
   bool minus();
+  enum class Digits { kNone, kFit, kTooMany };
   // Digits below `base`, up to `limit`; more gives the limit.
-  bool digits(std::uint32_t base, std::uint64_t limit, std::uint64_t &value);
+  Digits digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value);
 
   std::FILE *file_;
   int next_;  // the character to be read next, or EOF

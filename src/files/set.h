@@ -15,7 +15,7 @@ inline constexpr std::int32_t kVersion = 1;
 
 // A set with room for `count` items, for the caller to fill; null with errno set when memory runs
 // out.
-SetPtr allocate_set(std::size_t count);
+of_files_info *allocate_set(std::size_t count);
 
 inline std::span<of_file_info> items(const of_files_info &set) {
   if (set.count < 1) return {};

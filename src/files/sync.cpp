@@ -46,28 +46,28 @@ class NameIndex {
 bool restore(const of_files_info &saved, std::span<of_file_info> current) {
   const NameIndex index(items(saved));
   const auto count = static_cast<std::int32_t>(current.size());
-  const auto moves = allocate<Move>(current.size());
-  if (!index.valid() || moves == nullptr) return false;
+  const auto block = allocate<Move>(2 * current.size());
+  if (!index.valid() || block == nullptr) return false;
+  Move *const moves = block.get();
+  Move *const new_files = moves + current.size();
 
-  // Known files go to their saved places first; the new ones, kept from the block's other end, then
-  // go to the top, each above the one before.
+  // Known files go to their saved places first; the new ones, kept in the other half of the block,
+  // then go to the top, each above the one before.
   std::size_t known = 0;
   std::size_t added = 0;
   for (std::int32_t i = 0; i < count; ++i) {
     of_file_info &item = current[i];
     const of_file_info *match = index.find(item.name);
     if (match == nullptr) {
-      moves.get()[current.size() - ++added] = {i, 1};
+      new_files[added++] = {i, 1};
       continue;
     }
     item.enable = match->enable;
     item.flags = match->flags;
-    if (match->order >= 1 && match->order <= count) moves.get()[known++] = {i, match->order};
+    if (match->order >= 1 && match->order <= count) moves[known++] = {i, match->order};
   }
-  const std::span new_files{moves.get() + current.size() - added, added};
-  std::ranges::reverse(new_files);
-  std::memmove(moves.get() + known, new_files.data(), new_files.size_bytes());
-  return replay({moves.get(), known + added}, current);
+  std::memmove(moves + known, new_files, added * sizeof(Move));
+  return replay({moves, known + added}, current);
 }
 
 }  // namespace

@@ -13,9 +13,9 @@ namespace {
 
 // An attribute is moved by one system call straight between file and caller. Buffered, a value that
 // the kernel refuses would only be noticed at the close, and go unreported.
-talvera::FilePtr open_attribute(const talvera::FormattedPath &path, const char *mode) {
-  talvera::FilePtr stream(std::fopen(path.c_str(), mode));
-  if (stream != nullptr) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+std::FILE *open_attribute(const talvera::FormattedPath &path, const char *mode) {
+  std::FILE *stream = std::fopen(path.c_str(), mode);
+  if (stream != nullptr) std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
 }
 
@@ -35,7 +35,7 @@ extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, .
   const talvera::FormattedPath path(path_format, arguments);
   va_end(arguments);
 
-  const talvera::FilePtr attribute = open_attribute(path, "r");
+  const talvera::FilePtr attribute(open_attribute(path, "r"));
   if (attribute == nullptr) return -1;
   const std::size_t length = std::fread(buf, 1, size, attribute.get());
   if (std::ferror(attribute.get()) != 0) {
@@ -57,7 +57,7 @@ extern "C" int sysfs_set_attr(const char *path_format, const char *value, ...) {
   const talvera::FormattedPath path(path_format, arguments);
   va_end(arguments);
 
-  const talvera::FilePtr attribute = open_attribute(path, "w");
+  const talvera::FilePtr attribute(open_attribute(path, "w"));
   if (attribute == nullptr) {
     const talvera::ErrnoKeeper keep;
     syslog(LOG_INFO, "error opening sysfs attribute file (%s) for writing", path.c_str());

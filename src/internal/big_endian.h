@@ -1,26 +1,45 @@
 // Big-endian loads and stores, the byte order of every file, wire and shared-memory format here.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 namespace talvera {
 
+// A number at any address. Machines that cannot load from all have instructions for it, which a
+// copy of the bytes does not become.
+template <typename T>
+struct [[gnu::packed, gnu::may_alias]] Unaligned {
+  T value;
+};
+
+template <typename T>
+T load_unaligned(const void *bytes) {
+  return static_cast<const Unaligned<T> *>(bytes)->value;
+}
+
+constexpr std::uint16_t as_big_endian(std::uint16_t value) {
+  return std::endian::native == std::endian::big ? value : __builtin_bswap16(value);
+}
+
+constexpr std::uint32_t as_big_endian(std::uint32_t value) {
+  return std::endian::native == std::endian::big ? value : __builtin_bswap32(value);
+}
+
 inline std::uint16_t load_be16(const std::uint8_t *bytes) {
-  return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+  return as_big_endian(load_unaligned<std::uint16_t>(bytes));
 }
 
 inline std::uint32_t load_be32(const std::uint8_t *bytes) {
-  return static_cast<std::uint32_t>(load_be16(bytes)) << 16 | load_be16(bytes + 2);
+  return as_big_endian(load_unaligned<std::uint32_t>(bytes));
 }
 
 inline void store_be16(std::uint8_t *bytes, std::uint16_t value) {
-  bytes[0] = static_cast<std::uint8_t>(value >> 8);
-  bytes[1] = static_cast<std::uint8_t>(value);
+  reinterpret_cast<Unaligned<std::uint16_t> *>(bytes)->value = as_big_endian(value);
 }
 
 inline void store_be32(std::uint8_t *bytes, std::uint32_t value) {
-  store_be16(bytes, static_cast<std::uint16_t>(value >> 16));
-  store_be16(bytes + 2, static_cast<std::uint16_t>(value));
+  reinterpret_cast<Unaligned<std::uint32_t> *>(bytes)->value = as_big_endian(value);
 }
 
 }  // namespace talvera

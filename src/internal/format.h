@@ -11,13 +11,21 @@ inline constexpr std::size_t kPathSize = 256;         // a path built from a cal
 inline constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
 inline constexpr std::size_t kCommandSize = 512;      // a shell command
 
+// What vsnprintf() does; the text is empty after a failure.
+__attribute__((noinline, format(printf, 3, 0))) inline int format_text(char *text, std::size_t size,
+                                                                       const char *format,
+                                                                       std::va_list arguments) {
+  const int length = std::vsnprintf(text, size, format, arguments);
+  if (length < 0) text[0] = '\0';
+  return length;
+}
+
 template <std::size_t Size>
 class FormattedText {
  public:
   // Formats with the caller's argument list, which is used up and stays the caller's to end.
   __attribute__((format(printf, 2, 0))) FormattedText(const char *format, std::va_list arguments) {
-    length_ = std::vsnprintf(text_, Size, format, arguments);
-    if (length_ < 0) text_[0] = '\0';
+    length_ = format_text(text_, Size, format, arguments);
   }
 
   [[nodiscard]] const char *c_str() const { return text_; }

@@ -5,53 +5,58 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <memory>
 
 #include "internal/owners.h"
 
 namespace talvera {
 
-struct FileCloser {
-  void operator()(std::FILE *stream) const {
-    const ErrnoKeeper keep;
-    std::fclose(stream);
-  }
-};
+[[gnu::noinline]] inline void close_stream(std::FILE *stream) {
+  if (stream == nullptr) return;
+  const ErrnoKeeper keep;
+  std::fclose(stream);
+}
 
-struct PipeCloser {
-  void operator()(std::FILE *stream) const {
-    const ErrnoKeeper keep;
-    ::pclose(stream);
-  }
-};
+[[gnu::noinline]] inline void close_pipe(std::FILE *stream) {
+  if (stream == nullptr) return;
+  const ErrnoKeeper keep;
+  ::pclose(stream);
+}
 
 // A stream of fopen().
-using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+using FilePtr = Owner<std::FILE, close_stream>;
 
 // The output of a command, from popen(); its end waits for the command.
-using PipePtr = std::unique_ptr<std::FILE, PipeCloser>;
+using PipePtr = Owner<std::FILE, close_pipe>;
 
-// The next character; EOF at the end and after an error. A signal that interrupts the read, its
-// handler installed without SA_RESTART, is no error.
-[[gnu::noinline]] inline int next_character(std::FILE *stream) {
-  for (;;) {
-    const int character = getc_unlocked(stream);
-    if (character != EOF || std::ferror(stream) == 0 || errno != EINTR) return character;
+// What follows when a stream's buffer has no more: the next character, or EOF at the end and after
+// an error. A signal that interrupts the read, its handler installed without SA_RESTART, is no
+// error.
+[[gnu::noinline]] inline int character_after(int character, std::FILE *stream) {
+  while (character == EOF && std::ferror(stream) != 0 && errno == EINTR) {
     std::clearerr(stream);
+    character = getc_unlocked(stream);
   }
+  return character;
+}
+
+// The next character, as character_after() tells.
+inline int next_character(std::FILE *stream) {
+  const int character = getc_unlocked(stream);
+  return character != EOF ? character : character_after(character, stream);
 }
 
 // Reads a line, or as much of it as fits, as fgets() does, but keeps what came before a signal.
 [[gnu::noinline]] inline bool read_line(std::FILE *stream, char *line, std::size_t size) {
-  std::size_t length = 0;
-  while (length + 1 < size) {
+  char *end = line;
+  char *const last = line + size - 1;
+  while (end < last) {
     const int character = next_character(stream);
     if (character == EOF) break;
-    line[length++] = static_cast<char>(character);
+    *end++ = static_cast<char>(character);
     if (character == '\n') break;
   }
-  line[length] = '\0';
-  return length > 0;
+  *end = '\0';
+  return end != line;
 }
 
 }  // namespace talvera

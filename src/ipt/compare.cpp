@@ -12,7 +12,7 @@ bool same_text(const char *a, const char *b) {
   return a != nullptr && b != nullptr && std::strcmp(a, b) == 0;
 }
 
-bool same_item(const ipt_param &a, const ipt_param &b) {
+bool same_item(const Item &a, const Item &b) {
   return a.item == b.item && a.negation == b.negation && a.option == b.option &&
          same_text(a.value, b.value) && same_text(a.option_value, b.option_value);
 }

@@ -3,34 +3,43 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "talvera/ipt.h"
 
 namespace talvera::ipt {
 
-static_assert(sizeof(ipt_param) == sizeof(ipt_match));
-static_assert(offsetof(ipt_param, item) == offsetof(ipt_match, item));
-static_assert(offsetof(ipt_param, negation) == offsetof(ipt_match, negation));
-static_assert(offsetof(ipt_param, value) == offsetof(ipt_match, value));
-static_assert(offsetof(ipt_param, option) == offsetof(ipt_match, option));
-static_assert(offsetof(ipt_param, option_value) == offsetof(ipt_match, option_value));
+// A parameter or a match of a list, whatever type the program has written it with.
+struct [[gnu::may_alias]] Item {
+  std::uint32_t item;
+  std::uint8_t negation;
+  char *value;
+  std::uint32_t option;
+  char *option_value;
+};
+static_assert(offsetof(Item, item) == offsetof(ipt_param, item) &&
+              offsetof(Item, item) == offsetof(ipt_match, item));
+static_assert(offsetof(Item, negation) == offsetof(ipt_param, negation) &&
+              offsetof(Item, negation) == offsetof(ipt_match, negation));
+static_assert(offsetof(Item, value) == offsetof(ipt_param, value) &&
+              offsetof(Item, value) == offsetof(ipt_match, value));
+static_assert(offsetof(Item, option) == offsetof(ipt_param, option) &&
+              offsetof(Item, option) == offsetof(ipt_match, option));
+static_assert(offsetof(Item, option_value) == offsetof(ipt_param, option_value) &&
+              offsetof(Item, option_value) == offsetof(ipt_match, option_value));
+static_assert(sizeof(Item) == sizeof(ipt_param) && sizeof(Item) == sizeof(ipt_match));
 
 // A missing list is an empty one: rules for commands without items have none.
 inline std::uint32_t item_count(const list_obj *list) {
   return list == nullptr ? 0 : list_size(list);
 }
 
-// A copy of an item of either kind.
-inline ipt_param load_item(const void *data) {
-  ipt_param item;
-  std::memcpy(&item, data, sizeof item);
-  return item;
+inline const Item &as_item(const void *data) {
+  return *static_cast<const Item *>(data);
 }
 
 // REQUIRES: position < item_count(list)
-inline ipt_param item_at(const list_obj *list, std::uint32_t position) {
-  return load_item(list_get_at(list, position));
+inline const Item &item_at(const list_obj *list, std::uint32_t position) {
+  return as_item(list_get_at(list, position));
 }
 
 }  // namespace talvera::ipt

@@ -2,53 +2,49 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 namespace talvera::ipt {
 
-inline constexpr std::size_t kMostNames = 18;
+inline constexpr std::size_t kMostTables = 8;
+inline constexpr std::size_t kMostNames = 74;
 
-// The names of one enumeration, seen without the length of their text.
-class Names {
- public:
-  constexpr Names(const char *text, const std::uint8_t *starts, std::uint32_t count)
-      : text_(text), starts_(starts), count_(count) {}
-
-  [[nodiscard]] constexpr bool has(std::uint32_t value) const { return value < count_; }
-  // REQUIRES: has(value). What is returned ends in a NUL.
-  [[nodiscard]] constexpr std::string_view operator[](std::uint32_t value) const {
-    const std::size_t length = starts_[value + 1] - std::size_t{starts_[value]} - 1;
-    return {text_ + starts_[value], length};
-  }
-
- private:
-  const char *text_;
-  const std::uint8_t *starts_;
-  std::uint32_t count_;
-};
-
-// Names one behind the other, separated by NUL: an array of pointers would cost the loader a
-// relocation for each name. An aggregate, which the compiler puts into read-only memory.
+// Names of several enumerations one after the other, each ended by NUL: an array of pointers would
+// cost the loader a relocation for each name. An aggregate, which the compiler puts into read-only
+// memory.
 template <std::size_t Size>
-struct NameTable {
-  static_assert(Size < 256);
-
-  constexpr operator Names() const { return {text.data(), starts.data(), count}; }
+struct NameTables {
+  // The name of `number` in a table, which ends in a NUL; null when the table has no such number.
+  [[nodiscard]] const char *name(std::size_t table, std::uint32_t number) const {
+    const std::uint32_t first = firsts[table];
+    return number < firsts[table + 1] - first ? text.data() + starts[first + number] : nullptr;
+  }
 
   std::array<char, Size> text;
-  std::array<std::uint8_t, kMostNames + 1> starts;
-  std::uint32_t count;
+  std::array<std::uint16_t, kMostNames> starts;
+  std::array<std::uint8_t, kMostTables> firsts;  // the number of the first name of each table
 };
 
+// Takes a text in which a line feed ends each table.
 template <std::size_t Size>
-consteval NameTable<Size> name_table(const char (&names)[Size]) {
-  NameTable<Size> table{};
-  for (std::size_t i = 0; i < Size; ++i) {
-    table.text[i] = names[i];
-    if (names[i] == '\0') table.starts[++table.count] = static_cast<std::uint8_t>(i + 1);
+consteval NameTables<Size> name_tables(const char (&names)[Size]) {
+  NameTables<Size> tables{};
+  std::size_t used = 0;
+  std::uint8_t count = 0;
+  std::size_t table = 0;
+  std::size_t start = 0;
+  for (const char c : names) {
+    if (c == '\n') {
+      tables.firsts[++table] = count;
+      continue;
+    }
+    tables.text[used++] = c;
+    if (c != '\0') continue;
+    tables.starts[count++] = static_cast<std::uint16_t>(start);
+    start = used;
   }
-  return table;
+  return tables;
 }
 
 }  // namespace talvera::ipt

@@ -1,26 +1,21 @@
 // IP protocols by name: IANA's registry of Assigned Internet Protocol Numbers.
 #include <strings.h>
 
-#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdint>
-#include <iterator>
+#include <string_view>
 
 #include "talvera/ipt.h"
-#include "talvera/values.h"
 
 namespace {
 
-constexpr std::size_t kBuckets = 27;  // "a" to "z", and one for everything else
-
-// With its name inside: a pointer would cost more room, and the loader a relocation.
 struct Protocol {
   char name[16];
   std::uint8_t number;
 };
 
-// By bucket; within a bucket in the order in which names are looked up.
+// By first letter; of one letter in the order in which names are looked up.
 constexpr Protocol kProtocols[] = {
     // a
     {"ARGUS", 13},
@@ -191,48 +186,47 @@ constexpr Protocol kProtocols[] = {
     {"-252", 143},
 };
 
-constexpr std::size_t bucket_of(char lower_case) {
-  return lower_case >= 'a' && lower_case <= 'z' ? static_cast<std::size_t>(lower_case - 'a')
-                                                : kBuckets - 1;
-}
-
-constexpr std::size_t bucket_of(const Protocol &protocol) {
-  const char first = protocol.name[0];
-  return bucket_of(first >= 'A' && first <= 'Z' ? static_cast<char>(first - 'A' + 'a') : first);
-}
-
-constexpr std::size_t kLargestBucket = [] {
-  std::array<std::size_t, kBuckets> sizes{};
+constexpr std::size_t kPackedSize = [] {
+  std::size_t size = 0;
   for (const Protocol &protocol : kProtocols)
-    ++sizes[bucket_of(protocol)];
-  return *std::max_element(sizes.begin(), sizes.end());
+    size += std::string_view(protocol.name).size() + 2;
+  return size;
 }();
 
-// The entries of one bucket, for the look-ups of value tables.
-class Bucket {
- public:
-  explicit Bucket(std::size_t number) {
-    for (const Protocol &protocol : kProtocols) {
-      if (bucket_of(protocol) == number) {
-        entries_[count_++] = {protocol.number, protocol.name};
-      }
-    }
+// The table as it is kept: for each protocol the number, the name and a NUL. Pointers would cost
+// more room, and the loader a relocation each.
+constexpr std::array<char, kPackedSize> kPacked = [] {
+  std::array<char, kPackedSize> packed{};
+  auto *end = packed.begin();
+  for (const Protocol &protocol : kProtocols) {
+    *end++ = static_cast<char>(protocol.number);
+    for (const char c : std::string_view(protocol.name))
+      *end++ = c;
+    ++end;
   }
-  [[nodiscard]] ust_table table() const { return {entries_.data(), count_}; }
+  return packed;
+}();
 
- private:
-  std::array<ust_entry, kLargestBucket> entries_;
-  std::uint32_t count_ = 0;
-};
+// What names are told apart by first: a letter, or none.
+char initial(char lower_case) {
+  return lower_case >= 'a' && lower_case <= 'z' ? lower_case : '\0';
+}
 
 }  // namespace
 
 extern "C" int wkp_prot_from_name(const char *name) {
   if (name == nullptr) return -1;
   if (strcasecmp(name, "none") == 0) return 0;
-  const int first = std::tolower(static_cast<unsigned char>(name[0]));
-  const Bucket bucket(bucket_of(static_cast<char>(first)));
-  const ust_table table = bucket.table();
-  const int index = ust_lookup_index_by_name_i(&table, name);
-  return ust_lookup_value_by_index(&table, static_cast<unsigned int>(index));
+  const char wanted = initial(static_cast<char>(std::tolower(static_cast<unsigned char>(name[0]))));
+  for (const char *entry = kPacked.begin(); entry != kPacked.end();) {
+    const char *const candidate = entry + 1;
+    if (initial(static_cast<char>(*candidate | 0x20)) == wanted &&
+        strcasecmp(candidate, name) == 0) {
+      return static_cast<std::uint8_t>(*entry);
+    }
+    entry = candidate;
+    while (*entry++ != '\0') {
+    }
+  }
+  return -1;
 }

@@ -1,7 +1,6 @@
 // Rendering a rule into its command line, section by section.
 #include <cstring>
 #include <initializer_list>
-#include <string_view>
 
 #include "ipt/items.h"
 #include "ipt/names.h"
@@ -13,19 +12,30 @@ namespace {
 
 // Number 0 is "none" in all but the first. Where something must be rendered for it, it is that
 // word, so that iptables refuses the command: without a chain it could mean all of them.
-constexpr auto kTables = name_table("filter\0raw\0conntrack\0mangle\0nat");
-constexpr auto kChains = name_table("none\0PREROUTING\0INPUT\0FORWARD\0OUTPUT\0POSTROUTING");
-constexpr auto kCommands = name_table("none\0A\0I\0D\0R\0F\0Z\0N\0X\0P");
-constexpr auto kTargets = name_table(
+constexpr auto kNames = name_tables(
+    "filter\0raw\0conntrack\0mangle\0nat\0"
+    "\n"
+    "none\0PREROUTING\0INPUT\0FORWARD\0OUTPUT\0POSTROUTING\0"
+    "\n"
+    "none\0A\0I\0D\0R\0F\0Z\0N\0X\0P\0"
+    "\n"
     "\0ACCEPT\0DROP\0QUEUE\0RETURN\0REJECT\0JUMP\0CLASSIFY\0DNAT\0SNAT\0DSCP\0MARK\0MASQUERADE\0"
-    "NETMAP\0REDIRECT\0SAME\0ULOG");
-constexpr auto kParams = name_table("none\0p\0s\0d\0i\0o\0f");
-constexpr auto kMatches =
-    name_table("none\0state\0iprange\0mport\0conntrack\0dscp\0helper\0mac\0mark\0tos");
-constexpr auto kOptions = name_table(
+    "NETMAP\0REDIRECT\0SAME\0ULOG\0"
+    "\n"
+    "none\0p\0s\0d\0i\0o\0f\0"
+    "\n"
+    "none\0state\0iprange\0mport\0conntrack\0dscp\0helper\0mac\0mark\0tos\0"
+    "\n"
     "\0--dport\0--sport\0--tcp-flags\0--tcp-option\0--syn\0! --syn\0--icmp-type\0--helper\0"
     "--src-range\0! --src-range\0--dst-range\0! --dst-range\0--mac-source\0--sports\0--dports\0"
-    "--ports\0--state");
+    "--ports\0--state\0"
+    "\n");
+enum Table { kTables, kChains, kCommands, kTargets, kParams, kMatches, kOptions };
+
+// The word for a number; null when there is none.
+const char *name_of(Table table, std::uint32_t number) {
+  return kNames.name(table, number);
+}
 
 constexpr std::size_t kSectionSize = 64;         // room of one section, with a terminator's
 constexpr std::size_t kLongestUntargeted = 191;  // characters in front of the target section
@@ -34,109 +44,86 @@ static_assert(kLongestUntargeted + kSectionSize <= IPT_LINE_SIZE);
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
 // The line in the caller's buffer. It cannot outgrow it: a section adds at most 63 characters, or
-// 63 and a name when it fails, and no section follows one that ends behind character 191.
-class Line {
- public:
-  explicit Line(char *buffer) : start_(buffer), end_(buffer) {}
+// 63 and a name when it fails, and no section follows one that ends after character 191.
+struct Line {
+  char *start;
+  char *end;
 
-  void append(std::string_view text) {
-    std::memcpy(end_, text.data(), text.size());
-    end_ += text.size();
+  void append(const char *text, std::size_t length) {
+    std::memcpy(end, text, length);
+    end += length;
   }
-  void terminate() { *end_ = '\0'; }
-  [[nodiscard]] std::size_t length() const { return static_cast<std::size_t>(end_ - start_); }
-
- private:
-  char *start_;
-  char *end_;
+  [[nodiscard]] std::size_t length() const { return static_cast<std::size_t>(end - start); }
 };
 
-std::string_view text_of(const char *text) {
-  return text != nullptr ? text : "";
-}
-
-bool append_section(Line &line, std::initializer_list<std::string_view> words) {
-  std::size_t length = 0;
-  for (const std::string_view word : words)
-    length += word.size();
-  if (length >= kSectionSize) return false;
-  for (const std::string_view word : words)
-    line.append(word);
+// Words one after the other; null ones are empty. The section is left out when it does not fit.
+bool append_section(Line &line, std::initializer_list<const char *> words) {
+  char section[kSectionSize];
+  std::size_t room = kSectionSize - 1;
+  char *end = section;
+  for (const char *word : words) {
+    if (word == nullptr) continue;
+    const std::size_t length = std::strlen(word);
+    if (length > room) return false;
+    std::memcpy(end, word, length);
+    end += length;
+    room -= length;
+  }
+  line.append(section, kSectionSize - 1 - room);
   return true;
 }
 
 bool table_section(const ipt_rule &rule, Line &line) {
-  const Names tables = kTables;
-  if (!tables.has(rule.table)) return false;
-  return append_section(line, {"iptables -t ", tables[rule.table]});
+  const char *const table = name_of(kTables, rule.table);
+  return table != nullptr && append_section(line, {"iptables -t ", table});
 }
 
 bool command_section(const ipt_rule &rule, Line &line) {
-  const Names commands = kCommands;
-  const Names chains = kChains;
-  if (!commands.has(rule.command) || !chains.has(rule.chain)) return false;
-  return append_section(line, {" -", commands[rule.command], " ", chains[rule.chain], " ",
-                               text_of(rule.command_argument)});
+  const char *const command = name_of(kCommands, rule.command);
+  const char *const chain = name_of(kChains, rule.chain);
+  return command != nullptr && chain != nullptr &&
+         append_section(line, {" -", command, " ", chain, " ", rule.command_argument});
+}
+
+// Appends " text", negated " ! text"; leaves it out when it does not fit.
+void append_if_fits(Line &line, std::size_t &room, const char *text, int negated) {
+  if (text == nullptr) return;
+  const std::size_t blank = negated != 0 ? 3 : 1;
+  const std::size_t length = std::strlen(text);
+  if (blank + length >= room) return;
+  line.append(" ! ", blank);
+  line.append(text, length);
+  room -= blank + length;
 }
 
 // The section of parameters or of matches, whose items share its room. What follows an item's name
 // is left out when it does not fit; the name is charged last and must then have room.
-class ItemSection {
- public:
-  ItemSection(Line &line, std::string_view dash, Names names, bool has_values)
-      : line_(line), dash_(dash), names_(names), has_values_(has_values) {}
-
-  bool append(const ipt_param &item) {
-    const Names options = kOptions;
-    if (!names_.has(item.item) || !options.has(item.option)) return false;
-    const std::string_view name = names_[item.item];
-    line_.append(dash_);
-    line_.append(name);
-    if (has_values_ && item.value != nullptr) {
-      append_if_fits(item.value, item.negation & IPT_NEGATE_VALUE);
-    }
-    if (item.option != IPT_OPTION_NONE) {
-      append_if_fits(options[item.option], item.negation & IPT_NEGATE_OPTION);
-    }
-    if (item.option_value != nullptr) {
-      append_if_fits(item.option_value, item.negation & IPT_NEGATE_OPTION_VALUE);
-    }
-    const std::size_t length = dash_.size() + name.size();
-    if (room_ <= length) return false;
-    room_ -= length;
-    return true;
-  }
-
- private:
-  void append_if_fits(std::string_view text, bool negated) {
-    const std::string_view blank = negated ? " ! " : " ";
-    if (blank.size() + text.size() >= room_) return;
-    line_.append(blank);
-    line_.append(text);
-    room_ -= blank.size() + text.size();
-  }
-
-  Line &line_;
-  std::string_view dash_;
-  Names names_;
-  bool has_values_;
-  std::size_t room_ = kSectionSize;
-};
-
-bool append_items(const list_obj *list, ItemSection section) {
+bool append_items(Line &line, const list_obj *list, Table names, const char *dash) {
+  std::size_t room = kSectionSize;
   for (std::uint32_t i = 0; i < item_count(list); ++i) {
-    if (!section.append(item_at(list, i))) return false;
+    const Item &item = item_at(list, i);
+    const char *const name = name_of(names, item.item);
+    const char *const option = name_of(kOptions, item.option);
+    if (name == nullptr || option == nullptr) return false;
+    const char *const before = line.end;
+    line.append(dash, std::strlen(dash));
+    line.append(name, std::strlen(name));
+    const auto length = static_cast<std::size_t>(line.end - before);
+    if (names == kParams) append_if_fits(line, room, item.value, item.negation & IPT_NEGATE_VALUE);
+    if (*option != '\0') append_if_fits(line, room, option, item.negation & IPT_NEGATE_OPTION);
+    append_if_fits(line, room, item.option_value, item.negation & IPT_NEGATE_OPTION_VALUE);
+    if (room <= length) return false;
+    room -= length;
   }
   return true;
 }
 
 bool target_section(const ipt_rule &rule, Line &line) {
   if (rule.target == IPT_TARGET_NONE) return true;
-  const Names targets = kTargets;
-  if (!targets.has(rule.target)) return false;
+  const char *const target = name_of(kTargets, rule.target);
   const bool translates = rule.target == IPT_TARGET_DNAT || rule.target == IPT_TARGET_SNAT;
-  return append_section(line, {" -j ", targets[rule.target], " ", translates ? "--to" : "", " ",
-                               text_of(rule.target_argument)});
+  return target != nullptr && append_section(line, {" -j ", target, " ", translates ? "--to" : "",
+                                                    " ", rule.target_argument});
 }
 
 bool append_step(int step, const ipt_rule &rule, Line &line) {
@@ -146,9 +133,9 @@ bool append_step(int step, const ipt_rule &rule, Line &line) {
     case kCommand:
       return command_section(rule, line);
     case kParameters:
-      return append_items(rule.params, ItemSection(line, " -", kParams, true));
+      return append_items(line, rule.params, kParams, " -");
     case kMatchModules:
-      return append_items(rule.matches, ItemSection(line, " -m ", kMatches, false));
+      return append_items(line, rule.matches, kMatches, " -m ");
     default:
       return target_section(rule, line);
   }
@@ -174,14 +161,12 @@ int append_all(const ipt_rule &rule, Line &line) {
 using namespace talvera;
 
 extern "C" const char *ipt_target_string(uint32_t target) {
-  const ipt::Names targets = ipt::kTargets;
-  if (target == IPT_TARGET_NONE || !targets.has(target)) return nullptr;
-  return targets[target].data();
+  return target != IPT_TARGET_NONE ? ipt::name_of(ipt::kTargets, target) : nullptr;
 }
 
 extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buffer) {
-  ipt::Line line(buffer);
+  ipt::Line line{buffer, buffer};
   const int result = rule != nullptr ? ipt::append_all(*rule, line) : IPT_RULE_FAILED;
-  line.terminate();
+  *line.end = '\0';
   return result;
 }

@@ -69,7 +69,7 @@ void free_items(list_obj *list) {
   list_iterator_start(list);
   while (list_iterator_hasnext(list) != 0) {
     void *const data = list_iterator_next(list);
-    const ipt_param item = load_item(data);
+    const Item &item = as_item(data);
     std::free(item.value);
     std::free(item.option_value);
     std::free(data);

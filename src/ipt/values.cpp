@@ -21,7 +21,7 @@ bool read_int(const char *&text, std::int32_t &value) {
   const Integer32 number = parse_integer32(text, 10);
   if (number.end == text) return false;
   text = number.end;
-  value = number.to_signed();
+  value = number.as_signed;
   return true;
 }
 

@@ -51,9 +51,9 @@ int report_read_failure() {
 }
 
 // Makes the copy of a consistent blob.
-MallocPtr<Copy> copy_blob(const std::uint8_t *blob, std::uint32_t length) {
-  MallocPtr<Copy> copy(static_cast<Copy *>(std::malloc(length - kLeftOut)));
-  if (copy == nullptr) return copy;
+Copy *copy_blob(const std::uint8_t *blob, std::uint32_t length) {
+  auto *copy = static_cast<Copy *>(std::malloc(length - kLeftOut));
+  if (copy == nullptr) return nullptr;
   copy->length = length - kLeftOut;
   copy->count = load_be32(blob + kBlobItemCount);
   copy->header_word = load_be32(blob + kBlobHeaderWord);
@@ -138,9 +138,9 @@ extern "C" int ccert_init(void) {
     mfg::replace_loaded(nullptr);
     return 0;
   }
-  MallocPtr<mfg::Copy> copy = mfg::copy_blob(blob.get(), length);
+  mfg::Copy *copy = mfg::copy_blob(blob.get(), length);
   if (copy == nullptr) return CCERT_NO_MEMORY;
-  mfg::replace_loaded(copy.release());
+  mfg::replace_loaded(copy);
   return 0;
 }
 

@@ -17,21 +17,22 @@ namespace {
 constexpr std::uint32_t kEncryptedHeaderSize = 8;
 constexpr std::uint32_t kEncryptedFormat = 1;
 
-MallocPtr<unsigned char> copy_of(const ccert_toc_item &item) {
-  MallocPtr<unsigned char> copy = allocate<unsigned char>(item.length);
-  if (copy != nullptr) std::memcpy(copy.get(), ccert_get_data_from_toc_item(&item), item.length);
+// A heap copy of an item's data; null when memory runs out.
+unsigned char *copy_of(const ccert_toc_item &item) {
+  unsigned char *copy = allocate<unsigned char>(item.length).release();
+  if (copy != nullptr) std::memcpy(copy, ccert_get_data_from_toc_item(&item), item.length);
   return copy;
 }
 
 void get_plain(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
-  MallocPtr<unsigned char> copy = copy_of(item);
+  unsigned char *copy = copy_of(item);
   if (copy == nullptr) return;
-  *key = copy.release();
+  *key = copy;
   *length = item.length;
 }
 
 void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
-  const MallocPtr<unsigned char> copy = copy_of(item);
+  const MallocPtr<unsigned char> copy(copy_of(item));
   if (copy == nullptr) return;
   const WipeAtEnd no_key_left(copy.get(), item.length);
   if (item.length >= kEncryptedHeaderSize && load_be32(copy.get()) == kEncryptedFormat &&

@@ -9,8 +9,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 
+#include "internal/fail.h"
 #include "internal/owners.h"
 #include "internal/wipe.h"
 #include "mfg/log.h"
@@ -43,18 +43,20 @@ bool mount_partition(int flags) {
   return false;
 }
 
-// Start of the range, if it lies wholly inside the file.
-std::optional<std::uint32_t> range_start(std::int32_t offset, std::uint32_t length) {
-  const std::int64_t start = offset < 0 ? std::int64_t{kFileSize} + offset : offset;
-  if (start < 0 || start + length > kFileSize) {
-    errno = EINVAL;
-    return std::nullopt;
-  }
-  return static_cast<std::uint32_t>(start);
+// Start of the range; -1 with errno set when it does not lie wholly inside the file.
+std::int32_t range_start(std::int32_t offset, std::uint32_t length) {
+  const std::int32_t start = offset < 0 ? kFileSize + offset : offset;
+  const bool inside =
+      start >= 0 && start <= kFileSize && length <= static_cast<std::uint32_t>(kFileSize - start);
+  return inside ? start : fail(EINVAL);
 }
 
-bool seek_to(int fd, std::uint32_t offset) {
-  return lseek(fd, static_cast<off_t>(offset), SEEK_SET) >= 0;
+bool seek_to(int fd, std::int32_t offset) {
+  return lseek(fd, offset, SEEK_SET) >= 0;
+}
+
+bool read_all(int fd, void *buffer, std::uint32_t length) {
+  return transferred(uf_full_read(fd, buffer, length), length, "read");
 }
 
 }  // namespace
@@ -94,10 +96,9 @@ int range_read(void *buffer, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDONLY);
   if (fd < 0) return -1;
   const CloseAtEnd closer;
-  const auto start = range_start(offset, length);
-  if (!start) return -1;
-  if (*start != 0 && !seek_to(fd, *start)) return -1;
-  return transferred(uf_full_read(fd, buffer, length), length, "read") ? 0 : -1;
+  const std::int32_t start = range_start(offset, length);
+  const bool there = start == 0 || (start > 0 && seek_to(fd, start));
+  return there && read_all(fd, buffer, length) ? 0 : -1;
 }
 
 // The flash file system sees one rewrite of the whole file, even for a one-byte change.
@@ -105,14 +106,13 @@ int range_write(const void *data, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDWR);
   if (fd < 0) return -1;
   const CloseAtEnd closer;
-  const auto start = range_start(offset, length);
-  if (!start) return -1;
-  if (!seek_to(fd, 0)) return -1;
+  const std::int32_t start = range_start(offset, length);
+  if (start < 0 || !seek_to(fd, 0)) return -1;
   const MallocPtr<std::uint8_t> content = allocate<std::uint8_t>(kFileSize);
   if (content == nullptr) return -1;
   const WipeAtEnd no_key_left(content.get(), kFileSize);
-  if (!transferred(uf_full_read(fd, content.get(), kFileSize), kFileSize, "read")) return -1;
-  std::memcpy(content.get() + *start, data, length);
+  if (!read_all(fd, content.get(), kFileSize)) return -1;
+  std::memcpy(content.get() + start, data, length);
   if (!seek_to(fd, 0)) return -1;
   return transferred(uf_full_write(fd, content.get(), kFileSize), kFileSize, "write") ? 0 : -1;
 }

@@ -1,7 +1,6 @@
 // IPv4 address arithmetic, and conversion of IPv4 and IPv6 address texts.
 #include <arpa/inet.h>
 
-#include <bit>
 #include <cstdint>
 
 #include "talvera/netu.h"
@@ -9,7 +8,7 @@
 namespace {
 
 bool parse(const char *text, std::uint32_t &address) {
-  return netu_atoipv4(text, &address) == 1;
+  return text != nullptr && inet_pton(AF_INET, text, &address) == 1;
 }
 
 // Sets `result` to what `combine` makes of both addresses, if both are valid.
@@ -40,7 +39,12 @@ extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32
 // Deliberately any set bit counts: whether the mask is contiguous is not looked at.
 extern "C" unsigned int netu_calc_subnet_prefix(const char *mask_text) {
   std::uint32_t mask;
-  return parse(mask_text, mask) ? static_cast<unsigned int>(std::popcount(mask)) : 0;
+  if (!parse(mask_text, mask)) return 0;
+  // Not std::popcount(), for which the target takes a table of 256 bytes.
+  unsigned int bits = 0;
+  for (; mask != 0; mask &= mask - 1)
+    ++bits;
+  return bits;
 }
 
 // Deliberately modulo 32: a prefix of 32 gives the empty mask.

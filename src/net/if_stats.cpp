@@ -51,7 +51,7 @@ extern "C" int netu_update_linuxif_stats(const char *ifname, netu_linuxif_stats 
   char text[kTextSize] = {};
   for (unsigned i = 0; i < NETU_STAT_COUNT; ++i) {
     netu_ifstat_get(ifname, i, text, kReadSize);
-    stats->current[i] = talvera::parse_integer32(text, 0).to_unsigned();
+    stats->current[i] = talvera::parse_integer32(text, 0).as_unsigned;
     stats->delta[i] = stats->current[i] - stats->base[i];
   }
   return 0;

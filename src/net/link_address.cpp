@@ -27,7 +27,7 @@ extern "C" char *netu_etoa(const unsigned char *mac, char *text) {
 extern "C" unsigned char *netu_atoe(const char *text, unsigned char *mac) {
   for (int i = 0; i < kMacSize; ++i) {
     const talvera::Integer32 group = talvera::parse_integer32(text, 16);
-    mac[i] = static_cast<unsigned char>(group.to_unsigned());
+    mac[i] = static_cast<unsigned char>(group.as_unsigned);
     if (*group.end == '\0') break;
     text = group.end + 1;
   }

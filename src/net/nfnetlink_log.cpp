@@ -32,22 +32,26 @@ struct Subject {
   std::uint16_t group;
 };
 
-// The kernel's answer to the last request, when something else has ended the wait for it. The
-// kernel answers within the send call, so its answer is behind that; left there it would be taken
+// The kernel's answer to the last request, when packets have ended the wait for it. The kernel
+// answers within the send call, so its answer is queued after them; left there, it would be taken
 // for the next request's. 0 for an acknowledgement, -1 with errno set for a refusal; else errno is
 // kept.
 constexpr int kNoAnswer = 1;
 int late_result(nfnetlink_handle &netlink) {
   const int error = errno;
-  bool answered = false;
   for (int tries = 4096; tries > 0; --tries) {  // should it be lost while packets keep coming
-    errno = 0;
-    const int result = wait_for_answer(netlink, MSG_DONTWAIT, answered);
-    if (answered && result != 0) return -1;
-    if (answered || errno == EAGAIN) break;
+    WaitEnd end;
+    const int result = wait_for_answer(netlink, MSG_DONTWAIT, end);
+    if (end == WaitEnd::kAnswer) {
+      if (result != 0) return -1;
+      errno = error;
+      return 0;
+    }
+    // Lost packets, and what does not come from the kernel, can be followed by the answer.
+    if (end == WaitEnd::kReceiveFailure && errno != ENOBUFS && errno != ENOMSG) break;
   }
   errno = error;
-  return answered ? 0 : kNoAnswer;
+  return kNoAnswer;
 }
 
 // Whose word counts when packets have ended the wait for an acknowledgement.
@@ -67,9 +71,9 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
     return -1;
   }
   if (nfnetlink_send(&netlink, &request.header) < 0) return -1;
-  bool answered;
-  const int result = wait_for_answer(netlink, 0, answered);
-  if (answered) return result;
+  WaitEnd end;
+  const int result = wait_for_answer(netlink, 0, end);
+  if (end == WaitEnd::kAnswer || end == WaitEnd::kForeignSequence) return result;
   const int late = late_result(netlink);
   return by == By::kWait || late == kNoAnswer ? result : late;
 }

@@ -99,7 +99,7 @@ class Chain {
     entry_ = --left_ > 0 ? next_of(entries_, *entry_) : nullptr;
   }
   // Goes on to the entry of a name; null when there is none.
-  Entry *find(const Name &name) {
+  [[gnu::noinline]] Entry *find(const Name &name) {
     while (entry_ != nullptr && !name.is_of(*entry_))
       advance();
     return entry_;
@@ -113,7 +113,7 @@ class Chain {
 };
 
 // Copies at most `size` characters and fills the rest with NULs; the text may lie in the field.
-void store_text(char *field, std::size_t size, const char *text) {
+[[gnu::noinline]] void store_text(char *field, std::size_t size, const char *text) {
   const std::size_t length = strnlen(text, size);
   std::memmove(field, text, length);
   std::memset(field + length, 0, size - length);

@@ -21,7 +21,7 @@ int store_numbers(char *line, pid_t *pids, int capacity) {
   char *rest = nullptr;
   for (char *token = strtok_r(line, kSeparators, &rest); token != nullptr && count < capacity;
        token = strtok_r(nullptr, kSeparators, &rest)) {
-    pids[count++] = talvera::parse_integer32(token, 10).to_signed();
+    pids[count++] = talvera::decimal32(token);
   }
   return count;
 }
@@ -63,6 +63,6 @@ extern "C" pid_t process_get_from_file(const char *path) {
   // A number of 32 bits with every C library: out of range it becomes the limit, and no process.
   char number[64];
   if (std::fscanf(file.get(), " %63[-+0-9]", number) != 1) return 0;
-  const int pid = talvera::parse_integer32(number, 10).to_signed();
+  const int pid = talvera::decimal32(number);
   return process_exists(pid) ? pid : 0;
 }

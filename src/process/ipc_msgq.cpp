@@ -4,7 +4,6 @@
 #include <sys/ioctl.h>
 #include <sys/select.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -32,29 +31,29 @@ const sockaddr *address_of(const ipc_msgq &queue) {
 }
 
 // A record with the queue's address and no socket yet; null for a name that the path cannot hold.
-MallocPtr<ipc_msgq> make_record(const char *name) {
+ipc_msgq *make_record(const char *name) {
   const std::size_t length = name != nullptr ? std::strlen(name) : 0;
   if (name == nullptr || length >= sizeof(sockaddr_un::sun_path)) {
     errno = name == nullptr ? EINVAL : ENAMETOOLONG;
     return nullptr;
   }
-  MallocPtr<ipc_msgq> queue(static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq))));
+  auto *queue = static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq)));
   if (queue == nullptr) return nullptr;
   queue->address.sun_family = AF_UNIX;
-  std::copy_n(name, length, queue->address.sun_path);
+  std::memcpy(queue->address.sun_path, name, length);
   return queue;
 }
 
-// A non-blocking local datagram socket.
-UniqueFd open_socket() {
-  UniqueFd fd(socket(AF_UNIX, SOCK_DGRAM, 0));
-  if (!fd.valid()) {
+// A non-blocking local datagram socket; negative when there is none.
+int open_socket() {
+  const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+  if (fd < 0) {
     const ErrnoKeeper keep;
     std::printf("socket create failed \n");
     return fd;
   }
   int on = 1;
-  ioctl(fd.get(), FIONBIO, &on);
+  ioctl(fd, FIONBIO, &on);
   return fd;
 }
 
@@ -76,9 +75,9 @@ extern "C" int ipc_msgq_create(void) {
 }
 
 extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
-  MallocPtr<ipc_msgq> queue = make_record(name);
+  MallocPtr<ipc_msgq> queue(make_record(name));
   if (queue == nullptr) return nullptr;
-  UniqueFd fd = open_socket();
+  UniqueFd fd(open_socket());
   if (!fd.valid()) return nullptr;
   if (bind(fd.get(), address_of(*queue), kAddressLength) != 0) {
     const ErrnoKeeper keep;
@@ -90,9 +89,9 @@ extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
 }
 
 extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
-  MallocPtr<ipc_msgq> queue = make_record(name);
+  MallocPtr<ipc_msgq> queue(make_record(name));
   if (queue == nullptr) return nullptr;
-  UniqueFd fd = open_socket();
+  UniqueFd fd(open_socket());
   if (!fd.valid()) return nullptr;
   queue->fd = fd.release();
   return queue.release();

@@ -3,11 +3,11 @@
 #include <openssl/pem.h>
 #include <strings.h>
 
-#include <algorithm>
-#include <array>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <initializer_list>
 #include <span>
-#include <string_view>
 #include <utility>
 
 #include "internal/streams.h"
@@ -19,7 +19,7 @@
 namespace talvera::ssl {
 namespace {
 
-enum class Format {
+enum class Format : std::uint8_t {
   kUndefined = 0,
   kDer = 1,
   kText = 2,
@@ -34,42 +34,31 @@ enum class Format {
 
 // Of a word that begins with "P": other words than those for PKCS#12 and PVK are PEM.
 Format format_with_p(const char *word) {
-  static constexpr std::array<std::string_view, 4> kPkcs12Words = {"PKCS12", "pkcs12", "P12",
-                                                                   "p12"};
-  if (std::ranges::find(kPkcs12Words, std::string_view(word)) != kPkcs12Words.end())
-    return Format::kPkcs12;
+  for (const char *known : {"PKCS12", "pkcs12", "P12", "p12"}) {
+    if (std::strcmp(word, known) == 0) return Format::kPkcs12;
+  }
   return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
 }
 
+// The other words by their first letter.
+struct Initial {
+  char letter;
+  Format format;
+};
+constexpr Initial kInitials[] = {
+    {'d', Format::kDer},   {'t', Format::kText},          {'n', Format::kNetscape},
+    {'s', Format::kSmime}, {'m', Format::kMicrosoftBlob}, {'e', Format::kEngine},
+};
+
 Format format_of(const char *word) {
   if (word == nullptr || *word == '\0') return Format::kUndefined;
-  switch (word[0]) {
-    case 'D':
-    case 'd':
-      return Format::kDer;
-    case 'T':
-    case 't':
-      return Format::kText;
-    case 'N':
-    case 'n':
-      return Format::kNetscape;
-    case 'S':
-    case 's':
-      return Format::kSmime;
-    case 'M':
-    case 'm':
-      return Format::kMicrosoftBlob;
-    case 'E':
-    case 'e':
-      return Format::kEngine;
-    case '1':
-      return Format::kPkcs12;
-    case 'P':
-    case 'p':
-      return format_with_p(word);
-    default:
-      return Format::kUndefined;
+  if (word[0] == '1') return Format::kPkcs12;
+  const char letter = static_cast<char>(word[0] | 0x20);
+  if (letter == 'p') return format_with_p(word);
+  for (const Initial &initial : kInitials) {
+    if (letter == initial.letter) return initial.format;
   }
+  return Format::kUndefined;
 }
 
 // What a certificate is read from. There may be a private key in the file, too: the buffer is not
@@ -126,16 +115,20 @@ struct PemBlock {
   long size = 0;
 };
 
+bool names_certificate(const char *name) {
+  for (const char *known : {PEM_STRING_X509, PEM_STRING_X509_OLD, PEM_STRING_X509_TRUSTED}) {
+    if (std::strcmp(name, known) == 0) return true;
+  }
+  return false;
+}
+
 // The first certificate, plain or with trust settings. An encrypted one, which has a header, is
 // refused: OpenSSL would ask for its pass phrase on the terminal.
 X509Ptr read_pem(BIO *in) {
   for (;;) {
     PemBlock block;
     if (!block.read(in)) return nullptr;
-    const std::string_view name(block.name);
-    if (name != PEM_STRING_X509 && name != PEM_STRING_X509_OLD && name != PEM_STRING_X509_TRUSTED) {
-      continue;
-    }
+    if (!names_certificate(block.name)) continue;
     if (*block.header != '\0') return nullptr;
     const unsigned char *at = block.data;
     return X509Ptr(d2i_X509_AUX(nullptr, &at, block.size));

@@ -32,15 +32,13 @@ bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &
   const time_t left = deadline.seconds_left();
   if (left <= 0) return false;
   if (budget.tv_sec >= left) budget = {left, 0};
-  fd_set readable;
-  fd_set writable;
-  fd_set exceptional;
-  FD_ZERO(&readable);
-  FD_ZERO(&writable);
-  FD_ZERO(&exceptional);
-  FD_SET(fd, for_reading ? &readable : &writable);
-  FD_SET(fd, &exceptional);
-  return select(fd + 1, &readable, &writable, &exceptional, &budget) > 0 &&
+  fd_set none;
+  FD_ZERO(&none);
+  fd_set wanted = none;
+  FD_SET(fd, &wanted);
+  fd_set exceptional = wanted;
+  return select(fd + 1, for_reading ? &wanted : &none, for_reading ? &none : &wanted, &exceptional,
+                &budget) > 0 &&
          !FD_ISSET(fd, &exceptional);
 }
 
@@ -50,7 +48,7 @@ bool has_network_time() {
     sdb_log(SDB_LOG_ERROR, "Failed to get NTP time acquired");
     return false;
   }
-  return parse_integer32(flag, 10).to_signed() != 0;
+  return decimal32(flag) != 0;
 }
 
 // A name with a NUL inside is none: it would pass for its first part.
@@ -74,8 +72,8 @@ long other_error(SSL *ssl) {
   const X509Ptr peer(SSL_get_peer_certificate(ssl));
   const StoreContextPtr verification(X509_STORE_CTX_new());
   if (verification == nullptr ||
-      X509_STORE_CTX_init(verification.get(), SSL_CTX_get_cert_store(SSL_get_SSL_CTX(ssl)),
-                          peer.get(), SSL_get_peer_cert_chain(ssl)) != 1) {
+      X509_STORE_CTX_init(verification.get(), verify_store(ssl), peer.get(),
+                          SSL_get_peer_cert_chain(ssl)) != 1) {
     return X509_V_ERR_OUT_OF_MEM;
   }
   // As in a handshake.
@@ -122,7 +120,10 @@ extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
   const ErrorQueueKeeper errors;
   long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
-  if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) result = other_error(ssl);
+  if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) {
+    // A resumed session carries the result of its first handshake, and may have lost the chain.
+    result = SSL_session_reused(ssl) == 1 ? X509_V_OK : other_error(ssl);
+  }
   if (result != X509_V_OK) return refuse(result);
 
   const X509Ptr peer(SSL_get_peer_certificate(ssl));

@@ -61,12 +61,11 @@ UniqueFd open_downloaded_root() {
   return UniqueFd(fd > 0 ? fd : -1);
 }
 
-// Deliberately, an empty file counts as an installed certificate. What is no file counts as one
-// that cannot be read.
+// Deliberately, an empty file counts as an installed certificate, and so does /dev/null. A FIFO
+// counts as a file that cannot be read.
 bool install_downloaded_root(SSL_CTX *context, const UniqueFd &file) {
   unsigned char der[kDownloadedRootSize];
-  const ssize_t length =
-      is_regular_file(file.get()) ? ::read(file.get(), der, sizeof der) : ssize_t{-1};
+  const ssize_t length = is_fifo(file.get()) ? ssize_t{-1} : ::read(file.get(), der, sizeof der);
   if (length != 0 && SSL_Load_Cert(context, der, static_cast<long>(length)) != 1) {
     sdb_log(SDB_LOG_ERROR, "SSL: Failed to Install Root CA certificate");
     return false;
@@ -89,7 +88,7 @@ bool report_product_roots() {
     sdb_log(SDB_LOG_ERROR, "Failed to get sku - %s", sdb_strerror(error));
     return false;
   }
-  const int number = parse_integer32(sku, 10).to_signed();
+  const int number = decimal32(sku);
   sdb_log(
       SDB_LOG_INFO,
       number == 50 || number == 64

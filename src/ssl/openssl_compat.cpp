@@ -124,6 +124,14 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
 }
 
+X509_STORE *verify_store(SSL *ssl) {
+  X509_STORE *store = nullptr;
+#ifdef SSL_get0_verify_cert_store
+  SSL_get0_verify_cert_store(ssl, &store);
+#endif
+  return store != nullptr ? store : SSL_CTX_get_cert_store(SSL_get_SSL_CTX(ssl));
+}
+
 long verify_error_of_1_0(long error) {
 #if OPENSSL_VERSION_NUMBER >= 0x10100000L
   switch (error) {

@@ -37,6 +37,10 @@ const SSL_METHOD *dtls1_method();
 // key exchange groups stay those of the configuration.
 void accept_what_1_0_accepted(SSL_CTX *context);
 
+// The store that a handshake verifies against: the context's, unless the program has set another.
+// (Versions that cannot tell do without the other.)
+X509_STORE *verify_store(SSL *ssl);
+
 // The number that 1.0 has for an error of verification.
 long verify_error_of_1_0(long error);
 

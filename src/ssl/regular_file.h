@@ -17,6 +17,11 @@ inline bool is_regular_file(int fd) {
   return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+inline bool is_fifo(int fd) {
+  struct stat status;
+  return fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
 // SSL_cert_hash() of a file in PEM; 0, too, of what is no file.
 unsigned long hash_of_pem_file(const char *path);
 

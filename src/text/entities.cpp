@@ -14,17 +14,17 @@ namespace {
 
 constexpr std::size_t kReferenceSize = 6;  // "&#x3c;"
 
-// A bit for each dangerous character; all of them are below 64.
-constexpr std::uint64_t kDangerous = [] {
-  std::uint64_t set = 0;
+// A bit for each dangerous character, counted from the first of them.
+constexpr std::uint32_t kDangerous = [] {
+  std::uint32_t set = 0;
   for (const char c : {'<', '>', '/', '"', '\'', '&'})
-    set |= std::uint64_t{1} << c;
+    set |= 1U << (c - '"');
   return set;
 }();
 
-bool is_dangerous(char c) {
-  const auto byte = static_cast<std::uint8_t>(c);
-  return byte < 64 && (kDangerous >> byte & 1) != 0;
+[[gnu::always_inline]] inline bool is_dangerous(char c) {
+  const std::uint32_t distance = static_cast<std::uint8_t>(c) - std::uint32_t{'"'};
+  return distance < 32 && (kDangerous >> distance & 1) != 0;
 }
 
 char *write_reference(char *out, char c) {
@@ -38,8 +38,9 @@ char *write_reference(char *out, char c) {
   return out + kReferenceSize;
 }
 
-// Text is looked at and copied by words of the machine.
-using Word = unsigned long;
+// Text is looked at and copied by words where they have eight characters.
+using Word = std::uint64_t;
+constexpr bool kByWords = sizeof(long) == sizeof(Word);
 constexpr Word kOnes = ~Word{0} / 255;  // 1 in every byte
 constexpr Word kHighBits = kOnes * 128;
 
@@ -66,13 +67,13 @@ std::size_t copy_harmless_words(const char *in, std::size_t length, char *out) {
   return done;
 }
 
-// Writes what comes of `length` characters, for which there is room, and returns its end. Words are
-// tried where a run of harmless characters promises more of them.
+// Writes what comes of `length` characters, at least one, for which there is room, and returns its
+// end. Words are tried where a run of harmless characters promises more of them.
 char *encode_fitting(const char *in, std::size_t length, char *out) {
   const char *const end = in + length;
   std::size_t run = sizeof(Word);
-  while (in < end) {
-    if (run == sizeof(Word)) {
+  do {
+    if (kByWords && run == sizeof(Word)) {
       run = copy_harmless_words(in, static_cast<std::size_t>(end - in), out);
       in += run;
       out += run;
@@ -87,7 +88,7 @@ char *encode_fitting(const char *in, std::size_t length, char *out) {
       *out++ = c;
       ++run;
     }
-  }
+  } while (in != end);
   return out;
 }
 

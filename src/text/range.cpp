@@ -22,12 +22,12 @@ constexpr std::size_t kCircuitListSize = 80;
 bool parse_circuit(const char *word, int *vpi, int *vci) {
   const Integer32 path = parse_integer32(word, 10);
   if (path.end == word) return false;
-  *vpi = path.to_signed();
+  *vpi = path.as_signed;
   if (*path.end != '/') return false;
   const char *const rest = path.end + 1;
   const Integer32 channel = parse_integer32(rest, 10);
   if (channel.end == rest) return false;
-  *vci = channel.to_signed();
+  *vci = channel.as_signed;
   return true;
 }
 
@@ -35,16 +35,16 @@ bool parse_circuit(const char *word, int *vpi, int *vci) {
 
 extern "C" int str_to_port_range(const char *s, int *low, int *high) {
   Integer32 number = parse_integer32(s, 0);
-  *low = number.to_signed();
+  *low = number.as_signed;
   if (*number.end != '\0') number = parse_integer32(number.end, 0);
-  *high = number.to_signed();
+  *high = number.as_signed;
   return *number.end == '\0' && *high >= *low ? 0 : fail(ARGS_ERROR_RANGE);
 }
 
 extern "C" int strtol_range(long *value, const char *s, long min, long max) {
   const Integer32 number = parse_integer32(s, 0);
   if (*number.end != '\0') return fail(EINVAL);
-  const long result = number.to_signed();
+  const long result = number.as_signed;
   if (result < min || result > max) return fail(ARGS_ERROR_RANGE);
   *value = result;
   return 0;

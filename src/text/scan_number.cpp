@@ -40,10 +40,12 @@ char *take_number(char *s, std::uint32_t *value, int base) {
 }
 
 // Whether a conversion took all of the text; and, where it gave the type's greatest value, whether
-// the text says just that.
-bool is_valid(const char *text, const char *end, bool is_greatest, const char *greatest) {
-  if (*end != '\0') return false;
-  return !is_greatest || std::strcmp(talvera::skip_spaces(text), greatest) == 0;
+// the text says just that. 0, or -1 with errno set.
+[[gnu::noinline]] int judge(const char *text, const char *end, bool is_greatest,
+                            const char *greatest) {
+  const bool valid =
+      *end == '\0' && (!is_greatest || std::strcmp(talvera::skip_spaces(text), greatest) == 0);
+  return valid ? 0 : talvera::fail(EINVAL);
 }
 
 }  // namespace
@@ -88,15 +90,15 @@ TALVERA_ALIAS(get_ushort, getushort);
 extern "C" int ValidateUlong(char *s, unsigned long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
-  *value = number.to_unsigned();
-  return is_valid(s, number.end, *value == UINT32_MAX, "4294967295") ? 0 : talvera::fail(EINVAL);
+  *value = number.as_unsigned;
+  return judge(s, number.end, *value == UINT32_MAX, "4294967295");
 }
 
 extern "C" int ValidateLong(char *s, long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
-  *value = number.to_signed();
-  return is_valid(s, number.end, *value == INT32_MAX, "2147483647") ? 0 : talvera::fail(EINVAL);
+  *value = number.as_signed;
+  return judge(s, number.end, *value == INT32_MAX, "2147483647");
 }
 
 extern "C" int isxstring(const char *s) {

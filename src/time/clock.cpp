@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <ctime>
 #include <type_traits>
+#include <utility>
 
 #include "internal/alias.h"
 #include "internal/local_time.h"
@@ -19,11 +20,6 @@ constexpr int32_t kDaySeconds = 86400;
 constexpr int kNoonHour = 12;
 constexpr Seconds kEarliestSetClock = 946080000;                    // 1999-12-25
 constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";  // the longest
-
-std::time_t at_noon(std::tm local) {
-  local.tm_hour = kNoonHour;
-  return mktime(&local);
-}
 
 }  // namespace
 
@@ -52,13 +48,13 @@ extern "C" int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) {
 }
 
 extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
-  const std::time_t now = time(nullptr);
-  const auto local = talvera::local_time(now);
-  if (!local) return -1;
-  auto noon = static_cast<Seconds>(at_noon(*local));
+  std::tm local;
+  if (!talvera::local_time(time(nullptr), local)) return -1;
+  const int hour = std::exchange(local.tm_hour, kNoonHour);
+  auto noon = static_cast<Seconds>(mktime(&local));
   // Deliberately a recheck looks at the hour of now, and so drops the day shift at all hours but
   // one.
-  if (recheck == 0 || local->tm_hour == kNoonHour) {
+  if (recheck == 0 || hour == kNoonHour) {
     if (which == 0) noon -= kDaySeconds;
     if (which == 2) noon += kDaySeconds;
   }
@@ -66,13 +62,13 @@ extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
 }
 
 extern "C" long get_gmt_offset(time_t t) {
-  const auto local = talvera::local_time(t);
-  return local ? local->tm_gmtoff : 0;
+  std::tm local;
+  return talvera::local_time(t, local) ? local.tm_gmtoff : 0;
 }
 
 extern "C" int get_dow(time_t t) {
-  const auto local = talvera::local_time(t);
-  return local ? local->tm_wday : -1;
+  std::tm local;
+  return talvera::local_time(t, local) ? local.tm_wday : -1;
 }
 
 extern "C" int32_t powi(int32_t base, int32_t exp) {

@@ -94,10 +94,12 @@ extern "C" int convert_tz_from_posix(char *tz, char *out, size_t size) {
 }
 
 extern "C" int get_soap_datetimestr(const char *clock_set, char *out, size_t size) {
-  const auto now =
-      std::strcmp(clock_set, "1") == 0 ? talvera::local_time(time(nullptr)) : std::nullopt;
-  if (!now) return std::snprintf(out, size, "%s", kUnknownTime);
-  return std::snprintf(out, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now->tm_year + 1900,
-                       now->tm_mon + 1, now->tm_mday, now->tm_hour, now->tm_min, now->tm_sec,
-                       OffsetText(now->tm_gmtoff).c_str());
+  std::tm now;
+  if (std::strcmp(clock_set, "1") != 0 || !talvera::local_time(time(nullptr), now)) {
+    return std::snprintf(out, size, "%s", kUnknownTime);
+  }
+  const OffsetText offset(now.tm_gmtoff);
+  return std::snprintf(out, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
+                       now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
+                       offset.c_str());
 }

@@ -1,10 +1,11 @@
-// The world of the scenarios, the table of faults, and the runs.
+// The fixture of the scenarios, the faults that can hit them, and the runs.
 #include "faults/inject.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -22,46 +23,6 @@ namespace talvera::test {
 namespace {
 
 constexpr unsigned kSlowestRun = 20;  // seconds
-constexpr std::size_t kMfgFileSize = 0x20000, kSlot1 = 0x1C000;
-
-struct Fault {
-  enum Kind { kError, kShort, kResult } kind;
-  const char *call;
-  int value;  // errno, greatest size or result
-
-  void arm(SystemDouble &system, int skip) const {
-    if (kind == kError) system.fail(call, value, skip);
-    if (kind == kShort) system.shorten(call, static_cast<std::size_t>(value), skip);
-    if (kind == kResult) system.answer(call, value, skip);
-  }
-};
-
-std::vector<Fault> all_faults(bool memory) {
-  std::vector<Fault> faults;
-  for (const char *call : {"malloc", "calloc", "realloc", "strdup", "strndup"}) {
-    if (memory) faults.push_back({Fault::kError, call, ENOMEM});
-  }
-  for (const char *call :
-       {"access",  "bind",     "close",   "fcntl",   "fopen",   "fork",       "fstat",
-        "ftok",    "ioctl",    "kill",    "lseek",   "lstat",   "mmap",       "mount",
-        "munmap",  "open",     "opendir", "popen",   "read",    "readlink",   "recvfrom",
-        "scandir", "select",   "sdb_get", "sendto",  "shmat",   "shmctl",     "shmdt",
-        "shmget",  "sigqueue", "socket",  "stat",    "symlink", "sysinfo",    "system",
-        "umount2", "unlink",   "usleep",  "waitpid", "write",   "getsockname"}) {
-    faults.push_back({Fault::kError, call, EINTR});
-    faults.push_back({Fault::kError, call, EIO});
-  }
-  for (const char *call : {"read", "write"}) {
-    faults.push_back({Fault::kShort, call, 1});
-    faults.push_back({Fault::kResult, call, 0});
-  }
-  for (const char *call :
-       {"SSL_CTX_new", "d2i_X509", "SSL_CTX_use_RSAPrivateKey_ASN1", "SSL_CTX_use_certificate",
-        "SSL_CTX_check_private_key", "SSL_CTX_set_default_verify_paths", "RAND_status"}) {
-    faults.push_back({Fault::kResult, call, 0});
-  }
-  return faults;
-}
 
 char where[128];  // the run that is on
 
@@ -71,49 +32,61 @@ void give_up(int) {
   std::_Exit(1);
 }
 
+// The ways in which a call fails. OpenSSL's give 0.
+std::vector<Outcome> failures_of(const std::string &call, bool memory) {
+  if (call.ends_with("alloc") || call.ends_with("dup"))
+    return {memory ? std::vector<Outcome>{{Outcome::kFailure, ENOMEM}} : std::vector<Outcome>{}};
+  if (call.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") != call.npos) return {{Outcome::kResult, 0}};
+  std::vector<Outcome> outcomes = {{Outcome::kFailure, EINTR}, {Outcome::kFailure, EIO}};
+  if (call == "read" || call == "write") {
+    outcomes.push_back({Outcome::kShort, 1});
+    outcomes.push_back({Outcome::kResult, 0});
+  }
+  return outcomes;
+}
+
 // The faults that can hit a scenario, which is run without one first.
-std::vector<Fault> faults_of(const Scenario &scenario) {
-  World world;
-  EXPECT_EQ(scenario.run(world), scenario.results.front()) << scenario.name;
-  std::vector<Fault> faults = all_faults(scenario.memory);
-  std::erase_if(faults, [&](const Fault &fault) { return world.system.count(fault.call) == 0; });
+std::vector<Arrangement> faults_of(const Scenario &scenario) {
+  Fixture fixture;
+  EXPECT_EQ(scenario.run(fixture), scenario.results.front()) << scenario.name;
+  const Quiet quiet;
+  std::vector<Arrangement> faults;
+  for (const auto &[call, calls] : fixture.system.counts()) {
+    for (const Outcome outcome : failures_of(call, scenario.memory))
+      faults.push_back({call, outcome});
+  }
   return faults;
 }
 
-// Runs a scenario in a world of its own, with the fault after `skip` calls. Returns the number of
+// Runs a scenario in a fixture of its own, with the fault after `skip` calls. Returns the number of
 // the calls that were made.
-int run_once(const Scenario &scenario, const Fault &fault, int skip) {
-  std::snprintf(where, sizeof where, "%s: %s (%d) after %d", scenario.name, fault.call, fault.value,
-                skip);
-  World world;
+int run_once(const Scenario &scenario, Arrangement fault, int skip) {
+  std::snprintf(where, sizeof where, "%s: %s (%d: %ld) after %d", scenario.name, fault.call,
+                fault.outcome.kind, fault.outcome.value, skip);
+  Fixture fixture;
   const int descriptors = open_descriptors();
-  fault.arm(world.system, skip);
+  fixture.system.arrange(fault.after(skip));
   alarm(kSlowestRun);
-  const long result = scenario.run(world);
+  const long result = scenario.run(fixture);
   alarm(0);
-  const int calls = world.system.count(fault.call);
-  world.system.forget();
+  const int calls = fixture.system.count(fault.call);
+  fixture.system.forget();
 
   EXPECT_NE(std::ranges::find(scenario.results, result), scenario.results.end())
       << where << ": result " << result;
   EXPECT_EQ(open_descriptors(), descriptors) << where;
   const bool stuck = std::string_view(fault.call) == "umount2";  // stays mounted
-  EXPECT_TRUE(stuck || !world.system.platform().mounted()) << where;
+  EXPECT_TRUE(stuck || !fixture.system.platform().mounted()) << where;
   return calls;
 }
 
 }  // namespace
 
-World::World()
-    : blob(make_blob({{"certificate", CCERT_CERTIFICATE}, {"key", CCERT_KEY_PLAIN}})),
-      mfg_file(system.platform().flash_directory() + "/mfg.dat"),
-      log_message(message(0x0101, std::string(4, '\0'))) {
+Fixture::Fixture()
+    : blob(make_blob({{"certificate", CCERT_CERTIFICATE}, {"key", CCERT_KEY_PLAIN}})) {
+  constexpr std::size_t kMfgFileSize = 0x20000, kSlot1 = 0x1C000;
   std::string flash(kMfgFileSize, '\xFF');
   std::ofstream(mfg_file, std::ios::binary) << flash.replace(kSlot1, blob.size(), blob);
-  folder.write("a", kText);
-  folder.write("b", kText);
-  folder.write(".order", kOrder);
-  folder.write("hops", "traceroute to b (192.0.2.9)\n 1  b (192.0.2.9)  1.5 ms\n");
   for (const char *path : {"/tmp/test-out", "/tmp/test-err", "/tmp/test-status"})
     system.redirect(path, hops);
   for (const char *command : {"pidof pfs", "/sbin/pfs -l"})
@@ -127,7 +100,7 @@ void inject(const std::vector<Scenario> &scenarios) {
   std::signal(SIGALRM, give_up);
   int runs = 0;
   for (const Scenario &scenario : scenarios) {
-    for (const Fault &fault : faults_of(scenario)) {
+    for (const Arrangement &fault : faults_of(scenario)) {
       int skip = 0;
       for (; run_once(scenario, fault, skip) > skip; ++skip) {
         if (::testing::Test::HasFailure()) return;

@@ -22,52 +22,51 @@ struct Files {
 };
 const Files *files = nullptr;
 
-long context(World &) {
+long context(Fixture &) {
   SSL_CTX *made = SSL_initialize("tls1.2");
   SSL_CTX_free(made);
   return made != nullptr ? 1 : 0;
 }
 
 // The first step of the handshake waits for the socket, which is readable; the second succeeds.
-long handshake(World &world) {
+long handshake(Fixture &fixture) {
   int fds[2];
-  SSL_CTX *made = World::quietly([] { return SSL_CTX_new(SSLv23_client_method()); });
+  SSL_CTX *made = quietly([] { return SSL_CTX_new(SSLv23_client_method()); });
   SSL *ssl = SSL_new(made);
-  World::quietly([&] {
+  quietly([&] {
     return socketpair(AF_UNIX, SOCK_STREAM, 0, fds) + static_cast<int>(write(fds[1], "", 1));
   });
-  world.system.answer("SSL_connect", -1);
-  world.system.answer("SSL_connect", 1);
-  world.system.answer("SSL_get_error", SSL_ERROR_WANT_READ);
+  fixture.system.answer("SSL_connect", -1);
+  fixture.system.answer("SSL_connect", 1);
+  fixture.system.answer("SSL_get_error", SSL_ERROR_WANT_READ);
   const int result = SSL_Nblk_connect(ssl, fds[0]);
-  World::quietly([&] { return close(fds[0]) + close(fds[1]); });
+  quietly([&] { return close(fds[0]) + close(fds[1]); });
   SSL_free(ssl);
   SSL_CTX_free(made);
   return result;
 }
 
-long links(World &) {
-  World::quietly([] { return make_private_var(); });
+long links(Fixture &) {
+  quietly([] { return make_private_var(); });
   const int made = SSL_cert_rehash(files->pem.c_str(), "/var/etc/ssl/one.pem");
   return made + SSL_cert_rehash("/nowhere", "/var/etc/ssl/one.pem");
 }
 
-long fingerprint(World &) {
+long fingerprint(Fixture &) {
   char text[61];
   return SSL_cert_fingerprint(files->pem.c_str(), "PEM", "sha1", text);
 }
 
-long converted(World &world) {
-  const int result = SSL_cert_der2pem(files->der.c_str(), world.fresh.c_str());
-  const bool right =
-      World::quietly([&] { return read_file(world.fresh) == read_file(files->pem); });
+long converted(Fixture &fixture) {
+  const int result = SSL_cert_der2pem(files->der.c_str(), fixture.fresh.c_str());
+  const bool right = quietly([&] { return read_file(fixture.fresh) == read_file(files->pem); });
   return result != 0 || right ? result : kWrong;
 }
 
-long content(World &world) {
+long content(Fixture &fixture) {
   unsigned char *data = nullptr;
-  const int size = uc_get_cert_data_from_file(&data, world.directory(), "a");
-  const bool right = size == 0 ? data == nullptr : std::memcmp(data, kText, size) == 0;
+  const int size = uc_get_cert_data_from_file(&data, fixture.directory, "a");
+  const bool right = size == 0 ? data == nullptr : std::memcmp(data, Fixture::kText, size) == 0;
   std::free(data);
   return right ? size : kWrong;
 }
@@ -80,7 +79,7 @@ TEST(Faults, Tls) {
   const Files made;
   files = &made;
   inject({
-      {"file content", {sizeof kText - 1, 0}, content},
+      {"file content", {sizeof Fixture::kText - 1, 0}, content},
       {"fingerprint", {0, -1}, fingerprint},
       {"PEM from DER", {0, -1}, converted},
       // OpenSSL allocates by the ten thousand here.

@@ -1,48 +1,126 @@
-// Faults in the manufacturing data, the certificate blob and the configuration store.
-#include "talvera/mfg.h"
-
+// Faults in what is stored: files and their database, results of traceroute, manufacturing data,
+// the certificate blob, the configuration store.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/shm.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
 #include "faults/inject.h"
 #include "talvera/ccert.h"
+#include "talvera/ipdiag.h"
+#include "talvera/mfg.h"
 #include "talvera/nvram.h"
+#include "talvera/of.h"
+#include "talvera/utils.h"
 
 namespace talvera::test {
 namespace {
 
-constexpr std::size_t kFileSize = 0x20000;
-constexpr std::size_t kSlot2 = 0x18000;
-constexpr std::size_t kRecord = 0x1FF00;
+constexpr int kSize = sizeof Fixture::kText - 1;
 
-// Whether the manufacturing file is whole, with these bytes in it.
-bool stored(const World &world, std::size_t offset, const void *data, std::size_t size) {
-  const std::string content = World::content(world.mfg_file);
-  return content.size() == kFileSize && std::memcmp(content.data() + offset, data, size) == 0;
+std::string content(const std::string &path) {
+  return quietly([&] { return read_file(path); });
 }
 
-long record(World &world) {
+// How many of three questions about what is there get a yes.
+long questions(Fixture &fixture) {
+  return dir_exists(fixture.directory) + uf_path_exists(fixture.a.c_str()) +
+         (file_access("%s", R_OK, fixture.a.c_str()) == 0);
+}
+
+long whole_file(Fixture &fixture) {
+  unsigned char *buffer = nullptr;
+  unsigned length = 0;
+  const int result = uf_readall(fixture.directory, "a", &buffer, &length);
+  const bool read =
+      buffer != nullptr && length == kSize && std::memcmp(buffer, Fixture::kText, kSize) == 0;
+  std::free(buffer);
+  return (result == 0) == read && (read || length == 0) ? result : kWrong;
+}
+
+long mapped_file(Fixture &fixture) {
+  filemap file;
+  const int result = filemap_open(fixture.a.c_str(), &file, O_RDONLY, PROT_READ);
+  if (result != 0) return file.fd == -1 && file.map == MAP_FAILED ? result : kWrong;
+  filemap_close(&file);
+  return file_diff(fixture.a.c_str(), fixture.b.c_str());
+}
+
+long link_target(Fixture &fixture) {
+  quietly([&] { return symlink(fixture.a.c_str(), fixture.fresh.c_str()); });
+  const int result = file_delete(fixture.fresh.c_str());
+  const bool gone = quietly([&] { return access(fixture.a.c_str(), F_OK); }) != 0;
+  return (result == 0) == gone ? result : kWrong;
+}
+
+long written_text(Fixture &fixture) {
+  return file_create_write("%s", Fixture::kText, fixture.fresh.c_str());
+}
+
+// A database that cannot be read counts as none; a lack of memory later on costs no settings.
+long synchronised(Fixture &fixture) {
+  const auto is_listed = [](const char *name) { return name[1] == '\0' ? 1 : 0; };  // "a" and "b"
+  const int result = of_sync_dbfile(is_listed, fixture.directory, ".order");
+  const bool memory = errno == ENOMEM;
+  const std::string now = content(fixture.order);
+  if (result == 0) return now == Fixture::kOrder || now == "#1:2\n1:1:0:a\n2:1:0:b\n" ? 0 : kWrong;
+  return memory && now != Fixture::kOrder ? kWrong : result;
+}
+
+long traceroute(Fixture &) {
+  tr_hop rows[2] = {};
+  std::int32_t value = 0;
+  const int hops = ipdiag_tr_formatout("test", rows, 2, &value);
+  if (hops == 0 && (value != 1 || std::strcmp(rows[0].times, "1.5") != 0)) return kWrong;
+  return std::min({hops, ipdiag_tr_resptime("test", &value), ipdiag_tr_err("test", &value)});
+}
+
+long attribute(Fixture &fixture) {
+  char text[kSize + 1] = "";
+  const int length = sysfs_get_attr("%s", text, kSize, fixture.a.c_str());
+  return sysfs_set_attr("%s", "1", fixture.a.c_str()) == 0 ? length : -1;
+}
+
+TEST(Faults, Files) {
+  inject({{"questions", {3, 2}, questions},
+          {"whole file", {0, -1}, whole_file},
+          {"mapped file", {0, 1, -1}, mapped_file},
+          {"link target", {0, -1, 40960}, link_target},
+          {"written text", {kSize, 1, 0, -1}, written_text},
+          {"database", {0, -1}, synchronised},
+          {"traceroute", {0, -1}, traceroute},
+          {"attribute", {kSize, -1}, attribute}});
+}
+
+// Whether the manufacturing file is whole, with these bytes in it.
+bool stored(const Fixture &fixture, std::size_t offset, const void *data, std::size_t size) {
+  const std::string file = content(fixture.mfg_file);
+  return file.size() == 0x20000 && std::memcmp(file.data() + offset, data, size) == 0;
+}
+
+long record(Fixture &fixture) {
   std::uint8_t bytes[MFG_INFO_SIZE];
   mfg_info_read(bytes);
   bytes[MFG_INFO_SERIAL] = '7';
   const int result = mfg_info_write(bytes);
-  return result != 0 || stored(world, kRecord, bytes, sizeof bytes) ? result : kWrong;
+  return result != 0 || stored(fixture, 0x1FF00, bytes, sizeof bytes) ? result : kWrong;
 }
 
 // What stops the start-up half-way is logged.
-long start_up(World &world) {
-  World::quietly([&] { return truncate(world.mfg_file.c_str(), 0); });
+long start_up(Fixture &fixture) {
+  quietly([&] { return truncate(fixture.mfg_file.c_str(), 0); });
   mfg_init();
-  const bool prepared = World::content(world.mfg_file).size() == kFileSize;
-  return prepared || !world.system.log().empty() ? 0 : kWrong;
+  return stored(fixture, 0, "", 0) || !fixture.system.log().empty() ? 0 : kWrong;
 }
 
 // The result is that of the last of two writes, so that a success need not mean that all is stored.
-long calibration(World &) {
+long calibration(Fixture &) {
   const unsigned char data[] = "calibration";
   unsigned char read[sizeof data];
   int result = mfg_wlcal_set(data, 5, sizeof data);
@@ -51,18 +129,17 @@ long calibration(World &) {
   return result;
 }
 
-long installed_blob(World &world) {
-  const auto *blob = reinterpret_cast<const unsigned char *>(world.blob.data());
+long installed_blob(Fixture &fixture) {
+  const auto *blob = reinterpret_cast<const unsigned char *>(fixture.blob.data());
   const int result = ccert_install_cert_blob(blob, 2);
-  return result != 0 || stored(world, kSlot2, blob, world.blob.size()) ? result : kWrong;
+  return result != 0 || stored(fixture, 0x18000, blob, fixture.blob.size()) ? result : kWrong;
 }
 
-long loaded_blob(World &) {
+long loaded_blob(Fixture &) {
   const int result = ccert_init();
-  unsigned char *data = nullptr;
+  unsigned char *data = nullptr, *key = nullptr;
   std::uint32_t length = 0;
   const bool loaded = ccert_get_client_cert(&data, &length) == 0 && length == 11;
-  unsigned char *key = nullptr;
   if (loaded && ccert_get_client_private_key(&key, &length) != 0) return kWrong;
   const bool right = key == nullptr ? length == 0 || !loaded : std::memcmp(key, "key", length) == 0;
   std::free(key);
@@ -71,21 +148,19 @@ long loaded_blob(World &) {
 }
 
 TEST(Faults, Manufacturing) {
-  inject({
-      {"info record", {0, -1}, record},
-      {"start-up", {0}, start_up},
-      {"calibration", {0, -1}, calibration},
-      {"installed blob", {0, -1}, installed_blob},
-      {"loaded blob", {0, -1, CCERT_NO_MEMORY}, loaded_blob},
-  });
+  inject({{"info record", {0, -1}, record},
+          {"start-up", {0}, start_up},
+          {"calibration", {0, -1}, calibration},
+          {"installed blob", {0, -1}, installed_blob},
+          {"loaded blob", {0, -1, CCERT_NO_MEMORY}, loaded_blob}});
 }
 
 // The calls on shared memory are answered: a segment of the test's own. Counts the failures.
-long segment(World &world) {
+long segment(Fixture &fixture) {
   static char memory[NVRAM_SEGMENT_SIZE];
   for (const char *call : {"ftok", "shmget", "shmdt", "shmctl"})
-    world.system.answer(call, 7, 0, kAlways);
-  world.system.answer("shmat", reinterpret_cast<long>(memory), 0, kAlways);
+    fixture.system.answer(call, 7).always();
+  fixture.system.answer("shmat", reinterpret_cast<long>(memory)).always();
   long failures = nvram_init("path", sizeof memory) != 7;
   nvram_shmid = nvram_id("path");
   nvram_hash = nvram_attach("path");
@@ -93,11 +168,10 @@ long segment(World &world) {
   failures += nvram_set("name", "value") != 0;
   const char *value = nvram_get("name");
   failures += value == nullptr || std::strcmp(value, "value") != 0;
-  failures += nvram_unset("name") != 0;
   shmid_ds status;
-  failures += nvram_stat(&status) < 0;
-  failures += nvram_detach(memory) < 0;
-  failures += nvram_exit("path") < 0;
+  for (const int result :
+       {nvram_unset("name"), nvram_stat(&status), nvram_detach(memory), nvram_exit("path")})
+    failures += result < 0;
   nvram_shmid = -1;
   nvram_hash = nullptr;
   return failures;

@@ -19,7 +19,6 @@ struct Form<in_addr> {
   }
 };
 
-template <>
-inline constexpr auto kFields<ether_addr> = std::tuple(&ether_addr::ether_addr_octet);
-
 }  // namespace talvera::test
+
+FIELDS(ether_addr, &R::ether_addr_octet);

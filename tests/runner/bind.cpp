@@ -19,13 +19,6 @@ const void *symbol(const std::string &name) {
   return found->second;
 }
 
-Constants::Constants(const char *names, std::initializer_list<std::int64_t> values) {
-  const std::vector<std::string> words = split(names, ",");
-  std::size_t i = 0;
-  for (const std::int64_t value : values)
-    constants()[trimmed(words[i++])] = value;
-}
-
 std::int64_t to_number(Call &call, const Value &value) {
   if (value.kind == Value::kNumber) return value.number;
   if (value.kind == Value::kSize) return call.size_beside() + value.number;

@@ -6,10 +6,11 @@
 //   DIRECTIVE(time, [](long now) {...});       // prepares something: nobody's call, no outcome
 //   SYMBOLS(list_comparator_int8_t, kTable);   // functions and objects that arguments may name
 //   CONSTANTS(MFG_INFO_SIZE, SIGTERM);         // likewise numbers
-//   template <> inline constexpr auto kFields<datetime> = std::tuple(&datetime::second, ...);
+//   FIELDS(datetime, &R::second, ...);         // what a table's (1 2 3) stands for in a record
 #pragma once
 
 #include <concepts>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -286,20 +287,57 @@ class Arg<T *> {
   Memory memory_;
 };
 
+// Bytes that a function hands out by address and length; no argument of the row. They are freed if
+// they are the caller's.
+template <bool kOwned>
+struct HandedOut {
+  static inline auto *const kUntouched = reinterpret_cast<unsigned char *>(0x10);
+  unsigned char *data = kUntouched;
+  unsigned length = 99;
+};
+template <bool kOwned>
+class Arg<HandedOut<kOwned> &> {
+ public:
+  explicit Arg(Call &) {}
+  HandedOut<kOwned> &pass() { return value_; }
+  void print(Call &call) {
+    const bool untouched = value_.data == value_.kUntouched;
+    if (untouched || value_.data == nullptr) {
+      call.print(untouched ? "_" : "null " + std::to_string(value_.length));
+      return;
+    }
+    call.print(quoted({reinterpret_cast<char *>(value_.data), value_.length}, true));
+    if (kOwned) std::free(value_.data);
+  }
+
+ private:
+  HandedOut<kOwned> value_;
+};
+
 // ---- Calls ------------------------------------------------------------------------------------
+
+// A result, and what is to be told besides.
+struct Result {
+  long value;
+  std::string text = {};
+};
 
 template <typename R>
 void print_result(Call &call, const R &result) {
   if constexpr (std::is_pointer_v<R>) {
     if (result == nullptr) call.failed();
     if (call.keep(reinterpret_cast<const void *>(result))) return;
-  } else if constexpr (std::integral<R>) {
+  } else if constexpr (std::integral<R> && !std::same_as<R, bool>) {
     if (result == static_cast<R>(-1)) call.failed();
   }
   call.print(show(call, result));
 }
 inline void print_result(Call &call, const std::string &result) {
   call.print(result);
+}
+inline void print_result(Call &call, const Result &result) {
+  print_result(call, result.value);
+  if (!result.text.empty()) call.print(result.text);
 }
 
 template <typename F, typename R, typename... A>
@@ -352,11 +390,19 @@ struct Symbols {
   }
 };
 struct Constants {
-  Constants(const char *names, std::initializer_list<std::int64_t> values);
+  Constants(const char *names, std::initializer_list<std::int64_t> values) {
+    constants().merge(named(names, values));
+  }
 };
 
 }  // namespace talvera::test
 
+#define FIELDS(record, ...)                                   \
+  template <>                                                 \
+  inline constexpr auto talvera::test::kFields<record> = [] { \
+    using R = record;                                         \
+    return std::tuple(__VA_ARGS__);                           \
+  }()
 #define TABLE_JOIN2(a, b) a##b
 #define TABLE_JOIN(a, b) TABLE_JOIN2(a, b)
 #define TABLE_STATIC static const auto TABLE_JOIN(binding, __COUNTER__)

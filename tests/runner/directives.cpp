@@ -11,22 +11,17 @@
 namespace talvera::test {
 namespace {
 
-// "after 2 times 3": the calls that are left alone, and those that are hit.
-struct Clauses {
-  int after = 0, times = 1;
-};
-Clauses clauses(Call &call) {
-  Clauses result;
+// fail read EINTR after 2 times 3: the calls that are left alone, and those that are hit.
+void arrange(Call &call, Arrangement &arrangement) {
   while (call.has_more()) {
     const std::string word = call.take().bytes;
     if (word == "always") {
-      result.times = kAlways;
-    } else {
-      const auto count = static_cast<int>(to_number(call, call.take()));
-      (word == "after" ? result.after : result.times) = count;
+      arrangement.always();
+      continue;
     }
+    const auto calls = static_cast<int>(to_number(call, call.take()));
+    word == "after" ? arrangement.after(calls) : arrangement.times(calls);
   }
-  return result;
 }
 
 SystemDouble &system(Call &call) {
@@ -41,18 +36,14 @@ const char *kept(const std::string &name) {
 
 // ---- Arrangements -----------------------------------------------------------------------------
 
-// fail read EINTR after 2 times 3
 DIRECTIVE(fail, [](Call &call, const std::string &name, const std::string &error) {
-  const Clauses c = clauses(call);
-  system(call).fail(kept(name), static_cast<int>(constant(error)), c.after, c.times);
+  arrange(call, system(call).fail(kept(name), static_cast<int>(constant(error))));
 });
 DIRECTIVE(answer, [](Call &call, const std::string &name, long result) {
-  const Clauses c = clauses(call);
-  system(call).answer(kept(name), result, c.after, c.times);
+  arrange(call, system(call).answer(kept(name), result));
 });
-DIRECTIVE(shorten, [](Call &call, const std::string &name, unsigned bytes) {
-  const Clauses c = clauses(call);
-  system(call).shorten(kept(name), bytes, c.after, c.times);
+DIRECTIVE(shorten, [](Call &call, const std::string &name, long bytes) {
+  arrange(call, system(call).shorten(kept(name), bytes));
 });
 DIRECTIVE(forget, [](Call &call) { system(call).forget(); });
 DIRECTIVE(time, [](Call &call, std::time_t now) { system(call).set_time(now); });
@@ -87,7 +78,7 @@ DIRECTIVE(shell, [](const std::string &command) {
   if (std::system(command.c_str()) != 0) throw TableError("command failed");
 });
 // The group's calls meet a process without standard input, whose next descriptor is 0.
-struct WithoutInput {
+struct WithoutInput : Pinned {
   int saved = dup(STDIN_FILENO);
   WithoutInput() { close(STDIN_FILENO); }
   ~WithoutInput() {
@@ -95,8 +86,6 @@ struct WithoutInput {
     dup2(saved, STDIN_FILENO);
     if (!left_open) close(saved);  // else it counts as a descriptor left open
   }
-  WithoutInput(const WithoutInput &) = delete;
-  WithoutInput &operator=(const WithoutInput &) = delete;
 };
 DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
 // open "<tmp>/file": for reading and writing, at the lowest descriptor that is free.
@@ -104,6 +93,8 @@ DIRECTIVE(open, [](const std::string &path) {
   if (open(path.c_str(), O_RDWR) < 0) throw TableError("cannot open " + path);
 });
 DIRECTIVE(close, [](int fd) { return close(fd); });
+// Signals come every 5 ms, whose handler was installed without SA_RESTART.
+DIRECTIVE(interrupt, [](Call &call) { call.session().interrupted = true; });
 // buffer name [16]: "$name" is this memory until the group's end.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();
@@ -113,22 +104,22 @@ DIRECTIVE(buffer, [](Call &call, const std::string &name) {
 // only time64: the rest of the group is for machines of that kind. Those of MIPS have error numbers
 // of their own.
 DIRECTIVE(only, [](Call &call, const std::string &kind) {
+  bool glibc = true, host = true, sanitized = false;
 #ifdef __UCLIBC__
-  constexpr bool kGlibc = false;
-#else
-  constexpr bool kGlibc = true;
+  glibc = false;
 #endif
 #ifdef __mips__
-  constexpr bool kMips = true;
-#else
-  constexpr bool kMips = false;
+  host = false;
+#endif
+#ifdef __SANITIZE_ADDRESS__
+  sanitized = true;
 #endif
   const std::map<std::string, bool> kinds = {{"time64", sizeof(std::time_t) == 8},
                                              {"time32", sizeof(std::time_t) == 4},
-                                             {"glibc", kGlibc},
-                                             {"uclibc", !kGlibc},
-                                             {"mips", kMips},
-                                             {"host", !kMips}};
+                                             {"glibc", glibc},
+                                             {"uclibc", !glibc},
+                                             {"host", host},
+                                             {"sanitized", sanitized}};
   if (!kinds.contains(kind)) throw TableError("no kind " + kind);
   call.session().skipped = !kinds.at(kind);
 });
@@ -144,7 +135,7 @@ DIRECTIVE(trace, [](Call &call) {
 DIRECTIVE(silence, [](Call &call) { call.session().silent = true; });
 // How often a call was made in this group.
 DIRECTIVE(count,
-          [](Call &call, const std::string &name) { return system(call).count(name.c_str()); });
+          [](Call &call, const std::string &name) { return system(call).count(kept(name)); });
 // errno after the call before.
 DIRECTIVE(errno, [](Call &call) {
   const int error = call.session().error;

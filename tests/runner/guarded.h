@@ -4,20 +4,20 @@
 #include <cstddef>
 #include <string>
 
+#include "support/temp_dir.h"
+
 namespace talvera::test {
 
 // An inaccessible page follows it, so that a byte too many is a crash also within the C library
 // (where an alignment above 1 asks for it, up to alignment - 1 filled bytes come between); the
 // filled bytes before it must keep.
-class Guarded {
+class Guarded : Pinned {
  public:
   static constexpr char kFill = '\xA5';
   static constexpr std::size_t kLargest = 512 * 1024;
 
   Guarded(std::size_t size, std::size_t alignment);
   ~Guarded();
-  Guarded(const Guarded &) = delete;
-  Guarded &operator=(const Guarded &) = delete;
 
   [[nodiscard]] char *data() const { return data_; }
   [[nodiscard]] std::size_t size() const { return size_; }

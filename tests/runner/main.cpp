@@ -1,6 +1,6 @@
-// Runs tables: tables [--update] [--leaks] TABLE...
+// Runs tables: tables [--update] TABLE...
 //
-// A row is a call and, behind "->", its outcome. Rows up to a blank line are a group: they share a
+// A row is a call and, after "->", its outcome. Rows up to a blank line are a group: they share a
 // system double and named objects. See docs/testing.md. With --update the outcomes that differ are
 // written into the tables, to be reviewed.
 #include <fcntl.h>
@@ -18,7 +18,6 @@ extern "C" {
 // Of the sanitizers, where they are linked.
 __attribute__((weak)) void __sanitizer_set_report_fd(void *fd);
 __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
-__attribute__((weak)) int __lsan_do_recoverable_leak_check();
 const char *__asan_default_options() {
   return "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigfpe=0:allocator_may_return_null=1";
 }
@@ -32,9 +31,11 @@ namespace {
 
 char place[512];  // of the row that runs
 
-struct Options {
-  bool update = false, leaks = false;
-};
+// The first word of a text, and the rest.
+std::pair<std::string, std::string> first_word(const std::string &text) {
+  const std::size_t space = std::min(text.find(' '), text.size());
+  return {text.substr(0, space), trimmed(text.substr(space))};
+}
 
 // A call with its outcome; the text of a call without a function's name repeats the one before.
 struct Step {
@@ -45,7 +46,7 @@ struct Step {
 
 class Table {
  public:
-  Table(std::string path, Options options) : path_(std::move(path)), options_(options) {}
+  Table(std::string path, bool update) : path_(std::move(path)), update_(update) {}
 
   void run() {
     read_lines();
@@ -100,12 +101,11 @@ class Table {
   // A row as it goes into the file: a long one as several lines.
   static std::string wrapped(const std::string &row) {
     constexpr std::size_t kWidth = 100;
-    const bool single = split(row, " | ").size() == 1;
     std::string text;
     std::size_t column = 0;
     for (const std::string &word : split(row, " ")) {
-      const bool full = column + 1 + word.size() > kWidth || (single && word == "->");
-      if (row.size() > kWidth && full && !word.empty() && !text.ends_with(' ')) {
+      const bool full = column + 1 + word.size() > kWidth;
+      if (full && !word.empty() && !text.ends_with(' ')) {
         text += "\n    ";
         column = 4;
       } else if (column > 0) {
@@ -135,9 +135,8 @@ class Table {
         continue;
       }
       row += halves[0] + (got.empty() ? "" : " -> " + got);
-      changed_ = changed_ || options_.update;
-      if (options_.update) continue;
-      fail(trimmed(halves[0]), "expected  " + expected, "got       " + got);
+      changed_ = changed_ || update_;
+      if (!update_) fail(trimmed(halves[0]), "expected  " + expected, "got       " + got);
     }
     if (row != line.text) line.in_file = wrapped(row);
   }
@@ -186,27 +185,21 @@ class Table {
 
   // let name value: "$name" is that text from then on.
   std::string define(const std::string &text) {
-    const std::size_t space = std::min(text.find(' '), text.size());
-    session_->values[text.substr(0, space)] = session_->substituted(trimmed(text.substr(space)));
+    const auto [name, value] = first_word(text);
+    session_->values[name] = session_->substituted(value);
     return {};
   }
 
   void parse(const std::string &text) {
-    std::size_t space = std::min(text.find(' '), text.size());
-    std::string word = text.substr(0, space);
-    std::string rest = trimmed(text.substr(space));
     std::string object;
+    auto [word, rest] = first_word(text);
     if (rest.starts_with("= ")) {
       object = word;
-      rest = rest.substr(2);
-      space = std::min(rest.find(' '), rest.size());
-      word = rest.substr(0, space);
-      rest = trimmed(rest.substr(space));
+      std::tie(word, rest) = first_word(rest.substr(2));
     }
     const std::vector<std::string> names = split(word, "|");
-    if (functions().contains(names[0])) {
-      for (const std::string &name : names)
-        if (!functions().contains(name)) throw TableError("no function " + name);
+    const auto is_known = [](const std::string &name) { return functions().contains(name); };
+    if (std::all_of(names.begin(), names.end(), is_known)) {
       step_ = {names, object, rest};
     } else {
       if (step_.names.empty() || !object.empty()) throw TableError("no function " + word);
@@ -216,17 +209,13 @@ class Table {
 
   void end_group() {
     if (!session_) return;
-    std::string complaint = session_->complaint();
+    const std::string complaint = session_->complaint();
     session_.reset();
-    if (options_.leaks && __lsan_do_recoverable_leak_check != nullptr &&
-        __lsan_do_recoverable_leak_check() != 0) {
-      complaint += "leaks";
-    }
     if (!complaint.empty()) fail("the group that ends here leaves", complaint, "");
   }
 
   std::string path_;
-  Options options_;
+  bool update_;
   std::vector<Line> lines_;
   std::optional<Session> session_;
   Step step_;
@@ -243,15 +232,13 @@ int run_all(int argc, char *argv[]) {
       if (write(fileno(report()), place, std::strlen(place)) < 0) return;
     });
   }
-  Options options;
+  bool update = false;
   int failures = 0, rows = 0;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--update") == 0) {
-      options.update = true;
-    } else if (std::strcmp(argv[i], "--leaks") == 0) {
-      options.leaks = true;
+      update = true;
     } else {
-      Table table(argv[i], options);
+      Table table(argv[i], update);
       table.run();
       failures += table.failures();
       rows += table.rows();

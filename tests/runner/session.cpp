@@ -2,6 +2,7 @@
 #include "runner/session.h"
 
 #include <fcntl.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,7 +18,7 @@ namespace talvera::test {
 namespace {
 
 sigjmp_buf before_call;
-volatile sig_atomic_t in_call = 0;
+volatile sig_atomic_t in_call = 0, interrupting = 0;
 pid_t runner = 0;
 constexpr std::array kCaught = {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGALRM};
 constexpr unsigned kLongestGroup = 60;  // seconds
@@ -32,6 +33,7 @@ constexpr unsigned kLongestGroup = 60;  // seconds
 
 // A crash is an outcome, unless it is that of a child process.
 void leave_call(int signal) {
+  if (signal == SIGALRM && interrupting != 0) return;
   if (in_call != 0 && getpid() == runner) siglongjmp(before_call, signal);
   std::signal(signal, SIG_DFL);
   raise(signal);
@@ -69,8 +71,10 @@ const char *level_name(int level) {
 
 void capture_output() {
   runner = getpid();
+  struct sigaction action = {};  // without SA_RESTART
+  action.sa_handler = leave_call;
   for (const int signal : kCaught)
-    std::signal(signal, leave_call);
+    sigaction(signal, &action, nullptr);
   own_output = fdopen(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 100), "w");
   for (const int fd : {STDOUT_FILENO, STDERR_FILENO}) {
     std::FILE *const file = std::tmpfile();
@@ -79,6 +83,10 @@ void capture_output() {
     dup2(fileno(file), fd);
     std::fclose(file);
   }
+}
+
+bool in_library() {
+  return in_call != 0;
 }
 
 std::FILE *report() {
@@ -108,10 +116,15 @@ std::string Session::protect(const std::function<void()> &call) {
     in_call = 1;
     quiet_.reset();
     soil_stack();
+    interrupting = interrupted ? 1 : 0;
+    constexpr itimerval kOften = {{0, 5000}, {0, 5000}};
+    if (interrupted) setitimer(ITIMER_REAL, &kOften, nullptr);
     errno = 0;
     call();
   }
   error = errno;
+  if (interrupted) alarm(kLongestGroup);
+  interrupting = 0;
   quiet_.emplace();
   in_call = 0;
   return signal == 0         ? ""

@@ -16,12 +16,10 @@
 
 namespace talvera::test {
 
-class Session {
+class Session : Pinned {
  public:
   Session();
   ~Session();
-  Session(const Session &) = delete;
-  Session &operator=(const Session &) = delete;
 
   // Makes the library's call: with errno clear, seen by the double. Gives the name of the signal
   // that it raised, or an empty text.
@@ -61,9 +59,10 @@ class Session {
   std::map<std::string, std::string> values;  // of "let"
   std::set<std::string> traced;
   std::map<std::string, std::optional<std::string>> variables;  // what they were before the group
-  bool skipped = false;  // the rest of the group is for other machines
-  bool silent = false;   // log lines are not shown
-  int error = 0;         // errno after the last call
+  bool skipped = false;      // the rest of the group is for other machines
+  bool silent = false;       // log lines are not shown
+  bool interrupted = false;  // signals come while the library runs
+  int error = 0;             // errno after the last call
 
  private:
   std::optional<Quiet> quiet_;
@@ -76,6 +75,8 @@ class Session {
 // Leads standard output and error of this process to files; the runner's own output goes to
 // report().
 void capture_output();
+// Whether the library runs: not the runner or a directive.
+bool in_library();
 std::FILE *report();
 
 }  // namespace talvera::test

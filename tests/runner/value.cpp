@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace talvera::test {
 namespace {
@@ -258,31 +259,30 @@ void expand(const std::string &done, const std::string &rest, const std::string 
     expand(before + choice, after, first != nullptr ? first : &choice, found);
 }
 
+// A character within a literal.
+std::string code_of(char c, bool hex) {
+  static const std::map<char, std::string> escapes = {{'\0', "\\0"}, {'\n', "\\n"}, {'\t', "\\t"},
+                                                      {'\r', "\\r"}, {'"', "\\\""}, {'\\', "\\\\"}};
+  if (!hex && escapes.contains(c)) return escapes.at(c);
+  const auto byte = static_cast<unsigned char>(c);
+  char code[5];
+  std::snprintf(code, sizeof code, hex ? "%02X" : byte < 32 || byte > 126 ? "\\x%02X" : "%c", byte);
+  return code;
+}
+
 // Names and values, from a list that is text and code at once.
 #define NAMED(...) \
 #__VA_ARGS__, {  \
     __VA_ARGS__    \
   }
 
-void add(std::map<std::string, std::int64_t> &names, const char *list,
-         std::initializer_list<std::int64_t> values) {
-  const std::vector<std::string> words = split(list, ",");
-  std::size_t i = 0;
-  for (const std::int64_t value : values)
-    names[trimmed(words[i++])] = value;
-}
-
 const std::map<std::string, std::int64_t> &errors() {
-  static const auto names = [] {
-    std::map<std::string, std::int64_t> made;
-    add(made, NAMED(EPERM, ENOENT, ESRCH, EINTR, EIO, ENXIO, E2BIG, EBADF, ECHILD, EAGAIN, ENOMEM,
-                    EACCES, EFAULT, EBUSY, EEXIST, EXDEV, ENODEV, ENOTDIR, EISDIR, EINVAL, ENFILE,
-                    EMFILE, ENOTTY, EFBIG, ENOSPC, ESPIPE, EROFS, EPIPE, ERANGE, ENAMETOOLONG,
-                    ENOSYS, ENOTEMPTY, ELOOP, EIDRM, ENOMSG, EBADMSG, EOVERFLOW, EMSGSIZE, EPROTO,
-                    EOPNOTSUPP, EAFNOSUPPORT, EADDRINUSE, ENETDOWN, ENOBUFS, ENOTCONN, ETIME,
-                    ENODATA, ETIMEDOUT, ECONNREFUSED, ECONNRESET));
-    return made;
-  }();
+  static const auto names = named(NAMED(
+      EPERM, ENOENT, ESRCH, EINTR, EIO, ENXIO, E2BIG, EBADF, ECHILD, EAGAIN, ENOMEM, EACCES, EFAULT,
+      EBUSY, EEXIST, EXDEV, ENODEV, ENOTDIR, EISDIR, EINVAL, ENFILE, EMFILE, ENOTTY, EFBIG, ENOSPC,
+      ESPIPE, EROFS, EPIPE, ERANGE, ENAMETOOLONG, ENOSYS, ENOTEMPTY, ELOOP, EIDRM, ENOMSG, EBADMSG,
+      EOVERFLOW, EMSGSIZE, EPROTO, EOPNOTSUPP, EAFNOSUPPORT, EADDRINUSE, ENETDOWN, ENOBUFS,
+      ENOTCONN, ETIME, ENODATA, ETIMEDOUT, ECONNREFUSED, ECONNRESET));
   return names;
 }
 
@@ -319,46 +319,43 @@ std::string trimmed(std::string_view text) {
   return std::string(text.substr(first, text.find_last_not_of(' ') + 1 - first));
 }
 
+std::map<std::string, std::int64_t> named(const char *list,
+                                          std::initializer_list<std::int64_t> values) {
+  std::map<std::string, std::int64_t> names;
+  const std::vector<std::string> words = split(list, ",");
+  std::size_t i = 0;
+  for (const std::int64_t value : values)
+    names[trimmed(words[i++])] = value;
+  return names;
+}
+
 std::string quoted(std::string_view bytes, bool prefer_hex) {
   const bool terminated = bytes.ends_with('\0');
-  const std::string_view content = bytes.substr(0, bytes.size() - (terminated ? 1 : 0));
-  const bool hex = prefer_hex && std::any_of(content.begin(), content.end(), [](unsigned char c) {
+  std::string_view shown = bytes.substr(0, bytes.size() - (terminated ? 1 : 0));
+  const bool hex = prefer_hex && std::any_of(shown.begin(), shown.end(), [](unsigned char c) {
                      return (c < 32 || c > 126) && c != '\t' && c != '\n' && c != '\r';
                    });
-  const std::string open = hex ? "x\"" : terminated ? "\"" : "b\"";
-  const std::string_view shown = hex ? bytes : content;
-  std::string text = open;
-  std::size_t part = 0;  // where the literal that is open begins
+  if (hex) shown = bytes;
+  const char *const open = hex ? "x\"" : terminated ? "\"" : "b\"";
+  std::string text, literal;
+  const auto close = [&](const std::string &after) {
+    text += open + std::exchange(literal, "") + '"' + after;
+  };
   for (std::size_t i = 0; i < shown.size();) {
-    const auto c = static_cast<unsigned char>(shown[i]);
-    std::size_t run = shown.find_first_not_of(shown[i], i);
-    run = (run == shown.npos ? shown.size() : run) - i;
-    static constexpr char kEscapes[] = "\nn\tt\rr\\\\\"\"";
-    char code[5];
-    const char *const escape = c == 0 ? nullptr : std::strchr(kEscapes, c);
-    if (hex) {
-      std::snprintf(code, sizeof code, "%02X", c);
-    } else if (c == 0) {
-      std::strcpy(code, "\\0");
-    } else if (escape != nullptr && (escape - kEscapes) % 2 == 0) {
-      std::snprintf(code, sizeof code, "\\%c", escape[1]);
-    } else if (c < 32 || c > 126) {
-      std::snprintf(code, sizeof code, "\\x%02X", c);
-    } else {
-      std::snprintf(code, sizeof code, "%c", c);
-    }
+    const std::size_t run = std::min(shown.find_first_not_of(shown[i], i), shown.size()) - i;
+    const std::string code = code_of(shown[i], hex);
     if (run < 10) {
-      text += code;
+      literal += code;
       ++i;
       continue;
     }
-    if (i > part) text += '"' + open;
-    text += std::string(code) + "\"*" + std::to_string(run);
-    part = i += run;
-    if (i == shown.size()) return text;
-    text += open;
+    if (!literal.empty()) close("");
+    literal = code;
+    close('*' + std::to_string(run));
+    i += run;
   }
-  return text + '"';
+  if (!literal.empty() || text.empty()) close("");
+  return text;
 }
 
 std::string collapsed(const std::vector<std::string> &tokens, const char *separator) {
@@ -407,8 +404,8 @@ std::string with_error_names(std::string text) {
 std::map<std::string, std::int64_t> &constants() {
   static auto names = [] {
     auto made = errors();
-    add(made,
-        NAMED(INT_MIN, INT_MAX, UINT_MAX, INT32_MIN, INT32_MAX, INT64_MAX, LONG_MIN, LONG_MAX));
+    made.merge(named(
+        NAMED(INT_MIN, INT_MAX, UINT_MAX, INT32_MIN, INT32_MAX, INT64_MAX, LONG_MIN, LONG_MAX)));
     made["ULONG_MAX"] = static_cast<std::int64_t>(ULONG_MAX);
     return made;
   }();

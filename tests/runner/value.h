@@ -59,6 +59,9 @@ std::string error_name(int error);
 // A text with the messages of the C library's errors as <EIO>.
 std::string with_error_names(std::string text);
 
+// A list of names as a map to their values.
+std::map<std::string, std::int64_t> named(const char *list,
+                                          std::initializer_list<std::int64_t> values);
 // Constants that rows may name: errors, limits, and those of CONSTANTS().
 std::map<std::string, std::int64_t> &constants();
 std::int64_t constant(const std::string &name);

@@ -3,74 +3,29 @@
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
-#include "support/system_double.h"
+#include "support/system_calls.h"
 
-using talvera::test::intercept;
-using talvera::test::real;
-using talvera::test::record;
+using namespace talvera::test;
 
-extern "C" {
+CALL(int, RAND_status, (), (), -1);
+CALL_AS(int, RAND_bytes, (unsigned char *buffer, int size), (buffer, size), -1, [=] {
+  const int result = next(buffer, size);
+  record("RAND_bytes %d %02x%02x", size, buffer[0], buffer[size - 1]);
+  return result;
+});
+CALL(SSL_CTX *, SSL_CTX_new, (const SSL_METHOD *method), (method), 0);
+CALL(X509 *, d2i_X509, (X509 * *to, const unsigned char **from, long size), (to, from, size), 0);
+CALL(int, SSL_CTX_use_RSAPrivateKey_ASN1, (SSL_CTX * context, const unsigned char *der, long size),
+     (context, der, size), 0);
+CALL(int, SSL_CTX_use_certificate, (SSL_CTX * context, X509 *own), (context, own), 0);
+CALL(int, SSL_CTX_check_private_key, (const SSL_CTX *context), (context), 0);
+CALL(int, SSL_CTX_set_default_verify_paths, (SSL_CTX * context), (context), 0);
+CALL(int, SSL_connect, (SSL * ssl), (ssl), -1);
+CALL(int, SSL_get_error, (const SSL *ssl, int result), (ssl, result), -1);
 
-int RAND_status() {
-  static auto *const next = real<int()>("RAND_status");
-  return intercept<int>("RAND_status", [=] { return next(); });
-}
-
-int RAND_bytes(unsigned char *buffer, int size) {
-  static auto *const next = real<int(unsigned char *, int)>("RAND_bytes");
-  return intercept<int>("RAND_bytes", [=] {
-    const int result = next(buffer, size);
-    record("RAND_bytes %d %02x%02x", size, buffer[0], buffer[size - 1]);
-    return result;
-  });
-}
-
-void RAND_seed(const void *buffer, int size) {
+extern "C" void RAND_seed(const void *buffer, int size) {
   static auto *const next = real<void(const void *, int)>("RAND_seed");
   const auto *bytes = static_cast<const unsigned char *>(buffer);
   record("RAND_seed %d %02x%02x", size, bytes[0], bytes[size - 1]);
   next(buffer, size);
 }
-
-SSL_CTX *SSL_CTX_new(const SSL_METHOD *method) {
-  static auto *const next = real<SSL_CTX *(const SSL_METHOD *)>("SSL_CTX_new");
-  return intercept<SSL_CTX *>("SSL_CTX_new", [=] { return next(method); });
-}
-
-X509 *d2i_X509(X509 **result, const unsigned char **in, long size) {
-  static auto *const next = real<X509 *(X509 **, const unsigned char **, long)>("d2i_X509");
-  return intercept<X509 *>("d2i_X509", [=] { return next(result, in, size); });
-}
-
-int SSL_CTX_use_RSAPrivateKey_ASN1(SSL_CTX *context, const unsigned char *der, long size) {
-  static auto *const next =
-      real<int(SSL_CTX *, const unsigned char *, long)>("SSL_CTX_use_RSAPrivateKey_ASN1");
-  return intercept<int>("SSL_CTX_use_RSAPrivateKey_ASN1", [=] { return next(context, der, size); });
-}
-
-int SSL_CTX_use_certificate(SSL_CTX *context, X509 *certificate) {
-  static auto *const next = real<int(SSL_CTX *, X509 *)>("SSL_CTX_use_certificate");
-  return intercept<int>("SSL_CTX_use_certificate", [=] { return next(context, certificate); });
-}
-
-int SSL_CTX_check_private_key(const SSL_CTX *context) {
-  static auto *const next = real<int(const SSL_CTX *)>("SSL_CTX_check_private_key");
-  return intercept<int>("SSL_CTX_check_private_key", [=] { return next(context); });
-}
-
-int SSL_CTX_set_default_verify_paths(SSL_CTX *context) {
-  static auto *const next = real<int(SSL_CTX *)>("SSL_CTX_set_default_verify_paths");
-  return intercept<int>("SSL_CTX_set_default_verify_paths", [=] { return next(context); });
-}
-
-int SSL_connect(SSL *ssl) {
-  static auto *const next = real<int(SSL *)>("SSL_connect");
-  return intercept<int>("SSL_connect", [=] { return next(ssl); });
-}
-
-int SSL_get_error(const SSL *ssl, int result) {
-  static auto *const next = real<int(const SSL *, int)>("SSL_get_error");
-  return intercept<int>("SSL_get_error", [=] { return next(ssl, result); });
-}
-
-}  // extern "C"

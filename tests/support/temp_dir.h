@@ -6,12 +6,17 @@
 
 namespace talvera::test {
 
-class TempDir {
+// What is not copied.
+struct Pinned {
+  Pinned() = default;
+  Pinned(const Pinned &) = delete;
+  Pinned &operator=(const Pinned &) = delete;
+};
+
+class TempDir : Pinned {
  public:
   TempDir();
   ~TempDir();
-  TempDir(const TempDir &) = delete;
-  TempDir &operator=(const TempDir &) = delete;
 
   [[nodiscard]] const std::string &path() const { return path_; }
   // The path of something in the directory.

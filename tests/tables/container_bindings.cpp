@@ -116,13 +116,12 @@ class Arg<T *> {
   std::string before_;
 };
 
-template <>
-inline constexpr auto kFields<list_attrs> = std::tuple(&list_attrs::comparator, &list_attrs::seeker,
-                                                       &list_attrs::meter, &list_attrs::copy_data,
-                                                       &list_attrs::hash_computer,
-                                                       &list_attrs::serializer,
-                                                       &list_attrs::unserializer);
+}  // namespace talvera::test
 
+FIELDS(list_attrs, &R::comparator, &R::seeker, &R::meter, &R::copy_data, &R::hash_computer,
+       &R::serializer, &R::unserializer);
+
+namespace talvera::test {
 namespace {
 
 BIND(list_init, list_concat, list_attributes_comparator, list_attributes_seeker,

@@ -6,13 +6,9 @@
 #include "runner/bind.h"
 #include "talvera/of.h"
 
+FIELDS(of_file_info, &R::name, &R::enable, &R::order, &R::flags);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<of_file_info> = std::tuple(&of_file_info::name, &of_file_info::enable,
-                                                         &of_file_info::order,
-                                                         &of_file_info::flags);
-
 namespace {
 
 // ---- Filters ----------------------------------------------------------------------------------
@@ -46,34 +42,30 @@ struct Loaded {
     if (result == 0) of_free_files_info(&set);
   }
   // Its version, and each item as it would be in a file.
-  std::string shown(Call &call) {
-    if (result != 0) {
-      call.failed();
-      return std::to_string(result) + (set == nullptr ? " null" : set == kUntouched ? "" : " set");
-    }
-    std::string text = std::to_string(set->version);
-    if (static_cast<void *>(set->items) != set + 1) text += " in another block";
+  Result shown() {
+    if (result != 0) return {result, set == nullptr ? "null" : set == kUntouched ? "" : "set"};
+    std::string text = static_cast<void *>(set->items) != set + 1 ? "in another block" : "";
     for (const of_file_info &item : std::span(set->items, static_cast<std::size_t>(set->count))) {
       char line[80];
       std::snprintf(line, sizeof line, "%d:%d:%x:%s", item.order, item.enable, item.flags,
                     item.name);
-      text += ' ' + quoted({line, std::strlen(line) + 1});
+      text += (text.empty() ? "" : " ") + quoted({line, std::strlen(line) + 1});
     }
-    return text;
+    return {set->version, text};
   }
 };
 
 BIND(of_sync_dbfile, of_set_enable_for_item, of_set_flags_for_item, of_free_files_info);
-BIND_AS(of_init_files_info, [](Call &call, of_filter filter, const char *dir) {
-  return Loaded(filter, dir).shown(call);
+BIND_AS(of_init_files_info,
+        [](of_filter filter, const char *dir) { return Loaded(filter, dir).shown(); });
+BIND_AS(of_deserialize, [](of_filter filter, const char *dir, const char *name, int create) {
+  return Loaded(filter, dir, name, create).shown();
 });
-BIND_AS(of_deserialize, [](Call &call, of_filter filter, const char *dir, const char *name,
-                           int create) { return Loaded(filter, dir, name, create).shown(call); });
 // The set of a file of this content.
 BIND_AS(read, [](Call &call, const std::string &content) {
   const TempDir &folder = call.session().folder();
   folder.write(".order", content);
-  return Loaded(listed, folder.path().c_str(), ".order", 1).shown(call);
+  return Loaded(listed, folder.path().c_str(), ".order", 1).shown();
 });
 BIND_AS(save, [](Call &call, const std::string &content, const char *dir, const char *name) {
   call.session().folder().write("from", content);
@@ -81,11 +73,11 @@ BIND_AS(save, [](Call &call, const std::string &content, const char *dir, const 
   return of_serialize(loaded.set, dir, name);
 });
 // With a filter that accepts its calls from one number to below another.
-BIND_AS(list_fickle, [](Call &call, const char *dir, int from, int to) {
+BIND_AS(list_fickle, [](const char *dir, int from, int to) {
   calls = 0;
   accept_from = from;
   accept_to = to;
-  return Loaded(fickle, dir).shown(call);
+  return Loaded(fickle, dir).shown();
 });
 
 // ---- Items ------------------------------------------------------------------------------------
@@ -100,19 +92,18 @@ BIND_AS(find, [](const char *dir, const char *name, int order) {
          index(loaded.set, of_get_file_info_from_order(loaded.set, order));
 });
 // move (ORDERS) INDEX ORDER: the result and the orders of all items afterwards.
-BIND_AS(move, [](Call &call) {
+BIND_AS(move, [](Call &call) -> Result {
   std::vector<of_file_info> items;
   for (const Value &order : call.take().fields)
     items.push_back({"", 0, static_cast<std::int32_t>(order.number), 0});
   of_files_info set = {1, static_cast<std::int32_t>(items.size()), items.data()};
   of_file_info &item = items[static_cast<std::size_t>(call.take().number)];
-  const int result =
-      of_set_order_for_item(&set, &item, static_cast<std::int32_t>(call.take().number));
-  if (result != 0) call.failed();
-  std::string text = std::to_string(result);
+  const auto order = static_cast<std::int32_t>(call.take().number);
+  const int result = of_set_order_for_item(&set, &item, order);
+  std::string orders;
   for (const of_file_info &each : items)
-    text += ' ' + std::to_string(each.order);
-  return text;
+    orders += (orders.empty() ? "" : " ") + std::to_string(each.order);
+  return {result, orders};
 });
 
 // ---- A pass over a folder -----------------------------------------------------------------------

@@ -52,14 +52,13 @@ struct List {
   dirent **entries = reinterpret_cast<dirent **>(0x10);
   int count = 0;
 };
-BIND_AS(uf_get_dirent_list, [](Call &call, const char *dir) {
+BIND_AS(uf_get_dirent_list, [](Call &call, const char *dir) -> Result {
   auto &list = call.session().state<List>();
   list.count = uf_get_dirent_list(dir, &list.entries);
-  std::string text = std::to_string(list.count);
+  std::string names;
   for (int i = 0; i < list.count; ++i)
-    text += std::string(" ") + list.entries[i]->d_name;
-  if (list.count < 0) call.failed();
-  return list.count > 0 || list.entries == nullptr ? text : text + " and no null";
+    names += (i > 0 ? " " : "") + std::string(list.entries[i]->d_name);
+  return {list.count, list.count > 0 || list.entries == nullptr ? names : "and no null"};
 });
 BIND_AS(uf_contains_file_by_name, [](Call &call, int count, const char *name) {
   return uf_contains_file_by_name(call.session().state<List>().entries, count, name);
@@ -79,51 +78,34 @@ BIND_AS(uf_free_dirent_list, [](Call &call) {
 
 // ---- Files --------------------------------------------------------------------------------------
 
-BIND_AS(uf_readall, [](Call &call, const char *dir, const char *name) {
-  auto *content = reinterpret_cast<unsigned char *>(0x10);
-  unsigned length = 99;
-  const int result = uf_readall(dir, name, &content, &length);
-  if (result != 0) {
-    call.failed();
-    return std::to_string(result) + (content == nullptr && length == 0 ? "" : " and a buffer");
-  }
-  std::string text = quoted({reinterpret_cast<char *>(content), length});
-  std::free(content);
-  return "0 " + text;
+BIND_AS(uf_readall, [](const char *dir, const char *name, HandedOut<true> &to) {
+  return uf_readall(dir, name, &to.data, &to.length);
 });
 
 // The record: size and last byte, which it overwrites if it may; and what is left of it when it is
 // closed.
-BIND_AS(filemap_open, [](Call &call, const char *path, int flags, int protection) {
+BIND_AS(filemap_open, [](const char *path, int flags, int protection) -> Result {
   filemap file = {7, nullptr, nullptr, 7};
   const int result = filemap_open(path, &file, flags, protection);
-  const int error = errno;
-  std::string text = std::to_string(result);
+  std::string text;
   if (result == 0) {
     char &last = static_cast<char *>(file.map)[file.size - 1];
-    text += ' ' + std::to_string(file.size) + " '" + last + "'";
+    text = std::to_string(file.size) + " '" + last + "'";
     if (file.path == path || std::string(file.path) != path) text += " another path";
     if ((protection & PROT_WRITE) != 0) last = 'X';
     filemap_close(&file);
-  } else {
-    call.failed();
   }
-  if (file.fd != -1 || file.map != MAP_FAILED || file.size != 0) text += " not closed";
-  errno = error;
-  return text;
+  if (file.fd != -1 || file.map != MAP_FAILED || file.size != 0) text += "not closed";
+  return {result, text};
 });
 // Compares the files with one byte of the second changed.
 BIND_AS(differ_at, [](const char *path, const char *other, off_t offset) {
-  const auto change = [=](char byte) {
-    const Quiet quiet;
-    const int fd = open(other, O_WRONLY);
-    if (pwrite(fd, &byte, 1, offset) != 1) throw TableError("cannot write");
-    close(fd);
-  };
-  change('#');
+  const int fd = open(other, O_WRONLY);
+  const bool changed = pwrite(fd, "#", 1, offset) == 1;
   const int result = file_diff(path, other);
-  change('\0');
-  return result;
+  const bool restored = pwrite(fd, "", 1, offset) == 1;
+  close(fd);
+  return changed && restored ? result : -99;
 });
 }  // namespace
 }  // namespace talvera::test

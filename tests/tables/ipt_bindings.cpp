@@ -5,13 +5,9 @@
 
 #include "runner/bind.h"
 
+FIELDS(ipt_param, &R::item, &R::negation, &R::value, &R::option, &R::option_value);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<ipt_param> = std::tuple(&ipt_param::item, &ipt_param::negation,
-                                                      &ipt_param::value, &ipt_param::option,
-                                                      &ipt_param::option_value);
-
 namespace {
 
 struct RuleDeleter {

@@ -1,18 +1,24 @@
 // Bindings of the manufacturing store, the platform device and the client certificate blob.
 #include <cstdlib>
+#ifdef __SANITIZE_ADDRESS__
+#include <malloc.h>
+#endif
 
 #include "runner/bind.h"
 #include "support/blob.h"
 #include "talvera/ccert.h"
 #include "talvera/mfg.h"
 
+#ifdef __SANITIZE_ADDRESS__
+// Of the sanitizers' run-time library, for which GCC has no header.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *,
+                                                                             std::size_t),
+                                                         void (*free_hook)(const volatile void *));
+#endif
+
+FIELDS(mfg_ccert_set_info, &R::data, &R::len, &R::slot);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<mfg_ccert_set_info> = std::tuple(&mfg_ccert_set_info::data,
-                                                               &mfg_ccert_set_info::len,
-                                                               &mfg_ccert_set_info::slot);
-
 namespace {
 
 constexpr std::size_t kFileSize = 0x20000, kRecord = kFileSize - 256;
@@ -88,21 +94,19 @@ BIND_AS(write_zeros, [] {
 
 BIND(mfg_ccert_set);
 // The length is shown when it has changed.
-std::string slot_get(Call &call, unsigned char **data, std::uint32_t length, std::uint32_t slot) {
+Result slot_get(unsigned char **data, std::uint32_t length, std::uint32_t slot) {
   std::uint32_t stored = length;
   mfg_ccert_get_info info = {data, &stored, slot};
   const int result = mfg_ccert_get(&info);
-  if (result != 0) call.failed();
-  return std::to_string(result) + (stored != length ? ' ' + std::to_string(stored) : "");
+  return {result, stored != length ? std::to_string(stored) : ""};
 }
-BIND_AS(mfg_ccert_get,
-        [](Call &call, unsigned char *data, std::uint32_t length, std::uint32_t slot) {
-          return slot_get(call, data != nullptr ? &data : nullptr, length, slot);
-        });
+BIND_AS(mfg_ccert_get, [](unsigned char *data, std::uint32_t length, std::uint32_t slot) {
+  return slot_get(data != nullptr ? &data : nullptr, length, slot);
+});
 // With an address that holds none.
-BIND_AS(mfg_ccert_get_nowhere, [](Call &call, std::uint32_t length, std::uint32_t slot) {
+BIND_AS(mfg_ccert_get_nowhere, [](std::uint32_t length, std::uint32_t slot) {
   unsigned char *nowhere = nullptr;
-  return slot_get(call, &nowhere, length, slot);
+  return slot_get(&nowhere, length, slot);
 });
 // Without a length, and without all.
 BIND_AS(mfg_ccert_get_null, [](bool all) {
@@ -144,15 +148,11 @@ BIND_AS(install, [](Call &call, unsigned slot, const unsigned char *blob) {
   return ccert_install_cert_blob(reinterpret_cast<unsigned char *>(copy.data()), slot);
 });
 // Puts it into a slot and loads it: result, location, number of items.
-std::string load(Call &call, unsigned slot, const std::string &blob) {
-  {
-    const Quiet quiet;
-    patch(call, kSlots[slot], blob);
-  }
+Result load(Call &call, unsigned slot, const std::string &blob) {
+  quietly([&] { patch(call, kSlots[slot], blob); });
   const int result = ccert_init();
-  if (result != 0) call.failed();
-  return std::to_string(result) + ' ' + std::to_string(ccert_get_location()) + ' ' +
-         std::to_string(ccert_get_data_count());
+  return {result,
+          std::to_string(ccert_get_location()) + ' ' + std::to_string(ccert_get_data_count())};
 }
 BIND_AS(load, [](Call &call, unsigned slot, const unsigned char *blob) {
   return load(call, slot, changed(call, blob).content());
@@ -161,67 +161,55 @@ BIND_AS(load, [](Call &call, unsigned slot, const unsigned char *blob) {
 std::function<void()> rewrite;
 BIND_AS(load_rewritten, [](Call &call, const unsigned char *blob, const unsigned char *after) {
   rewrite = [&, after] { patch(call, kSlots[1], changed(call, after).content()); };
-  call.session().system.before(
-      "mount", [] { rewrite(); }, 3);
+  call.session().system.before("mount", [] { rewrite(); }).after(3);
   return load(call, 1, changed(call, blob).content());
 });
 
-// What a getter hands out; "_" when it leaves that as it was.
-template <typename Getter>
-std::string handed_out(Call &call, Getter getter, bool owned) {
-  auto *const untouched = reinterpret_cast<unsigned char *>(1);
-  unsigned char *data = untouched;
-  std::uint32_t length = 99;
-  const int result = getter(&data, &length);
-  const int error = errno;
-  if (result != 0) call.failed();
-  const bool none = data == nullptr || data == untouched;
-  const std::string text = data == untouched ? "_" : "null " + std::to_string(length);
-  const std::string shown = none ? text : quoted({reinterpret_cast<char *>(data), length}, true);
-  if (owned && !none) std::free(data);
-  errno = error;
-  return std::to_string(result) + ' ' + shown;
-}
 BIND_AS(ccert_get_client_cert,
-        [](Call &call) { return handed_out(call, ccert_get_client_cert, false); });
+        [](HandedOut<false> &to) { return ccert_get_client_cert(&to.data, &to.length); });
 BIND_AS(ccert_get_client_private_key,
-        [](Call &call) { return handed_out(call, ccert_get_client_private_key, true); });
-// The key of a blob of one item, and the error that is left; or with an error named at
-// the end of the row, when its allocation fails with that.
-BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags) {
-  load(call, 1, make_blob({{call.take().bytes, type, flags}}));
-  if (call.has_more())
-    call.session().system.fail("malloc", static_cast<int>(constant(call.take().bytes)));
+        [](HandedOut<true> &to) { return ccert_get_client_private_key(&to.data, &to.length); });
+BIND_AS(ccert_get_ccertblob, [](unsigned slot, HandedOut<true> &to) {
+  return ccert_get_ccertblob(&to.length, &to.data, slot);
+});
+// The key of a blob of one item, with the error that is left after a success.
+BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags, HandedOut<true> &to) {
+  quietly([&] { load(call, 1, make_blob({{call.take().bytes, type, flags}})); });
   errno = 0;
-  const std::string key = handed_out(call, ccert_get_client_private_key, true);
-  const std::string error = errno != 0 ? ' ' + error_name(errno) : "";
+  const int result = ccert_get_client_private_key(&to.data, &to.length);
+  const int error = errno;
   ccert_deinit();
-  errno = 0;
-  return key + error;
+  errno = error;
+  return Result{result, result == 0 && error != 0 ? error_name(error) : ""};
 });
-BIND_AS(ccert_get_ccertblob, [](Call &call, unsigned slot) {
-  const auto getter = [=](unsigned char **data, std::uint32_t *length) {
-    return ccert_get_ccertblob(length, data, slot);
-  };
-  return handed_out(call, getter, true);
+// By way of its item it is the same.
+BIND_AS(ccert_get_data_from_index,
+        [](unsigned index, HandedOut<false> &to, std::uint32_t *type,
+           std::uint32_t *flags) -> Result {
+          const int result = ccert_get_data_from_index(index, &to.data, &to.length, type, flags);
+          const ccert_toc_item *const item = ccert_get_toc_item_from_index(index);
+          const bool same = item == nullptr ||
+                            (ccert_get_data_from_toc_item(item) == to.data &&
+                             item->length == to.length && (type == nullptr || item->type == *type));
+          return {result, same ? "" : "differs"};
+        });
+#ifdef __SANITIZE_ADDRESS__
+// How many blocks the library has freed with this text in them.
+constexpr std::string_view kSecret = "TOPSECRETKEY";
+int secrets = 0;
+void look_for_secret(const volatile void *block) {
+  void *const bytes = const_cast<void *>(block);
+  if (in_library() && memmem(bytes, malloc_usable_size(bytes), kSecret.data(), kSecret.size()))
+    ++secrets;
+}
+DIRECTIVE(watch, [] {
+  __sanitizer_install_malloc_and_free_hooks([](const volatile void *, std::size_t) {},
+                                            look_for_secret);
 });
-// Data, type and flags; whether it says the same without the last two, and by way of the item.
-BIND_AS(ccert_get_data_from_index, [](Call &call, unsigned index) {
-  std::uint32_t type = 99, flags = 99;
-  bool same = false;
-  const auto getter = [&](unsigned char **data, std::uint32_t *length) {
-    const ccert_toc_item *const item = ccert_get_toc_item_from_index(index);
-    const int result = ccert_get_data_from_index(index, data, length, nullptr, nullptr);
-    same = ccert_get_data_from_index(index, data, length, &type, &flags) == result &&
-           (item == nullptr ||
-            (ccert_get_data_from_toc_item(item) == *data && item->length == *length &&
-             item->type == type && item->flags == flags));
-    return result;
-  };
-  std::string text = handed_out(call, getter, false);
-  if (!same) text += " differs";
-  return text + ' ' + std::to_string(type) + ' ' + std::to_string(flags);
-});
+DIRECTIVE(secrets_freed, [] { return secrets; });
+BIND_AS(free_secret, [] { std::free(strdup(kSecret.data())); });
+#endif
+
 // By its first item: the words before the table of contents, and the data of its items, whose
 // offsets count from there.
 BIND_AS(copy_of, [](const ccert_toc_item *items) {

@@ -6,29 +6,16 @@
 
 #include "runner/bind.h"
 #include "support/netlink_double.h"
+#include "support/system_calls.h"
 #include "talvera/nfnetlink.h"
 
+FIELDS(sockaddr_nl, &R::nl_family, &R::nl_pid, &R::nl_groups);
+FIELDS(nfnetlink_handle, &R::local, &R::peer, &R::sequence);
+FIELDS(nfnetlink_subsys, &R::id, &R::callback_count, &R::subscriptions);
+FIELDS(nlmsghdr, &R::nlmsg_len, &R::nlmsg_type, &R::nlmsg_flags, &R::nlmsg_seq, &R::nlmsg_pid);
+FIELDS(nlattr, &R::nla_len, &R::nla_type);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<sockaddr_nl> = std::tuple(&sockaddr_nl::nl_family,
-                                                        &sockaddr_nl::nl_pid,
-                                                        &sockaddr_nl::nl_groups);
-template <>
-inline constexpr auto kFields<nfnetlink_handle> = std::tuple(&nfnetlink_handle::local,
-                                                             &nfnetlink_handle::peer,
-                                                             &nfnetlink_handle::sequence);
-template <>
-inline constexpr auto kFields<nfnetlink_subsys> = std::tuple(&nfnetlink_subsys::id,
-                                                             &nfnetlink_subsys::callback_count,
-                                                             &nfnetlink_subsys::subscriptions);
-template <>
-inline constexpr auto kFields<nlmsghdr> = std::tuple(&nlmsghdr::nlmsg_len, &nlmsghdr::nlmsg_type,
-                                                     &nlmsghdr::nlmsg_flags, &nlmsghdr::nlmsg_seq,
-                                                     &nlmsghdr::nlmsg_pid);
-template <>
-inline constexpr auto kFields<nlattr> = std::tuple(&nlattr::nla_len, &nlattr::nla_type);
-
 namespace {
 
 // What a group's rows share, and what handlers do.
@@ -83,14 +70,14 @@ DIRECTIVE(address_size,
 // arrives BYTES, arrives BYTES PORT: a datagram, which is the kernel's unless told otherwise.
 DIRECTIVE(arrives, [](Call &call) {
   const std::string bytes = call.take().bytes;
-  netlink(call).kernel.deliver(
-      bytes, call.has_more() ? static_cast<std::uint32_t>(call.take().number) : 0);
+  const std::int64_t port_id = call.has_more() ? call.take().number : 0;
+  netlink(call).kernel.queue.push_back({bytes, static_cast<std::uint32_t>(port_id)});
 });
 // What was sent: the header, and of a configuration request the general header, the attribute's
 // header, and its payload with the end.
 DIRECTIVE(sent, [](Call &call) {
   std::vector<std::string> parts;
-  for (const Bytes &bytes : std::exchange(netlink(call).kernel.sent, {})) {
+  for (const std::string &bytes : std::exchange(netlink(call).kernel.sent, {})) {
     parts.push_back(shown<nlmsghdr>(call, bytes.data()));
     if (bytes.size() < 24) continue;
     parts.push_back(quoted(bytes.substr(16, 4), true) + ' ' + shown<nlattr>(call, &bytes[20]) +
@@ -99,7 +86,7 @@ DIRECTIVE(sent, [](Call &call) {
   return parts.empty() ? "nothing" : collapsed(parts, " ");
 });
 // The address bound last, and the fields of a handle.
-DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound.back(); });
+DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound; });
 DIRECTIVE(fields, [](nfnetlink_handle *handle) { return *handle; });
 
 BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
@@ -168,7 +155,7 @@ BIND_AS(unpack, [](Call &call) {
   int length;
   {
     const Quiet quiet;
-    const Bytes &bytes = call.take().bytes;
+    const std::string &bytes = call.take().bytes;
     const Guarded &memory = call.memory(bytes.size(), 1);
     bytes.copy(memory.data(), bytes.size());
     netlink.dispatched = memory.data();
@@ -185,9 +172,13 @@ BIND_AS(parse_attr, [](const nlattr **table, int size, const char *first, int le
 
 // ---- The packet log -----------------------------------------------------------------------------
 
-BIND(nfnetlink_log_open, nfnetlink_log_close, nfnetlink_log_bind_pf, nfnetlink_log_unbind_pf,
-     nfnetlink_log_bind_group, nfnetlink_log_unbind_group, nfnetlink_log_setmode,
-     nfnetlink_log_register_handler);
+BIND(nfnetlink_log_open, nfnetlink_log_bind_pf, nfnetlink_log_unbind_pf, nfnetlink_log_bind_group,
+     nfnetlink_log_unbind_group, nfnetlink_log_setmode, nfnetlink_log_register_handler);
+BIND_AS(nfnetlink_log_close, [](Call &call, nfnetlink_log *log) {
+  netlink(call).log = nullptr;
+  netlink(call).handle = nullptr;
+  return nfnetlink_log_close(log);
+});
 // The kernel that acknowledges, with "$log" as a handle and "$h" as that of its socket; requests
 // count from 1001 on.
 DIRECTIVE(log, [](Call &call) {

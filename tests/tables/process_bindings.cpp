@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -12,11 +14,9 @@
 #include "talvera/process.h"
 #include "talvera/utils.h"
 
+FIELDS(ipc_msgq, &R::fd);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<ipc_msgq> = std::tuple(&ipc_msgq::fd);
-
 namespace {
 
 CONSTANTS(SIGHUP, SIGTERM, FD_SETSIZE);
@@ -36,6 +36,37 @@ int start(pid_t *pid, const char *path, char *const *argv, char *const *env) {
   return result;
 }
 BIND_AS(process_start, start);
+
+// A child that has ended and that nobody has collected.
+pid_t ended_child() {
+  const pid_t pid = fork();
+  if (pid == 0) std::_Exit(0);
+  siginfo_t info;
+  waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
+  return pid;
+}
+bool is_collected(pid_t pid) {
+  return kill(pid, 0) != 0 && errno == ESRCH;
+}
+// The reaper collects a child that has ended, and the one that it was installed for, in ten
+// seconds; by itself it does nothing at other signals, restarts what it interrupts and keeps errno.
+BIND_AS(reaper_collects, [](char *const *argv) {
+  const pid_t earlier = ended_child();
+  pid_t started = 0;
+  process_start(&started, argv[0], argv, nullptr);
+  for (int i = 0; i < 1000 && !(is_collected(earlier) && is_collected(started)); ++i)
+    usleep(10000);
+  struct sigaction reaper = {};
+  sigaction(SIGCHLD, nullptr, &reaper);
+  std::signal(SIGCHLD, SIG_DFL);
+  const pid_t later = ended_child();
+  reaper.sa_handler(SIGUSR1);
+  const bool left = !is_collected(later);
+  errno = E2BIG;
+  reaper.sa_handler(SIGCHLD);
+  return errno == E2BIG && left && is_collected(later) && is_collected(earlier) &&
+         is_collected(started) && (reaper.sa_flags & SA_RESTART) != 0;
+});
 // Takes the child's way, in a child: shows its exit status, and by way of the double its log.
 BIND_AS(child_ends, [](Call &call, const char *path, char *const *argv, char *const *env) {
   const pid_t child = [] {
@@ -52,6 +83,13 @@ BIND_AS(child_ends, [](Call &call, const char *path, char *const *argv, char *co
   const Quiet quiet;
   waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+});
+
+// Whether a wait of one second took that long.
+BIND_AS(waits_a_second, [](pid_t pid) {
+  using Clock = std::chrono::steady_clock;
+  const auto start = Clock::now();
+  return process_wait(pid, 1) == PROCESS_TIMEOUT && Clock::now() - start >= std::chrono::seconds(1);
 });
 
 BIND(ipc_msgq_create, ipc_msgq_createByName, ipc_msgq_GetByName, ipc_msgq_send, ipc_msgq_receive,

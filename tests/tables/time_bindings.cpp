@@ -2,14 +2,9 @@
 #include "runner/bind.h"
 #include "talvera/time.h"
 
+FIELDS(datetime, &R::year, &R::month, &R::day, &R::hour, &R::minute, &R::second, &R::weekday);
+
 namespace talvera::test {
-
-template <>
-inline constexpr auto kFields<datetime> = std::tuple(&datetime::year, &datetime::month,
-                                                     &datetime::day, &datetime::hour,
-                                                     &datetime::minute, &datetime::second,
-                                                     &datetime::weekday);
-
 namespace {
 
 BIND(stod, seconds_to_datetime, dtos, datetime_to_seconds, UDA_DaysInMonth, get_daysinmonth,

@@ -135,7 +135,7 @@ TEST(CertificateFields, DatesThatCannotBePrinted) {
     X509 *cert = parse(certificate());
     char buffer[64];
     SystemDouble system;
-    system.fail("malloc", ENOMEM, 0, kAlways);
+    system.fail("malloc", ENOMEM).always();
     const int result = uc_get_notafter(cert, buffer, 40);
     system.forget();
     return result == -1;

@@ -241,7 +241,7 @@ TEST_F(CertificateFile, OutOfMemory) {
   const std::string path = files() / "netscape";
   for (int allowed = 0; allowed < 120; ++allowed) {
     SystemDouble system;
-    system.fail("malloc", ENOMEM, allowed);
+    system.fail("malloc", ENOMEM).after(allowed);
     const unsigned long hash = SSL_cert_hash(path.c_str(), "n");
     system.forget();
     const bool partly_copied = OPENSSL_VERSION_NUMBER < 0x10100000L;  // 1.0 hashes such a name, too

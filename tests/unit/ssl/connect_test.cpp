@@ -12,6 +12,7 @@
 #include <ctime>
 
 #include "support/certificates.h"
+#include "support/system_calls.h"
 #include "support/tls_server.h"
 #include "talvera/ssl.h"
 #include "unit/ssl/fixture.h"
@@ -38,11 +39,11 @@ extern "C" int select(int count, fd_set *read, fd_set *write, fd_set *except, ti
          FD_ISSET(fd, write) ? "w" : "", FD_ISSET(fd, except) ? "e" : "",
          static_cast<long>(timeout->tv_sec), static_cast<long>(timeout->tv_usec),
          is_blocking(fd) ? "blocking" : "non-blocking");
-  const Verdict verdict = judge("select");
-  if (verdict.what != Verdict::kReplace) return next(count, read, write, except, timeout);
+  const Outcome outcome = outcome_of("select");
+  if (outcome.kind != Outcome::kResult) return next(count, read, write, except, timeout);
   timeout->tv_sec -= kScriptedWait;
   if (!exceptional) FD_ZERO(except);
-  return static_cast<int>(verdict.value);
+  return static_cast<int>(outcome.value);
 }
 
 extern "C" int clock_gettime(clockid_t clock, timespec *now) noexcept {
@@ -102,7 +103,7 @@ TEST_F(Handshake, WaitsInBlockingModeForWhatTheStepWants) {
   step(0, SSL_ERROR_WANT_WRITE);
   step(-1, SSL_ERROR_WANT_READ);
   system.answer("SSL_connect", 1);
-  system.answer("select", 1, 0, 3);
+  system.answer("select", 1).times(3);
   EXPECT_EQ(connect(), 1);
   EXPECT_THAT(system.calls(),
               ElementsAre("select re 20.000000 blocking", "select we 13.000000 blocking",
@@ -119,7 +120,7 @@ TEST_F(Handshake, BusyStepsShortenTheWaits) {
     system.before("SSL_connect", [] { clock_offset += 9; });
     step(-1, SSL_ERROR_WANT_READ);
   }
-  system.answer("select", 1, 0, 3);
+  system.answer("select", 1).times(3);
   EXPECT_EQ(connect(), 0);
   clock_offset = 0;
   EXPECT_THAT(system.calls(),

@@ -181,7 +181,7 @@ TEST_F(Initialize, RootsAndIdentityOfTheProduct) {
 }
 
 TEST_F(Initialize, SeedsTheGeneratorWithItsOwnOutput) {
-  system.answer("RAND_status", 0, 0, 3);
+  system.answer("RAND_status", 0).times(3);
   logged("tls1");
   EXPECT_EQ(system.count("RAND_status"), 4);
   Texts calls;
@@ -272,7 +272,7 @@ TEST_F(Initialize, ProductVariantDecidesTheWords) {
 
 TEST_F(Initialize, AProductRootThatDoesNotParse) {
   for (const int root : {0, 5, 10}) {
-    system.answer("d2i_X509", 0, root);
+    system.answer("d2i_X509", 0).after(root);
     EXPECT_THAT(logged("tls1"), ElementsAre(start("tls1"), error(kFailure))) << root;
     EXPECT_EQ(system.count("d2i_X509"), root + 1);
   }
@@ -290,7 +290,7 @@ TEST_F(Initialize, RefusedIdentity) {
   };
   for (const auto &[call, skip, has_key, has_certificate, default_paths] : cases) {
     SCOPED_TRACE(call);
-    system.answer(call, 0, skip);
+    system.answer(call, 0).after(skip);
     EXPECT_THAT(logged("tls1.2"), ElementsAre(start("tls1.2"), info(kRoots), info(kSuccess)));
     ASSERT_NE(context, nullptr);
     // A certificate is found by its key, so ask for both.

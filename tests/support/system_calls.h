@@ -1,0 +1,66 @@
+// How system calls of the double are defined, each by its result, name, parameters, arguments, and
+// result when it fails:
+//
+//   CALL(int, fstat, (int fd, struct stat *status), (fd, status), -1);
+//   RECORDED(int, usleep, (useconds_t time), (time), -1, "%u", time);
+//
+// CALL_AS() and RECORDED_AS() do something else in place of the call; there `next` is the real one.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "support/system_double.h"
+
+namespace talvera::test {
+
+// Adds a line to calls() or log(), if a double is there.
+__attribute__((format(printf, 1, 2))) void record(const char *format, ...);
+void record_log(const char *channel, int level, const char *format, std::va_list arguments);
+
+// While a double lives, calls that succeed may still change errno, as POSIX allows; these do.
+void spoil_errno();
+
+// Where redirect() has sent a path, or the path itself.
+const char *redirected(const char *path);
+
+// The next definition of a function after the test program's own.
+void *next_definition(const char *name);
+template <typename Function>
+Function *real(const char *name) {
+  return reinterpret_cast<Function *>(next_definition(name));
+}
+
+// What becomes of a call, which is counted; errno is set for a failure.
+Outcome outcome_of(const char *call);
+
+// Makes the call unless it is to be replaced; one that moves bytes takes the most that it may move.
+template <typename Result, typename Call>
+Result intercept(const char *name, long failure, Call call) {
+  const Outcome outcome = outcome_of(name);
+  if (outcome.kind == Outcome::kFailure) return (Result)failure;
+  if (outcome.kind == Outcome::kResult) return (Result)outcome.value;
+  if constexpr (std::is_invocable_v<Call, std::size_t>) {
+    return call(outcome.kind == Outcome::kShort ? static_cast<std::size_t>(outcome.value)
+                                                : SIZE_MAX);
+  } else {
+    return call();
+  }
+}
+
+}  // namespace talvera::test
+
+#define RECORDED_AS(result, name, parameters, arguments, failure, recording, ...)               \
+  extern "C" result name parameters noexcept(noexcept(name arguments)) {                        \
+    [[maybe_unused]] static auto *const next = ::talvera::test::real<result parameters>(#name); \
+    recording;                                                                                  \
+    return ::talvera::test::intercept<result>(#name, failure, __VA_ARGS__);                     \
+  }                                                                                             \
+  static_assert(true)
+#define RECORDED(result, name, parameters, arguments, failure, ...) \
+  RECORDED_AS(result, name, parameters, arguments, failure,         \
+              ::talvera::test::record(#name " " __VA_ARGS__), [=] { return next arguments; })
+#define CALL_AS(result, name, parameters, arguments, failure, ...) \
+  RECORDED_AS(result, name, parameters, arguments, failure, , __VA_ARGS__)
+#define CALL(result, name, parameters, arguments, failure) \
+  CALL_AS(result, name, parameters, arguments, failure, [=] { return next arguments; })
