@@ -11,7 +11,7 @@ help:
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           check exported symbols, dependencies, edges, ABI, headers and manual"
 	@echo "make openssl-1.0     run the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
-	@echo "make mips-test       run unit tests and tables as 32-bit big-endian MIPS under qemu-mips"
+	@echo "make mips-test       run the tables as 32-bit big-endian MIPS under qemu-mips"
 	@echo "make cross-test      run the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     run the tests of mips-test with the product's libc, uClibc"
 	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"

@@ -1,20 +1,10 @@
 // Bindings of the manufacturing store, the platform device and the client certificate blob.
 #include <cstdlib>
-#ifdef __SANITIZE_ADDRESS__
-#include <malloc.h>
-#endif
 
 #include "runner/bind.h"
 #include "support/blob.h"
 #include "talvera/ccert.h"
 #include "talvera/mfg.h"
-
-#ifdef __SANITIZE_ADDRESS__
-// Of the sanitizers' run-time library, for which GCC has no header.
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *,
-                                                                             std::size_t),
-                                                         void (*free_hook)(const volatile void *));
-#endif
 
 FIELDS(mfg_ccert_set_info, &R::data, &R::len, &R::slot);
 
@@ -193,22 +183,6 @@ BIND_AS(ccert_get_data_from_index,
                              item->length == to.length && (type == nullptr || item->type == *type));
           return {result, same ? "" : "differs"};
         });
-#ifdef __SANITIZE_ADDRESS__
-// How many blocks the library has freed with this text in them.
-constexpr std::string_view kSecret = "TOPSECRETKEY";
-int secrets = 0;
-void look_for_secret(const volatile void *block) {
-  void *const bytes = const_cast<void *>(block);
-  if (in_library() && memmem(bytes, malloc_usable_size(bytes), kSecret.data(), kSecret.size()))
-    ++secrets;
-}
-DIRECTIVE(watch, [] {
-  __sanitizer_install_malloc_and_free_hooks([](const volatile void *, std::size_t) {},
-                                            look_for_secret);
-});
-DIRECTIVE(secrets_freed, [] { return secrets; });
-BIND_AS(free_secret, [] { std::free(strdup(kSecret.data())); });
-#endif
 
 // By its first item: the words before the table of contents, and the data of its items, whose
 // offsets count from there.
