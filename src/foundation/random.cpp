@@ -11,7 +11,7 @@ namespace {
 constexpr char kRandom[] = "/dev/random";
 constexpr char kUrandom[] = "/dev/urandom";
 
-// A failed read deliberately stores 0xFF, which is EOF as a byte, and is not an error.
+// A failed read intentionally stores 0xFF, which is EOF as a byte, and is not an error.
 int read_device(const char *device, void *buffer, std::size_t length) {
   char drawn[64];  // small, so that little more entropy is drawn than requested entropy is drawn
                    // than is asked for

@@ -14,7 +14,7 @@ constexpr unsigned kNothingBit = 0;
 constexpr unsigned kValueBit = 1;
 constexpr unsigned kOptionValueBit = 3;
 
-constexpr std::size_t kTargetSize = 32;  // "host:ports", with its terminator
+constexpr std::size_t kTargetSize = 32;  // "host:ports" and terminator
 
 // Strips a leading "!", setting its bit in the mask.
 const char *without_not(unsigned bit, std::uint8_t &mask, const char *text) {

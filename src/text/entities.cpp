@@ -110,7 +110,7 @@ extern "C" int entities_hex_encode(char *out, unsigned int size, const char *in)
   for (; length > 0 && room > 0; --length, --room, ++in)
     *out++ = is_dangerous(*in) ? '-' : *in;
   *out = '\0';
-  // Full counts as cut short, deliberately also when the text ended just here.
+  // Full counts as cut short, intentionally also when the text ended just here.
   return room > 0 ? 0 : talvera::fail(in == nullptr ? EINVAL : ENOSPC);
 }
 
