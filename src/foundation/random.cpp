@@ -13,8 +13,7 @@ constexpr char kUrandom[] = "/dev/urandom";
 
 // A failed read intentionally stores 0xFF, which is EOF as a byte, and is not an error.
 int read_device(const char *device, void *buffer, std::size_t length) {
-  char drawn[64];  // small, so that little more entropy is drawn than requested entropy is drawn
-                   // than is asked for
+  char drawn[64];  // small, so that little more entropy is drawn than requested
   const talvera::FilePtr stream(std::fopen(device, "r"));
   if (stream == nullptr) return -1;
   std::setvbuf(stream.get(), drawn, _IOFBF, sizeof drawn);
