@@ -32,12 +32,12 @@ std::uint32_t draw_number(const char *device) {
 
 }  // namespace
 
-extern "C" int rand_read(void *buffer, size_t length) {
-  return read_device(kRandom, buffer, length);
+extern "C" int rand_read(void *buf, size_t size) {
+  return read_device(kRandom, buf, size);
 }
 
-extern "C" int urand_read(void *buffer, size_t length) {
-  return read_device(kUrandom, buffer, length);
+extern "C" int urand_read(void *buf, size_t size) {
+  return read_device(kUrandom, buf, size);
 }
 
 extern "C" uint32_t rand_generate_uint32(void) {

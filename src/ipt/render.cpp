@@ -165,8 +165,8 @@ extern "C" const char *ipt_target_string(uint32_t target) {
   return target != IPT_TARGET_NONE ? ipt::name_of(ipt::kTargets, target) : nullptr;
 }
 
-extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buffer) {
-  ipt::Line line{buffer, buffer};
+extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buf) {
+  ipt::Line line{buf, buf};
   const int result = rule != nullptr ? ipt::append_all(*rule, line) : IPT_RULE_FAILED;
   *line.end = '\0';
   return result;

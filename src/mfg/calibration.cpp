@@ -61,18 +61,18 @@ void push_calibration(bool present) {
 
 using namespace talvera;
 
-extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int len) {
-  if (!mfg::is_range(offset, len)) return fail(EINVAL);
+extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int size) {
+  if (!mfg::is_range(offset, size)) return fail(EINVAL);
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (!mfg::has_calibration(record)) return mfg::get_from_driver(buf, offset, len);
-  return mfg::range_read(buf, mfg::file_offset(offset), len);
+  if (!mfg::has_calibration(record)) return mfg::get_from_driver(buf, offset, size);
+  return mfg::range_read(buf, mfg::file_offset(offset), size);
 }
 
-extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int len) {
-  if (!mfg::is_range(offset, len)) return fail(EINVAL);
+extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int length) {
+  if (!mfg::is_range(offset, length)) return fail(EINVAL);
   // Even after a failed write, the flag is set and the driver updated.
-  int result = mfg::range_write(data, mfg::file_offset(offset), len);
+  int result = mfg::range_write(data, mfg::file_offset(offset), length);
   int error = errno;
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);

@@ -37,12 +37,12 @@ extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32
 }
 
 // Intentionally counts all set bits, even of a mask that is not contiguous.
-extern "C" unsigned int netu_calc_subnet_prefix(const char *mask_text) {
-  std::uint32_t mask;
-  if (!parse(mask_text, mask)) return 0;
+extern "C" unsigned int netu_calc_subnet_prefix(const char *mask) {
+  std::uint32_t rest;
+  if (!parse(mask, rest)) return 0;
   // Not std::popcount(), which needs a table of 256 bytes on the target.
   unsigned int bits = 0;
-  for (; mask != 0; mask &= mask - 1)
+  for (; rest != 0; rest &= rest - 1)
     ++bits;
   return bits;
 }
@@ -52,10 +52,10 @@ extern "C" std::uint32_t netu_subnet_mask_from_prefix(unsigned int prefix) {
   return ~(UINT32_MAX >> prefix % 32);
 }
 
-extern "C" int netu_is_empty_ip4addr(const char *text) {
-  if (text == nullptr || *text == '\0') return 1;
-  std::uint32_t address;
-  return parse(text, address) && address == INADDR_ANY ? 1 : 0;
+extern "C" int netu_is_empty_ip4addr(const char *address) {
+  if (address == nullptr || *address == '\0') return 1;
+  std::uint32_t number;
+  return parse(address, number) && number == INADDR_ANY ? 1 : 0;
 }
 
 extern "C" int netu_atoipv4(const char *address, void *result) {

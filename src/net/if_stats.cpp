@@ -25,10 +25,10 @@ constexpr unsigned kTextSize = kReadSize + 4;
 
 }  // namespace
 
-extern "C" int netu_ifstat_get(const char *ifname, unsigned int index, char *buffer,
+extern "C" int netu_ifstat_get(const char *ifname, unsigned int index, char *buf,
                                unsigned int size) {
   const int length =
-      sysfs_get_attr("/sys/class/net/%s/statistics/%s", buffer, size, ifname, kFiles[index]);
+      sysfs_get_attr("/sys/class/net/%s/statistics/%s", buf, size, ifname, kFiles[index]);
   return length >= 0 ? 0 : errno;
 }
 

@@ -146,7 +146,7 @@ extern "C" int nfnetlink_send(nfnetlink_handle *handle, const nlmsghdr *message)
                                  sizeof handle->peer));
 }
 
-extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buffer, unsigned int length) {
-  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
-  return net::receive(*handle, buffer, length, 0);
+extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buf, unsigned int size) {
+  if (handle == nullptr || buf == nullptr) return fail(EINVAL);
+  return net::receive(*handle, buf, size, 0);
 }

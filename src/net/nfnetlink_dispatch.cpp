@@ -147,9 +147,9 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   return 0;
 }
 
-extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer, int length) {
-  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
-  const auto *at = static_cast<net::Bytes>(buffer);
+extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, int length) {
+  if (handle == nullptr || data == nullptr) return fail(EINVAL);
+  const auto *at = static_cast<net::Bytes>(data);
   int result = 0;
   while (length >= net::kHeaderSize) {
     const net::Header header(at);

@@ -97,12 +97,12 @@ extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
   return queue.release();
 }
 
-extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, size_t length) {
+extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, size_t length) {
   if (queue == nullptr) {
     std::printf("%s:Invalid server details\n", __func__);
     return fail(EINVAL);
   }
-  if (sendto(queue->fd, buffer, length, 0, address_of(*queue), kAddressLength) < 0) {
+  if (sendto(queue->fd, data, length, 0, address_of(*queue), kAddressLength) < 0) {
     const ErrnoKeeper keep;
     std::printf("sendto failed.Error:%d:%s\n", errno, std::strerror(errno));
     return -1;
@@ -110,7 +110,7 @@ extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, s
   return 0;
 }
 
-extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size_t length) {
+extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buf, size_t size) {
   if (queue == nullptr) return fail(EINVAL);
   const int ready = wait_readable(queue->fd);
   if (ready < 0) {
@@ -122,8 +122,8 @@ extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size
   if (ready == 0) return fail(EAGAIN);
   sockaddr_un sender;
   socklen_t sender_length = sizeof sender;
-  return static_cast<int>(recvfrom(queue->fd, buffer, length, 0,
-                                   reinterpret_cast<sockaddr *>(&sender), &sender_length));
+  return static_cast<int>(
+      recvfrom(queue->fd, buf, size, 0, reinterpret_cast<sockaddr *>(&sender), &sender_length));
 }
 
 extern "C" int ipc_msgq_msg_count(const struct ipc_msgq * /*queue*/) {

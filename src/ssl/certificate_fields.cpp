@@ -42,14 +42,14 @@ int take_date(ASN1_TIME *date, char *buffer, int length) {
 
 using namespace talvera::ssl;
 
-extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long len) {
-  return X509Ptr(uc_make_x509(der, len)) != nullptr ? 1 : 0;
+extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long length) {
+  return X509Ptr(uc_make_x509(der, length)) != nullptr ? 1 : 0;
 }
 
-extern "C" X509 *uc_make_x509(const unsigned char *der, long len) {
-  if (der == nullptr || len < 1) return nullptr;
+extern "C" X509 *uc_make_x509(const unsigned char *der, long length) {
+  if (der == nullptr || length < 1) return nullptr;
   const ErrorQueueKeeper errors;
-  return d2i_X509(nullptr, &der, len);
+  return d2i_X509(nullptr, &der, length);
 }
 
 extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name) {
@@ -69,26 +69,26 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
   return static_cast<int>(size);
 }
 
-extern "C" int uc_get_common_name(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_commonName, buf, len);
+extern "C" int uc_get_common_name(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_commonName, buf, size);
 }
 
-extern "C" int uc_get_serial_number(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_serialNumber, buf, len);
+extern "C" int uc_get_serial_number(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_serialNumber, buf, size);
 }
 
-extern "C" int uc_get_organization_name(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_organizationName, buf, len);
+extern "C" int uc_get_organization_name(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_organizationName, buf, size);
 }
 
-extern "C" int uc_get_organizational_unit_name(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_organizationalUnitName, buf, len);
+extern "C" int uc_get_organizational_unit_name(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_organizationalUnitName, buf, size);
 }
 
-extern "C" int uc_get_notbefore(X509 *cert, char *buf, int len) {
-  return take_date(X509_get_notBefore(cert), buf, len);
+extern "C" int uc_get_notbefore(X509 *cert, char *buf, int size) {
+  return take_date(X509_get_notBefore(cert), buf, size);
 }
 
-extern "C" int uc_get_notafter(X509 *cert, char *buf, int len) {
-  return take_date(X509_get_notAfter(cert), buf, len);
+extern "C" int uc_get_notafter(X509 *cert, char *buf, int size) {
+  return take_date(X509_get_notAfter(cert), buf, size);
 }

@@ -190,8 +190,8 @@ extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
 }
 
 extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const char *digest,
-                                    char *out) {
-  if (out == nullptr || digest == nullptr) return -1;
+                                    char *buf) {
+  if (buf == nullptr || digest == nullptr) return -1;
   const EVP_MD *type = digest_of(digest);
   if (type == nullptr) return -1;
 
@@ -204,8 +204,8 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   // Each byte takes three characters; snprintf() adds its terminator after them.
   for (const unsigned char &byte : std::span(bytes, size)) {
     const bool last = &byte == bytes + size - 1;
-    std::snprintf(out, 4, "%02X%c", byte, last ? '\0' : ':');
-    out += 3;
+    std::snprintf(buf, 4, "%02X%c", byte, last ? '\0' : ':');
+    buf += 3;
   }
   return 0;
 }

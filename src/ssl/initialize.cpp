@@ -161,9 +161,9 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
   return context.release();
 }
 
-extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long len) {
+extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long length) {
   const ErrorQueueKeeper errors;
-  const X509Ptr certificate(uc_make_x509(der, len));
+  const X509Ptr certificate(uc_make_x509(der, length));
   if (certificate == nullptr) return 0;
   // Fails if the store already has the certificate, which is not an error.
   X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), certificate.get());

@@ -39,23 +39,26 @@ char *write_reference(char *out, char c) {
 
 }  // namespace
 
-extern "C" int entities_hex_encode(char *out, unsigned int size, const char *in) {
-  if (size == 0 || out == nullptr) return talvera::fail(EINVAL);
-  char *const last = out + size - 1;  // the place of the terminator in a full buffer
-  for (; in != nullptr && out != last && *in != '\0'; ++in) {
-    const char c = *in;
+extern "C" int entities_hex_encode(char *buf, unsigned int size, const char *text) {
+  if (size == 0 || buf == nullptr) return talvera::fail(EINVAL);
+  if (text == nullptr) {
+    *buf = '\0';
+    return talvera::fail(EINVAL);
+  }
+  char *const last = buf + size - 1;  // where the terminator of a full buffer is
+  for (; buf != last && *text != '\0'; ++text) {
+    const char c = *text;
     if (!is_dangerous(c)) {
-      *out++ = c;
-    } else if (static_cast<std::size_t>(last - out) >= kReferenceSize) {
-      out = write_reference(out, c);
+      *buf++ = c;
+    } else if (static_cast<std::size_t>(last - buf) >= kReferenceSize) {
+      buf = write_reference(buf, c);
     } else {
-      *out++ = '-';
+      *buf++ = '-';
     }
   }
-  *out = '\0';
-  if (in == nullptr) return talvera::fail(EINVAL);
+  *buf = '\0';
   // A full buffer counts as truncated, intentionally even if the text ends exactly there.
-  return out != last ? 0 : talvera::fail(ENOSPC);
+  return buf != last ? 0 : talvera::fail(ENOSPC);
 }
 
 extern "C" int entities_hex_encode_in_place(unsigned int size, char *buf) {
