@@ -14,8 +14,7 @@
 namespace {
 
 constexpr mode_t kTextMode = 0660;
-constexpr int kMissingPath =
-    0xA000;  // result of file_delete() when nothing is at the path at the path
+constexpr int kMissingPath = 0xA000;         // result of file_delete() when nothing is at the path
 constexpr std::size_t kLongestTarget = 128;  // a longer link target is truncated followed
 
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
