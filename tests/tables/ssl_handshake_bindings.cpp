@@ -46,9 +46,13 @@ extern "C" int select(int count, fd_set *in, fd_set *out, fd_set *other, timeval
   using namespace talvera::test;
   static auto *const next = real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>("select");
   const int fd = count - 1;
-  record("select %s%s%s %ld.%06ld %s", FD_ISSET(fd, in) ? "r" : "", FD_ISSET(fd, out) ? "w" : "",
-         FD_ISSET(fd, other) ? "e" : "", static_cast<long>(timeout->tv_sec),
-         static_cast<long>(timeout->tv_usec), is_blocking(fd) ? "blocking" : "non-blocking");
+  const auto waits = [fd](const fd_set *set, const char *letter) {
+    return set != nullptr && FD_ISSET(fd, set) ? letter : "";
+  };
+  const timeval limit = timeout != nullptr ? *timeout : timeval{};
+  record("select %s%s%s %ld.%06ld %s", waits(in, "r"), waits(out, "w"), waits(other, "e"),
+         static_cast<long>(limit.tv_sec), static_cast<long>(limit.tv_usec),
+         is_blocking(fd) ? "blocking" : "non-blocking");
   const Outcome outcome = outcome_of("select");
   if (outcome.kind == Outcome::kFailure) return -1;
   if (outcome.kind != Outcome::kResult) return next(count, in, out, other, timeout);
