@@ -133,7 +133,7 @@ extern "C" void MD5CInit(md5_context *context) {
   context->count[1] = 0;
 }
 
-extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length) {
+extern "C" void MD5CUpdate(md5_context *context, const unsigned char *data, unsigned int length) {
   if (length == 0) return;
   std::size_t filled = pending(*context);
   const std::uint32_t bits = length << 3;
@@ -143,18 +143,18 @@ extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, uns
   std::size_t left = length;
   if (filled > 0 && filled + left >= kBlockSize) {
     const std::size_t missing = kBlockSize - filled;
-    std::memcpy(context->buffer + filled, input, missing);
+    std::memcpy(context->buffer + filled, data, missing);
     add_block(context->state, context->buffer);
-    input += missing;
+    data += missing;
     left -= missing;
     filled = 0;
   }
   if (filled == 0) {
-    for (; left >= kBlockSize; left -= kBlockSize, input += kBlockSize) {
-      add_block(context->state, input);
+    for (; left >= kBlockSize; left -= kBlockSize, data += kBlockSize) {
+      add_block(context->state, data);
     }
   }
-  std::memcpy(context->buffer + filled, input, left);
+  std::memcpy(context->buffer + filled, data, left);
 }
 
 extern "C" void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *context) {

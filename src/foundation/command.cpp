@@ -9,7 +9,7 @@
 namespace {
 
 // Maps a result of system() to the caller's. A command killed by a signal has no exit code and
-// deliberately counts as successful.
+// intentionally counts as successful.
 int result_code(int status) {
   if (status == -1) return errno;
   return status >> 8 & 0xFF;

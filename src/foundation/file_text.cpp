@@ -59,7 +59,7 @@ extern "C" int file_create_write(const char *path_format, const char *string, ..
   return written;
 }
 
-// Deliberately removes only the target of a symbolic link, not the path itself. For anything else
+// Intentionally removes only the target of a symbolic link, not the path itself. For anything else
 // the target stays empty, and unlink() of an empty string fails.
 extern "C" int file_delete(const char *path) {
   char target[kLongestTarget + 1] = {};

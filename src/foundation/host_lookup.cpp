@@ -12,8 +12,8 @@ constexpr std::size_t kWorkSize = 1024;
 
 }  // namespace
 
-extern "C" int hostname_to_addr(const char *name, char *buffer, size_t size) {
-  if (size > 0) buffer[0] = '\0';
+extern "C" int hostname_to_addr(const char *name, char *buf, size_t size) {
+  if (size > 0) buf[0] = '\0';
   hostent entry;
   hostent *found = nullptr;
   char work[kWorkSize];
@@ -22,6 +22,6 @@ extern "C" int hostname_to_addr(const char *name, char *buffer, size_t size) {
   if (result != 0) return result;
   // For an unknown name the call itself succeeds and the reason is in `error`.
   if (found == nullptr) return error != 0 ? error : HOST_NOT_FOUND;
-  inet_ntop(found->h_addrtype, found->h_addr_list[0], buffer, static_cast<socklen_t>(size));
+  inet_ntop(found->h_addrtype, found->h_addr_list[0], buf, static_cast<socklen_t>(size));
   return 0;
 }

@@ -9,11 +9,9 @@
 namespace talvera {
 
 struct Integer32 {
-  const char *end;  // first character after the number; the start if there is no number the number;
-                    // the start if none is
-  std::uint32_t as_unsigned;  // strtoul(): negated modulo 2^32, unless too large modulo 2^32,
-                              // unless too large
-  std::int32_t as_signed;     // strtol(): clamped to the range of the type value of the type
+  const char *end;            // first character after the number; the start if there is no number
+  std::uint32_t as_unsigned;  // strtoul(): negated modulo 2^32, unless too large
+  std::int32_t as_signed;     // strtol(): clamped to the range of the type
 };
 
 // Skips white space, then parses an optional sign and digits of `base`: 2 to 36; 16 accepts an "0x"

@@ -6,13 +6,13 @@
 #include "internal/alias.h"
 #include "talvera/strutil.h"
 
-extern "C" void strfilt(char *dst, const char *src, const char *drop, int size) {
+extern "C" void strfilt(char *buf, const char *src, const char *drop, int size) {
   for (int room = size; room > 1 && *src != '\0'; ++src) {
     if (std::strchr(drop, *src) != nullptr) continue;
-    *dst++ = *src;
+    *buf++ = *src;
     --room;
   }
-  *dst = '\0';
+  *buf = '\0';
 }
 
 extern "C" char *str_cat(char *dst, const char *src) {
@@ -49,9 +49,9 @@ extern "C" int string_toupper(char *s) {
   return 0;
 }
 
-extern "C" void put_str(char *buf, int *len, const char *str) {
-  if (len == nullptr || str == nullptr) return;
-  const std::size_t length = std::strlen(str);
-  if (buf != nullptr) std::memcpy(buf + *len, str, length + 1);
-  *len += static_cast<int>(length);
+extern "C" void put_str(char *buf, int *length, const char *str) {
+  if (length == nullptr || str == nullptr) return;
+  const std::size_t added = std::strlen(str);
+  if (buf != nullptr) std::memcpy(buf + *length, str, added + 1);
+  *length += static_cast<int>(added);
 }

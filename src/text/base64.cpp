@@ -99,43 +99,43 @@ class Decoder {
 
 }  // namespace
 
-extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *out,
-                             unsigned int *out_len) {
+extern "C" int base64_encode(const unsigned char *data, unsigned int length, char *buf,
+                             unsigned int *size) {
   constexpr std::uint32_t kMostGroups = (UINT32_MAX - 1) / 4;
-  const std::uint32_t groups = len / 3 + (len % 3 != 0 ? 1 : 0);
+  const std::uint32_t groups = length / 3 + (length % 3 != 0 ? 1 : 0);
   const std::uint32_t needed = groups <= kMostGroups ? groups * 4 + 1 : UINT32_MAX;
-  if (groups > kMostGroups || *out_len < needed) {
-    *out_len = needed;
+  if (groups > kMostGroups || *size < needed) {
+    *size = needed;
     return talvera::fail(ENOSPC);
   }
-  std::size_t rest = len;
-  for (; rest > 3; rest -= 3, in += 3, out += 4)
-    write_characters(talvera::load_be32(in), out);
+  std::size_t rest = length;
+  for (; rest > 3; rest -= 3, data += 3, buf += 4)
+    write_characters(talvera::load_be32(data), buf);
   if (rest > 0) {
-    std::uint32_t last = std::uint32_t{in[0]} << 24;
-    if (rest > 1) last |= std::uint32_t{in[1]} << 16;
-    if (rest > 2) last |= std::uint32_t{in[2]} << 8;
-    write_characters(last, out);
-    if (rest < 3) out[3] = '=';
-    if (rest < 2) out[2] = '=';
-    out += 4;
+    std::uint32_t last = std::uint32_t{data[0]} << 24;
+    if (rest > 1) last |= std::uint32_t{data[1]} << 16;
+    if (rest > 2) last |= std::uint32_t{data[2]} << 8;
+    write_characters(last, buf);
+    if (rest < 3) buf[3] = '=';
+    if (rest < 2) buf[2] = '=';
+    buf += 4;
   }
-  *out = '\0';
-  *out_len = needed - 1;
+  *buf = '\0';
+  *size = needed - 1;
   return 0;
 }
 
-extern "C" int base64_decode(const char *in, unsigned int len, unsigned char *out,
-                             unsigned int *out_len) {
-  if (in == nullptr || out == nullptr || out_len == nullptr) return talvera::fail(EINVAL);
-  Decoder decoder(out, *out_len);
-  for (std::size_t i = 0; i < len;) {
-    i += decoder.take_whole_groups(in + i, len - i);
-    if (i == len) break;
-    const std::uint8_t value = symbol(in[i++]);
+extern "C" int base64_decode(const char *text, unsigned int length, unsigned char *buf,
+                             unsigned int *size) {
+  if (text == nullptr || buf == nullptr || size == nullptr) return talvera::fail(EINVAL);
+  Decoder decoder(buf, *size);
+  for (std::size_t i = 0; i < length;) {
+    i += decoder.take_whole_groups(text + i, length - i);
+    if (i == length) break;
+    const std::uint8_t value = symbol(text[i++]);
     if (value != kSkipped && !decoder.take(value)) return talvera::fail(ENOSPC);
   }
   if (!decoder.is_complete()) return talvera::fail(EINVAL);
-  *out_len = static_cast<unsigned int>(decoder.written());
+  *size = static_cast<unsigned int>(decoder.written());
   return 0;
 }

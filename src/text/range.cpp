@@ -50,16 +50,16 @@ extern "C" int strtol_range(long *value, const char *s, long min, long max) {
   return 0;
 }
 
-extern "C" char *range_to_portstr(char *out, unsigned int low, unsigned int high, int delim) {
+extern "C" char *range_to_portstr(char *buf, unsigned int low, unsigned int high, int delim) {
   const auto first = static_cast<std::uint16_t>(low);
   const auto last = static_cast<std::uint16_t>(high);
-  if (last < first || out == nullptr || static_cast<signed char>(delim) < 32) return nullptr;
+  if (last < first || buf == nullptr || static_cast<signed char>(delim) < 32) return nullptr;
   if (first == last) {
-    std::snprintf(out, kPortRangeSize, "%hu", first);
+    std::snprintf(buf, kPortRangeSize, "%hu", first);
   } else {
-    std::snprintf(out, kPortRangeSize, "%hu%c%hu", first, delim, last);
+    std::snprintf(buf, kPortRangeSize, "%hu%c%hu", first, delim, last);
   }
-  return out;
+  return buf;
 }
 
 extern "C" int atm_parse_vi(const char *s, int index, int *vpi, int *vci) {

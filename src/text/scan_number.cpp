@@ -23,7 +23,7 @@ char *take_number(char *s, std::uint32_t *value, int base) {
   if (negative) {
     ++p;
   } else if (*p != '\0' && p[1] == '+') {
-    return s;  // deliberate: a "+" in second place spoils the number too
+    return s;  // intentional: a "+" as the second character makes the number invalid
   }
   if ((base == 0 || base == 16) && *p == '0' && is_x(p[1])) {
     base = 16;

@@ -72,35 +72,35 @@ class OffsetText {
 
 }  // namespace
 
-extern "C" int get_posix_timezone(const char *zone, const char *country, char *out, size_t size) {
-  if (*zone == '\0' || *country == '\0') return join(out, size, "UNK", "", "", "");
+extern "C" int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size) {
+  if (*zone == '\0' || *country == '\0') return join(buf, size, "UNK", "", "", "");
   const Zone parts(zone);
   const bool has_offset = !parts.offset.empty();
   const bool has_sign = has_offset && (parts.offset.front() == '-' || parts.offset.front() == '+');
   const bool has_rule =
       has_offset && !parts.daylight_name.empty() && std::strcmp(country, "us") == 0;
-  return join(out, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
+  return join(buf, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
               has_rule ? kUnitedStatesRule : "");
 }
 
-extern "C" int convert_tz_from_posix(char *tz, char *out, size_t size) {
+extern "C" int convert_tz_from_posix(char *tz, char *buf, size_t size) {
   // Written only if there is a rule to cut: without one, the caller's string may be a constant.
   if (char *rule = std::strchr(tz, ',')) *rule = '\0';
   const Zone parts(tz);
   // Intentionally, for a zone east of Greenwich only the sign remains before the daylight-saving
   // name.
-  if (parts.offset.starts_with('-')) return join(out, size, "", "-", parts.daylight_name, "");
+  if (parts.offset.starts_with('-')) return join(buf, size, "", "-", parts.daylight_name, "");
   const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
-  return join(out, size, parts.name, "", parts.after_name + sign_length, "");
+  return join(buf, size, parts.name, "", parts.after_name + sign_length, "");
 }
 
-extern "C" int get_soap_datetimestr(const char *clock_set, char *out, size_t size) {
+extern "C" int get_soap_datetimestr(const char *clock_set, char *buf, size_t size) {
   std::tm now;
   if (std::strcmp(clock_set, "1") != 0 || !talvera::local_time(time(nullptr), now)) {
-    return std::snprintf(out, size, "%s", kUnknownTime);
+    return std::snprintf(buf, size, "%s", kUnknownTime);
   }
   const OffsetText offset(now.tm_gmtoff);
-  return std::snprintf(out, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
+  return std::snprintf(buf, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
                        now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
                        offset.c_str());
 }
