@@ -46,9 +46,13 @@ extern "C" int select(int count, fd_set *in, fd_set *out, fd_set *other, timeval
   using namespace talvera::test;
   static auto *const next = real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>("select");
   const int fd = count - 1;
-  record("select %s%s%s %ld.%06ld %s", FD_ISSET(fd, in) ? "r" : "", FD_ISSET(fd, out) ? "w" : "",
-         FD_ISSET(fd, other) ? "e" : "", static_cast<long>(timeout->tv_sec),
-         static_cast<long>(timeout->tv_usec), is_blocking(fd) ? "blocking" : "non-blocking");
+  const auto waits = [fd](const fd_set *set, const char *letter) {
+    return set != nullptr && FD_ISSET(fd, set) ? letter : "";
+  };
+  const timeval limit = timeout != nullptr ? *timeout : timeval{};
+  record("select %s%s%s %ld.%06ld %s", waits(in, "r"), waits(out, "w"), waits(other, "e"),
+         static_cast<long>(limit.tv_sec), static_cast<long>(limit.tv_usec),
+         is_blocking(fd) ? "blocking" : "non-blocking");
   const Outcome outcome = outcome_of("select");
   if (outcome.kind == Outcome::kFailure) return -1;
   if (outcome.kind != Outcome::kResult) return next(count, in, out, other, timeout);
@@ -258,14 +262,14 @@ void serve(int fd, SSL_CTX *context, int version) {
 class Connection : Pinned {
  public:
   Connection(Call &call, const char *word, SSL_CTX *server, int version,
-             SSL_SESSION *session = nullptr, X509_STORE *store = nullptr)
+             SSL_SESSION *session = nullptr, const std::string &trusted = {})
       : server_(version == DTLS1_VERSION ? SOCK_DGRAM : SOCK_STREAM,
                 [&](int fd) { serve(fd, server, version); }),
         context_(SSL_initialize(word)),
         ssl(SSL_new(context_)) {
     attach(ssl, server_.fd(), version);
     if (session != nullptr) SSL_set_session(ssl, session);
-    if (store != nullptr) SSL_set1_verify_cert_store(ssl, store);
+    if (!trusted.empty()) trust(trusted);
     is_open = SSL_Nblk_connect(ssl, server_.fd()) == 1;
     call.session().effects();  // are shown elsewhere
   }
@@ -289,6 +293,17 @@ class Connection : Pinned {
   }
 
  private:
+  // A store of the program's own; versions that cannot tell which it is get the context's.
+  void trust(const std::string &certificate) {
+#ifdef SSL_get0_verify_cert_store
+    X509_STORE *const store = X509_STORE_new();
+    X509_STORE_load_locations(store, certificate.c_str(), nullptr);
+    SSL_set0_verify_cert_store(ssl, store);
+#else
+    SSL_CTX_load_verify_locations(context_, certificate.c_str(), nullptr);
+#endif
+  }
+
   Peer server_;
   SSL_CTX *context_;
 
@@ -307,27 +322,24 @@ std::string pem_of(Call &call, const std::string &certificate) {
 BIND_AS(judge, [](Call &call, const std::string &certificate, const char *name) {
   SSL_CTX *const server = server_context(pem_of(call, certificate), TLS1_2_VERSION);
   SSL_SESSION *session = nullptr;
-  X509_STORE *store = nullptr;
+  std::string trusted;
   const std::string word = call.has_more() ? call.take().bytes : "";
   if (word == "resumed") {
     const Connection first(call, "tls1.2", server, TLS1_2_VERSION);
     session = SSL_get1_session(first.ssl);
     SSL_set_shutdown(first.ssl, SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);  // or it is void
   } else if (word == "trusting") {
-    store = X509_STORE_new();
-    X509_LOOKUP *const file = X509_STORE_add_lookup(store, X509_LOOKUP_file());
-    X509_LOOKUP_load_file(file, pem_of(call, call.take().bytes).c_str(), X509_FILETYPE_PEM);
+    trusted = pem_of(call, call.take().bytes);
   }
   long result;
   {
-    const Connection connection(call, "tls1.2", server, TLS1_2_VERSION, session, store);
+    const Connection connection(call, "tls1.2", server, TLS1_2_VERSION, session, trusted);
     if (!connection.is_open) throw TableError("no handshake");
     if (SSL_session_reused(connection.ssl) != (session != nullptr ? 1 : 0))
       throw TableError("not as it should be resumed");
     result = SSL_check_cert(connection.ssl, name);
   }
   SSL_SESSION_free(session);
-  X509_STORE_free(store);
   SSL_CTX_free(server);
   return result;
 });
