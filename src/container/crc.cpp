@@ -50,7 +50,7 @@ constexpr Table<std::uint8_t> kCrc8 = table_msb_first<std::uint8_t>(0xD5);
 
 // Applies `step` to each byte. Written as a do-while loop for a single branch per byte.
 template <typename Word, typename Step>
-[[gnu::always_inline]] inline Word over(const unsigned char *data, unsigned int length, Word crc,
+[[gnu::always_inline]] inline Word fold(const unsigned char *data, unsigned int length, Word crc,
                                         Step step) {
   if (length == 0) return crc;
   const unsigned char *const end = data + length;
@@ -63,31 +63,31 @@ template <typename Word, typename Step>
 }  // namespace
 
 extern "C" uint32_t crc32_be(uint32_t crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc, [](std::uint32_t value, unsigned char byte) {
+  return fold(data, length, crc, [](std::uint32_t value, unsigned char byte) {
     return kCrc32Be[byte ^ value >> 24] ^ value << 8;
   });
 }
 
 extern "C" uint32_t crc32_le(uint32_t crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc, [](std::uint32_t value, unsigned char byte) {
+  return fold(data, length, crc, [](std::uint32_t value, unsigned char byte) {
     return kCrc32Le[(value ^ byte) & 0xFF] ^ value >> 8;
   });
 }
 
 extern "C" unsigned int crc16_be(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, static_cast<std::uint16_t>(crc),
+  return fold(data, length, static_cast<std::uint16_t>(crc),
               [](std::uint16_t value, unsigned char byte) {
                 return static_cast<std::uint16_t>(kCrc16Be[byte ^ value >> 8] ^ value << 8);
               });
 }
 
 extern "C" unsigned int crc16_le(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc & 0xFFFF, [](unsigned int value, unsigned char byte) {
+  return fold(data, length, crc & 0xFFFF, [](unsigned int value, unsigned char byte) {
     return kCrc16Le[(value ^ byte) & 0xFF] ^ value >> 8;
   });
 }
 
 extern "C" unsigned int crc8(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc & 0xFF,
+  return fold(data, length, crc & 0xFF,
               [](unsigned int value, unsigned char byte) { return unsigned{kCrc8[value ^ byte]}; });
 }

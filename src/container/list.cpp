@@ -9,7 +9,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "container/list_steps.h"
+#include "container/list_walk.h"
 #include "internal/fail.h"
 
 namespace {
@@ -79,7 +79,7 @@ bool copy(const list_obj &list, void *&data) {
 }
 
 // Inserts a datum at `position`, after the element `left`.
-int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
+int insert_after(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
   if (list.iterating != 0) return fail(EBUSY);
   void *stored = const_cast<void *>(data);
   const bool copies = list.attrs.copy_data != 0 && data != nullptr;
@@ -194,15 +194,15 @@ extern "C" int list_attributes_unserializer(list_obj *list, list_unserializer_fn
 
 extern "C" int list_insert_at(list_obj *list, const void *data, uint32_t position) {
   if (position > list->count) return fail(EINVAL);
-  return insert_behind(*list, element_at(*list, position - 1), data, position);
+  return insert_after(*list, element_at(*list, position - 1), data, position);
 }
 
 extern "C" int list_append(list_obj *list, const void *data) {
-  return insert_behind(*list, list->tail->prev, data, list->count);
+  return insert_after(*list, list->tail->prev, data, list->count);
 }
 
 extern "C" int list_prepend(list_obj *list, const void *data) {
-  return insert_behind(*list, list->head, data, 0);
+  return insert_after(*list, list->head, data, 0);
 }
 
 extern "C" void *list_get_at(const list_obj *list, uint32_t position) {

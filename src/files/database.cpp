@@ -61,7 +61,7 @@ void read_header(Scanner &scanner, std::int32_t &version, std::int32_t &count) {
 }
 
 // Whether the file is long enough for `count` items: protects the allocation from a bogus header.
-bool may_hold(std::FILE *file, std::int32_t count) {
+bool can_hold(std::FILE *file, std::int32_t count) {
   constexpr off_t kShortestItem = sizeof "1:1:0:a\n" - 1;
   struct stat status;
   if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return true;
@@ -80,7 +80,7 @@ of_files_info *read_set(std::FILE *file) {
   std::int32_t version = kVersion;
   std::int32_t count = 0;
   read_header(scanner, version, count);
-  if (count < 0 || (count > 0 && version != kVersion) || !may_hold(file, count)) {
+  if (count < 0 || (count > 0 && version != kVersion) || !can_hold(file, count)) {
     errno = EINVAL;
     return nullptr;
   }

@@ -22,7 +22,7 @@ class FileList {
   FileList(const FileList &) = delete;
   FileList &operator=(const FileList &) = delete;
   ~FileList() {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     uf_free_dirent_list(&entries_, count_);
   }
 

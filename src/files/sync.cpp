@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "files/replay.h"
+#include "files/apply_moves.h"
 #include "files/set.h"
 
 namespace talvera::files {
@@ -67,7 +67,7 @@ bool restore(const of_files_info &saved, std::span<of_file_info> current) {
     if (match->order >= 1 && match->order <= count) moves[known++] = {i, match->order};
   }
   std::memmove(moves + known, new_files, added * sizeof(Move));
-  return replay({moves, known + added}, current);
+  return apply_moves({moves, known + added}, current);
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ extern "C" int filemap_open(const char *path, struct filemap *file, int flags, i
 }
 
 extern "C" void filemap_close(struct filemap *file) {
-  const talvera::ErrnoKeeper keep;
+  const talvera::ErrnoSaver saver;
   if (file->map != MAP_FAILED) {
     munmap(file->map, static_cast<std::size_t>(file->size));
     file->map = MAP_FAILED;

@@ -39,7 +39,7 @@ extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, .
   if (attribute == nullptr) return -1;
   const std::size_t length = std::fread(buf, 1, size, attribute.get());
   if (std::ferror(attribute.get()) != 0) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "error reading sysfs attribute (%s)", path.c_str());
     buf[0] = '\0';
     return -1;
@@ -59,12 +59,12 @@ extern "C" int sysfs_set_attr(const char *path_format, const char *value, ...) {
 
   const talvera::FilePtr attribute(open_attribute(path, "w"));
   if (attribute == nullptr) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_INFO, "error opening sysfs attribute file (%s) for writing", path.c_str());
     return 1;
   }
   if (std::fputs(value, attribute.get()) < 0) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "error writing sysfs attribute (%s)", path.c_str());
     return 1;
   }

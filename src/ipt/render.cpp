@@ -37,9 +37,9 @@ const char *name_of(Table table, std::uint32_t number) {
   return kNames.name(table, number);
 }
 
-constexpr std::size_t kSectionSize = 64;         // size of a section including a terminator
-constexpr std::size_t kLongestUntargeted = 191;  // characters before the target section
-static_assert(kLongestUntargeted + kSectionSize <= IPT_LINE_SIZE);
+constexpr std::size_t kSectionSize = 64;       // size of a section including a terminator
+constexpr std::size_t kMaxBeforeTarget = 191;  // characters before the target section
+static_assert(kMaxBeforeTarget + kSectionSize <= IPT_LINE_SIZE);
 
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
@@ -151,7 +151,7 @@ int failure(int error, int step) {
 int append_all(const ipt_rule &rule, Line &line) {
   for (int step = kTable; step <= kTarget; ++step) {
     if (!append_step(step, rule, line)) return failure(-1, step);
-    if (step < kTarget && line.length() > kLongestUntargeted) return failure(-2, step + 1);
+    if (step < kTarget && line.length() > kMaxBeforeTarget) return failure(-2, step + 1);
   }
   return 0;
 }

@@ -99,7 +99,7 @@ extern "C" ipt_rule *ipt_rule_init(void) {
 
 extern "C" void ipt_rule_free(ipt_rule *rule) {
   if (rule == nullptr) return;
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   std::free(rule->command_argument);
   ipt::free_items(rule->params);
   ipt::free_items(rule->matches);

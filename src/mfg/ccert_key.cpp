@@ -7,7 +7,7 @@
 #include "internal/fail.h"
 #include "internal/owners.h"
 #include "internal/wipe.h"
-#include "mfg/ccert_copy.h"
+#include "mfg/loaded_blob.h"
 #include "talvera/ccert.h"
 
 namespace talvera::mfg {
@@ -34,7 +34,7 @@ void get_plain(const ccert_toc_item &item, unsigned char **key, std::uint32_t *l
 void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
   const MallocPtr<unsigned char> copy(copy_of(item));
   if (copy == nullptr) return;
-  const WipeAtEnd no_key_left(copy.get(), item.length);
+  const ScopedWipe wipe_keys(copy.get(), item.length);
   if (item.length >= kEncryptedHeaderSize && load_be32(copy.get()) == kEncryptedFormat &&
       MKEY_Decrypt(copy.get() + kEncryptedHeaderSize, item.length - kEncryptedHeaderSize) == 0) {
     MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);

@@ -20,7 +20,7 @@ extern "C" int tvra_open(void) {
   if (device_fd >= 0) return device_fd;
   const int fd = open(kDevicePath, O_RDWR | O_NONBLOCK);
   if (fd < 0) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "libtalvera: error opening /dev/talvera: %m");
     return fd;
   }
@@ -31,7 +31,7 @@ extern "C" int tvra_open(void) {
 
 extern "C" void tvra_close(void) {
   if (device_fd < 0) return;
-  const talvera::ErrnoKeeper keep;
+  const talvera::ErrnoSaver saver;
   close(device_fd);
   device_fd = -1;
 }
@@ -41,7 +41,7 @@ extern "C" int tvra_ioctl(unsigned int request, void *argument) {
   if (fd < 0) return fd;
   const int result = ioctl(fd, request, argument);
   if (result == -1) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "libtalvera: ioctl failed: %m");
   }
   tvra_close();

@@ -27,10 +27,10 @@ constexpr int kAnswered = 1;  // arping's exit status when another host has the 
 // The exit status of a child that the reaper, in another thread, has collected or is about to
 // record.
 int reaped_exit(pid_t child) {
-  int code = process::noted_exit(child);
+  int code = process::recorded_exit(child);
   for (int tries = 100; code == process::kUnknownExit && tries > 0; --tries) {
     usleep(1000);
-    code = process::noted_exit(child);
+    code = process::recorded_exit(child);
   }
   return code;
 }

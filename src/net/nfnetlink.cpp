@@ -43,7 +43,7 @@ bool read_local(nfnetlink_handle &handle) {
 
 // Intentionally leaves descriptor 0 open, which counts as no socket.
 void close_socket(int fd) {
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   if (fd != 0) close(fd);
 }
 

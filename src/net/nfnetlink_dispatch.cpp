@@ -25,10 +25,10 @@ constexpr int kAttributeHeaderSize = sizeof(nlattr);
 constexpr std::uint16_t kTypeMask = 0x7FFF;
 constexpr std::size_t kReceiveSize = 8192;
 constexpr std::uint16_t kUsualAttributes = 64;
-constexpr int kGoOn = 1;
+constexpr int kContinue = 1;
 
 // Whether the remaining bytes hold the complete item, whose length includes its header.
-bool holds(int left, std::uint32_t item_length, int header_size) {
+bool is_complete(int left, std::uint32_t item_length, int header_size) {
   return item_length >= static_cast<std::uint32_t>(header_size) &&
          item_length <= static_cast<std::uint32_t>(left);
 }
@@ -60,7 +60,7 @@ int control_result(Bytes message, const Header &header) {
   const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
   if (error == 0) return 0;
   errno = error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO;
-  return kGoOn;
+  return kContinue;
 }
 
 int call_handler(const nfnetlink_callback &callback, const nlattr **table, Bytes message,
@@ -82,7 +82,7 @@ int handle_message(const nfnetlink_handle &handle, Bytes message, const Header &
 
   // Copied because the handler may close the subsystem.
   const nfnetlink_callback callback = subsys.callbacks[type];
-  if (callback.attribute_count == 0 || callback.handler == nullptr) return kGoOn;
+  if (callback.attribute_count == 0 || callback.handler == nullptr) return kContinue;
   // On the stack, except for subsystems with very many attributes.
   const nlattr *usual[kUsualAttributes];
   if (callback.attribute_count <= kUsualAttributes) {
@@ -120,7 +120,7 @@ int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
     }
     const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
     const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
-    if (result >= kGoOn && flags == 0) continue;
+    if (result >= kContinue && flags == 0) continue;
     end = answer ? WaitEnd::kAnswer : WaitEnd::kDispatch;
     return result;
   }
@@ -137,7 +137,7 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   const auto *at = reinterpret_cast<net::Bytes>(first);
   while (length >= net::kAttributeHeaderSize) {
     const auto size = load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
-    if (!net::holds(length, size, net::kAttributeHeaderSize)) break;
+    if (!net::is_complete(length, size, net::kAttributeHeaderSize)) break;
     const int type =
         load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & net::kTypeMask;
     const void *start = at;
@@ -153,9 +153,9 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, 
   int result = 0;
   while (length >= net::kHeaderSize) {
     const net::Header header(at);
-    if (!net::holds(length, header.length, net::kHeaderSize)) break;
+    if (!net::is_complete(length, header.length, net::kHeaderSize)) break;
     result = net::message_result(*handle, at, header);
-    if (result < net::kGoOn) break;
+    if (result < net::kContinue) break;
     if (!net::advance(at, length, header.length)) break;
   }
   return result;

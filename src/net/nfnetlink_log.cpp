@@ -37,7 +37,7 @@ struct Subject {
 // for the answer to the next request. Returns 0 for an acknowledgement, -1 with errno set for an
 // error reply, and kNoAnswer otherwise; preserves errno unless it returns -1.
 constexpr int kNoAnswer = 1;
-int late_result(nfnetlink_handle &netlink) {
+int queued_answer(nfnetlink_handle &netlink) {
   const int error = errno;
   for (int tries = 4096; tries > 0;
        --tries) {  // bounded in case it is lost while packets keep coming
@@ -57,9 +57,10 @@ int late_result(nfnetlink_handle &netlink) {
 
 // Which result counts when packets have ended the wait for an acknowledgement: that of the wait, or
 // the kernel's answer.
-enum class By { kWait, kAnswer };
+enum class ResultFrom { kWait, kAnswer };
 
-int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute, By by) {
+int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute,
+              ResultFrom source) {
   const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
                            NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
   const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
@@ -76,13 +77,13 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
   WaitEnd end;
   const int result = wait_for_answer(netlink, 0, end);
   if (end == WaitEnd::kAnswer || end == WaitEnd::kForeignSequence) return result;
-  const int late = late_result(netlink);
-  return by == By::kWait || late == kNoAnswer ? result : late;
+  const int answer = queued_answer(netlink);
+  return source == ResultFrom::kWait || answer == kNoAnswer ? result : answer;
 }
 
-int command(nfnetlink_log *log, std::uint8_t code, Subject subject, By by) {
+int command(nfnetlink_log *log, std::uint8_t code, Subject subject, ResultFrom source) {
   if (log == nullptr) return fail(EINVAL);
-  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, by);
+  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, source);
 }
 
 nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) {
@@ -116,7 +117,7 @@ extern "C" nfnetlink_log *nfnetlink_log_open() {
   auto *log = subsys != nullptr ? static_cast<nfnetlink_log *>(std::malloc(sizeof(nfnetlink_log)))
                                 : nullptr;
   if (log == nullptr) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     nfnetlink_close(netlink);
     return nullptr;
   }
@@ -137,12 +138,12 @@ extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
 
 extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
   return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0},
-                      net::By::kWait);
+                      net::ResultFrom::kWait);
 }
 
 extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
   return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0},
-                      net::By::kWait);
+                      net::ResultFrom::kWait);
 }
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
@@ -156,7 +157,8 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}, net::By::kAnswer) != 0) return nullptr;
+  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}, net::ResultFrom::kAnswer) != 0)
+    return nullptr;
   node->next = log->groups;
   log->groups = node.get();
   return node.release();
@@ -173,7 +175,8 @@ extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
   if (group == nullptr) return fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, net::By::kAnswer) < 0) return -1;
+  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, net::ResultFrom::kAnswer) < 0)
+    return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;
@@ -189,7 +192,8 @@ extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mo
   net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
   store_be32(attribute.payload, range);
   attribute.payload[4] = static_cast<std::uint8_t>(mode);
-  return net::configure(*group->log->netlink, {0, group->number}, attribute, net::By::kWait) < 0
+  return net::configure(*group->log->netlink, {0, group->number}, attribute,
+                        net::ResultFrom::kWait) < 0
              ? -1
              : 0;
 }

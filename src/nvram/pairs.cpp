@@ -34,7 +34,7 @@ class Pin {
   }
   ~Pin() {
     if (nvram_shmid < 0) return;
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     nvram_unlock();
   }
   Pin(const Pin &) = delete;
@@ -60,7 +60,7 @@ class Name {
 
   [[nodiscard]] int bucket() const { return static_cast<int>(hash_ % kBuckets) + kFirstBucket; }
   // Compares the terminator too if it fits the field, so that a longer stored name does not match.
-  [[nodiscard]] bool is_of(const Entry &entry) const {
+  [[nodiscard]] bool matches(const Entry &entry) const {
     return std::memcmp(entry.name, text_, std::min<std::size_t>(length_ + 1, NVRAM_NAME_SIZE)) == 0;
   }
   [[nodiscard]] const char *text() const { return text_; }
@@ -92,14 +92,14 @@ class Chain {
 
   [[nodiscard]] Entry *entry() const { return entry_; }        // null past the end
   [[nodiscard]] Entry *previous() const { return previous_; }  // null at the first entry
-  [[nodiscard]] bool is_circle() const { return left_ == 0; }
+  [[nodiscard]] bool is_circular() const { return left_ == 0; }
   void advance() {
     previous_ = entry_;
     entry_ = --left_ > 0 ? next_of(entries_, *entry_) : nullptr;
   }
   // Advances to the entry of a name; null if there is none.
   [[gnu::noinline]] Entry *find(const Name &name) {
-    while (entry_ != nullptr && !name.is_of(*entry_))
+    while (entry_ != nullptr && !name.matches(*entry_))
       advance();
     return entry_;
   }
@@ -181,7 +181,7 @@ extern "C" int nvram_set(const char *name, const char *value) {
     store_text(found->value, sizeof found->value, value);
     return 0;
   }
-  if (chain.is_circle()) return talvera::fail(ELOOP);
+  if (chain.is_circular()) return talvera::fail(ELOOP);
   if (chain.previous() != nullptr) return append(entries, *chain.previous(), wanted, value);
   fill(entries[wanted.bucket()], wanted, value);
   return 0;

@@ -15,7 +15,7 @@
 
 namespace {
 
-using talvera::ErrnoKeeper;
+using talvera::ErrnoSaver;
 using talvera::fail;
 using talvera::MallocPtr;
 using talvera::UniqueFd;
@@ -48,7 +48,7 @@ ipc_msgq *make_record(const char *name) {
 int open_socket() {
   const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
   if (fd < 0) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     std::printf("socket create failed \n");
     return fd;
   }
@@ -80,7 +80,7 @@ extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
   UniqueFd fd(open_socket());
   if (!fd.valid()) return nullptr;
   if (bind(fd.get(), address_of(*queue), kAddressLength) != 0) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     std::printf("bind failed:%d:%s\n", errno, std::strerror(errno));
     return nullptr;
   }
@@ -103,7 +103,7 @@ extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, siz
     return fail(EINVAL);
   }
   if (sendto(queue->fd, data, length, 0, address_of(*queue), kAddressLength) < 0) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     std::printf("sendto failed.Error:%d:%s\n", errno, std::strerror(errno));
     return -1;
   }
@@ -114,7 +114,7 @@ extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buf, size_t 
   if (queue == nullptr) return fail(EINVAL);
   const int ready = wait_readable(queue->fd);
   if (ready < 0) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     std::printf("EBADF:%d, EFAULT:%d, EINTR:%d, EINVAL:%d\n  select() failed. error:%d:%s\n", EBADF,
                 EFAULT, EINTR, EINVAL, errno, std::strerror(errno));
     return -1;

@@ -19,10 +19,10 @@ namespace {
 // zombie and appear alive to process_wait().
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
-  const talvera::ErrnoKeeper keep;
+  const talvera::ErrnoSaver saver;
   int status = 0;
   for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;)
-    talvera::process::note_exit(child, status);
+    talvera::process::record_exit(child, status);
 }
 
 // Interrupted system calls restart; children that are merely stopped raise no signal.
@@ -44,7 +44,7 @@ bool set_variable(const char *assignment) {
 }
 
 // Runs in the child. Every failure intentionally exits with status 0.
-[[noreturn]] void become(const char *path, char *const argv[], char *const env[]) {
+[[noreturn]] void exec_child(const char *path, char *const argv[], char *const env[]) {
   for (; env != nullptr && *env != nullptr; ++env) {
     if (!set_variable(*env)) _exit(0);
   }
@@ -69,7 +69,7 @@ extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], c
       syslog(LOG_ERR, "child setpgid() error %d", error);
       return error;  // intentionally returns in the child, which continues in the caller's code
     }
-    become(path, argv, env);
+    exec_child(path, argv, env);
   }
   syslog(LOG_DEBUG, "starting process %s (pid %d)", path, child);
   if (pid != nullptr) *pid = child;

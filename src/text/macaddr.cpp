@@ -48,7 +48,8 @@ bool take_address(const char *p, std::span<unsigned char, 6> mac) {
   return *p == '\0';
 }
 
-int judge(const char *s, bool allow_zero, bool allow_multicast, std::span<unsigned char, 6> mac) {
+int validate(const char *s, bool allow_zero, bool allow_multicast,
+             std::span<unsigned char, 6> mac) {
   if (s == nullptr || !take_address(s, mac)) return MACADDR_MALFORMED;
   if ((mac[0] & kGroupBit) != 0 && !allow_multicast) return MACADDR_MULTICAST;
   const bool zero = std::ranges::all_of(mac, [](unsigned char byte) { return byte == 0; });
@@ -60,7 +61,7 @@ int judge(const char *s, bool allow_zero, bool allow_multicast, std::span<unsign
 extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                              unsigned char mac[6]) {
   const int result =
-      judge(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
+      validate(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
   std::printf("Parse MAC error %d\n", result);  // intentionally also for 0
   return result;
 }

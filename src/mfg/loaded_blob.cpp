@@ -1,5 +1,5 @@
 // The loaded client certificate blob: locating, loading, validation and access to its items.
-#include "mfg/ccert_copy.h"
+#include "mfg/loaded_blob.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -18,7 +18,7 @@ namespace talvera::mfg {
 namespace {
 
 // Header of the loaded blob; the table of contents and the item data follow.
-struct Copy {
+struct LoadedBlob {
   std::uint32_t length;  // including this header
   std::uint32_t count;
   std::uint32_t header_word;
@@ -28,14 +28,14 @@ struct Copy {
     return reinterpret_cast<std::uint8_t *>(this) + item.offset;
   }
 };
-static_assert(sizeof(Copy) == 12 && sizeof(ccert_toc_item) == kBlobItemSize);
+static_assert(sizeof(LoadedBlob) == 12 && sizeof(ccert_toc_item) == kBlobItemSize);
 
 // The loaded form omits the blob's magic and version.
-constexpr std::uint32_t kLeftOut = kBlobHeaderSize - sizeof(Copy);
+constexpr std::uint32_t kOmittedSize = kBlobHeaderSize - sizeof(LoadedBlob);
 
-Copy *loaded = nullptr;
-const ccert_toc_item *certificate = nullptr;
-const ccert_toc_item *key = nullptr;
+LoadedBlob *loaded = nullptr;
+const ccert_toc_item *certificate_item = nullptr;
+const ccert_toc_item *key_item = nullptr;
 int location = 0;
 
 int query_size(unsigned int slot, std::uint32_t *length) {
@@ -45,43 +45,43 @@ int query_size(unsigned int slot, std::uint32_t *length) {
 }
 
 int report_read_failure() {
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   std::fprintf(stderr, "ccert_get_ccertblob: mfg_ccert_get failed: %s", sdb_strerror(errno));
   return -1;
 }
 
 // Converts a consistent blob to its loaded form.
-Copy *copy_blob(const std::uint8_t *blob, std::uint32_t length) {
-  auto *copy = static_cast<Copy *>(std::malloc(length - kLeftOut));
-  if (copy == nullptr) return nullptr;
-  copy->length = length - kLeftOut;
-  copy->count = load_be32(blob + kBlobItemCount);
-  copy->header_word = load_be32(blob + kBlobHeaderWord);
-  const std::uint32_t data_offset = kBlobHeaderSize + kBlobItemSize * copy->count;
+LoadedBlob *load_blob(const std::uint8_t *blob, std::uint32_t length) {
+  auto *loaded_blob = static_cast<LoadedBlob *>(std::malloc(length - kOmittedSize));
+  if (loaded_blob == nullptr) return nullptr;
+  loaded_blob->length = length - kOmittedSize;
+  loaded_blob->count = load_be32(blob + kBlobItemCount);
+  loaded_blob->header_word = load_be32(blob + kBlobHeaderWord);
+  const std::uint32_t data_offset = kBlobHeaderSize + kBlobItemSize * loaded_blob->count;
   const std::uint8_t *entry = blob + kBlobHeaderSize;
-  for (std::uint32_t i = 0; i < copy->count; ++i, entry += kBlobItemSize) {
-    copy->items()[i] = {load_be32(entry) + data_offset - kLeftOut, load_be32(entry + 4),
-                        load_be32(entry + 8), load_be32(entry + 12)};
+  for (std::uint32_t i = 0; i < loaded_blob->count; ++i, entry += kBlobItemSize) {
+    loaded_blob->items()[i] = {load_be32(entry) + data_offset - kOmittedSize, load_be32(entry + 4),
+                               load_be32(entry + 8), load_be32(entry + 12)};
   }
-  std::memcpy(copy->items() + copy->count, blob + data_offset, length - data_offset);
-  return copy;
+  std::memcpy(loaded_blob->items() + loaded_blob->count, blob + data_offset, length - data_offset);
+  return loaded_blob;
 }
 
 // Does not free the previous blob: callers may still use pointers into it.
-void replace_loaded(Copy *copy) {
-  loaded = copy;
-  certificate = nullptr;
-  key = nullptr;
+void replace_loaded(LoadedBlob *loaded_blob) {
+  loaded = loaded_blob;
+  certificate_item = nullptr;
+  key_item = nullptr;
   for (std::uint32_t i = 0; i < ccert_get_data_count(); ++i) {
     const ccert_toc_item *item = loaded->items() + i;
     switch (item->type) {
       case CCERT_CERTIFICATE:
-        certificate = item;
+        certificate_item = item;
         break;
       case CCERT_KEY_PLAIN:
       case CCERT_KEY_PKCS8:
       case CCERT_KEY_PEM:
-        key = item;
+        key_item = item;
         break;
       default:
         break;
@@ -92,7 +92,7 @@ void replace_loaded(Copy *copy) {
 }  // namespace
 
 const ccert_toc_item *loaded_key() {
-  return key;
+  return key_item;
 }
 
 }  // namespace talvera::mfg
@@ -132,15 +132,15 @@ extern "C" int ccert_init(void) {
       ccert_get_ccertblob(&length, &content, static_cast<unsigned int>(mfg::location));
   if (result != 0) return result;
   const MallocPtr<unsigned char> blob(content);
-  const WipeAtEnd no_key_left(content, length);
+  const ScopedWipe wipe_keys(content, length);
   // An invalid blob intentionally counts as nothing to load, not as a failure.
   if (!mfg::is_consistent(blob.get(), length)) {
     mfg::replace_loaded(nullptr);
     return 0;
   }
-  mfg::Copy *copy = mfg::copy_blob(blob.get(), length);
-  if (copy == nullptr) return CCERT_NO_MEMORY;
-  mfg::replace_loaded(copy);
+  mfg::LoadedBlob *loaded_blob = mfg::load_blob(blob.get(), length);
+  if (loaded_blob == nullptr) return CCERT_NO_MEMORY;
+  mfg::replace_loaded(loaded_blob);
   return 0;
 }
 
@@ -179,8 +179,8 @@ extern "C" int ccert_get_data_from_index(unsigned int index, unsigned char **dat
 }
 
 extern "C" int ccert_get_client_cert(unsigned char **certificate, uint32_t *length) {
-  *certificate = ccert_get_data_from_toc_item(mfg::certificate);
-  *length = *certificate != nullptr ? mfg::certificate->length : 0;
+  *certificate = ccert_get_data_from_toc_item(mfg::certificate_item);
+  *length = *certificate != nullptr ? mfg::certificate_item->length : 0;
   return *certificate != nullptr ? 0 : fail(ENOENT);
 }
 

@@ -1,5 +1,5 @@
 // User input of rules: negation, protocols, ports and port ranges.
-#include "ipt/values.h"
+#include "ipt/user_input.h"
 
 #include <cerrno>
 #include <cstdint>
