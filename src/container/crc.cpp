@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstdint>
 
+namespace talvera::container {
 namespace {
 
 template <typename Word>
@@ -61,6 +62,9 @@ template <typename Word, typename Step>
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" uint32_t crc32_be(uint32_t crc, const unsigned char *data, unsigned int length) {
   return fold(data, length, crc, [](std::uint32_t value, unsigned char byte) {

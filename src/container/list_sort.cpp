@@ -9,10 +9,8 @@
 #include "internal/fail.h"
 #include "talvera/list.h"
 
+namespace talvera::container {
 namespace {
-
-using talvera::container::backward;
-using talvera::container::forward;
 
 constexpr std::uint32_t kShortRange = 25;  // ranges with fewer elements use selection sort
 
@@ -101,6 +99,9 @@ void Sorter::sort(Range range) const {
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" int list_sort(list_obj *list, int direction) {
   if (list->iterating != 0) return talvera::fail(EBUSY);

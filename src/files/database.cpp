@@ -98,16 +98,16 @@ of_files_info *read_set(std::FILE *file) {
 }  // namespace
 }  // namespace talvera::files
 
-using namespace talvera;
+using namespace talvera::files;
 
 extern "C" int of_serialize(const struct of_files_info *set, const char *dir, const char *dbname) {
   // Built before the file is truncated, so that running out of memory loses no settings.
-  const files::OrderIndex index(files::items(*set));
+  const OrderIndex index(items(*set));
   if (!index.valid()) return -1;
-  FilePtr file(files::open_database(dir, dbname, "w+"));
+  talvera::FilePtr file(open_database(dir, dbname, "w+"));
   if (file == nullptr) return -1;
 
-  std::fprintf(file.get(), "#%d:%d\n", files::kVersion, set->count);
+  std::fprintf(file.get(), "#%d:%d\n", kVersion, set->count);
   for (const of_file_info *item : index.entries()) {
     if (item == nullptr) continue;
     std::fprintf(file.get(), "%d:%d:%x:%s\n", item->order, item->enable, item->flags, item->name);
@@ -120,9 +120,9 @@ extern "C" int of_serialize(const struct of_files_info *set, const char *dir, co
 
 extern "C" int of_deserialize(struct of_files_info **set, of_filter filter, const char *dir,
                               const char *dbname, uint8_t create) {
-  const FilePtr file(files::open_database(dir, dbname, "r"));
+  const talvera::FilePtr file(open_database(dir, dbname, "r"));
   if (file == nullptr) return create != 0 ? of_init_files_info(set, filter, dir) : -1;
-  of_files_info *saved = files::read_set(file.get());
+  of_files_info *saved = read_set(file.get());
   if (saved == nullptr) return -1;
   *set = saved;
   return 0;

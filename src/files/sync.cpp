@@ -73,16 +73,16 @@ bool restore(const of_files_info &saved, std::span<of_file_info> current) {
 }  // namespace
 }  // namespace talvera::files
 
-using namespace talvera;
+using namespace talvera::files;
 
 extern "C" int of_sync_dbfile(of_filter filter, const char *dir, const char *dbname) {
   of_files_info *built = nullptr;
   if (of_init_files_info(&built, filter, dir) != 0) return -1;
-  const files::SetPtr current(built);
+  const SetPtr current(built);
   of_files_info *read = nullptr;
   if (of_deserialize(&read, filter, dir, dbname, 0) == 0) {
-    const files::SetPtr saved(read);
-    if (!files::restore(*saved, files::items(*current))) return -1;
+    const SetPtr saved(read);
+    if (!restore(*saved, items(*current))) return -1;
   }
   return of_serialize(current.get(), dir, dbname);
 }

@@ -6,6 +6,7 @@
 #include "talvera/sdb.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 // Maps a result of system() to the caller's. A command killed by a signal has no exit code and
@@ -16,6 +17,9 @@ int result_code(int status) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int sdb_system(const char *format, ...) {
   std::va_list arguments;

@@ -10,6 +10,7 @@
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 int is_regular_file(const dirent *entry) {
@@ -27,6 +28,9 @@ std::span<dirent *const> entries(dirent *const *list, int count) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int dir_exists(const char *path) {
   DIR *directory = opendir(path);

@@ -11,6 +11,7 @@
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 constexpr mode_t kTextMode = 0660;
@@ -20,12 +21,15 @@ constexpr std::size_t kLongestTarget = 128;  // a longer link target is truncate
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,
                                                           const char *string) {
-  if (string == nullptr) return talvera::fail(EINVAL);
-  const talvera::FormattedPath path(path_format, arguments);
+  if (string == nullptr) return fail(EINVAL);
+  const FormattedPath path(path_format, arguments);
   return file_write_string(path.c_str(), flags, kTextMode, string);
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int file_access(const char *format, int mode, ...) {
   std::va_list arguments;

@@ -9,11 +9,12 @@
 #include "internal/streams.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 // Unbuffered, so that one system call transfers the value and a value that the kernel rejects fails
 // there; buffered, it would fail only at the close, unreported.
-std::FILE *open_attribute(const talvera::FormattedPath &path, const char *mode) {
+std::FILE *open_attribute(const FormattedPath &path, const char *mode) {
   std::FILE *stream = std::fopen(path.c_str(), mode);
   if (stream != nullptr) std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
@@ -27,6 +28,9 @@ void require_buffer(const void *buf) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, ...) {
   require_buffer(buf);

@@ -71,32 +71,31 @@ class RuleBuilder {
 }  // namespace
 }  // namespace talvera::ipt
 
-using namespace talvera;
-using ipt::strip_negation;
+using namespace talvera::ipt;
 
 extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destination,
                                            const char *protocol, const char *external_port,
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
-  ipt::RuleBuilder builder;
+  RuleBuilder builder;
   // The protocol's "!" sets a bit that is never rendered: a negated protocol intentionally comes
   // out without its "!".
   std::uint8_t mask = 0;
-  protocol = strip_negation(ipt::kNothingBit, mask, protocol);
-  char *port = ipt_make_port_value(strip_negation(ipt::kOptionValueBit, mask, external_port));
+  protocol = strip_negation(kNothingBit, mask, protocol);
+  char *port = ipt_make_port_value(strip_negation(kOptionValueBit, mask, external_port));
   if (port == nullptr) return nullptr;
-  char *protocol_value = builder.copy(ipt::is_protocol(protocol) ? protocol : nullptr);
+  char *protocol_value = builder.copy(is_protocol(protocol) ? protocol : nullptr);
   builder.add_param(IPT_PARAM_PROTOCOL, mask, protocol_value, IPT_OPTION_DPORT, port);
   mask = 0;
-  destination = strip_negation(ipt::kValueBit, mask, destination);
+  destination = strip_negation(kValueBit, mask, destination);
   builder.add_param(IPT_PARAM_DESTINATION, mask, builder.copy(destination), IPT_OPTION_NONE,
                     nullptr);
   builder.add_match(IPT_MATCH_STATE, 0, IPT_OPTION_STATE, builder.copy("NEW,ESTABLISHED,RELATED"));
   if (builder.failed()) return nullptr;
 
-  char range[ipt::kTargetSize] = "";
+  char range[kTargetSize] = "";
   if (ipt_calc_portrange(port, internal_port, range, sizeof range) != 0) return nullptr;
-  char target[ipt::kTargetSize];
+  char target[kTargetSize];
   const char *colon = range[0] != '\0' ? ":" : "";
   if (std::snprintf(target, sizeof target, "%s%s%s", internal_host, colon, range) < 0) {
     return nullptr;
@@ -106,7 +105,7 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
 
 extern "C" ipt_rule *ipt_make_nat_onoff_rule(uint32_t command, const char *interface) {
   if (interface == nullptr) return nullptr;
-  ipt::RuleBuilder builder;
+  RuleBuilder builder;
   builder.add_param(IPT_PARAM_OUT_INTERFACE, 0, builder.copy(interface), IPT_OPTION_NONE, nullptr);
   return builder.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
 }
@@ -114,13 +113,13 @@ extern "C" ipt_rule *ipt_make_nat_onoff_rule(uint32_t command, const char *inter
 extern "C" ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                            const char *source_range) {
   if (destination == nullptr || source_range == nullptr) return nullptr;
-  ipt::RuleBuilder builder;
+  RuleBuilder builder;
   std::uint8_t mask = 0;
-  destination = strip_negation(ipt::kValueBit, mask, destination);
+  destination = strip_negation(kValueBit, mask, destination);
   builder.add_param(IPT_PARAM_DESTINATION, mask, builder.copy(destination), IPT_OPTION_NONE,
                     nullptr);
   mask = 0;
-  source_range = strip_negation(ipt::kOptionValueBit, mask, source_range);
+  source_range = strip_negation(kOptionValueBit, mask, source_range);
   builder.add_match(IPT_MATCH_IPRANGE, mask, IPT_OPTION_SRC_RANGE, builder.copy(source_range));
   return builder.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
 }

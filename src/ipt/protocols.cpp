@@ -8,6 +8,7 @@
 
 #include "talvera/ipt.h"
 
+namespace talvera::ipt {
 namespace {
 
 struct Protocol {
@@ -213,6 +214,9 @@ char initial(char lower_case) {
 }
 
 }  // namespace
+}  // namespace talvera::ipt
+
+using namespace talvera::ipt;
 
 extern "C" int wkp_prot_from_name(const char *name) {
   if (name == nullptr) return -1;

@@ -159,15 +159,15 @@ int append_all(const ipt_rule &rule, Line &line) {
 }  // namespace
 }  // namespace talvera::ipt
 
-using namespace talvera;
+using namespace talvera::ipt;
 
 extern "C" const char *ipt_target_string(uint32_t target) {
-  return target != IPT_TARGET_NONE ? ipt::name_of(ipt::kTargets, target) : nullptr;
+  return target != IPT_TARGET_NONE ? name_of(kTargets, target) : nullptr;
 }
 
 extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buf) {
-  ipt::Line line{buf, buf};
-  const int result = rule != nullptr ? ipt::append_all(*rule, line) : IPT_RULE_FAILED;
+  Line line{buf, buf};
+  const int result = rule != nullptr ? append_all(*rule, line) : IPT_RULE_FAILED;
   *line.end = '\0';
   return result;
 }

@@ -48,20 +48,20 @@ int not_provided() {
 }  // namespace
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *length) {
   *key = nullptr;
   *length = 0;
-  const ccert_toc_item *item = mfg::loaded_key();
-  if (item == nullptr) return fail(ENOENT);
+  const ccert_toc_item *item = loaded_key();
+  if (item == nullptr) return talvera::fail(ENOENT);
   switch (item->type) {
     case CCERT_KEY_PLAIN:
-      mfg::get_plain(*item, key, length);
+      get_plain(*item, key, length);
       break;
     case CCERT_KEY_PKCS8:
       if ((item->flags & CCERT_FLAG_ENCRYPTED) != 0) {
-        mfg::get_encrypted(*item, key, length);
+        get_encrypted(*item, key, length);
       } else {
         MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
       }
@@ -74,13 +74,13 @@ extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *lengt
 }
 
 extern "C" int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **, uint32_t *) {
-  return mfg::not_provided();
+  return not_provided();
 }
 
 extern "C" int MEAPCA_convertKeyPEM(void) {
-  return mfg::not_provided();
+  return not_provided();
 }
 
 extern "C" int MKEY_Decrypt(unsigned char *, uint32_t) {
-  return mfg::not_provided();
+  return not_provided();
 }

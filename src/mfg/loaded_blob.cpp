@@ -97,26 +97,26 @@ const ccert_toc_item *loaded_key() {
 
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" int ccert_location(void) {
   for (const unsigned int slot : {2U, 1U}) {
     std::uint32_t length;
-    if (mfg::query_size(slot, &length) == 0) return static_cast<int>(slot);
+    if (query_size(slot, &length) == 0) return static_cast<int>(slot);
   }
   return 0;
 }
 
 extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsigned int slot) {
   std::uint32_t size;
-  if (mfg::query_size(slot, &size) != 0) return mfg::report_read_failure();
-  MallocPtr<unsigned char> content = allocate<unsigned char>(size);
+  if (query_size(slot, &size) != 0) return report_read_failure();
+  talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(size);
   if (content == nullptr) return CCERT_NO_MEMORY;
   unsigned char *buffer = content.get();
   mfg_ccert_get_info info = {&buffer, &size, slot};
   if (mfg_ccert_get(&info) != 0) {
-    wipe(buffer, size);  // may be partly read
-    return mfg::report_read_failure();
+    talvera::wipe(buffer, size);  // may be partly read
+    return report_read_failure();
   }
   *length = size;
   *blob = content.release();
@@ -124,53 +124,52 @@ extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsig
 }
 
 extern "C" int ccert_init(void) {
-  mfg::location = ccert_location();
-  if (mfg::location == 0) return -1;
+  location = ccert_location();
+  if (location == 0) return -1;
   std::uint32_t length;
   unsigned char *content;
-  const int result =
-      ccert_get_ccertblob(&length, &content, static_cast<unsigned int>(mfg::location));
+  const int result = ccert_get_ccertblob(&length, &content, static_cast<unsigned int>(location));
   if (result != 0) return result;
-  const MallocPtr<unsigned char> blob(content);
-  const ScopedWipe wipe_keys(content, length);
+  const talvera::MallocPtr<unsigned char> blob(content);
+  const talvera::ScopedWipe wipe_keys(content, length);
   // An invalid blob intentionally counts as nothing to load, not as a failure.
-  if (!mfg::is_consistent(blob.get(), length)) {
-    mfg::replace_loaded(nullptr);
+  if (!is_consistent(blob.get(), length)) {
+    replace_loaded(nullptr);
     return 0;
   }
-  mfg::LoadedBlob *loaded_blob = mfg::load_blob(blob.get(), length);
+  LoadedBlob *loaded_blob = load_blob(blob.get(), length);
   if (loaded_blob == nullptr) return CCERT_NO_MEMORY;
-  mfg::replace_loaded(loaded_blob);
+  replace_loaded(loaded_blob);
   return 0;
 }
 
 extern "C" int ccert_deinit(void) {
-  if (mfg::loaded != nullptr) wipe(mfg::loaded, mfg::loaded->length);
-  std::free(mfg::loaded);
-  mfg::replace_loaded(nullptr);
+  if (loaded != nullptr) talvera::wipe(loaded, loaded->length);
+  std::free(loaded);
+  replace_loaded(nullptr);
   return 0;
 }
 
 extern "C" int ccert_get_location(void) {
-  return mfg::location;
+  return location;
 }
 
 extern "C" unsigned int ccert_get_data_count(void) {
-  return mfg::loaded != nullptr ? mfg::loaded->count : 0;
+  return loaded != nullptr ? loaded->count : 0;
 }
 
 extern "C" struct ccert_toc_item *ccert_get_toc_item_from_index(unsigned int index) {
-  return index < ccert_get_data_count() ? mfg::loaded->items() + index : nullptr;
+  return index < ccert_get_data_count() ? loaded->items() + index : nullptr;
 }
 
 extern "C" unsigned char *ccert_get_data_from_toc_item(const struct ccert_toc_item *item) {
-  return item != nullptr && mfg::loaded != nullptr ? mfg::loaded->data(*item) : nullptr;
+  return item != nullptr && loaded != nullptr ? loaded->data(*item) : nullptr;
 }
 
 extern "C" int ccert_get_data_from_index(unsigned int index, unsigned char **data, uint32_t *length,
                                          uint32_t *type, uint32_t *flags) {
   const ccert_toc_item *item = ccert_get_toc_item_from_index(index);
-  if (item == nullptr) return fail(EINVAL);
+  if (item == nullptr) return talvera::fail(EINVAL);
   *data = ccert_get_data_from_toc_item(item);
   *length = item->length;
   if (type != nullptr) *type = item->type;
@@ -179,9 +178,9 @@ extern "C" int ccert_get_data_from_index(unsigned int index, unsigned char **dat
 }
 
 extern "C" int ccert_get_client_cert(unsigned char **certificate, uint32_t *length) {
-  *certificate = ccert_get_data_from_toc_item(mfg::certificate_item);
-  *length = *certificate != nullptr ? mfg::certificate_item->length : 0;
-  return *certificate != nullptr ? 0 : fail(ENOENT);
+  *certificate = ccert_get_data_from_toc_item(certificate_item);
+  *length = *certificate != nullptr ? certificate_item->length : 0;
+  return *certificate != nullptr ? 0 : talvera::fail(ENOENT);
 }
 
 // The MAC address and common name of the certificate are never extracted.

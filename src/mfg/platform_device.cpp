@@ -7,6 +7,7 @@
 #include "internal/owners.h"
 #include "talvera/mfg.h"
 
+namespace talvera::mfg {
 namespace {
 
 constexpr char kDevicePath[] = "/dev/talvera";
@@ -14,6 +15,9 @@ constexpr char kDevicePath[] = "/dev/talvera";
 int device_fd = -1;
 
 }  // namespace
+}  // namespace talvera::mfg
+
+using namespace talvera::mfg;
 
 extern "C" int tvra_open(void) {
   // Intentionally without a reference count: one close closes the device.

@@ -11,9 +11,8 @@
 #include "process/reaped.h"
 #include "talvera/netu.h"
 
+namespace talvera::net {
 namespace {
-
-namespace process = talvera::process;
 
 constexpr int kAnswered = 1;  // arping's exit status when another host has the address
 
@@ -47,6 +46,9 @@ int wait_for(pid_t child) {
 }
 
 }  // namespace
+}  // namespace talvera::net
+
+using namespace talvera::net;
 
 extern "C" int netu_arping_test(const char *ifname, const char *address) {
   // Keeps a handler that reaps every child from taking this one's status, at least in this thread.
@@ -61,5 +63,8 @@ extern "C" int netu_arping_test(const char *ifname, const char *address) {
     run_arping(ifname, address);
   }
   const int code = wait_for(child);
-  return code == kAnswered || code == process::kKilled || code == process::kUnknownExit ? 1 : 0;
+  return code == kAnswered || code == talvera::process::kKilled ||
+                 code == talvera::process::kUnknownExit
+             ? 1
+             : 0;
 }

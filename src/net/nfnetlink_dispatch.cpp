@@ -128,40 +128,40 @@ int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
 
 }  // namespace talvera::net
 
-using namespace talvera;
+using namespace talvera::net;
 
 extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, const nlattr *first,
                                         int length) {
-  if (table == nullptr || table_size < 1 || first == nullptr) return fail(EINVAL);
+  if (table == nullptr || table_size < 1 || first == nullptr) return talvera::fail(EINVAL);
   std::fill_n(table, table_size, nullptr);
-  const auto *at = reinterpret_cast<net::Bytes>(first);
-  while (length >= net::kAttributeHeaderSize) {
-    const auto size = load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
-    if (!net::is_complete(length, size, net::kAttributeHeaderSize)) break;
+  const auto *at = reinterpret_cast<Bytes>(first);
+  while (length >= kAttributeHeaderSize) {
+    const auto size = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
+    if (!is_complete(length, size, kAttributeHeaderSize)) break;
     const int type =
-        load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & net::kTypeMask;
+        talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & kTypeMask;
     const void *start = at;
     if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
-    if (!net::advance(at, length, size)) break;
+    if (!advance(at, length, size)) break;
   }
   return 0;
 }
 
 extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, int length) {
-  if (handle == nullptr || data == nullptr) return fail(EINVAL);
-  const auto *at = static_cast<net::Bytes>(data);
+  if (handle == nullptr || data == nullptr) return talvera::fail(EINVAL);
+  const auto *at = static_cast<Bytes>(data);
   int result = 0;
-  while (length >= net::kHeaderSize) {
-    const net::Header header(at);
-    if (!net::is_complete(length, header.length, net::kHeaderSize)) break;
-    result = net::message_result(*handle, at, header);
-    if (result < net::kContinue) break;
-    if (!net::advance(at, length, header.length)) break;
+  while (length >= kHeaderSize) {
+    const Header header(at);
+    if (!is_complete(length, header.length, kHeaderSize)) break;
+    result = message_result(*handle, at, header);
+    if (result < kContinue) break;
+    if (!advance(at, length, header.length)) break;
   }
   return result;
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  net::WaitEnd end;
-  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, end);
+  WaitEnd end;
+  return nfnetlink_send(handle, message) < 0 ? -1 : wait_for_answer(*handle, 0, end);
 }

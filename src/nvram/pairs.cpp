@@ -12,6 +12,7 @@
 
 void *nvram_hash = nullptr;
 
+namespace talvera::nvram {
 namespace {
 
 constexpr int kBuckets = 256;
@@ -34,7 +35,7 @@ class Pin {
   }
   ~Pin() {
     if (nvram_shmid < 0) return;
-    const talvera::ErrnoSaver saver;
+    const ErrnoSaver saver;
     nvram_unlock();
   }
   Pin(const Pin &) = delete;
@@ -72,12 +73,12 @@ class Name {
 };
 
 void link(Entry &entry, int next) {
-  talvera::store_be16(entry.next, static_cast<std::uint16_t>(next));
+  store_be16(entry.next, static_cast<std::uint16_t>(next));
 }
 
 // The next entry of the chain; null at the end and for a corrupt link that leads out of the table.
 Entry *next_of(Entry *entries, const Entry &entry) {
-  const unsigned int index = talvera::load_be16(entry.next);  // a negative index is too large, too
+  const unsigned int index = load_be16(entry.next);  // a negative index is too large, too
   if (index == 0 || index >= NVRAM_ENTRIES) return nullptr;
   return entries[index].used != 0 ? entries + index : nullptr;
 }
@@ -161,6 +162,9 @@ void remove_first(Entry *entries, Entry &bucket) {
 }
 
 }  // namespace
+}  // namespace talvera::nvram
+
+using namespace talvera::nvram;
 
 extern "C" char *nvram_get(const char *name) {
   const Pin pin;

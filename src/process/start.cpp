@@ -13,16 +13,17 @@
 #include "talvera/process.h"
 #include "talvera/sdb.h"
 
+namespace talvera::process {
 namespace {
 
 // SIGCHLD handler that reaps every finished child: otherwise a stopped program would remain a
 // zombie and appear alive to process_wait().
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
-  const talvera::ErrnoSaver saver;
+  const ErrnoSaver saver;
   int status = 0;
   for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;)
-    talvera::process::record_exit(child, status);
+    record_exit(child, status);
 }
 
 // Interrupted system calls restart; children that are merely stopped raise no signal.
@@ -38,8 +39,7 @@ void install_reaper() {
 bool set_variable(const char *assignment) {
   const char *equals = std::strchr(assignment, '=');
   if (equals == nullptr) return true;
-  const talvera::MallocPtr<char> name(
-      strndup(assignment, static_cast<std::size_t>(equals - assignment)));
+  const MallocPtr<char> name(strndup(assignment, static_cast<std::size_t>(equals - assignment)));
   return name != nullptr && setenv(name.get(), equals + 1, 1) == 0;
 }
 
@@ -54,6 +54,9 @@ bool set_variable(const char *assignment) {
 }
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], char *const env[]) {
   install_reaper();

@@ -13,6 +13,7 @@
 #include "talvera/sdb.h"
 #include "talvera/utils.h"
 
+namespace talvera::process {
 namespace {
 
 constexpr pid_t kLowestPid = 2;
@@ -45,6 +46,9 @@ bool is_running(pid_t pid) {
 }
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" int process_signal(pid_t pid, int signal) {
   if (pid < kLowestPid) return PROCESS_INVALID;

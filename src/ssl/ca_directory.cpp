@@ -77,7 +77,8 @@ int remove_links(const char *link_path) {
 }  // namespace
 }  // namespace talvera::ssl
 
+using namespace talvera::ssl;
+
 extern "C" int SSL_cert_rehash(const char *cert_path, const char *link_path) {
-  return talvera::ssl::target_exists(cert_path) ? talvera::ssl::add_links(cert_path, link_path)
-                                                : talvera::ssl::remove_links(link_path);
+  return target_exists(cert_path) ? add_links(cert_path, link_path) : remove_links(link_path);
 }

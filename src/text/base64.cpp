@@ -9,6 +9,7 @@
 #include "internal/fail.h"
 #include "talvera/encode.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -98,6 +99,9 @@ class Decoder {
 };
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" int base64_encode(const unsigned char *data, unsigned int length, char *buf,
                              unsigned int *size) {

@@ -8,13 +8,14 @@
 #include "internal/ascii.h"
 #include "talvera/encode.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr unsigned char kGroupBit = 1;  // of the first byte (IEEE 802)
 
 // Value of a hexadecimal digit; the caller has checked that it is one.
 unsigned parse_macaddr_comp(char digit) {
-  const int c = talvera::digit_value(digit);
+  const int c = digit_value(digit);
   if (!((c >= 0) && (c <= 0xF))) {
     std::fputs("strutil: parse_macaddr_comp: Assertion `(c >= 0) && (c <= 0xF)' failed.\n", stderr);
     std::abort();
@@ -24,14 +25,14 @@ unsigned parse_macaddr_comp(char digit) {
 
 // Parses one group of one or two digits and surrounding white space; null if it has more or none.
 const char *take_group(const char *p, unsigned char *byte) {
-  p = talvera::skip_spaces(p);
+  p = skip_spaces(p);
   const char *const digits = p;
   unsigned value = 0;
-  for (; talvera::is_hex_digit(*p); ++p)
+  for (; is_hex_digit(*p); ++p)
     value = value << 4 | parse_macaddr_comp(*p);
   if (p - digits < 1 || p - digits > 2) return nullptr;
   *byte = static_cast<unsigned char>(value);
-  return talvera::skip_spaces(p);
+  return skip_spaces(p);
 }
 
 // Parses six groups; false if the text is anything else.
@@ -57,6 +58,9 @@ int validate(const char *s, bool allow_zero, bool allow_multicast,
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                              unsigned char mac[6]) {

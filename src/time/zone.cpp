@@ -10,6 +10,7 @@
 #include "internal/local_time.h"
 #include "talvera/time.h"
 
+namespace talvera::time {
 namespace {
 
 constexpr std::string_view kUnitedStatesRule = ",M3.2.0/2,M11.1.0/2";
@@ -71,6 +72,9 @@ class OffsetText {
 };
 
 }  // namespace
+}  // namespace talvera::time
+
+using namespace talvera::time;
 
 extern "C" int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size) {
   if (*zone == '\0' || *country == '\0') return join(buf, size, "UNK", "", "", "");
