@@ -1,6 +1,7 @@
 // Parsing of traceroute's work files: hops, response time, kind of error.
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

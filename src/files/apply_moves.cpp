@@ -11,8 +11,10 @@
 #include "files/apply_moves.h"
 
 #include <bit>
+#include <cstddef>
 
 #include "files/set.h"
+#include "internal/owners.h"
 
 namespace talvera::files {
 namespace {

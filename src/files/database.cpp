@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <span>
 
 #include "files/scanner.h"
 #include "files/set.h"
 #include "internal/format.h"
+#include "internal/owners.h"
 #include "internal/streams.h"
 
 namespace talvera::files {

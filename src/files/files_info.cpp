@@ -1,12 +1,14 @@
 // Sets of files: creation from a directory, lookups, changes of order, enable switch and flags.
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "files/set.h"
 #include "internal/fail.h"
+#include "internal/owners.h"
 #include "talvera/utils.h"
 
 static_assert(sizeof(of_file_info) == 44 && offsetof(of_file_info, enable) == 32);

@@ -1,10 +1,14 @@
 // Synchronises the saved settings with the files now in the directory.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "files/apply_moves.h"
 #include "files/set.h"
+#include "internal/owners.h"
 
 namespace talvera::files {
 namespace {

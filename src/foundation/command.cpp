@@ -1,5 +1,6 @@
 // Shell commands built from a format; failures are logged through the system database's log.
 #include <cerrno>
+#include <cstdarg>
 #include <cstdlib>
 
 #include "internal/format.h"

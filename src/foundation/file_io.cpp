@@ -1,9 +1,11 @@
 // Whole-file reading and exact-length transfers.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 
 #include "internal/fail.h"

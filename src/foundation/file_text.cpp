@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstddef>
 #include <cstring>
 
 #include "internal/fail.h"

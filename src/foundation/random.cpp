@@ -1,4 +1,5 @@
 // Random bytes and numbers from the kernel's devices.
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 

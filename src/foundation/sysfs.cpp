@@ -1,11 +1,13 @@
 // sysfs attributes and other small text files of the kernel.
 #include <syslog.h>
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 
 #include "internal/format.h"
+#include "internal/owners.h"
 #include "internal/streams.h"
 #include "talvera/utils.h"
 

@@ -1,4 +1,6 @@
 // Canned rules: pinhole, NAT on an interface, NAT for an address range.
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

@@ -1,4 +1,5 @@
 // Comparison of two rules.
+#include <cstdint>
 #include <cstring>
 
 #include "ipt/items.h"

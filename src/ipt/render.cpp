@@ -1,4 +1,6 @@
 // Rendering a rule as a command line, section by section.
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 

@@ -1,4 +1,5 @@
 // The rule record: creation, adding items, destruction.
+#include <cstdint>
 #include <cstdlib>
 
 #include "internal/owners.h"

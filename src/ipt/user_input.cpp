@@ -2,6 +2,7 @@
 #include "ipt/user_input.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 #include "internal/big_endian.h"

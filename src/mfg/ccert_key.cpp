@@ -1,6 +1,7 @@
 // The private key of the loaded client certificate blob, and the unimplemented conversions for
 // encoded keys.
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "internal/big_endian.h"

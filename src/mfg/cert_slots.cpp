@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"

@@ -2,9 +2,11 @@
 #include "mfg/loaded_blob.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>

@@ -1,4 +1,5 @@
 // Netfilter netlink: handles, subsystems, sending and receiving messages.
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>

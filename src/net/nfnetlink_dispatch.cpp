@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"

@@ -2,6 +2,8 @@
 // in overflow entries.
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

@@ -3,6 +3,7 @@
 #include <sys/shm.h>
 
 #include <cerrno>
+#include <cstdint>
 
 #include "internal/alias.h"
 #include "internal/fail.h"

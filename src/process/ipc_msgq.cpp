@@ -3,6 +3,7 @@
 
 #include <sys/ioctl.h>
 #include <sys/select.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <cstddef>

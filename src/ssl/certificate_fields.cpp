@@ -1,8 +1,10 @@
 // Certificates: parsing, loading, subject attributes, validity dates.
 #include <openssl/objects.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstring>
 
 #include "internal/owners.h"

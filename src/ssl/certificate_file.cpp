@@ -3,6 +3,7 @@
 #include <openssl/pem.h>
 #include <strings.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include <span>
 #include <utility>
 
+#include "internal/owners.h"
 #include "internal/streams.h"
 #include "internal/wipe.h"
 #include "ssl/nonblocking_file.h"

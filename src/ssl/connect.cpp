@@ -3,7 +3,9 @@
 #include <sys/ioctl.h>
 #include <sys/select.h>
 
+#include <cstddef>
 #include <cstring>
+#include <ctime>
 
 #include "internal/integer32.h"
 #include "ssl/openssl_compat.h"

@@ -3,6 +3,7 @@
 
 #include <openssl/asn1t.h>
 
+#include <cstddef>
 #include <cstring>
 #include <utility>
 

@@ -1,6 +1,5 @@
 // Parsing of MAC addresses entered by users.
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <span>

@@ -1,5 +1,6 @@
 // Range-checked numbers, port ranges and ATM virtual circuits.
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

@@ -1,6 +1,7 @@
 // Formatting of values into callers' buffers, and replacement of heap strings.
 #include <arpa/inet.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

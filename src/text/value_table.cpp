@@ -2,6 +2,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <span>
 

@@ -2,6 +2,7 @@
 // durations; integer powers.
 #include <sys/sysinfo.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>

@@ -1,5 +1,6 @@
 // Time zone strings and the SOAP date-time.
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
