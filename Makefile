@@ -99,7 +99,7 @@ footprint:
 
 bench:
 	@scripts/setup --check bench
-	@scripts/build release -DTALVERA_BENCH=ON all benchmarks
+	@scripts/build release -DTALVERA_BENCH=ON all talvera_benchmarks
 	scripts/bench build/release
 
 lint:
@@ -108,7 +108,7 @@ lint:
 
 faults:
 	@scripts/setup --check test
-	@scripts/build dev faults
+	@scripts/build dev talvera_faults
 	ctest --preset dev -R '^faults$$'
 
 # Seconds for each fuzz target.
