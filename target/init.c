@@ -1,5 +1,5 @@
-/* The first process of the emulated board: mounts what a system has, runs /test, says on the console how
- * that ended, and resets the board, at which the emulator ends. */
+/* The first process of the emulated board: mounts what a system has, runs /test, says on the
+ * console how that ended, and resets the board, at which the emulator ends. */
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/random.h>

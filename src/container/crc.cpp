@@ -1,4 +1,4 @@
-// Cyclic redundancy checks, byte by byte through tables made at compile time.
+// Cyclic redundancy checks, computed bytewise with tables built at compile time.
 #include "talvera/crc.h"
 
 #include <array>
@@ -11,7 +11,7 @@ namespace {
 template <typename Word>
 using Table = std::array<Word, 256>;
 
-// Entry i: the check of byte i, most significant bit first.
+// Entry i is the CRC of byte i, most significant bit first.
 template <std::unsigned_integral Word>
 constexpr Table<Word> table_msb_first(Word polynomial) {
   constexpr unsigned kWidth = sizeof(Word) * CHAR_BIT;
@@ -27,7 +27,7 @@ constexpr Table<Word> table_msb_first(Word polynomial) {
   return table;
 }
 
-// Entry i: the check of byte i, least significant bit first, with the reflected polynomial.
+// Entry i is the CRC of byte i, least significant bit first, for a reflected polynomial.
 template <std::unsigned_integral Word>
 constexpr Table<Word> table_lsb_first(Word reflected) {
   Table<Word> table{};
@@ -48,7 +48,7 @@ constexpr Table<std::uint16_t> kCrc16Be = table_msb_first<std::uint16_t>(0x1021)
 constexpr Table<std::uint16_t> kCrc16Le = table_lsb_first<std::uint16_t>(0x8408);
 constexpr Table<std::uint8_t> kCrc8 = table_msb_first<std::uint8_t>(0xD5);
 
-// The check after every byte of a text. The loop is turned so that it takes one branch a byte.
+// Applies `step` to each byte. Written as a do-while loop for a single branch per byte.
 template <typename Word, typename Step>
 [[gnu::always_inline]] inline Word over(const unsigned char *data, unsigned int length, Word crc,
                                         Step step) {

@@ -1,5 +1,4 @@
-// The list and its elements: life, attributes, insertion and removal by position, the spare
-// records.
+// List life cycle, attributes, positional insertion and removal, and the spare records.
 #include "talvera/list.h"
 
 #include <cerrno>
@@ -19,7 +18,7 @@ using talvera::fail;
 using talvera::container::backward;
 using talvera::container::forward;
 
-// The record's size on the 32-bit target.
+// Sizes on the 32-bit target.
 static_assert(sizeof(void *) != 4 || (sizeof(list_obj) == 64 && sizeof(list_elem) == 12));
 
 list_elem *allocate_element() {
@@ -31,7 +30,7 @@ list_elem *take_element(list_obj &list) {
   return allocate_element();
 }
 
-// Gives an element back, with its datum when that is the list's own.
+// Recycles or frees an element, and frees its datum if the list owns a copy.
 void drop_element(list_obj &list, list_elem *element) {
   if (list.attrs.copy_data != 0) std::free(element->data);
   if (list.spare_count < LIST_SPARES_MAX) {
@@ -55,8 +54,8 @@ std::uint32_t middle_position(std::uint32_t count) {
   return (count - 1) / 2;
 }
 
-// The element at a position of the list, reached from the nearest of head, middle and tail.
-// Position -1 is the head sentinel, behind which an insertion at 0 goes, also in an empty list.
+// The element at a position, reached from the nearest of head, middle and tail. Position -1, also
+// in an empty list, is the head sentinel, after which an insertion at 0 goes.
 list_elem *element_at(const list_obj &list, std::uint32_t position) {
   const std::uint64_t count = list.count;
   const std::uint32_t steps_from_head = position + 1;
@@ -67,11 +66,11 @@ list_elem *element_at(const list_obj &list, std::uint32_t position) {
   return backward(list.tail, list.count - position);
 }
 
-// Replaces a datum by a heap copy of it; false when there is no memory.
+// Replaces a datum with a heap copy; false when memory runs out.
 bool copy(const list_obj &list, void *&data) {
   const std::uint32_t size = list.attrs.meter(data);
   void *const block = std::malloc(size);
-  if (size > 0) {  // without a byte a null block will do
+  if (size > 0) {  // malloc(0) may return null
     if (block == nullptr) return false;
     std::memcpy(block, data, size);
   }
@@ -79,7 +78,7 @@ bool copy(const list_obj &list, void *&data) {
   return true;
 }
 
-// Inserts a datum at a position, behind the element before it.
+// Inserts a datum at `position`, after the element `left`.
 int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
   if (list.iterating != 0) return fail(EBUSY);
   void *stored = const_cast<void *>(data);
@@ -118,7 +117,7 @@ void remove_element(list_obj &list, list_elem *element, std::uint32_t position) 
 }
 
 void *extract_element(list_obj &list, list_elem *element, std::uint32_t position) {
-  void *data = std::exchange(element->data, nullptr);  // the caller's from now on, not to be freed
+  void *data = std::exchange(element->data, nullptr);  // now owned by the caller
   remove_element(list, element, position);
   return data;
 }
@@ -130,7 +129,7 @@ int set_attribute(list_obj *list, Function list_attrs::*attribute, Function valu
   return 0;
 }
 
-// What an empty list without spare records is made of.
+// Frees everything that an empty list without spare records owns.
 void free_frame(const list_obj &list) {
   std::free(list.spares);
   std::free(list.head);
@@ -157,7 +156,7 @@ extern "C" int list_init(list_obj *list) {
 }
 
 extern "C" void list_destroy(list_obj *list) {
-  if (list->head == nullptr) return;  // list_init() has failed
+  if (list->head == nullptr) return;  // list_init() failed
   list->iterating = 0;
   list_clear(list);
   while (list->spare_count > 0) {
@@ -235,7 +234,7 @@ extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) 
   const std::uint32_t left = list->count - removed;
   if (left == 0) return list_clear(list);
 
-  // Both are looked up by position, before anything is unlinked.
+  // Both lookups by position come before anything is unlinked.
   list_elem *element = element_at(*list, first);
   const std::uint32_t middle = middle_position(left);
   list->mid = element_at(*list, middle < first ? middle : middle + removed);

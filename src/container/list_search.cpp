@@ -1,11 +1,12 @@
-// Looking at a list: size, searches, least and greatest datum, hash, iteration.
+// List queries: size, search, minimum and maximum, hash, iteration.
 #include <cstdint>
 
 #include "talvera/list.h"
 
 namespace {
 
-// The datum for which `replaces(candidate, datum)` holds for no later one; the earliest of several.
+// The extreme datum: each later datum whose comparison satisfies `replaces` becomes the candidate,
+// so that the earliest of equals wins.
 template <typename Replaces>
 void *extreme(const list_obj &list, Replaces replaces) {
   if (list.attrs.comparator == nullptr || list.count == 0) return nullptr;
@@ -23,7 +24,7 @@ extern "C" uint32_t list_size(const list_obj *list) {
   return list->count;
 }
 
-// Deliberately 1 when the list is not empty: callers test it in this sense.
+// Intentionally 1 when the list is not empty: callers rely on the inverted sense.
 extern "C" int list_empty(const list_obj *list) {
   return list->count > 0 ? 1 : 0;
 }
@@ -88,7 +89,8 @@ extern "C" int list_iterator_start(list_obj *list) {
 
 extern "C" void *list_iterator_next(list_obj *list) {
   list_elem *element = list->iter_cursor;
-  // Past the end the cursor goes over the tail sentinel, whose datum is null, and stops there.
+  // After the last element, the cursor moves over the tail sentinel, whose datum is null, and
+  // stops.
   if (list->iterating == 0 || element == nullptr) return nullptr;
   list->iter_cursor = element->next;
   ++list->iter_position;

@@ -1,5 +1,5 @@
-// Sorting a list in place: quicksort with random pivots, selection sort for short ranges. Data
-// pointers change places, elements do not.
+// In-place list sort: quicksort with random pivots, selection sort for short ranges. Swaps data
+// pointers, not elements.
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -14,7 +14,7 @@ namespace {
 using talvera::container::backward;
 using talvera::container::forward;
 
-constexpr std::uint32_t kShortRange = 25;  // below this many elements selection sort takes over
+constexpr std::uint32_t kShortRange = 25;  // ranges with fewer elements use selection sort
 
 struct Range {
   list_elem *first;
@@ -30,7 +30,7 @@ class Sorter {
   void sort(Range range) const;
 
  private:
-  // Positive when a's place is before b's.
+  // Positive if a belongs before b.
   [[nodiscard]] int order(const void *a, const void *b) const {
     const int result = comparator_(a, b);
     return ((result > 0) - (result < 0)) * sign_;
@@ -49,18 +49,17 @@ const void *random_pivot(Range range) {
   return element->data;
 }
 
-// Splits a range into what goes before a pivot and what goes behind it. What equals the pivot is
-// gathered between them, in its final place, so many equal data cost no extra time.
+// Three-way partition into data before and after the pivot. Data equal to the pivot end up between
+// them in their final place, so many equal data cost no extra time.
 std::pair<Range, Range> Sorter::partition(Range range) const {
   const void *const pivot = random_pivot(range);
   list_elem *equal = range.first;  // the first element known to equal the pivot
-  list_elem *next = range.first;   // the first element not looked at
-  list_elem *last = range.last;    // the last element not looked at
+  list_elem *next = range.first;   // the first unvisited element
+  list_elem *last = range.last;    // the last unvisited element
   Range before{range.first, nullptr, 0};
   Range behind{nullptr, range.last, 0};
   for (std::uint32_t left = range.size; left > 0; --left) {
-    // The pivot is in its place whatever the comparator says, so that every pass takes something
-    // out.
+    // The pivot equals itself whatever the comparator says, so that every pass makes progress.
     const int place = next->data == pivot ? 0 : order(next->data, pivot);
     if (place < 0) {
       std::swap(next->data, last->data);
@@ -90,7 +89,7 @@ void Sorter::selection_sort(Range range) const {
   }
 }
 
-// Only the smaller part is left to a call of its own, so the calls nest no deeper than log2(size).
+// Recurses only into the smaller part, which limits the recursion depth to log2(size).
 void Sorter::sort(Range range) const {
   while (range.size >= kShortRange) {
     auto [smaller, larger] = partition(range);

@@ -1,4 +1,4 @@
-// Steps along the elements of a list.
+// Walks along the elements of a list.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Ready-made comparators, meters and hash computers of the list.
+// Predefined comparators, meters and hash functions of the list.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -15,13 +15,14 @@ T value_of(const void *data) {
   return *static_cast<const T *>(data);
 }
 
-// Positive when a is the smaller one, the sign that lists go by.
+// Positive if a is smaller, as lists expect.
 template <typename T>
 int compare(const void *a, const void *b) {
   return (value_of<T>(a) < value_of<T>(b)) - (value_of<T>(a) > value_of<T>(b));
 }
 
-// The conversion to a signed 32-bit integer, made definite where C leaves it open.
+// Converts to a signed 32-bit integer; for floating point, C leaves out-of-range values undefined,
+// so they saturate and NaN gives 0.
 template <typename T>
 std::uint32_t hash_number(const void *data) {
   const T value = value_of<T>(data);
@@ -96,8 +97,8 @@ extern "C" uint32_t list_hashcomputer_string(const void *data) {
   const auto *text = static_cast<const signed char *>(data);
   std::uint32_t hash = 123;
   for (std::uint32_t i = 0; text[i] != 0; ++i) {
-    // The first character counts as its distance from itself, so it does not change the hash of the
-    // rest; only the lowest byte takes part, with its sign.
+    // The first character intentionally counts as 0, so that it does not affect the hash. Only the
+    // lowest byte of the mix is added, sign-extended.
     const std::uint32_t character = i == 0 ? 0 : static_cast<std::uint32_t>(text[i]);
     const auto part = static_cast<std::int8_t>(character ^ hash);
     hash += static_cast<std::uint32_t>(part) << (8 * (i % 4));

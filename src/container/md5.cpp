@@ -12,7 +12,7 @@
 namespace {
 
 constexpr std::size_t kBlockSize = 64;
-constexpr std::size_t kLengthOffset = 56;  // where the bit count is in the last block
+constexpr std::size_t kLengthOffset = 56;  // of the bit count in the last block
 
 // Entry i is the integer part of 2^32 * abs(sin(i + 1)).
 constexpr std::array<std::uint32_t, 64> kSines = {
@@ -40,8 +40,8 @@ void store_le32(unsigned char *bytes, std::uint32_t value) {
 using State = std::uint32_t[4];
 using Block = std::uint32_t[16];
 
-// What a round adds to a sum, mixed of the words x, y and z. Each step waits for the x of the step
-// before, so x comes last. In G the two terms have no bit in common and can be added one by one.
+// The four auxiliary functions, each added to a sum. A step depends on the x of the step before, so
+// x comes last. In G the two terms have no common bits and can be added separately.
 struct F {
   static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
     return sum + (z ^ (x & (y ^ z)));
@@ -63,8 +63,7 @@ struct I {
   }
 };
 
-// The block's word that each step takes. Round after round it begins at another one, and goes on by
-// another stride.
+// Index of the message word for each step. Each round has its own first index and stride.
 constexpr std::array<std::uint8_t, 64> kWords = [] {
   constexpr unsigned kFirst[] = {0, 1, 5, 0};
   constexpr unsigned kStride[] = {1, 5, 3, 7};
@@ -80,13 +79,13 @@ template <typename Mix>
   w = x + std::rotl(Mix::add(w + added, x, y, z), shift);
 }
 
-// A round: 16 steps, its `Number` counted from 0. Four shifts take turns.
+// Round `Number`, counted from 0: 16 steps with four alternating shifts.
 template <typename Mix, unsigned Number, int S1, int S2, int S3, int S4>
 [[gnu::always_inline]] inline void round(State &state, const Block &block) {
   auto [a, b, c, d] = state;
   const std::uint32_t *const sines = &kSines[16 * Number];
   const std::uint8_t *const words = &kWords[16 * Number];
-  // Word numbers and sines become constants of the code, unless it is to be small.
+  // Unrolled for speed, so that indices and sines become constants; not when optimising for size.
 #ifndef __OPTIMIZE_SIZE__
 #pragma GCC unroll 4
 #endif
@@ -118,7 +117,7 @@ void add_block(State &state, const unsigned char *bytes) {
   }
 }
 
-// Bytes waiting in the buffer.
+// Number of bytes in the buffer.
 std::size_t pending(const md5_context &context) {
   return context.count[0] / 8 % kBlockSize;
 }
@@ -134,7 +133,7 @@ extern "C" void MD5CInit(md5_context *context) {
   context->count[1] = 0;
 }
 
-extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, unsigned int length) {
+extern "C" void MD5CUpdate(md5_context *context, const unsigned char *data, unsigned int length) {
   if (length == 0) return;
   std::size_t filled = pending(*context);
   const std::uint32_t bits = length << 3;
@@ -144,18 +143,18 @@ extern "C" void MD5CUpdate(md5_context *context, const unsigned char *input, uns
   std::size_t left = length;
   if (filled > 0 && filled + left >= kBlockSize) {
     const std::size_t missing = kBlockSize - filled;
-    std::memcpy(context->buffer + filled, input, missing);
+    std::memcpy(context->buffer + filled, data, missing);
     add_block(context->state, context->buffer);
-    input += missing;
+    data += missing;
     left -= missing;
     filled = 0;
   }
   if (filled == 0) {
-    for (; left >= kBlockSize; left -= kBlockSize, input += kBlockSize) {
-      add_block(context->state, input);
+    for (; left >= kBlockSize; left -= kBlockSize, data += kBlockSize) {
+      add_block(context->state, data);
     }
   }
-  std::memcpy(context->buffer + filled, input, left);
+  std::memcpy(context->buffer + filled, data, left);
 }
 
 extern "C" void MD5CFinal(unsigned char digest[MD5_DIGEST_SIZE], md5_context *context) {

@@ -1,4 +1,4 @@
-// The command line of traceroute, in a buffer whose room is reckoned in a way of its own.
+// The command line of traceroute, built in a buffer with unusual space accounting.
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
@@ -11,9 +11,10 @@
 namespace talvera::diag {
 namespace {
 
-// Deliberately, each piece takes the whole length written so far off the room, not its own length.
-// This decides which trailing pieces a small buffer loses. The room wraps below zero, and is then
-// huge to all but the switches, which compare it as a signed number.
+// Intentionally, each piece deducts the total length written so far from the remaining space, not
+// its own length. This decides which trailing pieces a small buffer omits. The remaining space
+// wraps below zero and is then huge for all pieces except switches, which compare it as a signed
+// number.
 class CommandLine {
  public:
   CommandLine(char *buffer, std::uint32_t size) : buffer_(buffer), room_(size) {}
@@ -32,7 +33,7 @@ class CommandLine {
   [[gnu::noinline]] void append_number(char letter, int number, std::uint32_t least_room) {
     if (number > 0 && room_ >= least_room) append(" -%c %d", letter, number);
   }
-  // `before` goes with the text when that fits.
+  // Appends `before` and `text` if both fit.
   [[gnu::noinline]] void append_text(const char *before, const char *text) {
     if (std::strlen(text) + std::strlen(before) < room_) append("%s%s", before, text);
   }
@@ -54,12 +55,12 @@ constexpr char kProgram[] = "traceroute";
 extern "C" int ipdiag_tr_makeparam(const char *host, const char *ifname, std::int32_t queries,
                                    std::int32_t max_hops, std::int32_t wait, std::int32_t tos,
                                    std::uint16_t port, std::int32_t icmp, std::int32_t packet_len,
-                                   char *buf, std::uint16_t ipv6, std::uint32_t buf_size) {
+                                   char *buf, std::uint16_t ipv6, std::uint32_t size) {
   using talvera::diag::kProgram;
   if (host == nullptr) return talvera::fail(EINVAL);
-  if (buf_size < sizeof kProgram) return 0;  // no room for the name and its terminator
+  if (size < sizeof kProgram) return 0;  // too small for the name and its terminator
 
-  talvera::diag::CommandLine line(buf, buf_size);
+  talvera::diag::CommandLine line(buf, size);
   line.append("%s", kProgram);
   line.append_switch(ipv6 != 0, " -6");
   line.append_switch(icmp != 0, " -I");

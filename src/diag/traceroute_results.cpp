@@ -1,4 +1,4 @@
-// The results of traceroute, from its work files: hops, response time, kind of error.
+// Parsing of traceroute's work files: hops, response time, kind of error.
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -42,7 +42,7 @@ std::FILE *open_work_file(const char *name, const char *kind) {
   return std::fopen(path, "r");
 }
 
-// Copies at most what fits, and terminates.
+// Copies with truncation and terminates.
 template <std::size_t Size>
 void copy(char (&to)[Size], const char *from, std::size_t length) {
   if (length >= Size) length = Size - 1;
@@ -50,7 +50,7 @@ void copy(char (&to)[Size], const char *from, std::size_t length) {
   to[length] = '\0';
 }
 
-// The header's first text in parentheses.
+// Extracts the header's first text in parentheses.
 void take_destination(const char *header, char (&destination)[kDestinationSize]) {
   const char *open = std::strchr(header, '(');
   if (open != nullptr) copy(destination, open + 1, std::strcspn(open + 1, ")\n"));
@@ -69,14 +69,14 @@ void append_time(tr_hop &hop, const char *token) {
   std::memcpy(hop.times + used + length, ",", 2);
 }
 
-// A marker may be followed by the line's end, or by traceroute's own details.
+// A marker may be followed by the end of the line or by details.
 void take_marker(tr_hop &hop, const char *token) {
   for (const Marker &marker : kMarkers) {
     if (std::strncmp(token, marker.text, 2) == 0) hop.status = marker.status;
   }
 }
 
-// Token 1, the hop number, is not kept.
+// Token 1, the hop number, is ignored.
 void take_token(tr_hop &hop, int number, const char *token) {
   if (number == 1 || *token == '*') return;
   if (number == 2) {

@@ -1,4 +1,4 @@
-// The database file of a set of files: writing and reading.
+// Reading and writing the database file of a set of files.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -23,8 +23,8 @@ std::FILE *open_database(const char *dir, const char *dbname, const char *mode) 
 
 // ---- Writing --------------------------------------------------------------------------------
 
-// The first item of each order from 1 to one past the set's count, so that writing asks for each
-// order once instead of searching the set for it.
+// Maps each order, from 1 to one past the set's count, to the first item that has it, so that
+// writing does not search the set for each order.
 class OrderIndex {
  public:
   explicit OrderIndex(std::span<const of_file_info> items)
@@ -50,7 +50,7 @@ class OrderIndex {
 
 // ---- Reading --------------------------------------------------------------------------------
 
-// Without two numbers the file counts as one of no items.
+// A malformed header means an empty set.
 void read_header(Scanner &scanner, std::int32_t &version, std::int32_t &count) {
   if (scanner.character('#') && scanner.decimal(version) && scanner.character(':') &&
       scanner.decimal(count)) {
@@ -60,8 +60,7 @@ void read_header(Scanner &scanner, std::int32_t &version, std::int32_t &count) {
   count = 0;
 }
 
-// Whether the file is long enough for so many items: a header that asks for more is not worth the
-// memory.
+// Whether the file is long enough for `count` items: protects the allocation from a bogus header.
 bool may_hold(std::FILE *file, std::int32_t count) {
   constexpr off_t kShortestItem = sizeof "1:1:0:a\n" - 1;
   struct stat status;
@@ -102,7 +101,7 @@ of_files_info *read_set(std::FILE *file) {
 using namespace talvera;
 
 extern "C" int of_serialize(const struct of_files_info *set, const char *dir, const char *dbname) {
-  // Made before the file is emptied, so that a lack of memory costs no settings.
+  // Built before the file is truncated, so that running out of memory loses no settings.
   const files::OrderIndex index(files::items(*set));
   if (!index.valid()) return -1;
   FilePtr file(files::open_database(dir, dbname, "w+"));
@@ -113,8 +112,8 @@ extern "C" int of_serialize(const struct of_files_info *set, const char *dir, co
     if (item == nullptr) continue;
     std::fprintf(file.get(), "%d:%d:%x:%s\n", item->order, item->enable, item->flags, item->name);
   }
-  // Flushed while there is a stream to ask: not every C library's fclose() and fflush() tell of
-  // what could not be written.
+  // Flushed and checked with ferror(): fclose() and fflush() of some C libraries do not report all
+  // write errors.
   if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) return -1;
   return std::fclose(file.release()) == 0 ? 0 : -1;
 }

@@ -1,4 +1,4 @@
-// Sets of files: building from a directory, look-ups, and changes of order, switch and flags.
+// Sets of files: creation from a directory, lookups, changes of order, enable switch and flags.
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -15,7 +15,7 @@ static_assert(offsetof(of_files_info, items) == 8);
 namespace talvera::files {
 namespace {
 
-// The list of a directory's regular files.
+// Owns the list of a directory's regular files.
 class FileList {
  public:
   explicit FileList(const char *dir) : count_(uf_get_dirent_list(dir, &entries_)) {}
@@ -76,7 +76,7 @@ extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, 
   of_files_info *built = files::allocate_set(static_cast<std::size_t>(accepted));
   if (built == nullptr) return -1;
 
-  // The filter is the caller's: should it change its mind, the set still ends where it was to end.
+  // Bounded by the allocation, in case the caller's filter accepts more names than the first time.
   std::int32_t filled = 0;
   for (const dirent *entry : list.entries()) {
     if (filled == accepted) break;

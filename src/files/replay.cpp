@@ -1,13 +1,13 @@
-// Replays a row of moves in a list, each item being moved at most once.
+// Computes the result of a sequence of moves in a list, in which each item moves at most once.
 //
-// The list is seen as two that are shuffled together: the items that wait (not moved yet, or never)
-// stay in their original order, and the moved items form a list that only grows. A place in the
-// whole list is therefore a gap before one of the waiting items and a rank among the moved ones.
+// The list is an interleaving of two lists: waiting items (not moved yet, or never moved) keep
+// their original order; moved items form a list that only grows. A position in the whole list is a
+// gap, before one of the waiting items, and a rank among the moved items.
 //
-// Forward, move by move: how many moved items stand in each gap gives the gap and the rank of the
-// next one. Backward: the item moved last keeps its rank; the one before takes its rank among the
-// places that are left, and so on, which gives the final list of moved items. The gaps then tell
-// how the two lists lie together.
+// The forward pass determines the gap and rank of each move from the number of moved items in each
+// gap. The backward pass reconstructs the final order of the moved items: the item moved last keeps
+// its rank, and each earlier item takes its rank among the places still free. Finally, both lists
+// are merged by gap.
 #include "files/replay.h"
 
 #include <bit>
@@ -17,10 +17,10 @@
 namespace talvera::files {
 namespace {
 
-// Numbers by index, all 1 at first, with their sums from the first on: a binary indexed tree.
+// A Fenwick tree (binary indexed tree) of prefix sums over numbers that are all 1 initially.
 class Sums {
  public:
-  // `tree` has room for one number more than there are.
+  // `tree` holds one entry more than there are numbers; entry 0 is unused.
   explicit Sums(std::span<std::int32_t> tree) : tree_(tree) {
     for (std::size_t i = 1; i < tree_.size(); ++i)
       tree_[i] = static_cast<std::int32_t>(i & -i);
@@ -43,7 +43,7 @@ class Sums {
     return first(index + 1) - first(index);
   }
 
-  // The index of the number with which the sum reaches `wanted`; one past the last if none does.
+  // The index of the number at which the prefix sum reaches `wanted`; one past the last if none.
   [[nodiscard]] std::size_t reaches(std::int32_t wanted) const {
     std::size_t index = 0;
     for (std::size_t step = std::bit_floor(tree_.size() - 1); step > 0; step /= 2) {
@@ -58,7 +58,7 @@ class Sums {
   std::span<std::int32_t> tree_;
 };
 
-// One block of memory, handed out in parts.
+// One block of memory from which spans are allocated.
 class Workspace {
  public:
   explicit Workspace(std::size_t numbers)
@@ -76,8 +76,8 @@ class Workspace {
   std::int32_t *rest_;
 };
 
-// Fills `list` with the moves in the final order of their items, from the rank that each item had
-// when it was placed.
+// Fills `list` with the indices of the moves in the final order of their items, given the rank of
+// each item at the time of its move.
 void order_by_ranks(std::span<const std::int32_t> ranks, Sums free_places,
                     std::span<std::int32_t> list) {
   for (std::size_t move = ranks.size(); move-- > 0;) {
@@ -90,11 +90,12 @@ void order_by_ranks(std::span<const std::int32_t> ranks, Sums free_places,
 }  // namespace
 
 bool replay(std::span<const Move> moves, std::span<of_file_info> items) {
-  // A mark behind the last item always waits, so that the end of the list is a gap as well.
+  // An imaginary item after the last one always waits, so that the end of the list is a gap as
+  // well.
   const std::size_t gaps = items.size() + 1;
   Workspace space(2 * (gaps + 1) + 3 * moves.size() + 1);
   if (!space.valid()) return false;
-  Sums all(space.take(gaps + 1));  // for each gap: the items in it and the waiting one behind it
+  Sums all(space.take(gaps + 1));  // per gap: moved items in it, plus the waiting item after it
   Sums waiting(space.take(gaps + 1));
   const auto ranks = space.take(moves.size());
   const auto moved = space.take(moves.size());

@@ -1,4 +1,4 @@
-// Where the items of a set end up after a row of moves.
+// The result of a sequence of moves in a set.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,14 @@
 namespace talvera::files {
 
 struct Move {
-  std::int32_t item;       // index in the set
+  std::int32_t item;       // index in the array of items
   std::int32_t new_order;  // 1 to the set's count
 };
 
-// Sets the orders that of_set_order_for_item() for each move in turn would leave in a set whose
-// orders are 1, 2, 3 ... in the order of the array; in n log n steps instead of its n for each
-// move. No item may be moved twice. False, with nothing changed, when memory runs out.
+// Sets the orders that of_set_order_for_item() called for each move in turn would produce, for a
+// set whose orders are 1, 2, 3, ... in array order. Takes O((n + m) log n) time for m moves instead
+// of O(n m). Each item may be moved at most once. Returns false, with nothing changed, when memory
+// runs out.
 bool replay(std::span<const Move> moves, std::span<of_file_info> items);
 
 }  // namespace talvera::files

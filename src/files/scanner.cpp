@@ -1,4 +1,4 @@
-// Fields of a database file.
+// Scanning the fields of a database file.
 #include "files/scanner.h"
 
 #include "internal/ascii.h"
@@ -58,7 +58,7 @@ bool Scanner::hexadecimal(std::uint32_t &value) {
   std::uint32_t magnitude;
   const Digits found = digits(16, UINT32_MAX, magnitude);
   if (found == Digits::kNone && (!zero || prefixed)) return false;
-  // As with strtoul() the minus counts only for what fits.
+  // As with strtoul(), a minus negates only a value that fits.
   value = negative && found != Digits::kTooMany ? 0 - magnitude : magnitude;
   return true;
 }

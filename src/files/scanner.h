@@ -1,5 +1,5 @@
-// Reads the fields of a database file from a stream. As with scanf, white space before a field does
-// not count; numbers saturate at the limits of 32 bits on every machine.
+// Scans the fields of a database file from a stream. As with scanf(), white space before a field is
+// skipped; numbers saturate at 32-bit limits on every machine.
 #pragma once
 
 #include <cstddef>
@@ -14,27 +14,27 @@ class Scanner {
  public:
   explicit Scanner(std::FILE *file) : file_(file), next_(next_character(file)) {}
 
-  // Each tells whether the field was there. What was not is left unread but for its beginning.
+  // Each returns whether the field is present. A mismatch may consume the start of the field.
   bool character(char wanted);
   bool decimal(std::int32_t &value);
   bool hexadecimal(std::uint32_t &value);
-  // A run of what is not white space, cut to fit with a terminator into `name` of
-  // `size` bytes, which are all zero.
+  // A run of characters other than white space, truncated to fit into `name` of `size` bytes, which
+  // must be zero.
   bool word(char *name, std::size_t size);
 
  private:
   void advance();
-  // Behind the last character one that is neither white space nor a digit.
+  // The lookahead character; EOF becomes a character that is neither white space nor a digit.
   [[nodiscard]] char next() const { return static_cast<char>(next_); }
   void skip_space();
-  // A sign, if there is one; tells whether it is a minus.
+  // An optional sign; true for a minus.
   bool minus();
   enum class Digits { kNone, kFit, kTooMany };
-  // Digits below `base`, up to `limit`; more gives the limit.
+  // Digits of `base`; a value above `limit` becomes `limit`.
   Digits digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value);
 
   std::FILE *file_;
-  int next_;  // the character to be read next, or EOF
+  int next_;  // lookahead character, or EOF
 };
 
 }  // namespace talvera::files

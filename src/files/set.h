@@ -13,8 +13,7 @@ using SetPtr = MallocPtr<of_files_info>;
 
 inline constexpr std::int32_t kVersion = 1;
 
-// A set with room for `count` items, for the caller to fill; null with errno set when memory runs
-// out.
+// A set of `count` uninitialised items; null with errno set when memory runs out.
 of_files_info *allocate_set(std::size_t count);
 
 inline std::span<of_file_info> items(const of_files_info &set) {

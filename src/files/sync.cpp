@@ -1,4 +1,4 @@
-// One pass that fits the saved settings to the files now in the directory.
+// Synchronises the saved settings with the files now in the directory.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -9,7 +9,7 @@
 namespace talvera::files {
 namespace {
 
-// The saved items by name; of those that share one, the first in the database comes first.
+// Saved items sorted by name; equal names stay in database order.
 class NameIndex {
  public:
   explicit NameIndex(std::span<const of_file_info> items)
@@ -17,7 +17,7 @@ class NameIndex {
     if (sorted_ == nullptr) return;
     const std::span all{sorted_.get(), size_};
     std::ranges::transform(items, all.begin(), [](const of_file_info &item) { return &item; });
-    // Pointers, sorted by libc: several times smaller than an inlined sort.
+    // qsort() of the C library: several times smaller than an inlined std::sort().
     std::qsort(all.data(), all.size(), sizeof(void *), by_name);
   }
 
@@ -30,7 +30,7 @@ class NameIndex {
   }
 
  private:
-  // Of one name, the first item comes first.
+  // Equal names compare by position.
   static int by_name(const void *left, const void *right) {
     const auto *a = *static_cast<const of_file_info *const *>(left);
     const auto *b = *static_cast<const of_file_info *const *>(right);
@@ -42,7 +42,7 @@ class NameIndex {
   std::size_t size_;
 };
 
-// Takes over what was saved. False when memory runs out.
+// Applies the saved settings to the current items. False when memory runs out.
 bool restore(const of_files_info &saved, std::span<of_file_info> current) {
   const NameIndex index(items(saved));
   const auto count = static_cast<std::int32_t>(current.size());
@@ -51,8 +51,8 @@ bool restore(const of_files_info &saved, std::span<of_file_info> current) {
   Move *const moves = block.get();
   Move *const new_files = moves + current.size();
 
-  // Known files go to their saved places first; the new ones, kept in the other half of the block,
-  // then go to the top, each above the one before.
+  // Known files first move to their saved positions; then each new file moves to the top. New files
+  // are collected in the second half of the block.
   std::size_t known = 0;
   std::size_t added = 0;
   for (std::int32_t i = 0; i < count; ++i) {

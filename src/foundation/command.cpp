@@ -1,4 +1,4 @@
-// Shell commands built from a format, their failure noted in the system database's log.
+// Shell commands built from a format; failures are logged through the system database's log.
 #include <cerrno>
 #include <cstdlib>
 
@@ -8,8 +8,8 @@
 
 namespace {
 
-// What a caller gets for a result of system(). A command that a signal killed has no exit code, and
-// deliberately counts as one that succeeded.
+// Maps a result of system() to the caller's. A command killed by a signal has no exit code and
+// intentionally counts as successful.
 int result_code(int status) {
   if (status == -1) return errno;
   return status >> 8 & 0xFF;
@@ -22,7 +22,7 @@ extern "C" int sdb_system(const char *format, ...) {
   va_start(arguments, format);
   const talvera::FormattedText<talvera::kCommandSize> command(format, arguments);
   va_end(arguments);
-  // A text that cannot be formatted is no command: running the empty one would report success.
+  // A format error does not run the empty command, which would report success.
   const int code = result_code(command.length() < 0 ? -1 : std::system(command.c_str()));
   if (code != 0) sdb_log(SDB_LOG_DEBUG, "sdb_system (ret %d): %s", code, command.c_str());
   return code;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kMessageSize = 256;
 
-// Opened by the first message and kept; -1 before, and after an open that failed.
+// Opened by the first message and kept open; -1 until an open succeeds.
 int console_fd = -1;
 
 int open_console() {
@@ -37,7 +37,8 @@ extern "C" int cons_printk(const char *format, ...) {
 
   const int length = std::min(message.length(), kMessageSize - 1);
   const ssize_t written = write(fd, message.c_str(), static_cast<std::size_t>(length));
-  // The console shows a carriage return after a line feed; a message that was cut has lost its own.
+  // The console needs a carriage return after a line feed. A truncated message has lost its own
+  // line feed.
   const bool whole = message.length() < kMessageSize;
   if (whole && message.c_str()[length - 1] == '\n') return static_cast<int>(write(fd, "\r", 1));
   return static_cast<int>(written);

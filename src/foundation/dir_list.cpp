@@ -16,7 +16,7 @@ int is_regular_file(const dirent *entry) {
   return entry->d_type == DT_REG;
 }
 
-// Byte order whatever locale the program has set, which alphasort() would follow.
+// Compares bytes; alphasort() would follow the program's locale.
 int compare_names(const dirent **a, const dirent **b) {
   return std::strcmp((*a)->d_name, (*b)->d_name);
 }

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Moves exactly `length` bytes with `transfer` (read or write), which gets the bytes done so far.
+// Transfers exactly `length` bytes. `transfer` calls read() or write() given the bytes done so far.
 template <typename Transfer>
 int transfer_fully(unsigned int length, Transfer transfer) {
   unsigned int done = 0;
@@ -29,8 +29,7 @@ int transfer_fully(unsigned int length, Transfer transfer) {
   return static_cast<int>(done);
 }
 
-// Reads until `size` bytes are there. An early end of file is asked again: the file may be in the
-// middle of being rewritten.
+// Reads exactly `size` bytes. Retries at an early end of file: the file may be being rewritten.
 bool read_whole(int fd, unsigned char *buffer, std::size_t size) {
   for (std::size_t done = 0; done < size;) {
     const ssize_t got = ::read(fd, buffer + done, size - done);
@@ -56,9 +55,9 @@ extern "C" long uf_fsize(int fd) {
   return fstat(fd, &status) == 0 ? static_cast<long>(status.st_size) : 0;
 }
 
-extern "C" int uf_readall(const char *directory, const char *name, unsigned char **buffer,
+extern "C" int uf_readall(const char *directory, const char *name, unsigned char **data,
                           unsigned int *length) {
-  *buffer = nullptr;
+  *data = nullptr;
   *length = 0;
   const talvera::UniqueFd file(uf_open(directory, name));
   if (file.get() < 1) return file.valid() ? talvera::fail(EBADF) : -1;
@@ -70,19 +69,19 @@ extern "C" int uf_readall(const char *directory, const char *name, unsigned char
   const auto bytes = static_cast<std::size_t>(status.st_size);
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr || !read_whole(file.get(), content.get(), bytes)) return -1;
-  *buffer = content.release();
+  *data = content.release();
   *length = static_cast<unsigned int>(bytes);
   return 0;
 }
 
-extern "C" int uf_full_read(int fd, void *buffer, unsigned int length) {
-  auto *bytes = static_cast<unsigned char *>(buffer);
-  return transfer_fully(length,
-                        [=](unsigned int done) { return ::read(fd, bytes + done, length - done); });
+extern "C" int uf_full_read(int fd, void *buf, unsigned int size) {
+  auto *bytes = static_cast<unsigned char *>(buf);
+  return transfer_fully(size,
+                        [=](unsigned int done) { return ::read(fd, bytes + done, size - done); });
 }
 
-extern "C" int uf_full_write(int fd, const void *buffer, unsigned int length) {
-  const auto *bytes = static_cast<const unsigned char *>(buffer);
+extern "C" int uf_full_write(int fd, const void *data, unsigned int length) {
+  const auto *bytes = static_cast<const unsigned char *>(data);
   return transfer_fully(
       length, [=](unsigned int done) { return ::write(fd, bytes + done, length - done); });
 }

@@ -1,4 +1,4 @@
-// Mapped files: the file map record and page-wise comparison.
+// Mapped files: the file map record and comparison of two files.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -18,8 +18,8 @@ namespace {
 using talvera::Mapping;
 using talvera::UniqueFd;
 
-// Maps the whole of the record's open file; false when it is empty, too large for the record's
-// 32-bit size, or cannot be mapped.
+// Maps the record's open file entirely; false if it is empty, too large for the record's 32-bit
+// size, or cannot be mapped.
 bool map_whole(filemap &file, int protection) {
   struct stat status;
   if (fstat(file.fd, &status) != 0) return false;
@@ -34,15 +34,14 @@ bool map_whole(filemap &file, int protection) {
   return true;
 }
 
-// The files are compared by windows that grow from one page, so that an early difference costs one
-// page of each, to this size: a long comparison is not a mapping call for every page, and holds
-// little of a 32-bit address space.
+// Files are compared in windows that grow from one page, so that an early difference costs one page
+// of each file, up to this size, which limits mapping calls as well as the use of a 32-bit address
+// space.
 constexpr off_t kLargestWindow = 1 << 20;
 
 enum class Comparison { kSame, kDifferent, kNotMapped };
 
-// Compares `size` bytes from `offset` on. The pages are populated by the mapping call itself:
-// cheaper than taking a fault for each.
+// Compares `size` bytes from `offset`. MAP_POPULATE is cheaper than a page fault for each page.
 Comparison compare(int fd1, int fd2, off_t offset, std::size_t size) {
   constexpr int kFlags = MAP_SHARED | MAP_POPULATE;
   const Mapping first(mmap(nullptr, size, PROT_READ, kFlags, fd1, offset), size);
@@ -98,7 +97,7 @@ extern "C" int file_diff(const char *path1, const char *path2) {
     const Comparison result =
         compare(file1.get(), file2.get(), offset, static_cast<std::size_t>(size));
     if (result == Comparison::kNotMapped && size > page) {
-      // Little address space or locked memory is left: single pages may still fit.
+      // Address space or locked memory is short: single pages may still fit.
       window = largest = page;
       continue;
     }

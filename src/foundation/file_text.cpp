@@ -1,4 +1,4 @@
-// Formatted paths, one-write text files, and removal of link targets.
+// Access by formatted path, text files written with one write(), removal of symbolic link targets.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,8 +14,9 @@
 namespace {
 
 constexpr mode_t kTextMode = 0660;
-constexpr int kMissingPath = 0xA000;  // file_delete's answer when there is nothing at the path
-constexpr std::size_t kLongestTarget = 128;  // characters of a link's target that are followed
+constexpr int kMissingPath =
+    0xA000;  // result of file_delete() when nothing is at the path at the path
+constexpr std::size_t kLongestTarget = 128;  // a longer link target is truncated followed
 
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,
@@ -58,8 +59,8 @@ extern "C" int file_create_write(const char *path_format, const char *string, ..
   return written;
 }
 
-// Deliberately not unlink(): only what a symbolic link points to is removed. For anything else the
-// target stays empty, and unlink of the empty string fails with nothing removed.
+// Intentionally removes only the target of a symbolic link, not the path itself. For anything else
+// the target stays empty, and unlink() of an empty string fails.
 extern "C" int file_delete(const char *path) {
   char target[kLongestTarget + 1] = {};
   if (path == nullptr) return kMissingPath;

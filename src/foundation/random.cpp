@@ -11,9 +11,9 @@ namespace {
 constexpr char kRandom[] = "/dev/random";
 constexpr char kUrandom[] = "/dev/urandom";
 
-// A byte that cannot be read is deliberately 0xFF, what EOF is as a byte, and no failure.
+// A failed read intentionally stores 0xFF, which is EOF as a byte, and is not an error.
 int read_device(const char *device, void *buffer, std::size_t length) {
-  char drawn[64];  // a small buffer: little more entropy is drawn than is asked for
+  char drawn[64];  // small, so that little more entropy is drawn than requested
   const talvera::FilePtr stream(std::fopen(device, "r"));
   if (stream == nullptr) return -1;
   std::setvbuf(stream.get(), drawn, _IOFBF, sizeof drawn);
@@ -32,12 +32,12 @@ std::uint32_t draw_number(const char *device) {
 
 }  // namespace
 
-extern "C" int rand_read(void *buffer, size_t length) {
-  return read_device(kRandom, buffer, length);
+extern "C" int rand_read(void *buf, size_t size) {
+  return read_device(kRandom, buf, size);
 }
 
-extern "C" int urand_read(void *buffer, size_t length) {
-  return read_device(kUrandom, buffer, length);
+extern "C" int urand_read(void *buf, size_t size) {
+  return read_device(kUrandom, buf, size);
 }
 
 extern "C" uint32_t rand_generate_uint32(void) {

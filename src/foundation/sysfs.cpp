@@ -1,4 +1,4 @@
-// Attributes of sysfs, and other small text files of the kernel's.
+// sysfs attributes and other small text files of the kernel.
 #include <syslog.h>
 
 #include <cstddef>
@@ -11,15 +11,15 @@
 
 namespace {
 
-// An attribute is moved by one system call straight between file and caller. Buffered, a value that
-// the kernel refuses would only be noticed at the close, and go unreported.
+// Unbuffered, so that one system call transfers the value and a value that the kernel rejects fails
+// there; buffered, it would fail only at the close, unreported.
 std::FILE *open_attribute(const talvera::FormattedPath &path, const char *mode) {
   std::FILE *stream = std::fopen(path.c_str(), mode);
   if (stream != nullptr) std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
 }
 
-// The check of a programming error, live in every kind of build and the same text in each.
+// An assertion that is active in every build type, with the same message in each.
 void require_buffer(const void *buf) {
   if (buf != nullptr) return;
   std::fputs("utils: sysfs_get_attr: Assertion `buf != ((void *)0)' failed.\n", stderr);

@@ -1,4 +1,4 @@
-// Second names of exported functions: the same code under another symbol.
+// Aliases: exported functions under a second symbol name.
 #pragma once
 
 #if defined(__has_attribute)

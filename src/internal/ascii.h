@@ -1,4 +1,4 @@
-// Classes of 8-bit characters, those of the POSIX locale whatever locale the program has set.
+// ASCII character classes and digit values, independent of the program's locale.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ constexpr bool is_space(char c) {
 }
 
 // Value of a decimal digit or a letter (10 to 35 in either case), the digits of bases up to 36; 255
-// for any other character. Inlined: the call would take longer.
+// for any other character. Inlined because a call would cost more.
 [[gnu::always_inline]] constexpr std::uint8_t digit_value(char c) {
   const auto digit = static_cast<std::uint8_t>(c - '0');
   if (digit < 10) return digit;

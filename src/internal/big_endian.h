@@ -1,4 +1,5 @@
-// Big-endian loads and stores, the byte order of every file, wire and shared-memory format here.
+// Unaligned big-endian loads and stores: the byte order of all file, wire and shared-memory formats
+// in the library.
 #pragma once
 
 #include <bit>
@@ -6,8 +7,8 @@
 
 namespace talvera {
 
-// A number at any address. Machines that cannot load from all have instructions for it, which a
-// copy of the bytes does not become.
+// A number at any address. The packed attribute makes compilers emit unaligned-access instructions
+// where the machine has them; for a memcpy() they do not.
 template <typename T>
 struct [[gnu::packed, gnu::may_alias]] Unaligned {
   T value;

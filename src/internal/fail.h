@@ -1,11 +1,11 @@
-// The failures that the library itself finds.
+// Reporting of failures that the library itself detects.
 #pragma once
 
 #include <cerrno>
 
 namespace talvera {
 
-// The result of a function that fails with errno set. Not inlined: it is returned in many places.
+// Sets errno and returns -1. Not inlined, for size: there are many call sites.
 [[gnu::noinline]] inline int fail(int error) {
   errno = error;
   return -1;

@@ -1,4 +1,4 @@
-// Text of a fixed greatest size, built from a printf format and cut when it does not fit.
+// Text formatted into a buffer of fixed size, truncated if it does not fit.
 #pragma once
 
 #include <cstdarg>
@@ -11,7 +11,7 @@ inline constexpr std::size_t kPathSize = 256;         // a path built from a cal
 inline constexpr std::size_t kJoinedPathSize = 4096;  // directory, "/" and name
 inline constexpr std::size_t kCommandSize = 512;      // a shell command
 
-// What vsnprintf() does; the text is empty after a failure.
+// Like vsnprintf(), but leaves the text empty on failure.
 __attribute__((noinline, format(printf, 3, 0))) inline int format_text(char *text, std::size_t size,
                                                                        const char *format,
                                                                        std::va_list arguments) {
@@ -23,13 +23,14 @@ __attribute__((noinline, format(printf, 3, 0))) inline int format_text(char *tex
 template <std::size_t Size>
 class FormattedText {
  public:
-  // Formats with the caller's argument list, which is used up and stays the caller's to end.
+  // Formats with the caller's argument list, which is indeterminate afterwards; the caller still
+  // calls va_end().
   __attribute__((format(printf, 2, 0))) FormattedText(const char *format, std::va_list arguments) {
     length_ = format_text(text_, Size, format, arguments);
   }
 
   [[nodiscard]] const char *c_str() const { return text_; }
-  // What vsnprintf returned: the whole text's length even when it was cut, negative on failure.
+  // The result of vsnprintf(): the untruncated length, or negative on failure.
   [[nodiscard]] int length() const { return length_; }
 
  private:

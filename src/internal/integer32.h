@@ -1,5 +1,5 @@
-// Text to integers of 32 bits, as strtol and strtoul convert where long has 32 bits: the same
-// result on machines whose long is wider. errno is left alone.
+// Conversion of text to 32-bit integers: strtol() and strtoul() with the results of a 32-bit long
+// on every machine. Leaves errno unchanged.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@
 namespace talvera {
 
 struct Integer32 {
-  const char *end;  // first character that is not part of the number; the start if none is
-  std::uint32_t as_unsigned;  // what strtoul gives: negated modulo 2^32, unless too large
-  std::int32_t as_signed;     // what strtol gives: the nearest value of the type
+  const char *end;            // first character after the number; the start if there is no number
+  std::uint32_t as_unsigned;  // strtoul(): negated modulo 2^32, unless too large
+  std::int32_t as_signed;     // strtol(): clamped to the range of the type
 };
 
-// Skips white space, takes a sign, then digits of `base`: 2 to 36, 16 with or without "0x", or
-// 0 for what a prefix says: "0x" for 16, "0" for 8, else 10.
+// Skips white space, then parses an optional sign and digits of `base`: 2 to 36; 16 accepts an "0x"
+// prefix; 0 derives the base from the prefix: "0x" for 16, "0" for 8, otherwise 10.
 [[gnu::noinline]] inline Integer32 parse_integer32(const char *text, unsigned base) {
   const char *end = text;
   const char *p = skip_spaces(text);
@@ -35,14 +35,14 @@ struct Integer32 {
     magnitude = static_cast<std::uint32_t>(value);
   }
   if (overflow) magnitude = UINT32_MAX;
-  // The most that a signed number of this sign can be.
+  // The largest magnitude of a signed number with this sign.
   const std::uint32_t most = INT32_MAX + std::uint32_t{negative};
   const std::uint32_t nearest = magnitude < most ? magnitude : most;
   return {end, negative && !overflow ? 0U - magnitude : magnitude,
           static_cast<std::int32_t>(negative ? 0U - nearest : nearest)};
 }
 
-// The number that a text begins with, as atoi() reads it; 0 if there is none.
+// Parses a leading decimal number like atoi(); 0 if there is none.
 [[gnu::noinline]] inline std::int32_t decimal32(const char *text) {
   return parse_integer32(text, 10).as_signed;
 }

@@ -1,12 +1,13 @@
-// Local time by the zone that is set now.
+// Local time in the current time zone.
 #pragma once
 
 #include <ctime>
 
 namespace talvera {
 
-// Unlike localtime(), localtime_r() need not look at TZ again; a daemon that lives through a change
-// of the zone is to see it. False when the C library cannot break the time down.
+// Calls tzset() because localtime_r(), unlike localtime(), need not read TZ again, and a
+// long-running daemon must follow changes of the zone. Returns false if the C library cannot
+// represent the time.
 [[gnu::noinline]] inline bool local_time(std::time_t when, std::tm &result) {
   tzset();
   return localtime_r(&when, &result) != nullptr;

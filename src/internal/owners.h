@@ -1,5 +1,4 @@
-// Owners of what a call takes from the system: each releases it on every path out and leaves errno
-// as the failing call set it.
+// Owners of system resources: each releases its resource on every return path and preserves errno.
 #pragma once
 
 #include <sys/mman.h>
@@ -12,7 +11,7 @@
 
 namespace talvera {
 
-// Puts errno back to what it was at construction.
+// Restores errno at the end of its scope.
 class ErrnoKeeper {
  public:
   ErrnoKeeper() = default;
@@ -24,15 +23,15 @@ class ErrnoKeeper {
   int saved_ = errno;
 };
 
-// Closes a descriptor, if it is one, and keeps errno. This and its like are not inlined: every
-// owner's end would carry a copy.
+// Closes a descriptor unless it is negative; preserves errno. This and similar functions are not
+// inlined, because each destructor call would carry a copy.
 [[gnu::noinline]] inline void close_descriptor(int fd) {
   if (fd < 0) return;
   const ErrnoKeeper keep;
   ::close(fd);
 }
 
-// A file descriptor; negative when it holds none.
+// Owns a file descriptor; negative while empty.
 class UniqueFd {
  public:
   UniqueFd() = default;
@@ -49,8 +48,8 @@ class UniqueFd {
   int fd_ = -1;
 };
 
-// What `Release` gives back to the system at the end of its scope, null or not. Unlike that of
-// std::unique_ptr, the end is always inlined: only so the pointer can stay in a register.
+// Owns an object released by `Release`, which accepts null. The destructor is always inlined,
+// unlike that of std::unique_ptr, so that the pointer can stay in a register.
 template <typename T, auto Release>
 class Owner {
  public:
@@ -83,12 +82,12 @@ class Owner {
   std::free(block);
 }
 
-// A block from malloc, the allocator that callers release with free().
+// A block from malloc(), which callers release with free().
 template <typename T>
 using MallocPtr = Owner<T, free_block>;
 
-// A block for `count` objects, to be filled by the caller; null with errno set when memory runs
-// out. Never null for want of a size: one of 0 objects has room for one.
+// An uninitialised block for `count` objects; null with errno set when memory runs out. A count of
+// 0 allocates one object, so that null always means failure.
 template <typename T>
 MallocPtr<T> allocate(std::size_t count) {
   // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
@@ -96,7 +95,7 @@ MallocPtr<T> allocate(std::size_t count) {
   return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
 }
 
-// A mapping; unmapped with its owner.
+// Owns a memory mapping.
 class Mapping {
  public:
   Mapping(void *address, std::size_t size) : address_(address), size_(size) {}

@@ -1,4 +1,4 @@
-// Keeps a signal from being handled for a while.
+// Scoped blocking of a signal.
 #pragma once
 
 #include <signal.h>
@@ -7,7 +7,7 @@
 
 namespace talvera {
 
-// While one lives, a signal is blocked in this thread.
+// Blocks a signal in this thread for its lifetime.
 class SignalBlock {
  public:
   explicit SignalBlock(int signal) {
@@ -23,7 +23,7 @@ class SignalBlock {
   SignalBlock(const SignalBlock &) = delete;
   SignalBlock &operator=(const SignalBlock &) = delete;
 
-  // Ends the block early, as in a child that goes on to another program.
+  // Unblocks early, for a child before exec.
   void restore() const { sigprocmask(SIG_SETMASK, &former_, nullptr); }
 
  private:

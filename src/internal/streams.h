@@ -1,5 +1,4 @@
-// Owners of standard streams: closed on every path out, errno kept. Reading that signals do not
-// end.
+// Owners of standard I/O streams, and reads that continue after signals.
 #pragma once
 
 #include <cerrno>
@@ -25,12 +24,12 @@ namespace talvera {
 // A stream of fopen().
 using FilePtr = Owner<std::FILE, close_stream>;
 
-// The output of a command, from popen(); its end waits for the command.
+// A stream of popen(), which reads a command's output; the destructor waits for the command.
 using PipePtr = Owner<std::FILE, close_pipe>;
 
-// What follows when a stream's buffer has no more: the next character, or EOF at the end and after
-// an error. A signal that interrupts the read, its handler installed without SA_RESTART, is no
-// error.
+// Handles the result of a read: retries while `character` is EOF because a signal handler installed
+// without SA_RESTART interrupted the read. Returns the next character; EOF at end of file or after
+// an error.
 [[gnu::noinline]] inline int character_after(int character, std::FILE *stream) {
   while (character == EOF && std::ferror(stream) != 0 && errno == EINTR) {
     std::clearerr(stream);
@@ -39,13 +38,13 @@ using PipePtr = Owner<std::FILE, close_pipe>;
   return character;
 }
 
-// The next character, as character_after() tells.
+// Like getc(), but continues after signals.
 inline int next_character(std::FILE *stream) {
   const int character = getc_unlocked(stream);
   return character != EOF ? character : character_after(character, stream);
 }
 
-// Reads a line, or as much of it as fits, as fgets() does, but keeps what came before a signal.
+// Like fgets(), but continues after signals without losing what was read before.
 [[gnu::noinline]] inline bool read_line(std::FILE *stream, char *line, std::size_t size) {
   char *end = line;
   char *const last = line + size - 1;

@@ -1,4 +1,4 @@
-// Erasing of secrets.
+// Erasure of secrets.
 #pragma once
 
 #include <cstddef>
@@ -6,13 +6,15 @@
 
 namespace talvera {
 
-// Overwrites with zeros, also when the compiler sees that nobody will read them.
+// Overwrites with zeros; the compiler cannot optimise this away even if nothing reads the bytes
+// again.
 inline void wipe(void *bytes, std::size_t size) {
   std::memset(bytes, 0, size);
   __asm__ volatile("" : : "r"(bytes) : "memory");
 }
 
-// Wipes a block at the end of its scope. Declared after the block's owner, which then frees it.
+// Wipes a block at the end of its scope. Declare it after the block's owner, which frees the block
+// after the wipe.
 class WipeAtEnd {
  public:
   WipeAtEnd(void *bytes, std::size_t size) : bytes_(bytes), size_(size) {}

@@ -13,15 +13,15 @@ constexpr std::size_t kRecordSize = 10;  // with two digits of prefix length
 
 }  // namespace
 
-extern "C" int captiveportal_make_addrbuf(const char *records, char *buffer, size_t size,
+extern "C" int captiveportal_make_addrbuf(const char *records, char *buf, size_t size,
                                           unsigned int index) {
   const char *const start = records + kRecordSize * index;
-  char record[kRecordSize + 1] = {};  // stays empty from where the text ends
+  char record[kRecordSize + 1] = {};  // zero after the end of the text
   std::memcpy(record, start, strnlen(start, kRecordSize));
 
   const int prefix_length = std::atoi(record + kAddressDigits);
   record[kAddressDigits] = '\0';
   const auto address = static_cast<unsigned>(std::strtoul(record, nullptr, 16));
-  return std::snprintf(buffer, size, "%u.%u.%u.%u/%d", address >> 24, address >> 16 & 0xFF,
+  return std::snprintf(buf, size, "%u.%u.%u.%u/%d", address >> 24, address >> 16 & 0xFF,
                        address >> 8 & 0xFF, address & 0xFF, prefix_length);
 }

@@ -1,4 +1,4 @@
-// Names of the gateway's own chains, for applications.
+// Names of the gateway's own chains, exported for applications.
 #include "talvera/ipt.h"
 
 extern "C" {

@@ -1,4 +1,4 @@
-// Comparing two rules.
+// Comparison of two rules.
 #include <cstring>
 
 #include "ipt/items.h"

@@ -1,4 +1,4 @@
-// Reading the items of a rule: parameters and matches, which are laid out alike.
+// Access to the items of a rule: parameters and matches, which have the same layout.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace talvera::ipt {
 
-// A parameter or a match of a list, whatever type the program has written it with.
+// A parameter or match of a list, whichever type the program stored it as.
 struct [[gnu::may_alias]] Item {
   std::uint32_t item;
   std::uint8_t negation;
@@ -28,7 +28,7 @@ static_assert(offsetof(Item, option_value) == offsetof(ipt_param, option_value) 
               offsetof(Item, option_value) == offsetof(ipt_match, option_value));
 static_assert(sizeof(Item) == sizeof(ipt_param) && sizeof(Item) == sizeof(ipt_match));
 
-// A missing list is an empty one: rules for commands without items have none.
+// A null list counts as empty: rules for commands without items have none.
 inline std::uint32_t item_count(const list_obj *list) {
   return list == nullptr ? 0 : list_size(list);
 }

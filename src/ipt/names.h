@@ -1,4 +1,4 @@
-// Words of a command line by their numbers.
+// Tables of command line words, indexed by number.
 #pragma once
 
 #include <array>
@@ -10,12 +10,11 @@ namespace talvera::ipt {
 inline constexpr std::size_t kMostTables = 8;
 inline constexpr std::size_t kMostNames = 74;
 
-// Names of several enumerations one after the other, each ended by NUL: an array of pointers would
-// cost the loader a relocation for each name. An aggregate, which the compiler puts into read-only
-// memory.
+// Names of several enumerations, concatenated and NUL-terminated: an array of pointers would need a
+// load-time relocation per name. An aggregate, so that the compiler puts it into read-only memory.
 template <std::size_t Size>
 struct NameTables {
-  // The name of `number` in a table, which ends in a NUL; null when the table has no such number.
+  // The NUL-terminated name of `number` in a table; null if the table has no such number.
   [[nodiscard]] const char *name(std::size_t table, std::uint32_t number) const {
     const std::uint32_t first = firsts[table];
     return number < firsts[table + 1] - first ? text.data() + starts[first + number] : nullptr;
@@ -23,10 +22,10 @@ struct NameTables {
 
   std::array<char, Size> text;
   std::array<std::uint16_t, kMostNames> starts;
-  std::array<std::uint8_t, kMostTables> firsts;  // the number of the first name of each table
+  std::array<std::uint8_t, kMostTables> firsts;  // index of the first name of each table
 };
 
-// Takes a text in which a line feed ends each table.
+// Builds the tables from NUL-terminated names; a line feed ends each table.
 template <std::size_t Size>
 consteval NameTables<Size> name_tables(const char (&names)[Size]) {
   NameTables<Size> tables{};

@@ -1,4 +1,4 @@
-// Running rules: any rule, and the two commands for built-in chains.
+// Running a rule, and the two commands for built-in chains.
 #include <cstdio>
 #include <cstring>
 
@@ -8,7 +8,7 @@
 
 using talvera::ipt::RulePtr;
 
-// The command line is deliberately the format: "%%" in a text runs as "%".
+// The command line is intentionally used as the format: "%%" in an argument runs as "%".
 #pragma GCC diagnostic ignored "-Wformat-security"
 
 extern "C" int ipt_process_rule(const ipt_rule *rule) {

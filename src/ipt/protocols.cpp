@@ -15,7 +15,7 @@ struct Protocol {
   std::uint8_t number;
 };
 
-// By first letter; of one letter in the order in which names are looked up.
+// By first letter; within a letter in lookup order.
 constexpr Protocol kProtocols[] = {
     // a
     {"ARGUS", 13},
@@ -193,8 +193,8 @@ constexpr std::size_t kPackedSize = [] {
   return size;
 }();
 
-// The table as it is kept: for each protocol the number, the name and a NUL. Pointers would cost
-// more room, and the loader a relocation each.
+// The stored form of the table: for each protocol its number, its name and a NUL. Pointers would be
+// larger and need a load-time relocation each.
 constexpr std::array<char, kPackedSize> kPacked = [] {
   std::array<char, kPackedSize> packed{};
   auto *end = packed.begin();
@@ -207,7 +207,7 @@ constexpr std::array<char, kPackedSize> kPacked = [] {
   return packed;
 }();
 
-// What names are told apart by first: a letter, or none.
+// The initial by which lookups skip entries: a letter, or NUL for all else.
 char initial(char lower_case) {
   return lower_case >= 'a' && lower_case <= 'z' ? lower_case : '\0';
 }

@@ -1,4 +1,4 @@
-// The ready-made rules: pinhole, NAT on an interface, NAT for a range of addresses.
+// Canned rules: pinhole, NAT on an interface, NAT for an address range.
 #include <cstdio>
 #include <cstring>
 
@@ -9,26 +9,27 @@
 namespace talvera::ipt {
 namespace {
 
-// Numbers of the negation mask's bits.
+// Bit numbers of the negation mask.
 constexpr unsigned kNothingBit = 0;
 constexpr unsigned kValueBit = 1;
 constexpr unsigned kOptionValueBit = 3;
 
-constexpr std::size_t kTargetSize = 32;  // "host:ports", with its terminator
+constexpr std::size_t kTargetSize = 32;  // "host:ports" and terminator
 
-// A text without its "!", whose bit is set in the mask.
+// Strips a leading "!", setting its bit in the mask.
 const char *without_not(unsigned bit, std::uint8_t &mask, const char *text) {
   const char *rest = nullptr;
   ipt_parse_neg_val(bit, &mask, text, &rest);
   return rest;
 }
 
-// A rule in the making. What fails is remembered to the end; strings handed over are never lost.
+// Builds a rule. A failure is remembered until the end; strings passed to the rule are never
+// leaked.
 class Draft {
  public:
   [[nodiscard]] bool failed() const { return failed_; }
 
-  // A copy to hand over; null for null.
+  // A heap copy to pass to the rule; null for null.
   char *copy(const char *text) {
     if (text == nullptr) return nullptr;
     char *copied = strdup(text);
@@ -49,7 +50,7 @@ class Draft {
     }
   }
 
-  // All ready-made rules are rules of the table "nat".
+  // All canned rules belong to the table "nat".
   ipt_rule *finish(std::uint32_t command, std::uint32_t chain, std::uint32_t target,
                    const char *target_argument) {
     if (failed_) return nullptr;
@@ -78,8 +79,8 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
   ipt::Draft draft;
-  // The protocol's "!" sets a bit that nothing renders: a negated protocol deliberately comes out
-  // without it.
+  // The protocol's "!" sets a bit that is never rendered: a negated protocol intentionally comes
+  // out without its "!".
   std::uint8_t mask = 0;
   protocol = without_not(ipt::kNothingBit, mask, protocol);
   char *port = ipt_make_port_value(without_not(ipt::kOptionValueBit, mask, external_port));

@@ -1,4 +1,4 @@
-// Rendering a rule into its command line, section by section.
+// Rendering a rule as a command line, section by section.
 #include <cstring>
 #include <initializer_list>
 
@@ -10,8 +10,8 @@
 namespace talvera::ipt {
 namespace {
 
-// Number 0 is "none" in all but the first. Where something must be rendered for it, it is that
-// word, so that iptables refuses the command: without a chain it could mean all of them.
+// Number 0 means "none" in all tables but the first. Where a word is mandatory, it is rendered as
+// "none", which iptables rejects: a command without a chain could apply to all chains.
 constexpr auto kNames = name_tables(
     "filter\0raw\0conntrack\0mangle\0nat\0"
     "\n"
@@ -32,19 +32,19 @@ constexpr auto kNames = name_tables(
     "\n");
 enum Table { kTables, kChains, kCommands, kTargets, kParams, kMatches, kOptions };
 
-// The word for a number; null when there is none.
+// The word for a number; null if the table has none.
 const char *name_of(Table table, std::uint32_t number) {
   return kNames.name(table, number);
 }
 
-constexpr std::size_t kSectionSize = 64;         // room of one section, with a terminator's
-constexpr std::size_t kLongestUntargeted = 191;  // characters in front of the target section
+constexpr std::size_t kSectionSize = 64;         // size of a section including a terminator
+constexpr std::size_t kLongestUntargeted = 191;  // characters before the target section
 static_assert(kLongestUntargeted + kSectionSize <= IPT_LINE_SIZE);
 
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
-// The line in the caller's buffer. It cannot outgrow it: a section adds at most 63 characters, or
-// 63 and a name when it fails, and no section follows one that ends after character 191.
+// The line in the caller's buffer. It cannot overflow: a section adds at most 63 characters, or 63
+// and a name when it fails, and no section follows one that ends after character 191.
 struct Line {
   char *start;
   char *end;
@@ -56,7 +56,7 @@ struct Line {
   [[nodiscard]] std::size_t length() const { return static_cast<std::size_t>(end - start); }
 };
 
-// Words one after the other; null ones are empty. The section is left out when it does not fit.
+// Appends the concatenated words; null counts as empty. A section that does not fit is omitted.
 bool append_section(Line &line, std::initializer_list<const char *> words) {
   char section[kSectionSize];
   std::size_t room = kSectionSize - 1;
@@ -85,7 +85,7 @@ bool command_section(const ipt_rule &rule, Line &line) {
          append_section(line, {" -", command, " ", chain, " ", rule.command_argument});
 }
 
-// Appends " text", negated " ! text"; leaves it out when it does not fit.
+// Appends " text", or " ! text" if negated, unless it does not fit.
 void append_if_fits(Line &line, std::size_t &room, const char *text, int negated) {
   if (text == nullptr) return;
   const std::size_t blank = negated != 0 ? 3 : 1;
@@ -96,8 +96,9 @@ void append_if_fits(Line &line, std::size_t &room, const char *text, int negated
   room -= blank + length;
 }
 
-// The section of parameters or of matches, whose items share its room. What follows an item's name
-// is left out when it does not fit; the name is charged last and must then have room.
+// Appends the section of parameters or of matches. The items share the space of the section: an
+// item's name is always written, what follows it only if it fits; the name is deducted last, and
+// the section fails if it exceeds the remaining space.
 bool append_items(Line &line, const list_obj *list, Table names, const char *dash) {
   std::size_t room = kSectionSize;
   for (std::uint32_t i = 0; i < item_count(list); ++i) {
@@ -164,8 +165,8 @@ extern "C" const char *ipt_target_string(uint32_t target) {
   return target != IPT_TARGET_NONE ? ipt::name_of(ipt::kTargets, target) : nullptr;
 }
 
-extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buffer) {
-  ipt::Line line{buffer, buffer};
+extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buf) {
+  ipt::Line line{buf, buf};
   const int result = rule != nullptr ? ipt::append_all(*rule, line) : IPT_RULE_FAILED;
   *line.end = '\0';
   return result;

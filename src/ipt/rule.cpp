@@ -1,4 +1,4 @@
-// The rule record: making it, adding items, freeing it.
+// The rule record: creation, adding items, destruction.
 #include <cstdlib>
 
 #include "internal/owners.h"
@@ -13,13 +13,13 @@ namespace {
 
 static_assert(sizeof(void *) != 4 || (sizeof(ipt_rule) == 36 && sizeof(ipt_param) == 20));
 
-// Item numbers from here on are invalid.
+// Numbers of valid items are below these.
 constexpr std::uint32_t kParamItems = IPT_PARAM_FRAGMENT + 1;
 constexpr std::uint32_t kMatchItems = IPT_MATCH_TOS + 1;
 
-// What sets parameters and matches apart.
+// Differences between parameters and matches.
 struct ItemKind {
-  std::uint32_t count;  // of item numbers
+  std::uint32_t count;  // number of item numbers
   const char *label;    // in messages about a list or a number
   const char *name;     // in messages about an item
 };
@@ -30,8 +30,8 @@ list_obj *make_list() {
   return list.release();
 }
 
-// Appends an item, whose strings it takes over, to the list in `slot`, which is made if it is
-// missing. Returns the heap copy that the list now holds, or null.
+// Appends an item to the list in `slot`, which is created if missing. Takes ownership of the item's
+// strings, even on failure. Returns the heap copy that the list now holds, or null.
 void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
   MallocPtr<char> value(item.value);
   MallocPtr<char> option_value(item.option_value);
@@ -48,7 +48,7 @@ void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
   }
   MallocPtr<ipt_param> added(static_cast<ipt_param *>(std::calloc(1, sizeof(ipt_param))));
   if (added == nullptr) return nullptr;
-  // Field by field: a copy of the whole would bring along what lies between its fields.
+  // Copied field by field so that the padding stays zero.
   added->item = item.item;
   added->negation = item.negation;
   added->value = item.value;
@@ -65,7 +65,7 @@ void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
 
 void free_items(list_obj *list) {
   if (list == nullptr) return;
-  list_iterator_stop(list);  // an iteration that the caller has left open
+  list_iterator_stop(list);  // the caller may have left an iteration open
   list_iterator_start(list);
   while (list_iterator_hasnext(list) != 0) {
     void *const data = list_iterator_next(list);

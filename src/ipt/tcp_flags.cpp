@@ -1,4 +1,4 @@
-// The TCP flags and the check of a "--tcp-flags" argument.
+// The TCP flags and validation of a "--tcp-flags" argument.
 #include <strings.h>
 
 #include <cerrno>
@@ -10,14 +10,14 @@
 #include "internal/fail.h"
 #include "talvera/ipt.h"
 
-// "NONE" deliberately has the same bits as "ALL": both exclude every other flag of their list.
+// "NONE" intentionally has the same bits as "ALL": both exclude every other flag of their list.
 extern "C" __attribute__((visibility("hidden"))) const ipt_tcp_flag ipt_own_flags[] = {
     {"SYN", 0x01}, {"ACK", 0x02}, {"FIN", 0x04},  {"RST", 0x08},
     {"URG", 0x10}, {"PSH", 0x20}, {"NONE", 0x3F}, {"ALL", 0x3F},
 };
 
-// The same table under its exported name. A program may well have a `flags` of its own, which is
-// then to win, also where both are linked statically.
+// The same table under its exported name, weak so that a program's own `flags` takes precedence,
+// even when both are linked statically.
 extern "C" const ipt_tcp_flag flags[std::size(ipt_own_flags)]
     __attribute__((weak, alias("ipt_own_flags")));
 
@@ -33,7 +33,7 @@ std::uint8_t bits_of(const char *name) {
   return 0;
 }
 
-// The bits of all flags in a list; 0 for a list that is empty, has an unknown flag, or one twice.
+// The combined bits of a list; 0 if the list is empty or has an unknown or repeated flag.
 std::uint8_t bits_of_list(char *list) {
   std::uint8_t bits = 0;
   char *rest = nullptr;
@@ -46,7 +46,7 @@ std::uint8_t bits_of_list(char *list) {
   return bits;
 }
 
-// Whether a text is exactly two lists, each with at least one flag.
+// Whether a text consists of exactly two lists with at least one flag each.
 bool is_flag_pair(const char *text) {
   char copy[kTextSize];
   std::snprintf(copy, sizeof copy, "%s", text);

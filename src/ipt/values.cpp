@@ -1,4 +1,4 @@
-// User-level values: negation, protocols, ports and port ranges.
+// User input of rules: negation, protocols, ports and port ranges.
 #include "ipt/values.h"
 
 #include <cerrno>
@@ -16,7 +16,7 @@ namespace {
 
 enum PortInput { kNoPort = -1, kPlainNumber = 1, kNumberAndMore = 2 };
 
-// Reads a number as "%d" does and moves behind it.
+// Parses a number like "%d" and advances past it.
 bool read_int(const char *&text, std::int32_t &value) {
   const Integer32 number = parse_integer32(text, 10);
   if (number.end == text) return false;
@@ -70,11 +70,10 @@ extern "C" char *ipt_make_port_value(const char *text) {
   return value;
 }
 
-extern "C" int ipt_calc_portrange(const char *external, int internal_port, char *buffer,
-                                  size_t size) {
+extern "C" int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size) {
   const int kind = ipt_check_port_input(external);
   if (kind == ipt::kPlainNumber) {
-    std::snprintf(buffer, size, "%d", internal_port);
+    std::snprintf(buf, size, "%d", internal_port);
     return 0;
   }
   if (kind == ipt::kNoPort || std::strchr(external, ':') == nullptr) return fail(EINVAL);
@@ -85,6 +84,6 @@ extern "C" int ipt_calc_portrange(const char *external, int internal_port, char 
   if (*external++ != ':' || !ipt::read_int(external, high)) return fail(EINVAL);
   const std::uint32_t ports = static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
   const auto last = static_cast<std::int32_t>(static_cast<std::uint32_t>(internal_port) + ports);
-  std::snprintf(buffer, size, "%d-%d", internal_port, static_cast<int>(last));
+  std::snprintf(buf, size, "%d-%d", internal_port, static_cast<int>(last));
   return 0;
 }

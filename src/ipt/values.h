@@ -1,9 +1,9 @@
-// User-level values, as the ready-made rules check them.
+// Validation of user input for the canned rules.
 #pragma once
 
 namespace talvera::ipt {
 
-// Whether a text can stand behind "-p".
+// Whether a text is a valid argument of "-p".
 bool is_protocol(const char *text);
 
 }  // namespace talvera::ipt

@@ -1,4 +1,5 @@
-// Boot: prepares the manufacturing file and hands identity and calibration to the platform driver.
+// Initialisation at boot: prepares the manufacturing file, then sends identity and calibration to
+// the platform driver.
 #include <fcntl.h>
 
 #include <array>
@@ -21,7 +22,7 @@ static_assert(sizeof(tvra_info) == 40 && offsetof(tvra_info, serial) == 4 &&
 
 constexpr std::size_t kSerialSize = 16;
 
-// Whether the open file has no content; one whose size cannot be told may have some.
+// Whether the open file is empty; false if its size cannot be determined.
 bool is_empty(int fd) {
   errno = 0;
   return uf_fsize(fd) == 0 && errno == 0;
@@ -46,7 +47,7 @@ void push_identity(const std::uint8_t *record) {
   tvra_info info = {};
   info.device_type = record[MFG_INFO_DEVICE_TYPE];
   const char *serial = reinterpret_cast<const char *>(record + MFG_INFO_SERIAL);
-  std::memcpy(info.serial, serial, strnlen(serial, kSerialSize));  // the rest of it stays zero
+  std::memcpy(info.serial, serial, strnlen(serial, kSerialSize));  // remaining bytes stay zero
   mfg_get_macaddr(record, info.mac);
   info.mac_count = record[MFG_INFO_MAC_COUNT];
   if (tvra_ioctl(TVRA_INFO_SET, &info) < 0) log_failure("TVRA_INFO_SET ioctl");

@@ -1,5 +1,5 @@
-// The wireless calibration: its area of the manufacturing file, the flag in the info record that
-// says whether the area is valid, and the driver's copy.
+// Wireless calibration: its area of the manufacturing file, the flag in the info record that marks
+// the area valid, and the driver's copy.
 #include "mfg/calibration.h"
 
 #include <array>
@@ -19,7 +19,7 @@ static_assert(sizeof(void *) != 4 || sizeof(tvra_wlcal) == 8);
 
 using Calibration = std::array<std::uint8_t, TVRA_WLCAL_SIZE>;
 
-// Sums that wrap 32 bits lie outside as well.
+// Whether a range is inside the calibration; safe against overflow of the sum.
 bool is_range(unsigned int offset, unsigned int length) {
   return offset <= TVRA_WLCAL_SIZE && length <= TVRA_WLCAL_SIZE - offset;
 }
@@ -29,7 +29,7 @@ std::int32_t file_offset(unsigned int offset) {
 }
 
 int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int length) {
-  Calibration data = {};  // the driver may fill less than is copied
+  Calibration data = {};  // the driver may fill fewer bytes than are copied below
   tvra_wlcal transfer = {};
   transfer.buffer = data.data();
   transfer.length = TVRA_WLCAL_SIZE;
@@ -61,18 +61,18 @@ void push_calibration(bool present) {
 
 using namespace talvera;
 
-extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int len) {
-  if (!mfg::is_range(offset, len)) return fail(EINVAL);
+extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int size) {
+  if (!mfg::is_range(offset, size)) return fail(EINVAL);
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (!mfg::has_calibration(record)) return mfg::get_from_driver(buf, offset, len);
-  return mfg::range_read(buf, mfg::file_offset(offset), len);
+  if (!mfg::has_calibration(record)) return mfg::get_from_driver(buf, offset, size);
+  return mfg::range_read(buf, mfg::file_offset(offset), size);
 }
 
-extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int len) {
-  if (!mfg::is_range(offset, len)) return fail(EINVAL);
-  // A failed write stops neither the flag nor the push.
-  int result = mfg::range_write(data, mfg::file_offset(offset), len);
+extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int length) {
+  if (!mfg::is_range(offset, length)) return fail(EINVAL);
+  // Even after a failed write, the flag is set and the driver updated.
+  int result = mfg::range_write(data, mfg::file_offset(offset), length);
   int error = errno;
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);

@@ -1,12 +1,13 @@
-// The wireless calibration, as the boot needs it.
+// Wireless calibration functions used at boot.
 #pragma once
 
 namespace talvera::mfg {
 
-// Whether the info record says that the file holds a calibration.
+// Whether the info record marks the calibration area as valid.
 bool has_calibration(const unsigned char *record);
 
-// Sends the file's calibration area, or with `present` false tells the driver to drop what it has.
+// Sends the calibration area of the file to the driver, or, if `present` is false, makes the driver
+// discard its calibration.
 void push_calibration(bool present);
 
 }  // namespace talvera::mfg

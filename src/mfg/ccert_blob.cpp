@@ -1,4 +1,4 @@
-// The client certificate blob: its check and its way into a slot.
+// Validation of the client certificate blob and its installation in a slot.
 #include "mfg/ccert_blob.h"
 
 #include <array>
@@ -16,7 +16,7 @@ namespace {
 constexpr std::array<std::uint8_t, 4> kMagic{0x0E, 0x0C, 0x0A, 0x08};
 constexpr std::array<std::uint8_t, 4> kLibraryVersion{2, 4, 6, 7};
 
-// Each component on its own: 2.4.0.9 is not known here, though it is lower than 2.4.6.7.
+// Compares each component on its own: 2.4.0.9 is unsupported although it is lower than 2.4.6.7.
 bool is_known_version(const std::uint8_t *version) {
   for (std::size_t i = 0; i < kLibraryVersion.size(); ++i) {
     if (version[i] > kLibraryVersion[i]) return false;
@@ -30,7 +30,7 @@ bool is_consistent(const std::uint8_t *blob, std::uint32_t size) {
   if (size < kBlobHeaderSize || load_be32(blob + kBlobTotalLength) != size) return false;
   const std::uint32_t count = load_be32(blob + kBlobItemCount);
   if (count > (size - kBlobHeaderSize) / kBlobItemSize) return false;
-  std::uint64_t end = 0;  // of the items so far; 64 bits wide, as hostile lengths must not wrap
+  std::uint64_t end = 0;  // of the items so far; 64 bits, so that hostile lengths cannot wrap
   const std::uint8_t *item = blob + kBlobHeaderSize;
   for (std::uint32_t i = 0; i < count; ++i, item += kBlobItemSize) {
     if (load_be32(item) != end) return false;

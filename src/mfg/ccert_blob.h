@@ -1,4 +1,4 @@
-// Format of the client certificate blob: all its integers are 32-bit and big-endian.
+// Format of the client certificate blob; all integers are 32-bit big-endian.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ inline constexpr std::uint32_t kBlobHeaderWord = 16;
 inline constexpr std::uint32_t kBlobHeaderSize = 20;
 inline constexpr std::uint32_t kBlobItemSize = 16;
 
-// Whether the blob is made up of header, table of contents and items without gaps, exactly `size`
-// bytes in all, and says so itself. Reads nothing past `size`, whatever the bytes.
+// Whether the blob consists of header, table of contents and contiguous items, exactly `size` bytes
+// as its own length field states. Never reads past `size`, whatever the content.
 bool is_consistent(const std::uint8_t *blob, std::uint32_t size);
 
 }  // namespace talvera::mfg

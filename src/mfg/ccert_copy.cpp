@@ -1,4 +1,4 @@
-// The loaded copy of the client certificate blob: found, read, checked and asked about.
+// The loaded client certificate blob: locating, loading, validation and access to its items.
 #include "mfg/ccert_copy.h"
 
 #include <cerrno>
@@ -17,9 +17,9 @@
 namespace talvera::mfg {
 namespace {
 
-// Start of the loaded copy; the table of contents and the item data follow.
+// Header of the loaded blob; the table of contents and the item data follow.
 struct Copy {
-  std::uint32_t length;  // of the whole copy
+  std::uint32_t length;  // including this header
   std::uint32_t count;
   std::uint32_t header_word;
 
@@ -30,7 +30,7 @@ struct Copy {
 };
 static_assert(sizeof(Copy) == 12 && sizeof(ccert_toc_item) == kBlobItemSize);
 
-// A copy leaves out the blob's magic and version.
+// The loaded form omits the blob's magic and version.
 constexpr std::uint32_t kLeftOut = kBlobHeaderSize - sizeof(Copy);
 
 Copy *loaded = nullptr;
@@ -50,7 +50,7 @@ int report_read_failure() {
   return -1;
 }
 
-// Makes the copy of a consistent blob.
+// Converts a consistent blob to its loaded form.
 Copy *copy_blob(const std::uint8_t *blob, std::uint32_t length) {
   auto *copy = static_cast<Copy *>(std::malloc(length - kLeftOut));
   if (copy == nullptr) return nullptr;
@@ -67,7 +67,7 @@ Copy *copy_blob(const std::uint8_t *blob, std::uint32_t length) {
   return copy;
 }
 
-// Forgets what was loaded without releasing it: addresses in it may still be in use.
+// Does not free the previous blob: callers may still use pointers into it.
 void replace_loaded(Copy *copy) {
   loaded = copy;
   certificate = nullptr;
@@ -115,7 +115,7 @@ extern "C" int ccert_get_ccertblob(uint32_t *length, unsigned char **blob, unsig
   unsigned char *buffer = content.get();
   mfg_ccert_get_info info = {&buffer, &size, slot};
   if (mfg_ccert_get(&info) != 0) {
-    wipe(buffer, size);  // the beginning may have been read
+    wipe(buffer, size);  // may be partly read
     return mfg::report_read_failure();
   }
   *length = size;
@@ -133,7 +133,7 @@ extern "C" int ccert_init(void) {
   if (result != 0) return result;
   const MallocPtr<unsigned char> blob(content);
   const WipeAtEnd no_key_left(content, length);
-  // A blob that fails the check counts, deliberately, as nothing to load and not as a failure.
+  // An invalid blob intentionally counts as nothing to load, not as a failure.
   if (!mfg::is_consistent(blob.get(), length)) {
     mfg::replace_loaded(nullptr);
     return 0;
@@ -184,7 +184,7 @@ extern "C" int ccert_get_client_cert(unsigned char **certificate, uint32_t *leng
   return *certificate != nullptr ? 0 : fail(ENOENT);
 }
 
-// Nothing fills the certificate's MAC address and common name: they are held empty.
+// The MAC address and common name of the certificate are never extracted.
 extern "C" const unsigned char *ccert_get_mac_address(void) {
   return nullptr;
 }

@@ -1,11 +1,11 @@
-// The copy of the client certificate blob that the process has loaded.
+// The client certificate blob loaded by the process.
 #pragma once
 
 #include "talvera/ccert.h"
 
 namespace talvera::mfg {
 
-// The loaded copy's private key; null when there is none.
+// Table entry of the loaded private key; null if there is none.
 const ccert_toc_item *loaded_key();
 
 }  // namespace talvera::mfg

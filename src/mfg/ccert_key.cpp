@@ -1,5 +1,5 @@
-// The private key of the loaded client certificate blob, and the hooks through which encoded keys
-// would have to go.
+// The private key of the loaded client certificate blob, and the unimplemented conversions for
+// encoded keys.
 #include <cerrno>
 #include <cstring>
 
@@ -13,7 +13,7 @@
 namespace talvera::mfg {
 namespace {
 
-// An encrypted key starts with the word 1 and another word; the ciphertext follows.
+// An encrypted key starts with the word 1 and a second word; the ciphertext follows.
 constexpr std::uint32_t kEncryptedHeaderSize = 8;
 constexpr std::uint32_t kEncryptedFormat = 1;
 

@@ -1,4 +1,4 @@
-// The certificate slots of the manufacturing file: blobs in and out, and the size of what is there.
+// The certificate slots of the manufacturing file: reading, writing and querying the size of blobs.
 #include <syslog.h>
 
 #include <array>
@@ -19,8 +19,8 @@ static_assert(offsetof(mfg_ccert_get_info, len) == sizeof(void *) &&
 static_assert(offsetof(mfg_ccert_set_info, len) == sizeof(void *) &&
               offsetof(mfg_ccert_set_info, slot) == sizeof(void *) + 4);
 
-// Slot 0 passes for a slot, but has no area: of the last byte of the file, no more than that one
-// can be transferred.
+// Slot 0 passes validation but has no storage: its offset is the last byte of the file, so that at
+// most that byte can be transferred.
 constexpr std::array<std::int32_t, 3> kSlotOffsets{-1, kCertSlot1Offset, kCertSlot2Offset};
 
 int refuse(const char *message) {

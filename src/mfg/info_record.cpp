@@ -19,7 +19,7 @@ constexpr std::uint32_t kEpochOffset = 2082844800;  // seconds from 1904-01-01 t
 
 struct SerialRange {
   std::uint32_t oui;
-  std::uint32_t first_serial;  // what MAC address OUI-00-00-00 stands for
+  std::uint32_t first_serial;  // serial number of MAC address OUI-00-00-00 for
 };
 constexpr std::array<SerialRange, 3> kSerialRanges{{
     {0x025A31, 0},
@@ -39,7 +39,7 @@ void set_checksum(std::uint8_t *record) {
   store_be16(record + MFG_INFO_CHECKSUM, static_cast<std::uint16_t>(-word_sum(record)));
 }
 
-// An all-zero record sums to 0 as well, but nobody has written it.
+// An all-zero record also sums to 0 but was never written.
 bool is_valid(const std::uint8_t *record) {
   return word_sum(record) == 0 && std::ranges::any_of(record, record + MFG_INFO_SIZE,
                                                       [](std::uint8_t byte) { return byte != 0; });

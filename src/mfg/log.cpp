@@ -1,4 +1,4 @@
-// Failure messages of the manufacturing file and the platform driver.
+// Error logging for the manufacturing file and the platform driver.
 #include "mfg/log.h"
 
 #include <syslog.h>

@@ -1,5 +1,4 @@
-// The manufacturing file: mounted and opened for one access at a time, read by range, written as a
-// whole.
+// The manufacturing file: mounted and opened for each access, read by range, written as a whole.
 #include "mfg/mfg_file.h"
 
 #include <fcntl.h>
@@ -25,9 +24,9 @@ constexpr char kFileSystem[] = "jffs2";
 constexpr char kFilePath[] = "/mfg/mfg.dat";
 constexpr mode_t kFileMode = 0600;
 
-int open_fd = -1;  // the open file; the partition is mounted while it is 0 or above
+int open_fd = -1;  // the open file, or negative; the partition is mounted while the file is open
 
-// Closes the manufacturing file at the end of an access, whatever its outcome.
+// Closes the manufacturing file at the end of its scope.
 struct CloseAtEnd {
   CloseAtEnd() = default;
   ~CloseAtEnd() { file_close(); }
@@ -43,7 +42,7 @@ bool mount_partition(int flags) {
   return false;
 }
 
-// Start of the range; -1 with errno set when it does not lie wholly inside the file.
+// Start of the range; -1 with errno set unless the whole range is inside the file.
 std::int32_t range_start(std::int32_t offset, std::uint32_t length) {
   const std::int32_t start = offset < 0 ? kFileSize + offset : offset;
   const bool inside =
@@ -71,7 +70,7 @@ bool transferred(int done, std::uint32_t length, const char *operation) {
 int file_open(int flags) {
   if (open_fd >= 0) return open_fd;
   const bool mounted = mount_partition(flags);
-  // Tried even when the mount failed: the partition may be mounted already.
+  // Tried even after a failed mount: the partition may already be mounted.
   open_fd = open(kFilePath, flags, kFileMode);
   if (open_fd >= 0) return open_fd;
   const int failure = open_fd;
@@ -83,7 +82,8 @@ int file_open(int flags) {
   return failure;
 }
 
-// Deliberately unmounts even what somebody else had mounted: after an access "/mfg" is unmounted.
+// Intentionally unmounts even a partition mounted by someone else: after an access, "/mfg" is
+// always unmounted.
 void file_close() {
   if (open_fd < 0) return;
   const ErrnoKeeper keep;
@@ -101,7 +101,7 @@ int range_read(void *buffer, std::int32_t offset, std::uint32_t length) {
   return there && read_all(fd, buffer, length) ? 0 : -1;
 }
 
-// The flash file system sees one rewrite of the whole file, even for a one-byte change.
+// Rewrites the whole file even for a one-byte change.
 int range_write(const void *data, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDWR);
   if (fd < 0) return -1;

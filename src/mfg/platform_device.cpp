@@ -1,4 +1,4 @@
-// The platform driver's character device, open for one command at a time.
+// The platform driver's character device, opened for one command at a time.
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <syslog.h>
@@ -16,7 +16,7 @@ int device_fd = -1;
 }  // namespace
 
 extern "C" int tvra_open(void) {
-  // Opens are deliberately not counted: one close closes the device.
+  // Intentionally without a reference count: one close closes the device.
   if (device_fd >= 0) return device_fd;
   const int fd = open(kDevicePath, O_RDWR | O_NONBLOCK);
   if (fd < 0) {

@@ -1,4 +1,4 @@
-// IPv4 address arithmetic, and conversion of IPv4 and IPv6 address texts.
+// IPv4 address arithmetic, and parsing of IPv4 and IPv6 addresses.
 #include <arpa/inet.h>
 
 #include <cstdint>
@@ -11,7 +11,7 @@ bool parse(const char *text, std::uint32_t &address) {
   return text != nullptr && inet_pton(AF_INET, text, &address) == 1;
 }
 
-// Sets `result` to what `combine` makes of both addresses, if both are valid.
+// Stores `combine` of both addresses in `result` if both are valid.
 template <typename Combine>
 int calculate(const char *address_text, const char *mask_text, std::uint32_t *result,
               Combine combine) {
@@ -36,26 +36,26 @@ extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32
   return calculate(address, mask, result, [](auto a, auto m) { return a & ~m; });
 }
 
-// Deliberately any set bit counts: whether the mask is contiguous is not looked at.
-extern "C" unsigned int netu_calc_subnet_prefix(const char *mask_text) {
-  std::uint32_t mask;
-  if (!parse(mask_text, mask)) return 0;
-  // Not std::popcount(), for which the target takes a table of 256 bytes.
+// Intentionally counts all set bits, even of a mask that is not contiguous.
+extern "C" unsigned int netu_calc_subnet_prefix(const char *mask) {
+  std::uint32_t rest;
+  if (!parse(mask, rest)) return 0;
+  // Not std::popcount(), which needs a table of 256 bytes on the target.
   unsigned int bits = 0;
-  for (; mask != 0; mask &= mask - 1)
+  for (; rest != 0; rest &= rest - 1)
     ++bits;
   return bits;
 }
 
-// Deliberately modulo 32: a prefix of 32 gives the empty mask.
+// Intentionally modulo 32: a prefix of 32 gives an empty mask.
 extern "C" std::uint32_t netu_subnet_mask_from_prefix(unsigned int prefix) {
   return ~(UINT32_MAX >> prefix % 32);
 }
 
-extern "C" int netu_is_empty_ip4addr(const char *text) {
-  if (text == nullptr || *text == '\0') return 1;
-  std::uint32_t address;
-  return parse(text, address) && address == INADDR_ANY ? 1 : 0;
+extern "C" int netu_is_empty_ip4addr(const char *address) {
+  if (address == nullptr || *address == '\0') return 1;
+  std::uint32_t number;
+  return parse(address, number) && number == INADDR_ANY ? 1 : 0;
 }
 
 extern "C" int netu_atoipv4(const char *address, void *result) {

@@ -17,14 +17,15 @@ namespace process = talvera::process;
 
 constexpr int kAnswered = 1;  // arping's exit status when another host has the address
 
-// Never returns. An arping that cannot be started counts as no answer.
+// Runs in the child. If arping cannot be started, the status means no answer.
 [[noreturn]] void run_arping(const char *ifname, const char *address) {
   const char *const arguments[] = {"arping", "-Dq", "-c", "1", "-I", ifname, address, nullptr};
   execvp(arguments[0], const_cast<char *const *>(arguments));
   _exit(0);
 }
 
-// The exit of a child that the reaper has collected in another thread, or is about to note.
+// The exit status of a child that the reaper, in another thread, has collected or is about to
+// record.
 int reaped_exit(pid_t child) {
   int code = process::noted_exit(child);
   for (int tries = 100; code == process::kUnknownExit && tries > 0; --tries) {
@@ -34,7 +35,7 @@ int reaped_exit(pid_t child) {
   return code;
 }
 
-// Waits for this child alone. Returns its exit status, or what stands for it.
+// Waits for this child only. Returns its exit status, kKilled, or kUnknownExit.
 int wait_for(pid_t child) {
   int status = 0;
   pid_t ended;
@@ -48,7 +49,7 @@ int wait_for(pid_t child) {
 }  // namespace
 
 extern "C" int netu_arping_test(const char *ifname, const char *address) {
-  // A handler that collects every child is not to take this one's status, at least not here.
+  // Keeps a handler that reaps every child from taking this one's status, at least in this thread.
   const talvera::SignalBlock no_reaper(SIGCHLD);
   const pid_t child = fork();
   if (child < 0) {

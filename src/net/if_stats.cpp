@@ -1,4 +1,4 @@
-// Counters of an interface, and their change since the last reset.
+// Counters of an interface and their changes since the last reset.
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace {
 
 static_assert(sizeof(netu_linuxif_stats) == std::size_t{3} * 14 * 4);
 
-// The files' names, in the order of netu_stat; a table of arrays needs no relocations.
+// File names in the order of netu_stat; an array of arrays needs no relocations.
 constexpr char kFiles[NETU_STAT_COUNT][17] = {
     "rx_packets",       "rx_bytes",         "rx_dropped",       "rx_errors",        "multicast",
     "tx_packets",       "tx_bytes",         "tx_dropped",       "tx_errors",        "collisions",
@@ -25,10 +25,10 @@ constexpr unsigned kTextSize = kReadSize + 4;
 
 }  // namespace
 
-extern "C" int netu_ifstat_get(const char *ifname, unsigned int index, char *buffer,
+extern "C" int netu_ifstat_get(const char *ifname, unsigned int index, char *buf,
                                unsigned int size) {
   const int length =
-      sysfs_get_attr("/sys/class/net/%s/statistics/%s", buffer, size, ifname, kFiles[index]);
+      sysfs_get_attr("/sys/class/net/%s/statistics/%s", buf, size, ifname, kFiles[index]);
   return length >= 0 ? 0 : errno;
 }
 
@@ -45,8 +45,8 @@ extern "C" int netu_init_linuxif_stats(netu_linuxif_stats *stats) {
   return 0;
 }
 
-// The text is deliberately cleared once, not for each counter: one without a file leaves the text
-// of the one before it in place, and takes its value.
+// Intentionally clears the text once, not for each counter: a counter without a file takes the
+// value of the one before it.
 extern "C" int netu_update_linuxif_stats(const char *ifname, netu_linuxif_stats *stats) {
   char text[kTextSize] = {};
   for (unsigned i = 0; i < NETU_STAT_COUNT; ++i) {

@@ -1,4 +1,4 @@
-// MAC addresses as text, and the names of interfaces.
+// MAC addresses as text, and interface names.
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -18,10 +18,10 @@ constexpr int kMacSize = 6;
 
 }  // namespace
 
-extern "C" char *netu_etoa(const unsigned char *mac, char *text) {
-  std::snprintf(text, NETU_MAC_TEXT_SIZE, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
+extern "C" char *netu_etoa(const unsigned char *mac, char *buf) {
+  std::snprintf(buf, NETU_MAC_TEXT_SIZE, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
                 mac[3], mac[4], mac[5]);
-  return text;
+  return buf;
 }
 
 extern "C" unsigned char *netu_atoe(const char *text, unsigned char *mac) {

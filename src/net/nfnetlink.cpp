@@ -1,4 +1,4 @@
-// Netfilter netlink: handles, subsystems, and the way of messages to and from the kernel.
+// Netfilter netlink: handles, subsystems, sending and receiving messages.
 #include <unistd.h>
 
 #include <cerrno>
@@ -30,7 +30,7 @@ int bind_local(const nfnetlink_handle &handle) {
   return bind(handle.fd, reinterpret_cast<const sockaddr *>(&handle.local), sizeof handle.local);
 }
 
-// Learns the port id that the kernel chose.
+// Reads the port id that the kernel assigned.
 bool read_local(nfnetlink_handle &handle) {
   socklen_t length = sizeof handle.local;
   if (getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) != 0) {
@@ -41,7 +41,7 @@ bool read_local(nfnetlink_handle &handle) {
   return false;
 }
 
-// Deliberately not for descriptor 0, which counts as no socket.
+// Intentionally leaves descriptor 0 open, which counts as no socket.
 void close_socket(int fd) {
   const ErrnoKeeper keep;
   if (fd != 0) close(fd);
@@ -103,7 +103,7 @@ extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, uns
     errno = EBUSY;
     return nullptr;
   }
-  // Never of 0 entries: that might be null, and the slot would pass for free.
+  // At least one entry: calloc() of 0 entries may return null, and the slot would count as free.
   void *callbacks = std::calloc(count != 0 ? count : 1U, sizeof(nfnetlink_callback));
   if (callbacks == nullptr) return nullptr;
   subsys = {handle, subscriptions, index, count, static_cast<nfnetlink_callback *>(callbacks)};
@@ -134,7 +134,7 @@ extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned 
   if (message == nullptr || data == nullptr) return fail(EINVAL);
   const std::uint32_t end = message->nlmsg_len;
   std::memcpy(reinterpret_cast<unsigned char *>(message) + end, data, length);
-  // The first piece is the header, whose length field has just become the message's.
+  // The first piece is the header itself, which has just set nlmsg_len.
   if (end != 0) message->nlmsg_len = end + NLMSG_ALIGN(length);
   return 0;
 }
@@ -146,7 +146,7 @@ extern "C" int nfnetlink_send(nfnetlink_handle *handle, const nlmsghdr *message)
                                  sizeof handle->peer));
 }
 
-extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buffer, unsigned int length) {
-  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
-  return net::receive(*handle, buffer, length, 0);
+extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buf, unsigned int size) {
+  if (handle == nullptr || buf == nullptr) return fail(EINVAL);
+  return net::receive(*handle, buf, size, 0);
 }

@@ -1,7 +1,7 @@
-// Netfilter netlink: attribute tables, dispatch to handlers, and the wait for an acknowledgement.
+// Netfilter netlink: attribute tables, dispatch to handlers, waiting for an acknowledgement.
 //
-// Lengths come from outside. Each is compared with what is left before anything behind it is read,
-// and headers are read as what lies at any address: so may the buffer.
+// Lengths are untrusted: each is checked against the remaining bytes before anything is read. The
+// buffer may be unaligned, so headers are read with unaligned loads.
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -27,15 +27,13 @@ constexpr std::size_t kReceiveSize = 8192;
 constexpr std::uint16_t kUsualAttributes = 64;
 constexpr int kGoOn = 1;
 
-// Whether the bytes that are left hold a whole item that begins with its length, at least its
-// header's.
+// Whether the remaining bytes hold the complete item, whose length includes its header.
 bool holds(int left, std::uint32_t item_length, int header_size) {
   return item_length >= static_cast<std::uint32_t>(header_size) &&
          item_length <= static_cast<std::uint32_t>(left);
 }
 
-// Goes on to the item after one of `item_length` bytes, if there are bytes left. The last item need
-// not be followed by those that align its end.
+// Advances to the next item; false at the end. Padding after the last item is optional.
 bool advance(Bytes &at, int &size, std::uint32_t item_length) {
   const std::uint32_t step = NLMSG_ALIGN(item_length);
   if (step >= static_cast<std::uint32_t>(size)) return false;
@@ -44,7 +42,7 @@ bool advance(Bytes &at, int &size, std::uint32_t item_length) {
   return true;
 }
 
-// What of a message's header decides on it. Read field by field: the buffer may lie at any address.
+// The header fields used for dispatch, read with unaligned loads.
 struct Header {
   explicit Header(Bytes message)
       : length(load_unaligned<std::uint32_t>(message + offsetof(nlmsghdr, nlmsg_len))),
@@ -56,7 +54,7 @@ struct Header {
   std::uint16_t flags;
 };
 
-// A message of control type: whether the kernel acknowledged.
+// The result of a control message: 0 for an acknowledgement.
 int control_result(Bytes message, const Header &header) {
   if (header.length < kHeaderSize + sizeof(std::int32_t)) return fail(EBADMSG);
   const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
@@ -82,10 +80,10 @@ int handle_message(const nfnetlink_handle &handle, Bytes message, const Header &
   const unsigned type = header.type & 0xFFU;
   if (type >= subsys.callback_count) return fail(EOPNOTSUPP);
 
-  // A copy: the handler may close the subsystem.
+  // Copied because the handler may close the subsystem.
   const nfnetlink_callback callback = subsys.callbacks[type];
   if (callback.attribute_count == 0 || callback.handler == nullptr) return kGoOn;
-  // The table is on the stack, or on the heap for the few subsystems with very many attributes.
+  // On the stack, except for subsystems with very many attributes.
   const nlattr *usual[kUsualAttributes];
   if (callback.attribute_count <= kUsualAttributes) {
     return call_handler(callback, usual, message, header.length);
@@ -149,9 +147,9 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   return 0;
 }
 
-extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *buffer, int length) {
-  if (handle == nullptr || buffer == nullptr) return fail(EINVAL);
-  const auto *at = static_cast<net::Bytes>(buffer);
+extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, int length) {
+  if (handle == nullptr || data == nullptr) return fail(EINVAL);
+  const auto *at = static_cast<net::Bytes>(data);
   int result = 0;
   while (length >= net::kHeaderSize) {
     const net::Header header(at);

@@ -1,4 +1,4 @@
-// The packet log: configuration requests, bound groups, and dispatch of packets to their group.
+// Netfilter packet log: configuration requests, bound groups, dispatch of packets to their group.
 #include <arpa/inet.h>
 #include <linux/netfilter/nfnetlink_log.h>
 
@@ -15,31 +15,32 @@
 namespace talvera::net {
 namespace {
 
-constexpr unsigned kMessageTypes = 2;  // packets, and configuration, which has no callback
+constexpr unsigned kMessageTypes = 2;  // packets, and configuration, which needs no callback
 
 static_assert(sizeof(nfnetlink_log) == 3 * sizeof(void *));
 static_assert(offsetof(nfnetlink_log_group, handler) == 3 * sizeof(void *));
 
-// An attribute with up to 6 bytes of payload, as it goes into a request.
+// An attribute of a request, with up to 6 bytes of payload.
 struct Attribute {
   nlattr header;
   std::uint8_t payload[6];
 };
 
-// What a request is about: an address family or a group.
+// The subject of a request: an address family or a group.
 struct Subject {
   std::uint8_t family;
   std::uint16_t group;
 };
 
-// The kernel's answer to the last request, when packets have ended the wait for it. The kernel
+// The kernel's answer to the last request after packets have ended the wait for it. The kernel
 // answers within the send call, so its answer is queued after them; left there, it would be taken
-// for the next request's. 0 for an acknowledgement, -1 with errno set for a refusal; else errno is
-// kept.
+// for the answer to the next request. Returns 0 for an acknowledgement, -1 with errno set for an
+// error reply, and kNoAnswer otherwise; preserves errno unless it returns -1.
 constexpr int kNoAnswer = 1;
 int late_result(nfnetlink_handle &netlink) {
   const int error = errno;
-  for (int tries = 4096; tries > 0; --tries) {  // should it be lost while packets keep coming
+  for (int tries = 4096; tries > 0;
+       --tries) {  // bounded in case it is lost while packets keep coming
     WaitEnd end;
     const int result = wait_for_answer(netlink, MSG_DONTWAIT, end);
     if (end == WaitEnd::kAnswer) {
@@ -47,14 +48,15 @@ int late_result(nfnetlink_handle &netlink) {
       errno = error;
       return 0;
     }
-    // Lost packets, and what does not come from the kernel, can be followed by the answer.
+    // Lost packets and datagrams from other senders may precede the answer.
     if (end == WaitEnd::kReceiveFailure && errno != ENOBUFS && errno != ENOMSG) break;
   }
   errno = error;
   return kNoAnswer;
 }
 
-// Whose word counts when packets have ended the wait for an acknowledgement.
+// Which result counts when packets have ended the wait for an acknowledgement: that of the wait, or
+// the kernel's answer.
 enum class By { kWait, kAnswer };
 
 int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute, By by) {
@@ -90,7 +92,7 @@ nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) 
   return group;
 }
 
-// The handler of packet messages: passes one on to its group's handler.
+// Handler of packet messages: calls the group's handler.
 int dispatch_packet(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
   const auto *log = static_cast<const nfnetlink_log *>(data);
   if (message == nullptr || log == nullptr) return fail(EINVAL);

@@ -1,5 +1,5 @@
-// The pairs of the configuration store: a fixed hash table in shared memory, whose chains go on in
-// overflow entries.
+// Pairs of the configuration store: a fixed-size hash table in shared memory whose chains continue
+// in overflow entries.
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -26,7 +26,7 @@ struct Entry {
 };
 static_assert(sizeof(Entry) == NVRAM_ENTRY_SIZE && alignof(Entry) == 1);
 
-// Pins the segment while a pair operation runs. The unlock does not hide the operation's errno.
+// Locks the segment in memory during an operation. The unlock preserves the operation's errno.
 class Pin {
  public:
   Pin() {
@@ -41,25 +41,25 @@ class Pin {
   Pin &operator=(const Pin &) = delete;
 };
 
-// The attached table, or null. A program may have stored shmat()'s failure.
+// The attached table, or null. A program may have stored the failure value of shmat(), -1.
 Entry *table() {
   return reinterpret_cast<std::intptr_t>(nvram_hash) != -1 ? static_cast<Entry *>(nvram_hash)
                                                            : nullptr;
 }
 
-// A name with what its look-up needs, from one pass over it.
+// A name with its length and hash, computed in one pass.
 class Name {
  public:
   explicit Name(const char *text) : text_(text) {
     const char *end = text;
-    // The sign of a character is lost modulo 256.
+    // The signedness of char does not affect the bucket: it cancels out modulo 256.
     for (; *end != '\0'; ++end)
       hash_ = hash_ * 31 + static_cast<std::uint8_t>(*end);
     length_ = static_cast<std::size_t>(end - text);
   }
 
   [[nodiscard]] int bucket() const { return static_cast<int>(hash_ % kBuckets) + kFirstBucket; }
-  // The terminator counts if it is within the bound, so a longer stored name is another one.
+  // Compares the terminator too if it fits the field, so that a longer stored name does not match.
   [[nodiscard]] bool is_of(const Entry &entry) const {
     return std::memcmp(entry.name, text_, std::min<std::size_t>(length_ + 1, NVRAM_NAME_SIZE)) == 0;
   }
@@ -75,16 +75,15 @@ void link(Entry &entry, int next) {
   talvera::store_be16(entry.next, static_cast<std::uint16_t>(next));
 }
 
-// The entry that follows in the chain; null at the end, also when a wrong link leads out of the
-// table.
+// The next entry of the chain; null at the end and for a corrupt link that leads out of the table.
 Entry *next_of(Entry *entries, const Entry &entry) {
-  const unsigned int index = talvera::load_be16(entry.next);  // negative ones are beyond, too
+  const unsigned int index = talvera::load_be16(entry.next);  // a negative index is too large, too
   if (index == 0 || index >= NVRAM_ENTRIES) return nullptr;
   return entries[index].used != 0 ? entries + index : nullptr;
 }
 
-// A walk along the chain of a bucket, entry by entry. It ends after as many entries as there are,
-// for chains that run in a circle.
+// Iterates over the chain of a bucket. Ends after as many steps as the table has entries, in case a
+// corrupt chain is circular.
 class Chain {
  public:
   Chain(Entry *entries, int bucket) : entries_(entries), entry_(entries + bucket) {
@@ -92,13 +91,13 @@ class Chain {
   }
 
   [[nodiscard]] Entry *entry() const { return entry_; }        // null past the end
-  [[nodiscard]] Entry *previous() const { return previous_; }  // null at the bucket
+  [[nodiscard]] Entry *previous() const { return previous_; }  // null at the first entry
   [[nodiscard]] bool is_circle() const { return left_ == 0; }
   void advance() {
     previous_ = entry_;
     entry_ = --left_ > 0 ? next_of(entries_, *entry_) : nullptr;
   }
-  // Goes on to the entry of a name; null when there is none.
+  // Advances to the entry of a name; null if there is none.
   [[gnu::noinline]] Entry *find(const Name &name) {
     while (entry_ != nullptr && !name.is_of(*entry_))
       advance();
@@ -112,7 +111,8 @@ class Chain {
   int left_ = NVRAM_ENTRIES;
 };
 
-// Copies at most `size` characters and fills the rest with NULs; the text may lie in the field.
+// Copies at most `size` characters and pads with NULs, without a terminator at full length. The
+// text may be part of the field.
 [[gnu::noinline]] void store_text(char *field, std::size_t size, const char *text) {
   const std::size_t length = strnlen(text, size);
   std::memmove(field, text, length);
@@ -126,13 +126,13 @@ void fill(Entry &entry, const Name &name, const char *value) {
   entry.used = 1;
 }
 
-// Names and values stay in entries that are freed.
+// Names and values remain in released entries.
 void release(Entry &entry) {
   entry.used = 0;
   link(entry, 0);
 }
 
-// Index of a free overflow entry, 0 when there is none.
+// Index of a free overflow entry, or 0.
 int free_overflow_entry(const Entry *entries) {
   for (int index = kFirstOverflow; index < NVRAM_ENTRIES; ++index) {
     if (entries[index].used == 0) return index;
@@ -152,7 +152,7 @@ int append(Entry *entries, Entry &last, const Name &name, const char *value) {
   return 0;
 }
 
-// The bucket of a chain cannot be taken out: its second entry moves into it.
+// The first entry of a chain is at a fixed index: the second entry moves there.
 void remove_first(Entry *entries, Entry &bucket) {
   Entry *second = next_of(entries, bucket);
   if (second == nullptr) return release(bucket);

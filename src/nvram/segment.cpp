@@ -12,7 +12,7 @@ int32_t nvram_shmid = -1;
 
 namespace {
 
-constexpr int kProject = 1;  // second half of the segment's key
+constexpr int kProject = 1;  // project id for ftok()
 constexpr int kMode = 0600;
 
 int find_segment(const char *path, unsigned int size, int flags) {

@@ -1,4 +1,4 @@
-// Finding running programs: by name through pidof, by pid file.
+// Finding running programs by name, with pidof, and by pid file.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kLineSize = 1024;
 
-// Stores the numbers of one line of output; returns how many there were room for.
+// Parses process identifiers from one line of output; returns how many were stored.
 int store_numbers(char *line, pid_t *pids, int capacity) {
   constexpr char kSeparators[] = " \t\r\n";
   int count = 0;
@@ -60,7 +60,7 @@ extern "C" pid_t process_find(const char *name) {
 extern "C" pid_t process_get_from_file(const char *path) {
   const talvera::FilePtr file(std::fopen(path, "r"));
   if (file == nullptr) return 0;
-  // A number of 32 bits with every C library: out of range it becomes the limit, and no process.
+  // Parsed as 32 bits with every C library; a value out of range saturates and matches no process.
   char number[64];
   if (std::fscanf(file.get(), " %63[-+0-9]", number) != 1) return 0;
   const int pid = talvera::decimal32(number);

@@ -20,8 +20,8 @@ using talvera::fail;
 using talvera::MallocPtr;
 using talvera::UniqueFd;
 
-// The address is always passed whole, whatever the length of the name: the zeros behind it are part
-// of what is bound.
+// The full address structure is always passed, so that trailing zero bytes are part of the bound
+// name.
 constexpr socklen_t kAddressLength = 110;
 static_assert(sizeof(sockaddr_un) == kAddressLength && sizeof(sockaddr_un::sun_path) == 108);
 static_assert(offsetof(ipc_msgq, address) == 4);
@@ -30,7 +30,7 @@ const sockaddr *address_of(const ipc_msgq &queue) {
   return reinterpret_cast<const sockaddr *>(&queue.address);
 }
 
-// A record with the queue's address and no socket yet; null for a name that the path cannot hold.
+// A record with the queue's address but no socket; null if the path cannot hold the name.
 ipc_msgq *make_record(const char *name) {
   const std::size_t length = name != nullptr ? std::strlen(name) : 0;
   if (name == nullptr || length >= sizeof(sockaddr_un::sun_path)) {
@@ -44,7 +44,7 @@ ipc_msgq *make_record(const char *name) {
   return queue;
 }
 
-// A non-blocking local datagram socket; negative when there is none.
+// A non-blocking local datagram socket; negative on failure.
 int open_socket() {
   const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
   if (fd < 0) {
@@ -57,9 +57,9 @@ int open_socket() {
   return fd;
 }
 
-// Waits until the socket is readable.
+// Waits until the socket is readable. 1 if it is; otherwise 0, or -1 with errno set.
 int wait_readable(int fd) {
-  if (fd < 0 || fd >= FD_SETSIZE) return fail(EBADF);  // beyond what a descriptor set holds
+  if (fd < 0 || fd >= FD_SETSIZE) return fail(EBADF);  // does not fit into an fd_set
   fd_set readable;
   FD_ZERO(&readable);
   FD_SET(fd, &readable);
@@ -97,12 +97,12 @@ extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
   return queue.release();
 }
 
-extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, size_t length) {
+extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, size_t length) {
   if (queue == nullptr) {
     std::printf("%s:Invalid server details\n", __func__);
     return fail(EINVAL);
   }
-  if (sendto(queue->fd, buffer, length, 0, address_of(*queue), kAddressLength) < 0) {
+  if (sendto(queue->fd, data, length, 0, address_of(*queue), kAddressLength) < 0) {
     const ErrnoKeeper keep;
     std::printf("sendto failed.Error:%d:%s\n", errno, std::strerror(errno));
     return -1;
@@ -110,7 +110,7 @@ extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *buffer, s
   return 0;
 }
 
-extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size_t length) {
+extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buf, size_t size) {
   if (queue == nullptr) return fail(EINVAL);
   const int ready = wait_readable(queue->fd);
   if (ready < 0) {
@@ -122,8 +122,8 @@ extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buffer, size
   if (ready == 0) return fail(EAGAIN);
   sockaddr_un sender;
   socklen_t sender_length = sizeof sender;
-  return static_cast<int>(recvfrom(queue->fd, buffer, length, 0,
-                                   reinterpret_cast<sockaddr *>(&sender), &sender_length));
+  return static_cast<int>(
+      recvfrom(queue->fd, buf, size, 0, reinterpret_cast<sockaddr *>(&sender), &sender_length));
 }
 
 extern "C" int ipc_msgq_msg_count(const struct ipc_msgq * /*queue*/) {

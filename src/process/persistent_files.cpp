@@ -1,4 +1,4 @@
-// The persistent-file tool's command lines.
+// Commands of the persistent-file tool.
 #include <cstdint>
 #include <cstdio>
 
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kLineSize = 1024;
 
-// Set while a factory clearing is in progress, to the end of the process.
+// Set when a factory reset starts; never cleared.
 std::int32_t clearing = 0;
 
 }  // namespace
@@ -30,7 +30,7 @@ extern "C" int pfs_forget_files(const char *substring) {
   if (listing == nullptr) return 0;
   char line[kLineSize];
   while (talvera::read_line(listing.get(), line, sizeof line)) {
-    // The line is passed on as it was read, its line feed included: to the shell the command's end.
+    // Passes the line with its line feed, which ends the command for the shell.
     if (strncasestr(line, substring, kLineSize) != nullptr) sdb_system("/sbin/pfs -r %s", line);
   }
   return pclose(listing.release());

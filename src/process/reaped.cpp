@@ -10,8 +10,8 @@
 namespace talvera::process {
 namespace {
 
-// The latest exits. Each is one word, so that no lock is needed: the process identifier, which has
-// at most 22 bits, and the exit status.
+// The most recent exits, by process identifier. Each is one atomic word, so that no lock is needed:
+// the process identifier, of at most 22 bits, and the exit status.
 constexpr unsigned kExitBits = 9;
 std::array<std::atomic<std::uint32_t>, 16> exits;
 

@@ -1,5 +1,5 @@
-// How children ended that the reaper of process_start() has collected of late: in another thread it
-// may be faster than the function that waits for one of them.
+// Exit statuses of children that the reaper of process_start() has recently collected: when it runs
+// in another thread, it may win the race against a function that waits for one child.
 #pragma once
 
 #include <sys/types.h>
@@ -9,10 +9,10 @@ namespace talvera::process {
 inline constexpr int kUnknownExit = -1;
 inline constexpr int kKilled = 256;
 
-// Notes a child's wait status. Safe in a signal handler, and in several threads at once.
+// Records a child's wait status. Async-signal-safe and thread-safe.
 void note_exit(pid_t child, int wait_status);
 
-// The exit status that was noted last for a child, or one of the constants.
+// The exit status recorded last for a child, kKilled, or kUnknownExit.
 int noted_exit(pid_t child);
 
 }  // namespace talvera::process

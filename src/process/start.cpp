@@ -1,4 +1,4 @@
-// Starting programs, and the reaper of finished children.
+// Starting programs and reaping finished children.
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -15,8 +15,8 @@
 
 namespace {
 
-// Collects every finished child: left alone, a stopped program would stay a zombie and look alive
-// to process_wait().
+// SIGCHLD handler that reaps every finished child: otherwise a stopped program would remain a
+// zombie and appear alive to process_wait().
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
   const talvera::ErrnoKeeper keep;
@@ -25,7 +25,7 @@ void reap_children(int signal) {
     talvera::process::note_exit(child, status);
 }
 
-// Calls that the handler interrupts go on, and children that merely stop do not matter.
+// Interrupted system calls restart; children that are merely stopped raise no signal.
 void install_reaper() {
   struct sigaction action = {};
   action.sa_handler = reap_children;
@@ -34,7 +34,7 @@ void install_reaper() {
   sigaction(SIGCHLD, &action, nullptr);
 }
 
-// Sets the variable of a "NAME=value" string; a string without '=' is none, and skipped.
+// Sets an environment variable from a "NAME=value" string; skips a string without '='.
 bool set_variable(const char *assignment) {
   const char *equals = std::strchr(assignment, '=');
   if (equals == nullptr) return true;
@@ -43,7 +43,7 @@ bool set_variable(const char *assignment) {
   return name != nullptr && setenv(name.get(), equals + 1, 1) == 0;
 }
 
-// The child's way into the program. Every failure deliberately ends it with status 0.
+// Runs in the child. Every failure intentionally exits with status 0.
 [[noreturn]] void become(const char *path, char *const argv[], char *const env[]) {
   for (; env != nullptr && *env != nullptr; ++env) {
     if (!set_variable(*env)) _exit(0);
@@ -67,7 +67,7 @@ extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], c
     if (setpgid(getpid(), getpid()) != 0) {
       const int error = errno;
       syslog(LOG_ERR, "child setpgid() error %d", error);
-      return error;  // deliberately in the child: it runs on in the caller's code
+      return error;  // intentionally returns in the child, which continues in the caller's code
     }
     become(path, argv, env);
   }

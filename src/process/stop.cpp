@@ -22,7 +22,7 @@ constexpr int kTermSeconds = 3;
 constexpr int kKillSeconds = 1;
 constexpr std::size_t kCommandLineSize = 1024;
 
-// Microseconds of a clock that nobody sets, modulo 2^32.
+// Microseconds of the monotonic clock, modulo 2^32.
 std::uint32_t monotonic_time() {
   timespec now = {};
   clock_gettime(CLOCK_MONOTONIC, &now);
@@ -30,7 +30,7 @@ std::uint32_t monotonic_time() {
          static_cast<std::uint32_t>(now.tv_nsec) / 1000;
 }
 
-// Sleeps for a whole poll interval: what is left after a signal is slept out.
+// Sleeps for a full poll interval, resuming after signals.
 void sleep_poll_interval() {
   const std::uint32_t end = monotonic_time() + kPollInterval;
   if (usleep(kPollInterval) == 0) return;

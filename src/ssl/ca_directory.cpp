@@ -1,4 +1,4 @@
-// Links of the CA directory: certificate files and the hash links that OpenSSL finds them by.
+// Links of the CA directory: certificate files and the hash links by which OpenSSL finds them.
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,7 +17,7 @@ namespace {
 #define CA_DIRECTORY "/var/etc/ssl"
 
 constexpr std::size_t kDirectoryPrefix = sizeof CA_DIRECTORY "/" - 1;
-// Room for the texts, terminators included; longer ones are cut.
+// Buffer sizes including the terminator; longer text is truncated.
 constexpr std::size_t kHashLinkSize = 32;
 constexpr std::size_t kEntrySize = 255;
 
@@ -25,7 +25,7 @@ bool leads_to_file(const char *path) {
   return access(path, F_OK) == 0;
 }
 
-// Whether there is something at the path itself, be it a link that leads nowhere.
+// Whether anything exists at the path itself, even a dangling link.
 bool is_taken(const char *path) {
   struct stat status;
   return lstat(path, &status) == 0;
@@ -36,7 +36,8 @@ bool is_dangling_link(const char *path) {
   return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !leads_to_file(path);
 }
 
-// Deliberately without a result and without numbering: a link of the same hash stays.
+// Intentionally ignores failures and does not number links: an existing link of the same hash
+// stays.
 void add_hash_link(const char *link_path) {
   char name[kHashLinkSize];
   char target[kEntrySize];

@@ -1,4 +1,4 @@
-// Parsed certificates: loading, subject attributes, validity dates.
+// Certificates: parsing, loading, subject attributes, validity dates.
 #include <openssl/objects.h>
 
 #include <algorithm>
@@ -20,20 +20,20 @@ int subject_text(X509 *certificate, int nid, char *buffer, int size) {
   return X509_NAME_get_index_by_NID(subject, nid, -1) < 0 ? -1 : 0;
 }
 
-// Prints a date and deliberately releases its object with free(), whatever comes of it: callers
-// know that asking for a date uses the certificate up.
+// Prints a date and intentionally releases it with free() in every case: callers expect that
+// querying a date uses up the certificate.
 int take_date(ASN1_TIME *date, char *buffer, int length) {
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> used_up(date);
   const ErrorQueueKeeper errors;
-  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints anything like a date
+  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints any date-like text
   const BioPtr text(BIO_new(BIO_s_mem()));
   if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1) return -1;
   char *printed = nullptr;
   const long printed_length = BIO_get_mem_data(text.get(), &printed);
   const int count = static_cast<int>(std::min<long>(printed_length, length));
   std::memcpy(buffer, printed, static_cast<std::size_t>(count));
-  buffer[count] = '\0';  // deliberately one past `length` when the text is cut
+  buffer[count] = '\0';  // intentionally at buffer[length] when truncated
   return count;
 }
 
@@ -42,14 +42,14 @@ int take_date(ASN1_TIME *date, char *buffer, int length) {
 
 using namespace talvera::ssl;
 
-extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long len) {
-  return X509Ptr(uc_make_x509(der, len)) != nullptr ? 1 : 0;
+extern "C" int SSL_IsCertValidFormat(const unsigned char *der, long length) {
+  return X509Ptr(uc_make_x509(der, length)) != nullptr ? 1 : 0;
 }
 
-extern "C" X509 *uc_make_x509(const unsigned char *der, long len) {
-  if (der == nullptr || len < 1) return nullptr;
+extern "C" X509 *uc_make_x509(const unsigned char *der, long length) {
+  if (der == nullptr || length < 1) return nullptr;
   const ErrorQueueKeeper errors;
-  return d2i_X509(nullptr, &der, len);
+  return d2i_X509(nullptr, &der, length);
 }
 
 extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name) {
@@ -62,33 +62,33 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr) return 0;
   if (::read(file.get(), content.get(), bytes) != size) {
-    talvera::wipe(content.get(), bytes);  // perhaps part of a private key
+    talvera::wipe(content.get(), bytes);  // may be part of a private key
     return 0;
   }
   *data = content.release();
   return static_cast<int>(size);
 }
 
-extern "C" int uc_get_common_name(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_commonName, buf, len);
+extern "C" int uc_get_common_name(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_commonName, buf, size);
 }
 
-extern "C" int uc_get_serial_number(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_serialNumber, buf, len);
+extern "C" int uc_get_serial_number(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_serialNumber, buf, size);
 }
 
-extern "C" int uc_get_organization_name(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_organizationName, buf, len);
+extern "C" int uc_get_organization_name(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_organizationName, buf, size);
 }
 
-extern "C" int uc_get_organizational_unit_name(X509 *cert, char *buf, int len) {
-  return subject_text(cert, NID_organizationalUnitName, buf, len);
+extern "C" int uc_get_organizational_unit_name(X509 *cert, char *buf, int size) {
+  return subject_text(cert, NID_organizationalUnitName, buf, size);
 }
 
-extern "C" int uc_get_notbefore(X509 *cert, char *buf, int len) {
-  return take_date(X509_get_notBefore(cert), buf, len);
+extern "C" int uc_get_notbefore(X509 *cert, char *buf, int size) {
+  return take_date(X509_get_notBefore(cert), buf, size);
 }
 
-extern "C" int uc_get_notafter(X509 *cert, char *buf, int len) {
-  return take_date(X509_get_notAfter(cert), buf, len);
+extern "C" int uc_get_notafter(X509 *cert, char *buf, int size) {
+  return take_date(X509_get_notAfter(cert), buf, size);
 }

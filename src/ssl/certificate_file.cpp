@@ -32,7 +32,7 @@ enum class Format : std::uint8_t {
   kPvk = 12,
 };
 
-// Of a word that begins with "P": other words than those for PKCS#12 and PVK are PEM.
+// Words that begin with "P" and do not stand for PKCS#12 or PVK mean PEM.
 Format format_with_p(const char *word) {
   for (const char *known : {"PKCS12", "pkcs12", "P12", "p12"}) {
     if (std::strcmp(word, known) == 0) return Format::kPkcs12;
@@ -40,7 +40,7 @@ Format format_with_p(const char *word) {
   return word[1] == 'V' || word[1] == 'v' ? Format::kPvk : Format::kPem;
 }
 
-// The other words by their first letter.
+// Formats of other words by their first letter.
 struct Initial {
   char letter;
   Format format;
@@ -61,8 +61,8 @@ Format format_of(const char *word) {
   return Format::kUndefined;
 }
 
-// What a certificate is read from. There may be a private key in the file, too: the buffer is not
-// left in freed memory.
+// Input of a certificate. The file may also contain a private key, so the stream's buffer is part
+// of the object and wiped.
 class Input {
  public:
   explicit Input(FilePtr stream) : stream_(std::move(stream)) {
@@ -70,7 +70,7 @@ class Input {
     std::setvbuf(stream_.get(), buffer_, _IOFBF, sizeof buffer_);
     bio_.reset(BIO_new_fp(stream_.get(), BIO_NOCLOSE));
   }
-  // Standard input, unbuffered, so that no byte after the certificate is taken from it.
+  // Standard input, unbuffered so that nothing after the certificate is consumed.
   Input() {
     std::setvbuf(stdin, nullptr, _IONBF, 0);
     bio_.reset(BIO_new_fp(stdin, BIO_NOCLOSE));
@@ -95,11 +95,11 @@ Input open_input(const char *path) {
   return path != nullptr ? Input(FilePtr(std::fopen(path, "r"))) : Input();
 }
 
-// What PEM_read_bio() returns.
+// Owns the results of PEM_read_bio().
 struct PemBlock {
   bool read(BIO *in) {
     if (PEM_read_bio(in, &name, &header, &data, &size) == 1) return true;
-    name = header = nullptr;  // some versions leave pointers to what they have freed
+    name = header = nullptr;  // some versions leave dangling pointers
     data = nullptr;
     return false;
   }
@@ -122,8 +122,8 @@ bool names_certificate(const char *name) {
   return false;
 }
 
-// The first certificate, plain or with trust settings. An encrypted one, which has a header, is
-// refused: OpenSSL would ask for its pass phrase on the terminal.
+// The first certificate, plain or with trust settings. Rejects an encrypted one (with a header),
+// because OpenSSL would ask for its pass phrase on the terminal.
 X509Ptr read_pem(BIO *in) {
   for (;;) {
     PemBlock block;
@@ -157,7 +157,8 @@ const EVP_MD *digest_of(const char *name) {
   return nullptr;
 }
 
-// Tells whether all has got to the file. Not every C library's fflush() does: the stream knows.
+// Flushes and returns whether everything was written. Also checks the stream's error flag, because
+// fflush() of some C libraries does not report all write errors.
 bool flush(BIO *out) {
   std::FILE *stream = nullptr;
   return BIO_flush(out) == 1 && BIO_get_fp(out, &stream) == 1 && std::ferror(stream) == 0;
@@ -189,8 +190,8 @@ extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
 }
 
 extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const char *digest,
-                                    char *out) {
-  if (out == nullptr || digest == nullptr) return -1;
+                                    char *buf) {
+  if (buf == nullptr || digest == nullptr) return -1;
   const EVP_MD *type = digest_of(digest);
   if (type == nullptr) return -1;
 
@@ -200,11 +201,11 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   unsigned char bytes[EVP_MAX_MD_SIZE];
   unsigned int size = 0;
   if (X509_digest(certificate.get(), type, bytes, &size) != 1 || size == 0) return -1;
-  // Each byte takes three characters; the formatter's own terminator goes one beyond.
+  // Each byte takes three characters; snprintf() adds its terminator after them.
   for (const unsigned char &byte : std::span(bytes, size)) {
     const bool last = &byte == bytes + size - 1;
-    std::snprintf(out, 4, "%02X%c", byte, last ? '\0' : ':');
-    out += 3;
+    std::snprintf(buf, 4, "%02X%c", byte, last ? '\0' : ':');
+    buf += 3;
   }
   return 0;
 }

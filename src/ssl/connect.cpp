@@ -1,4 +1,4 @@
-// The client's handshake within a fixed time, and the judgement of the server.
+// The client handshake with a time limit, and validation of the server.
 #include <strings.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
@@ -24,9 +24,9 @@ void set_blocking(int fd, bool blocking) {
   ioctl(fd, FIONBIO, &non_blocking);
 }
 
-// Waits until the handshake can go on; false when it cannot. The wait writes what is left of the
-// budget back, so that the budget is the total of all waits. Steps that take time themselves, since
-// the server keeps them busy, shorten it by whole seconds.
+// Waits until the handshake can continue; false if it cannot. select() writes the remaining time
+// back to `budget`, which thus limits the total of all waits. Time spent within steps, which the
+// server can prolong, is deducted in whole seconds.
 bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &deadline) {
   if (fd < 0 || fd >= FD_SETSIZE) return false;
   const time_t left = deadline.seconds_left();
@@ -51,7 +51,7 @@ bool has_network_time() {
   return decimal32(flag) != 0;
 }
 
-// A name with a NUL inside is none: it would pass for its first part.
+// Rejects a name that contains a NUL, which would compare as its first part only.
 bool has_common_name(X509 *certificate, const char *expected) {
   char name[kNameSize];
   const int length = X509_NAME_get_text_by_NID(X509_get_subject_name(certificate), NID_commonName,
@@ -60,14 +60,14 @@ bool has_common_name(X509 *certificate, const char *expected) {
          strcasecmp(expected, name) == 0;
 }
 
-// Lets verification go on after the one error that can be forgiven.
+// Verification callback: ignores certificates that are not yet valid.
 int forgive_not_yet_valid(int ok, X509_STORE_CTX *verification) {
   const int error = X509_STORE_CTX_get_error(verification);
   return ok == 1 || error == X509_V_ERR_CERT_NOT_YET_VALID ? 1 : 0;
 }
 
-// What is wrong with the peer's chain besides certificates that are not yet valid. The handshake's
-// verification stopped at the first of these, perhaps before it looked at any signature.
+// Verifies the peer's chain again, ignoring certificates that are not yet valid: the handshake's
+// verification stopped at the first of these, possibly before checking any signature.
 long other_error(SSL *ssl) {
   const X509Ptr peer(SSL_get_peer_certificate(ssl));
   const StoreContextPtr verification(X509_STORE_CTX_new());
@@ -104,7 +104,7 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
     set_blocking(fd, false);
     const int result = SSL_connect(ssl);
     if (result > 0) {
-      // Deliberately still non-blocking: the caller chooses how it goes on.
+      // Intentionally still non-blocking: the caller chooses the mode.
       sdb_log(SDB_LOG_INFO, "SSL: Handshake Success");
       return 1;
     }
@@ -121,7 +121,7 @@ extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
   long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
   if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) {
-    // A resumed session carries the result of its first handshake, and may have lost the chain.
+    // A resumed session keeps the result of its first handshake and may have lost the chain.
     result = SSL_session_reused(ssl) == 1 ? X509_V_OK : other_error(ssl);
   }
   if (result != X509_V_OK) return refuse(result);

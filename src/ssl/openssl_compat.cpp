@@ -1,4 +1,4 @@
-// What OpenSSL 1.0 did and later versions do not, kept in this one file.
+// Behaviour of OpenSSL 1.0 that later versions changed, confined to this file.
 #include "ssl/openssl_compat.h"
 
 #include <openssl/asn1t.h>
@@ -10,7 +10,7 @@
 #include <openssl/provider.h>
 #endif
 
-#ifndef static_ASN1_SEQUENCE_END  // came with 1.1.0
+#ifndef static_ASN1_SEQUENCE_END  // since 1.1.0
 #define static_ASN1_SEQUENCE_END ASN1_SEQUENCE_END
 #endif
 
@@ -28,7 +28,8 @@ ErrorQueueKeeper::~ErrorQueueKeeper() {
 
 #else
 
-// Marks do not nest yet, and OpenSSL sets its own: the program's queue is put aside as a whole.
+// Marks do not nest in these versions, and OpenSSL sets its own: saves the program's queue as a
+// whole.
 ErrorQueueKeeper::ErrorQueueKeeper() {
   if (queue_ == nullptr) return;
   former_ = *queue_;
@@ -45,8 +46,8 @@ ErrorQueueKeeper::~ErrorQueueKeeper() {
 
 #endif
 
-// Old protocols can be left out when OpenSSL is built. The methods of one version are deprecated
-// since 1.1.0, in favour of one for all versions whose limits the configuration of the system sets.
+// OpenSSL can be built without old protocols. Methods for one version are deprecated since 1.1.0 in
+// favour of a generic method, whose limits are set by the system configuration.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
@@ -95,7 +96,7 @@ const SSL_METHOD *dtls1_method() {
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
 namespace {
 
-// All that 1.0 took, and what TLS 1.3 needs.
+// Everything that 1.0 accepted, and what TLS 1.3 needs.
 constexpr char kSignatureAlgorithms[] =
     "RSA+SHA256:RSA+SHA384:RSA+SHA512:RSA+SHA224:RSA+SHA1:"
     "rsa_pss_rsae_sha256:rsa_pss_rsae_sha384:rsa_pss_rsae_sha512:"
@@ -111,14 +112,14 @@ void accept_what_1_0_accepted(SSL_CTX *context) {
   SSL_CTX_set1_sigalgs_list(context, kSignatureAlgorithms);
 #endif
 #if OPENSSL_VERSION_NUMBER >= 0x10100000L
-  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);  // whatever the configuration file says
+  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);  // overrides the configuration file
   SSL_CTX_set_security_level(context, 0);
   SSL_CTX_set_min_proto_version(context, 0);
   SSL_CTX_set_max_proto_version(context, 0);
-  // SSL_OP_NO_DTLSv1 is SSL_OP_NO_TLSv1.
+  // SSL_OP_NO_DTLSv1 equals SSL_OP_NO_TLSv1.
   SSL_CTX_clear_options(context,
                         SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2);
-  // On by default since 1.1.1; here it comes with the client identity.
+  // On by default since 1.1.1; enabled later, with the client identity.
   SSL_CTX_clear_mode(context, SSL_MODE_AUTO_RETRY);
 #endif
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
@@ -168,7 +169,7 @@ ASN1_SEQUENCE(NetscapeSequence) = {
 
 constexpr char kNetscapeHeader[] = "certificate";
 
-// Deliberately no shortest length: an empty header will do.
+// Intentionally without a minimum length: an empty header matches.
 bool is_netscape_header(const ASN1_OCTET_STRING *header) {
   return std::strncmp(kNetscapeHeader, reinterpret_cast<const char *>(header->data),
                       static_cast<std::size_t>(header->length)) == 0;
@@ -192,8 +193,8 @@ X509Ptr read_netscape(BIO *in) {
 
 namespace {
 
-// A bundle without a key holds certificates alone: the first is taken, which came last from the
-// parser before 3.0.
+// A bundle without a key holds only certificates: takes the first, which is last in the parser's
+// output before 3.0.
 X509 *take_first(STACK_OF(X509) * certificates) {
 #if OPENSSL_VERSION_NUMBER >= 0x30000000L
   return sk_X509_shift(certificates);
@@ -202,7 +203,8 @@ X509 *take_first(STACK_OF(X509) * certificates) {
 #endif
 }
 
-// The parser tells the certificate from its issuers by the key, so it gets a place for the key.
+// Requests the key as well, because the parser uses it to distinguish the certificate from its
+// issuers.
 X509Ptr certificate_of(PKCS12 *bundle) {
   EVP_PKEY *key = nullptr;
   X509 *certificate = nullptr;
@@ -220,8 +222,8 @@ X509Ptr certificate_of(PKCS12 *bundle) {
 
 namespace {
 
-// The ciphers that 1.0 wrote bundles with are in a provider that is not active by default. It is
-// loaded into a library context of the call's own, so that the program's is not changed.
+// The ciphers of bundles written by 1.0 are in a provider that is not active by default. A private
+// library context loads it, so that the program's context is unchanged.
 class LegacyContext {
  public:
   LegacyContext()
@@ -234,12 +236,12 @@ class LegacyContext {
   LegacyContext(const LegacyContext &) = delete;
   LegacyContext &operator=(const LegacyContext &) = delete;
 
-  // Without the legacy provider the context still opens newer bundles.
+  // Without the legacy provider, newer bundles can still be opened.
   [[nodiscard]] bool usable() const { return context_ != nullptr && standard_ != nullptr; }
   [[nodiscard]] OSSL_LIB_CTX *get() const { return context_; }
 
  private:
-  // Without a context of our own the program's would be changed.
+  // A null context would mean the program's default context.
   OSSL_PROVIDER *load(const char *name) {
     return context_ != nullptr ? OSSL_PROVIDER_load(context_, name) : nullptr;
   }
@@ -249,7 +251,7 @@ class LegacyContext {
   OSSL_PROVIDER *standard_;
 };
 
-// The same certificate without a tie to the library context it was parsed in.
+// A copy of the certificate that is independent of the library context in which it was parsed.
 X509Ptr detached(const X509Ptr &certificate) {
   if (certificate == nullptr) return nullptr;
   unsigned char *der = nullptr;
@@ -269,14 +271,14 @@ X509Ptr read_pkcs12(BIO *in) {
   PKCS12 *bundle = PKCS12_init_ex(NID_pkcs7_data, context.get(), nullptr);
   if (bundle == nullptr) return nullptr;
   const bool read = d2i_PKCS12_bio(in, &bundle) != nullptr;
-  const Pkcs12Ptr owner(bundle);  // a failed read may have released and cleared it
+  const Pkcs12Ptr owner(bundle);  // a failed read may have freed it and set it to null
   return read ? detached(certificate_of(bundle)) : nullptr;
 }
 
 #else
 
 X509Ptr read_pkcs12(BIO *in) {
-  SSL_library_init();  // 1.0.2 knows no cipher and no digest before
+  SSL_library_init();  // 1.0.2 has no ciphers or digests before this call
   const Pkcs12Ptr bundle(d2i_PKCS12_bio(in, nullptr));
   return bundle != nullptr ? certificate_of(bundle.get()) : nullptr;
 }

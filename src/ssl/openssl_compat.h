@@ -1,5 +1,5 @@
-// Where OpenSSL versions decide differently: the library behaves as OpenSSL 1.0 did, on 1.0.2
-// to 3.x.
+// Compatibility across OpenSSL 1.0.2 to 3.x: the library behaves as with OpenSSL 1.0 on all of
+// them.
 #pragma once
 
 #include <openssl/err.h>
@@ -8,9 +8,8 @@
 
 namespace talvera::ssl {
 
-// Takes back what a call adds to the thread's error queue, and keeps what the program has there.
-// What stayed would make SSL_get_error() misjudge the program's next read or write on any
-// connection.
+// Removes the errors that a call adds to the thread's error queue and keeps the program's. Leftover
+// errors would make SSL_get_error() misjudge the program's next operation on any connection.
 class ErrorQueueKeeper {
  public:
   ErrorQueueKeeper();
@@ -32,22 +31,22 @@ const SSL_METHOD *tls1_2_method();
 const SSL_METHOD *ssl3_method();
 const SSL_METHOD *dtls1_method();
 
-// Makes a new context accept what 1.0 accepted, whatever the distribution or its configuration file
-// set: any protocol version, key length and digest, and servers without secure renegotiation. The
-// key exchange groups stay those of the configuration.
+// Makes a new context accept what 1.0 accepted, overriding the distribution's defaults and
+// configuration file: every protocol version, key length and digest, and servers without secure
+// renegotiation. The key exchange groups stay as configured.
 void accept_what_1_0_accepted(SSL_CTX *context);
 
-// The store that a handshake verifies against: the context's, unless the program has set another.
-// (Versions that cannot tell do without the other.)
+// The store used for verification: that of the context unless the program has set another, which
+// older versions cannot report.
 X509_STORE *verify_store(SSL *ssl);
 
-// The number that 1.0 has for an error of verification.
+// The 1.0 number of a verification error.
 long verify_error_of_1_0(long error);
 
-// The certificate of a Netscape certificate sequence, or null.
+// Reads the certificate of a Netscape certificate sequence; null on failure.
 X509Ptr read_netscape(BIO *in);
 
-// The certificate of a PKCS#12 bundle with the empty password, or null.
+// Reads the certificate of a PKCS#12 bundle with an empty password; null on failure.
 X509Ptr read_pkcs12(BIO *in);
 
 }  // namespace talvera::ssl

@@ -1,4 +1,4 @@
-// Owners of OpenSSL's objects.
+// Owners of OpenSSL objects.
 #pragma once
 
 #include <openssl/bio.h>

@@ -1,4 +1,4 @@
-// Keeps a write to a connection that the peer has closed from ending the program.
+// Scoped suppression of SIGPIPE from writes to a connection that the peer has closed.
 #pragma once
 
 #include <signal.h>
@@ -9,7 +9,7 @@
 
 namespace talvera::ssl {
 
-// While one lives, SIGPIPE is blocked in this thread; one that came meanwhile is taken back.
+// Blocks SIGPIPE in this thread for its lifetime and discards one that became pending meanwhile.
 class PipeSignalBlock {
  public:
   PipeSignalBlock() {

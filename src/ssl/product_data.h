@@ -1,6 +1,5 @@
-// What a product supplies at build time, embedded by cmake/product-data.cmake: its root
-// certificates. (The client identity, client_cert and client_pvt_key, is part of the public
-// interface.)
+// Root certificates that the product supplies at build time, embedded by cmake/product-data.cmake.
+// (The client identity, client_cert and client_pvt_key, is part of the public interface.)
 #pragma once
 
 #include <cstddef>
@@ -15,7 +14,7 @@ struct RootCertificate {
 
 inline constexpr std::size_t kRootCount = 11;
 
-// In the order in which they are installed.
+// In installation order.
 extern const RootCertificate kRootCertificates[kRootCount];
 
 }  // namespace talvera::ssl

@@ -1,4 +1,4 @@
-// The end of a handshake's time, also within a step of it.
+// The deadline of a handshake, enforced even within a step.
 #pragma once
 
 #include <openssl/bio.h>
@@ -6,14 +6,14 @@
 
 namespace talvera::ssl {
 
-// A moment of the clock that nobody sets.
+// A point in time of the monotonic clock.
 class Deadline {
  public:
   explicit Deadline(time_t seconds) {
     clock_gettime(CLOCK_MONOTONIC, &end_);
     end_.tv_sec += seconds;
   }
-  // Whole seconds until then, rounded up; 0 or less when it has passed.
+  // Seconds until the deadline, rounded up; 0 or less when it has passed.
   [[nodiscard]] time_t seconds_left() const {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -24,9 +24,9 @@ class Deadline {
   timespec end_;
 };
 
-// While one lives, a connection is read no more once the deadline has passed: a peer that always
-// has more to say cannot keep a single step of the handshake going. A program that has a callback
-// of its own on the connection keeps it instead.
+// For its lifetime, makes reads from a connection fail once the deadline has passed, so that a peer
+// that keeps sending cannot prolong a single step of the handshake. Does nothing if the program has
+// its own callback on the connection.
 class ReadDeadline {
  public:
   ReadDeadline(BIO *connection, Deadline &deadline) {
@@ -50,7 +50,7 @@ class ReadDeadline {
 #endif
     return BIO_get_callback(connection) != nullptr;
   }
-  // OpenSSL asks before and after each operation; -1 before it is a failure instead of it.
+  // OpenSSL calls this before and after each operation; -1 before a read makes it fail.
   static long refuse_late_read(BIO *connection, int operation, const char *, int, long,
                                long result) {
     const void *const argument = BIO_get_callback_arg(connection);

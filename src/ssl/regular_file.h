@@ -1,4 +1,4 @@
-// Files that are read without waiting for anybody.
+// Reading files without waiting for another process.
 #pragma once
 
 #include <fcntl.h>
@@ -6,12 +6,12 @@
 
 namespace talvera::ssl {
 
-// Opens for reading, without waiting for the writer of a FIFO.
+// Opens for reading without waiting for a writer of a FIFO.
 inline int open_at_once(const char *path) {
   return open(path, O_RDONLY | O_NONBLOCK);
 }
 
-// Whether a descriptor is one of a file that has an end, unlike a FIFO or a terminal.
+// Whether a descriptor refers to a regular file, unlike a FIFO or a terminal.
 inline bool is_regular_file(int fd) {
   struct stat status;
   return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
@@ -22,7 +22,7 @@ inline bool is_fifo(int fd) {
   return fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-// SSL_cert_hash() of a file in PEM; 0, too, of what is no file.
+// SSL_cert_hash() of a PEM file; 0 for anything but a regular file.
 unsigned long hash_of_pem_file(const char *path);
 
 }  // namespace talvera::ssl

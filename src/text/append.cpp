@@ -1,21 +1,22 @@
-// Building text: appenders that return the new end, filtering, letter case, the two-pass builder.
+// Building text: appending functions that return the new end, filtering, upper-casing, the two-pass
+// builder.
 #include <cctype>
 #include <cstring>
 
 #include "internal/alias.h"
 #include "talvera/strutil.h"
 
-extern "C" void strfilt(char *dst, const char *src, const char *drop, int size) {
+extern "C" void strfilt(char *buf, const char *src, const char *drop, int size) {
   for (int room = size; room > 1 && *src != '\0'; ++src) {
     if (std::strchr(drop, *src) != nullptr) continue;
-    *dst++ = *src;
+    *buf++ = *src;
     --room;
   }
-  *dst = '\0';
+  *buf = '\0';
 }
 
 extern "C" char *str_cat(char *dst, const char *src) {
-  if (src == nullptr) return dst;  // deliberately not the end of the text
+  if (src == nullptr) return dst;  // intentionally not the end of the text
   return stpcpy(dst + std::strlen(dst), src);
 }
 TALVERA_ALIAS(strcatdest, str_cat);
@@ -26,7 +27,7 @@ extern "C" char *str_ncat(char *dst, const char *src, int n) {
   const std::size_t added = strnlen(src, limit - kept);
   std::memcpy(dst + kept, src, added);
   char *const end = dst + kept + added;
-  *end = '\0';  // cuts what was longer than the limit before
+  *end = '\0';  // truncates text that already exceeded the limit
   return end;
 }
 TALVERA_ALIAS(strncatdest, str_ncat);
@@ -48,9 +49,9 @@ extern "C" int string_toupper(char *s) {
   return 0;
 }
 
-extern "C" void put_str(char *buf, int *len, const char *str) {
-  if (len == nullptr || str == nullptr) return;
-  const std::size_t length = std::strlen(str);
-  if (buf != nullptr) std::memcpy(buf + *len, str, length + 1);
-  *len += static_cast<int>(length);
+extern "C" void put_str(char *buf, int *length, const char *str) {
+  if (length == nullptr || str == nullptr) return;
+  const std::size_t added = std::strlen(str);
+  if (buf != nullptr) std::memcpy(buf + *length, str, added + 1);
+  *length += static_cast<int>(added);
 }

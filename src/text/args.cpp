@@ -1,4 +1,4 @@
-// Splitting of a string in place, at white space or at delimiters.
+// Splitting a string in place at white space or delimiters.
 #include "talvera/args.h"
 
 #include <algorithm>
@@ -15,14 +15,14 @@ bool is_quote(char c) {
   return c == '"' || c == '\'';
 }
 
-// The end of a word in quotes: the next quote of that kind, or the terminator.
+// The end of a quoted word: the closing quote or the terminator.
 char *quoted_end(char *p, char quote) {
   while (*p != '\0' && *p != quote)
     ++p;
   return p;
 }
 
-// Splits a string at any of a set of delimiters, as strtok_r() does.
+// Splits a string at any character of a set, like strtok_r().
 class Tokenizer {
  public:
   Tokenizer(char *s, const char *delimiters) : position_(s) {
@@ -30,7 +30,7 @@ class Tokenizer {
       add(*delimiters);
   }
 
-  // The next token, terminated in place; null when none is left.
+  // The next token, terminated in place; null at the end.
   char *next() {
     while (*position_ != '\0' && contains(*position_))
       ++position_;
@@ -53,7 +53,7 @@ class Tokenizer {
   }
 
   char *position_;
-  std::uint32_t set_[8] = {};  // a bit for each byte value
+  std::uint32_t set_[8] = {};  // one bit per byte value
 };
 
 }  // namespace
@@ -81,7 +81,8 @@ extern "C" void str_to_args(char *s, int *argc, char *argv[20]) {
     if (is_quote(*p)) {
       argv[*argc] = p + 1;
       end = quoted_end(p + 1, *p);
-      if (*end != '\0') *end++ = '\0';  // and what comes behind it is the separator, deliberately
+      if (*end != '\0')
+        *end++ = '\0';  // intentionally, the next character is the separator, whatever it is
     } else {
       argv[*argc] = p;
       end = skip_nonspace(p);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// What a byte of encoded text means: a value below 64, or one of these.
+// Class of an encoded character: a value below 64, or one of these.
 constexpr std::uint8_t kPad = 64;
 constexpr std::uint8_t kSkipped = 65;
 
@@ -30,7 +30,7 @@ std::uint8_t symbol(char c) {
   return kSymbols[static_cast<std::uint8_t>(c)];
 }
 
-// Writes the four characters of a group of three bytes, which are the upper ones of `group`.
+// Encodes a group of three bytes, the upper ones of `group`, as four characters.
 void write_characters(std::uint32_t group, char *out) {
   out[0] = kAlphabet[group >> 26];
   out[1] = kAlphabet[group >> 20 & 63];
@@ -38,7 +38,8 @@ void write_characters(std::uint32_t group, char *out) {
   out[3] = kAlphabet[group >> 8 & 63];
 }
 
-// Decodes up to `groups` groups of four characters, while they are values all; returns how many.
+// Decodes up to `groups` groups of four characters, stopping at one with padding or a skipped
+// character; returns the number decoded.
 std::size_t decode_values(const char *in, std::size_t groups, unsigned char *out) {
   for (std::size_t done = 0; done < groups; ++done, in += 4, out += 3) {
     const std::uint32_t a = symbol(in[0]);
@@ -62,8 +63,8 @@ class Decoder {
   [[nodiscard]] std::size_t written() const { return written_; }
   [[nodiscard]] bool is_complete() const { return collected_ == 0; }
 
-  // Takes groups of values at the start of `in`, while they go out whole; returns the characters
-  // taken.
+  // Decodes leading whole groups without padding or skipped characters; returns the number of
+  // characters consumed.
   std::size_t take_whole_groups(const char *in, std::size_t length) {
     if (collected_ != 0 || bytes_per_group_ != 3) return 0;
     const std::size_t groups =
@@ -72,7 +73,7 @@ class Decoder {
     return 4 * groups;
   }
 
-  // Takes a value or a pad; false when it completes a group that does not fit.
+  // Adds a value or a pad; false when it completes a group that does not fit.
   bool take(std::uint8_t value) {
     if (value == kPad) {
       value = 0;
@@ -91,50 +92,50 @@ class Decoder {
   unsigned char *out_;
   std::size_t capacity_;
   std::size_t written_ = 0;
-  std::uint32_t group_ = 0;       // the lower 24 bits count
-  unsigned collected_ = 0;        // symbols in it
-  unsigned bytes_per_group_ = 3;  // lowered by each pad, deliberately for the groups behind it too
+  std::uint32_t group_ = 0;       // symbols collected so far, in the lower 24 bits
+  unsigned collected_ = 0;        // number of symbols in group_
+  unsigned bytes_per_group_ = 3;  // reduced by each pad, intentionally for all later groups too
 };
 
 }  // namespace
 
-extern "C" int base64_encode(const unsigned char *in, unsigned int len, char *out,
-                             unsigned int *out_len) {
+extern "C" int base64_encode(const unsigned char *data, unsigned int length, char *buf,
+                             unsigned int *size) {
   constexpr std::uint32_t kMostGroups = (UINT32_MAX - 1) / 4;
-  const std::uint32_t groups = len / 3 + (len % 3 != 0 ? 1 : 0);
+  const std::uint32_t groups = length / 3 + (length % 3 != 0 ? 1 : 0);
   const std::uint32_t needed = groups <= kMostGroups ? groups * 4 + 1 : UINT32_MAX;
-  if (groups > kMostGroups || *out_len < needed) {
-    *out_len = needed;
+  if (groups > kMostGroups || *size < needed) {
+    *size = needed;
     return talvera::fail(ENOSPC);
   }
-  std::size_t rest = len;
-  for (; rest > 3; rest -= 3, in += 3, out += 4)
-    write_characters(talvera::load_be32(in), out);
+  std::size_t rest = length;
+  for (; rest > 3; rest -= 3, data += 3, buf += 4)
+    write_characters(talvera::load_be32(data), buf);
   if (rest > 0) {
-    std::uint32_t last = std::uint32_t{in[0]} << 24;
-    if (rest > 1) last |= std::uint32_t{in[1]} << 16;
-    if (rest > 2) last |= std::uint32_t{in[2]} << 8;
-    write_characters(last, out);
-    if (rest < 3) out[3] = '=';
-    if (rest < 2) out[2] = '=';
-    out += 4;
+    std::uint32_t last = std::uint32_t{data[0]} << 24;
+    if (rest > 1) last |= std::uint32_t{data[1]} << 16;
+    if (rest > 2) last |= std::uint32_t{data[2]} << 8;
+    write_characters(last, buf);
+    if (rest < 3) buf[3] = '=';
+    if (rest < 2) buf[2] = '=';
+    buf += 4;
   }
-  *out = '\0';
-  *out_len = needed - 1;
+  *buf = '\0';
+  *size = needed - 1;
   return 0;
 }
 
-extern "C" int base64_decode(const char *in, unsigned int len, unsigned char *out,
-                             unsigned int *out_len) {
-  if (in == nullptr || out == nullptr || out_len == nullptr) return talvera::fail(EINVAL);
-  Decoder decoder(out, *out_len);
-  for (std::size_t i = 0; i < len;) {
-    i += decoder.take_whole_groups(in + i, len - i);
-    if (i == len) break;
-    const std::uint8_t value = symbol(in[i++]);
+extern "C" int base64_decode(const char *text, unsigned int length, unsigned char *buf,
+                             unsigned int *size) {
+  if (text == nullptr || buf == nullptr || size == nullptr) return talvera::fail(EINVAL);
+  Decoder decoder(buf, *size);
+  for (std::size_t i = 0; i < length;) {
+    i += decoder.take_whole_groups(text + i, length - i);
+    if (i == length) break;
+    const std::uint8_t value = symbol(text[i++]);
     if (value != kSkipped && !decoder.take(value)) return talvera::fail(ENOSPC);
   }
   if (!decoder.is_complete()) return talvera::fail(EINVAL);
-  *out_len = static_cast<unsigned int>(decoder.written());
+  *size = static_cast<unsigned int>(decoder.written());
   return 0;
 }

@@ -1,4 +1,4 @@
-// MAC addresses typed by users.
+// Parsing of MAC addresses entered by users.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr unsigned char kGroupBit = 1;  // of the first byte (IEEE 802)
 
-// Value of a digit that has passed the test for one.
+// Value of a hexadecimal digit; the caller has checked that it is one.
 unsigned parse_macaddr_comp(char digit) {
   const int c = talvera::digit_value(digit);
   if (!((c >= 0) && (c <= 0xF))) {
@@ -22,7 +22,7 @@ unsigned parse_macaddr_comp(char digit) {
   return static_cast<unsigned>(c);
 }
 
-// Takes one group with the white space around it; null when it has not one or two digits.
+// Parses one group of one or two digits and surrounding white space; null if it has more or none.
 const char *take_group(const char *p, unsigned char *byte) {
   p = talvera::skip_spaces(p);
   const char *const digits = p;
@@ -34,7 +34,7 @@ const char *take_group(const char *p, unsigned char *byte) {
   return talvera::skip_spaces(p);
 }
 
-// Takes six groups; false when the text is anything else.
+// Parses six groups; false if the text is anything else.
 bool take_address(const char *p, std::span<unsigned char, 6> mac) {
   char separator = '\0';
   for (unsigned i = 0; i < 6; ++i) {
@@ -61,6 +61,6 @@ extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                              unsigned char mac[6]) {
   const int result =
       judge(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
-  std::printf("Parse MAC error %d\n", result);  // deliberately also for 0
+  std::printf("Parse MAC error %d\n", result);  // intentionally also for 0
   return result;
 }

@@ -1,4 +1,4 @@
-// Numbers within bounds, port ranges and ATM virtual circuits.
+// Range-checked numbers, port ranges and ATM virtual circuits.
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -17,8 +17,8 @@ using talvera::parse_integer32;
 constexpr std::size_t kPortRangeSize = sizeof "65535-65535";
 constexpr std::size_t kCircuitListSize = 80;
 
-// Reads "number/number", white space before each number and anything behind. The first is stored
-// even when the second fails.
+// Parses "number/number"; allows white space before each number and any text after them. The first
+// number is stored even if the second is missing.
 bool parse_circuit(const char *word, int *vpi, int *vci) {
   const Integer32 path = parse_integer32(word, 10);
   if (path.end == word) return false;
@@ -50,16 +50,16 @@ extern "C" int strtol_range(long *value, const char *s, long min, long max) {
   return 0;
 }
 
-extern "C" char *range_to_portstr(char *out, unsigned int low, unsigned int high, int delim) {
+extern "C" char *range_to_portstr(char *buf, unsigned int low, unsigned int high, int delim) {
   const auto first = static_cast<std::uint16_t>(low);
   const auto last = static_cast<std::uint16_t>(high);
-  if (last < first || out == nullptr || static_cast<signed char>(delim) < 32) return nullptr;
+  if (last < first || buf == nullptr || static_cast<signed char>(delim) < 32) return nullptr;
   if (first == last) {
-    std::snprintf(out, kPortRangeSize, "%hu", first);
+    std::snprintf(buf, kPortRangeSize, "%hu", first);
   } else {
-    std::snprintf(out, kPortRangeSize, "%hu%c%hu", first, delim, last);
+    std::snprintf(buf, kPortRangeSize, "%hu%c%hu", first, delim, last);
   }
-  return out;
+  return buf;
 }
 
 extern "C" int atm_parse_vi(const char *s, int index, int *vpi, int *vci) {

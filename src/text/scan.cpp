@@ -1,4 +1,4 @@
-// Scanners of words and strings along a line.
+// Scanners of words and strings in a line.
 #include "talvera/scan.h"
 
 #include <cstddef>
@@ -10,19 +10,19 @@
 
 namespace {
 
-// Bytes from 128 up are below 33 as well, on every machine: deliberately, they end words.
+// Bytes from 128 up are negative here on every machine, so they intentionally end words.
 bool below_33(char c) {
   return static_cast<signed char>(c) < 33;
 }
 
-// What stands for a null string. It is constant: there is nothing in it to be written.
+// Returned for a null string. The array is constant because callers have nothing to write in it.
 char *static_empty() {
   static constexpr char kEmpty[] = "";
   return const_cast<char *>(kEmpty);
 }
 
-// Takes the escape that the "^" at `p` begins, and returns what follows it. `*byte` becomes 0 when
-// the escape gives nothing.
+// Parses the escape sequence that starts with the "^" at `p` and returns its end. `*byte` is 0 for
+// an invalid escape.
 char *take_escape(char *p, char *byte) {
   *byte = *++p;
   if (*byte == '\0') return p;
@@ -70,7 +70,7 @@ extern "C" char *getword(char *s, char *buf, int size) {
   char *const word = p;
   while (!below_33(*p)) {
     *buf++ = *p++;
-    // Tested behind the copy: with size 1 a character and the terminator are written.
+    // Checked after the copy: size 1 still stores a character and the terminator.
     if (p - word >= size - 1) {
       *buf = '\0';
       return skip_blank(skip_nonblank(p));
@@ -102,7 +102,7 @@ extern "C" char *getstring(char *s, char *buf, int size, int delim) {
       buf[length++] = *p++;
     }
   }
-  buf[length] = '\0';  // after `size` characters this is buf[size]
+  buf[length] = '\0';  // intentionally buf[size] after `size` characters
   return p;
 }
 TALVERA_ALIAS(get_string, getstring);

@@ -1,4 +1,4 @@
-// IPv4 and MAC addresses taken along a line.
+// Scanners of IPv4 and MAC addresses in a line.
 #include <arpa/inet.h>
 #include <netinet/ether.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Copies the token at `s`, up to white space, and returns its end; null when it does not fit.
+// Copies the token at `s`, which ends at white space, and returns its end; null if it does not fit.
 template <std::size_t Size>
 char *copy_token(char *s, char (&token)[Size]) {
   char *const end = skip_nonspace(s);

@@ -1,4 +1,4 @@
-// Numbers in text: taken along a line, or checked as a whole string.
+// Scanners of numbers in a line, and validation of strings that hold one number.
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -15,7 +15,7 @@ bool is_x(char c) {
   return c == 'x' || c == 'X';
 }
 
-// getnum() for a result of any type.
+// Scans a number for all getnum() variants, modulo 2^32.
 char *take_number(char *s, std::uint32_t *value, int base) {
   char *p = skip_blank(s);
   *value = 0;
@@ -23,7 +23,7 @@ char *take_number(char *s, std::uint32_t *value, int base) {
   if (negative) {
     ++p;
   } else if (*p != '\0' && p[1] == '+') {
-    return s;  // deliberate: a "+" in second place spoils the number too
+    return s;  // intentional: a "+" as the second character makes the number invalid
   }
   if ((base == 0 || base == 16) && *p == '0' && is_x(p[1])) {
     base = 16;
@@ -39,8 +39,8 @@ char *take_number(char *s, std::uint32_t *value, int base) {
   return p;
 }
 
-// Whether a conversion took all of the text; and, where it gave the type's greatest value, whether
-// the text says just that. 0, or -1 with errno set.
+// Checks that a conversion consumed the whole text and that the type's greatest value comes from
+// exactly the text `greatest`, not from an overflow. 0, or -1 with errno set.
 [[gnu::noinline]] int judge(const char *text, const char *end, bool is_greatest,
                             const char *greatest) {
   const bool valid =

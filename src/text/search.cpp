@@ -1,4 +1,4 @@
-// Searches and character sets.
+// Substring search, prefix match and character sets.
 #include <cctype>
 #include <cstring>
 

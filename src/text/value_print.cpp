@@ -1,4 +1,4 @@
-// Printers of values into callers' buffers, and heap strings that replace each other.
+// Formatting of values into callers' buffers, and replacement of heap strings.
 #include <arpa/inet.h>
 
 #include <cstdint>
@@ -14,9 +14,9 @@ namespace {
 constexpr std::size_t kAddressSize = 20;
 constexpr std::size_t kTimeSize = 64;
 constexpr std::size_t kDateSize = 80;
-constexpr std::size_t kLongSize = 24;  // the text of any long, also of 64 bits
+constexpr std::size_t kLongSize = 24;  // any long, even with 64 bits
 
-// What does not fit, or has no calendar date, leaves an empty string.
+// Leaves an empty string for a time that does not fit the buffer or has no calendar date.
 __attribute__((format(strftime, 3, 0))) std::size_t print_time(char *buffer, std::size_t size,
                                                                const char *format,
                                                                std::time_t time) {
@@ -36,36 +36,36 @@ extern "C" const char *p_bool(int value) {
   return value != 0 ? "on" : "off";
 }
 
-extern "C" char *p_ipad(char *buffer, in_addr_t address) {
-  inet_ntop(AF_INET, &address, buffer, kAddressSize);
-  return buffer;
+extern "C" char *p_ipad(char *buf, in_addr_t address) {
+  inet_ntop(AF_INET, &address, buf, kAddressSize);
+  return buf;
 }
 
-// Deliberately unsigned: a negative number shows as its 32-bit pattern.
-extern "C" char *p_int(char *buffer, unsigned int value) {
-  std::sprintf(buffer, "%u", value);
-  return buffer;
+// Intentionally unsigned: a negative number prints as its 32-bit pattern.
+extern "C" char *p_int(char *buf, unsigned int value) {
+  std::sprintf(buf, "%u", value);
+  return buf;
 }
 
-extern "C" const char *p_time(char *buffer, time_t time) {
+extern "C" const char *p_time(char *buf, time_t time) {
   if (time == 0) return "(never)";
-  print_time(buffer, kTimeSize, "%a %b %d %H:%M:%S %Z %Y", time);
-  return buffer;
+  print_time(buf, kTimeSize, "%a %b %d %H:%M:%S %Z %Y", time);
+  return buf;
 }
 
-extern "C" char *p_secs(char *buffer, unsigned long seconds, long microseconds) {
-  // 32 bits, as on the target, so that a negative number shows the same everywhere.
+extern "C" char *p_secs(char *buf, unsigned long seconds, long microseconds) {
+  // 32 bits as on the target, so that a negative number prints the same everywhere.
   const auto milliseconds = static_cast<std::uint32_t>(microseconds / 1000);
-  std::sprintf(buffer, "%lu.%.3lu seconds", seconds, static_cast<unsigned long>(milliseconds));
-  return buffer;
+  std::sprintf(buf, "%lu.%.3lu seconds", seconds, static_cast<unsigned long>(milliseconds));
+  return buf;
 }
 
 extern "C" const char *p_enum(int value, const char *const names[]) {
   return names[value];
 }
 
-extern "C" size_t mkstr_date(time_t time, char *buffer) {
-  return print_time(buffer, kDateSize, "%x %X %p", time);
+extern "C" size_t mkstr_date(time_t time, char *buf) {
+  return print_time(buf, kDateSize, "%x %X %p", time);
 }
 
 extern "C" char *mkstr_long(char **slot, long value) {
@@ -81,7 +81,7 @@ extern "C" char *mkstr_ulong(char **slot, unsigned long value) {
 }
 
 extern "C" char *mkstr_string(char **slot, const char *text) {
-  // The copy comes first: the text may lie in the string that goes.
+  // Copied first: `text` may be part of the string to be freed.
   char *copy = text != nullptr ? strdup(text) : nullptr;
   std::free(*slot);
   *slot = copy;

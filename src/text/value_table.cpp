@@ -1,4 +1,4 @@
-// Look-ups in tables of values and their names.
+// Lookups in tables of values and their names.
 #include <strings.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@ std::span<const ust_entry> entries(const ust_table &table) {
   return {table.entries, table.count};
 }
 
-// The index of the first entry that matches, or -1. A plain loop: the library's search of an array
+// The index of the first matching entry, or -1. A plain loop is smaller than std::find_if(), which
 // is unrolled four times.
 template <typename Match>
 int first_index(const ust_table &table, Match match) {

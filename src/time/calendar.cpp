@@ -10,29 +10,30 @@ namespace {
 constexpr std::int32_t kDaySeconds = 86400;
 constexpr int kMonths = 12;
 
-// Days of the year before each month, and the year's length; for common and for leap years.
+// Day of the year on which each month starts, then the length of the year; for common and leap
+// years.
 using MonthStarts = std::array<std::uint16_t, kMonths + 1>;
 constexpr std::array<MonthStarts, 2> kMonthStarts{{
     {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
     {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366},
 }};
 
-// The seconds count knows only the years around it, where the century rule has nothing to say: 2000
-// is a leap year by either.
+// 32-bit seconds reach only years around 2000, which is a leap year both with and without the
+// century rule, so that `year % 4` suffices.
 const MonthStarts &month_starts(std::uint32_t year) {
   return kMonthStarts[year % 4 == 0];
 }
 
-// Sets year, month and day for a day not before 1969, counted from 1970-01-01.
+// Sets year, month and day from a day count since 1970-01-01 that is not before 1969.
 void set_date(datetime &date, std::int32_t days) {
-  // From 1969 on, every fourth year of a row of 1461 days is the leap year.
+  // Counting from 1969, the fourth of every four years (1461 days) is the leap year.
   const auto since_1969 = static_cast<std::uint32_t>(days + 365);
   const std::uint32_t years = (since_1969 * 4 + 3) / 1461;
   const std::uint32_t day_of_year = since_1969 - years * 1461 / 4;
   const std::uint32_t year = 1969 + years;
 
-  // No month has more than 32 days, and the year's days up to it never fall a whole month behind 32
-  // a month: the quotient is the month, or the one before.
+  // Months are at most 32 days long, and month starts lag less than a month behind multiples of 32:
+  // the quotient is the month or the one before it.
   const MonthStarts &starts = month_starts(year);
   std::uint32_t month = day_of_year / 32;
   if (day_of_year >= starts[month + 1]) ++month;
@@ -53,9 +54,9 @@ extern "C" void stod(int32_t seconds, struct datetime *dt) {
   dt->second = seconds % 60;
   dt->minute = seconds / 60 % 60;
   dt->hour = seconds / 3600 % 24;
-  dt->weekday = (days + 5) % 7;  // deliberately the interface's own numbering
+  dt->weekday = (days + 5) % 7;  // intentionally the numbering of the public header
   if (days < -365) {
-    // Only one year lies before 1970 here; days before it are counted on below its first.
+    // The only year before 1970 is 1969; earlier days count down from its first day.
     dt->day = days + 365 + 1;
     dt->month = 0;
     dt->year = 1969;
@@ -85,7 +86,7 @@ extern "C" unsigned int UDA_DaysInMonth(int month, int year) {
 }
 TALVERA_ALIAS(get_daysinmonth, UDA_DaysInMonth);
 
-// There is deliberately no lower bound on the day.
+// Intentionally without a lower bound on the day.
 extern "C" int ValiDateProc(int month, int day, int year) {
   if (month < 1 || month > kMonths) return 0;
   if (day > static_cast<int>(UDA_DaysInMonth(month, year))) return 0;

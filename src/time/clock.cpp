@@ -1,5 +1,5 @@
-// Clock readings: uptime, the checked wall clock, local noon, offset and weekday; durations,
-// powers.
+// Clock readings: uptime, the validated wall clock, local noon, UTC offset and weekday; formatted
+// durations; integer powers.
 #include <sys/sysinfo.h>
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 
 namespace {
 
-using Seconds = std::make_unsigned_t<std::time_t>;  // wraps where time_t ends
+using Seconds = std::make_unsigned_t<std::time_t>;  // wraps instead of overflowing
 
 constexpr int32_t kDaySeconds = 86400;
 constexpr int kNoonHour = 12;
@@ -36,7 +36,7 @@ extern "C" time_t get_utctime() {
 }
 TALVERA_ALIAS(KS_getUTCtime, get_utctime);
 
-// Deliberately the uptime, not the wall clock.
+// Intentionally the uptime, not the wall clock.
 extern "C" void get_datetime(struct datetime *dt) {
   stod(get_sysuptime(), dt);
 }
@@ -52,8 +52,8 @@ extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
   if (!talvera::local_time(time(nullptr), local)) return -1;
   const int hour = std::exchange(local.tm_hour, kNoonHour);
   auto noon = static_cast<Seconds>(mktime(&local));
-  // Deliberately a recheck looks at the hour of now, and so drops the day shift at all hours but
-  // one.
+  // Intentionally, a recheck tests the current hour and so applies the day shift only during the
+  // noon hour.
   if (recheck == 0 || hour == kNoonHour) {
     if (which == 0) noon -= kDaySeconds;
     if (which == 2) noon += kDaySeconds;

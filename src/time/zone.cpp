@@ -30,15 +30,15 @@ struct Zone {
   std::string_view daylight_name;
 };
 
-// Copies what there is room for; the two may overlap.
+// Copies as much as fits; source and destination may overlap.
 void put(std::span<char> room, std::size_t at, std::string_view text) {
   if (at >= room.size()) return;
   std::memmove(room.data() + at, text.data(), std::min(text.size(), room.size() - at));
 }
 
-// Writes the pieces one after the other, as snprintf() would. Head and tail may lie in `out`
-// itself, the head at its start: the tail is moved first, to behind where the head will stay, and
-// only then is anything else written.
+// Concatenates the pieces like snprintf(). Head and tail may be parts of `out`, the head at its
+// start: the tail is moved first, after the final end of head and sign, before anything else is
+// written.
 int join(char *out, std::size_t size, std::string_view head, std::string_view sign,
          std::string_view tail, std::string_view rule) {
   const std::size_t length = head.size() + sign.size() + tail.size() + rule.size();
@@ -53,7 +53,7 @@ int join(char *out, std::size_t size, std::string_view head, std::string_view si
   return static_cast<int>(length);
 }
 
-// The offset from UTC as the date-time's suffix; the sign is that of the whole hours.
+// The date-time's suffix for the offset from UTC; its sign is that of the whole hours.
 class OffsetText {
  public:
   explicit OffsetText(long seconds_east) {
@@ -72,34 +72,35 @@ class OffsetText {
 
 }  // namespace
 
-extern "C" int get_posix_timezone(const char *zone, const char *country, char *out, size_t size) {
-  if (*zone == '\0' || *country == '\0') return join(out, size, "UNK", "", "", "");
+extern "C" int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size) {
+  if (*zone == '\0' || *country == '\0') return join(buf, size, "UNK", "", "", "");
   const Zone parts(zone);
   const bool has_offset = !parts.offset.empty();
   const bool has_sign = has_offset && (parts.offset.front() == '-' || parts.offset.front() == '+');
   const bool has_rule =
       has_offset && !parts.daylight_name.empty() && std::strcmp(country, "us") == 0;
-  return join(out, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
+  return join(buf, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
               has_rule ? kUnitedStatesRule : "");
 }
 
-extern "C" int convert_tz_from_posix(char *tz, char *out, size_t size) {
-  // Nothing is written where there is nothing to cut: the caller's string may be a constant then.
+extern "C" int convert_tz_from_posix(char *tz, char *buf, size_t size) {
+  // Written only if there is a rule to cut: without one, the caller's string may be a constant.
   if (char *rule = std::strchr(tz, ',')) *rule = '\0';
   const Zone parts(tz);
-  // Deliberately only the sign of a zone east of Greenwich is left before the daylight-saving name.
-  if (parts.offset.starts_with('-')) return join(out, size, "", "-", parts.daylight_name, "");
+  // Intentionally, for a zone east of Greenwich only the sign remains before the daylight-saving
+  // name.
+  if (parts.offset.starts_with('-')) return join(buf, size, "", "-", parts.daylight_name, "");
   const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
-  return join(out, size, parts.name, "", parts.after_name + sign_length, "");
+  return join(buf, size, parts.name, "", parts.after_name + sign_length, "");
 }
 
-extern "C" int get_soap_datetimestr(const char *clock_set, char *out, size_t size) {
+extern "C" int get_soap_datetimestr(const char *clock_set, char *buf, size_t size) {
   std::tm now;
   if (std::strcmp(clock_set, "1") != 0 || !talvera::local_time(time(nullptr), now)) {
-    return std::snprintf(out, size, "%s", kUnknownTime);
+    return std::snprintf(buf, size, "%s", kUnknownTime);
   }
   const OffsetText offset(now.tm_gmtoff);
-  return std::snprintf(out, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
+  return std::snprintf(buf, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
                        now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
                        offset.c_str());
 }

@@ -58,7 +58,7 @@ long helpers(Fixture &fixture) {
   if (urand_read(bytes, sizeof bytes) != 0) return -1;
   const int result = sdb_system("true");
   fixture.system.answer("system", 0).always();
-  if (pfs_forget_files("7") != 0) return kWrong;
+  if (const int forgotten = pfs_forget_files("7"); forgotten != 0) return forgotten;
   return get_sysuptime() > 0 ? result : -1;
 }
 

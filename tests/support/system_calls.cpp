@@ -49,8 +49,12 @@ int on_platform(Call call) {
 
 // While a double lives, calls that succeed may still change errno, as POSIX allows; these do.
 int with_spoilt_errno(int result) {
-  spoil_errno();
+  if (result != -1) spoil_errno();
   return result;
+}
+
+int outcome_of_closing(const char *call, int result) {
+  return intercept<int>(call, -1, [=] { return with_spoilt_errno(result); });
 }
 
 // The argument that a call may have after those that it names.
@@ -85,7 +89,8 @@ extern "C" void *calloc(std::size_t count, std::size_t size) noexcept {
 
 CALL(void *, mmap, (void *at, std::size_t size, int protection, int flags, int fd, off_t from),
      (at, size, protection, flags, fd, from), -1);
-CALL(int, munmap, (void *at, std::size_t size), (at, size), -1);
+CALL_AS(int, munmap, (void *at, std::size_t size), (at, size), -1,
+        [=] { return with_spoilt_errno(next(at, size)); });
 RECORDED(key_t, ftok, (const char *path, int project), (path, project), -1, "%s %d", path, project);
 RECORDED(int, shmget, (key_t key, std::size_t size, int flags), (key, size, flags), -1,
          "%#x %zu %#o", static_cast<unsigned>(key), size, static_cast<unsigned>(flags));
@@ -125,13 +130,15 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
 extern "C" int close(int fd) {
   static auto *const next = real<int(int)>("close");
   if (fd == driver_fd) driver_fd = -1;
-  const int result = next(fd);
-  return intercept<int>("close", -1, [=] { return with_spoilt_errno(result); });
+  return outcome_of_closing("close", next(fd));
 }
 extern "C" int fclose(FILE *stream) {
   static auto *const next = real<int(FILE *)>("fclose");
-  const int result = next(stream);
-  return intercept<int>("fclose", -1, [=] { return with_spoilt_errno(result); });
+  return outcome_of_closing("fclose", next(stream));
+}
+extern "C" int pclose(FILE *stream) {
+  static auto *const next = real<int(FILE *)>("pclose");
+  return outcome_of_closing("pclose", next(stream));
 }
 
 CALL_AS(ssize_t, read, (int fd, void *bytes, std::size_t size), (fd, bytes, size), -1,
@@ -166,8 +173,10 @@ RECORDED_AS(int, mount,
                   [=](auto &platform) { return platform.mount(source, target, type, flags); });
             });
 RECORDED_AS(int, umount2, (const char *target, int flags), (target, flags), -1,
-            record("umount2 %s %d", target, flags),
-            [=] { return on_platform([=](auto &platform) { return platform.unmount(target); }); });
+            record("umount2 %s %d", target, flags), [=] {
+              return with_spoilt_errno(
+                  on_platform([=](auto &platform) { return platform.unmount(target); }));
+            });
 
 // ---- Processes ----------------------------------------------------------------------------------
 
@@ -230,6 +239,17 @@ extern "C" int printf(const char *format, ...) {
   va_end(arguments);
   return with_spoilt_errno(length);
 }
+
+extern "C" int fprintf(FILE *stream, const char *format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vfprintf(stream, format, arguments);
+  va_end(arguments);
+  return with_spoilt_errno(length);
+}
+
+// What printf() becomes when its text is a whole line.
+CALL_AS(int, puts, (const char *text), (text), EOF, [=] { return with_spoilt_errno(next(text)); });
 
 extern "C" void sdb_log(int level, const char *format, ...) {
   std::va_list arguments;

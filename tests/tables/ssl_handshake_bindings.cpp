@@ -41,14 +41,19 @@ bool is_blocking(int fd) {
 }  // namespace talvera::test
 
 // "answer select 1" ends a wait after 7 seconds, "answer select 2" with an exceptional condition,
-// too.
+// too. A wait without a limit, such as for a message, is an ordinary call of the double.
 extern "C" int select(int count, fd_set *in, fd_set *out, fd_set *other, timeval *timeout) {
   using namespace talvera::test;
   static auto *const next = real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>("select");
+  if (timeout == nullptr)
+    return intercept<int>("select", -1, [=] { return next(count, in, out, other, timeout); });
   const int fd = count - 1;
-  record("select %s%s%s %ld.%06ld %s", FD_ISSET(fd, in) ? "r" : "", FD_ISSET(fd, out) ? "w" : "",
-         FD_ISSET(fd, other) ? "e" : "", static_cast<long>(timeout->tv_sec),
-         static_cast<long>(timeout->tv_usec), is_blocking(fd) ? "blocking" : "non-blocking");
+  const auto waits = [fd](const fd_set *set, const char *letter) {
+    return set != nullptr && FD_ISSET(fd, set) ? letter : "";
+  };
+  record("select %s%s%s %ld.%06ld %s", waits(in, "r"), waits(out, "w"), waits(other, "e"),
+         static_cast<long>(timeout->tv_sec), static_cast<long>(timeout->tv_usec),
+         is_blocking(fd) ? "blocking" : "non-blocking");
   const Outcome outcome = outcome_of("select");
   if (outcome.kind == Outcome::kFailure) return -1;
   if (outcome.kind != Outcome::kResult) return next(count, in, out, other, timeout);
