@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstdint>
 
+namespace talvera::container {
 namespace {
 
 template <typename Word>
@@ -50,7 +51,7 @@ constexpr Table<std::uint8_t> kCrc8 = table_msb_first<std::uint8_t>(0xD5);
 
 // Applies `step` to each byte. Written as a do-while loop for a single branch per byte.
 template <typename Word, typename Step>
-[[gnu::always_inline]] inline Word over(const unsigned char *data, unsigned int length, Word crc,
+[[gnu::always_inline]] inline Word fold(const unsigned char *data, unsigned int length, Word crc,
                                         Step step) {
   if (length == 0) return crc;
   const unsigned char *const end = data + length;
@@ -61,33 +62,36 @@ template <typename Word, typename Step>
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" uint32_t crc32_be(uint32_t crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc, [](std::uint32_t value, unsigned char byte) {
+  return fold(data, length, crc, [](std::uint32_t value, unsigned char byte) {
     return kCrc32Be[byte ^ value >> 24] ^ value << 8;
   });
 }
 
 extern "C" uint32_t crc32_le(uint32_t crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc, [](std::uint32_t value, unsigned char byte) {
+  return fold(data, length, crc, [](std::uint32_t value, unsigned char byte) {
     return kCrc32Le[(value ^ byte) & 0xFF] ^ value >> 8;
   });
 }
 
 extern "C" unsigned int crc16_be(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, static_cast<std::uint16_t>(crc),
+  return fold(data, length, static_cast<std::uint16_t>(crc),
               [](std::uint16_t value, unsigned char byte) {
                 return static_cast<std::uint16_t>(kCrc16Be[byte ^ value >> 8] ^ value << 8);
               });
 }
 
 extern "C" unsigned int crc16_le(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc & 0xFFFF, [](unsigned int value, unsigned char byte) {
+  return fold(data, length, crc & 0xFFFF, [](unsigned int value, unsigned char byte) {
     return kCrc16Le[(value ^ byte) & 0xFF] ^ value >> 8;
   });
 }
 
 extern "C" unsigned int crc8(unsigned int crc, const unsigned char *data, unsigned int length) {
-  return over(data, length, crc & 0xFF,
+  return fold(data, length, crc & 0xFF,
               [](unsigned int value, unsigned char byte) { return unsigned{kCrc8[value ^ byte]}; });
 }

@@ -9,14 +9,11 @@
 #include <initializer_list>
 #include <utility>
 
-#include "container/list_steps.h"
+#include "container/list_walk.h"
 #include "internal/fail.h"
 
+namespace talvera::container {
 namespace {
-
-using talvera::fail;
-using talvera::container::backward;
-using talvera::container::forward;
 
 // Sizes on the 32-bit target.
 static_assert(sizeof(void *) != 4 || (sizeof(list_obj) == 64 && sizeof(list_elem) == 12));
@@ -79,7 +76,7 @@ bool copy(const list_obj &list, void *&data) {
 }
 
 // Inserts a datum at `position`, after the element `left`.
-int insert_behind(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
+int insert_after(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
   if (list.iterating != 0) return fail(EBUSY);
   void *stored = const_cast<void *>(data);
   const bool copies = list.attrs.copy_data != 0 && data != nullptr;
@@ -137,9 +134,12 @@ void free_frame(const list_obj &list) {
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" int list_init(list_obj *list) {
-  if (list == nullptr) return fail(EINVAL);
+  if (list == nullptr) return talvera::fail(EINVAL);
   srandom(static_cast<unsigned>(std::time(nullptr)));
   *list = {};
   list->head = allocate_element();
@@ -148,7 +148,7 @@ extern "C" int list_init(list_obj *list) {
   if (list->head == nullptr || list->tail == nullptr || list->spares == nullptr) {
     free_frame(*list);
     *list = {};
-    return fail(ENOMEM);
+    return talvera::fail(ENOMEM);
   }
   *list->head = {nullptr, list->tail, nullptr};
   *list->tail = {nullptr, nullptr, list->head};
@@ -174,7 +174,7 @@ extern "C" int list_attributes_seeker(list_obj *list, list_seeker_fn seeker) {
 }
 
 extern "C" int list_attributes_copy(list_obj *list, list_meter_fn meter, int copy_data) {
-  if (list == nullptr || (meter == nullptr && copy_data != 0)) return fail(EINVAL);
+  if (list == nullptr || (meter == nullptr && copy_data != 0)) return talvera::fail(EINVAL);
   list->attrs.meter = meter;
   list->attrs.copy_data = copy_data;
   return 0;
@@ -193,16 +193,16 @@ extern "C" int list_attributes_unserializer(list_obj *list, list_unserializer_fn
 }
 
 extern "C" int list_insert_at(list_obj *list, const void *data, uint32_t position) {
-  if (position > list->count) return fail(EINVAL);
-  return insert_behind(*list, element_at(*list, position - 1), data, position);
+  if (position > list->count) return talvera::fail(EINVAL);
+  return insert_after(*list, element_at(*list, position - 1), data, position);
 }
 
 extern "C" int list_append(list_obj *list, const void *data) {
-  return insert_behind(*list, list->tail->prev, data, list->count);
+  return insert_after(*list, list->tail->prev, data, list->count);
 }
 
 extern "C" int list_prepend(list_obj *list, const void *data) {
-  return insert_behind(*list, list->head, data, 0);
+  return insert_after(*list, list->head, data, 0);
 }
 
 extern "C" void *list_get_at(const list_obj *list, uint32_t position) {
@@ -221,15 +221,15 @@ extern "C" void *list_fetch(list_obj *list) {
 }
 
 extern "C" int list_delete_at(list_obj *list, uint32_t position) {
-  if (list->iterating != 0) return fail(EBUSY);
-  if (position >= list->count) return fail(EINVAL);
+  if (list->iterating != 0) return talvera::fail(EBUSY);
+  if (position >= list->count) return talvera::fail(EINVAL);
   remove_element(*list, element_at(*list, position), position);
   return 0;
 }
 
 extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) {
-  if (list->iterating != 0) return fail(EBUSY);
-  if (last < first || last >= list->count) return fail(EINVAL);
+  if (list->iterating != 0) return talvera::fail(EBUSY);
+  if (last < first || last >= list->count) return talvera::fail(EINVAL);
   const std::uint32_t removed = last - first + 1;
   const std::uint32_t left = list->count - removed;
   if (left == 0) return list_clear(list);
@@ -251,7 +251,7 @@ extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) 
 }
 
 extern "C" int list_clear(list_obj *list) {
-  if (list->iterating != 0) return fail(EBUSY);
+  if (list->iterating != 0) return talvera::fail(EBUSY);
   list_elem *element = list->head->next;
   while (element != list->tail) {
     list_elem *next = element->next;
@@ -265,8 +265,8 @@ extern "C" int list_clear(list_obj *list) {
 }
 
 extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
-  if (first == nullptr || second == nullptr || destination == nullptr) return fail(EINVAL);
-  if (destination == first || destination == second) return fail(EINVAL);
+  if (first == nullptr || second == nullptr || destination == nullptr) return talvera::fail(EINVAL);
+  if (destination == first || destination == second) return talvera::fail(EINVAL);
   if (list_init(destination) != 0) return -1;
   const std::uint32_t count = first->count + second->count;
   list_elem *last = destination->head;
@@ -276,7 +276,7 @@ extern "C" int list_concat(const list_obj *first, const list_obj *second, list_o
       if (element == nullptr) {
         join(last, destination->tail);
         list_clear(destination);
-        return fail(ENOMEM);
+        return talvera::fail(ENOMEM);
       }
       element->data = from->data;
       join(last, element);

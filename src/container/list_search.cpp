@@ -3,6 +3,7 @@
 
 #include "talvera/list.h"
 
+namespace talvera::container {
 namespace {
 
 // The extreme datum: each later datum whose comparison satisfies `replaces` becomes the candidate,
@@ -19,6 +20,9 @@ void *extreme(const list_obj &list, Replaces replaces) {
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" uint32_t list_size(const list_obj *list) {
   return list->count;

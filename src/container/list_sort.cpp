@@ -5,14 +5,12 @@
 #include <cstdlib>
 #include <utility>
 
-#include "container/list_steps.h"
+#include "container/list_walk.h"
 #include "internal/fail.h"
 #include "talvera/list.h"
 
+namespace talvera::container {
 namespace {
-
-using talvera::container::backward;
-using talvera::container::forward;
 
 constexpr std::uint32_t kShortRange = 25;  // ranges with fewer elements use selection sort
 
@@ -57,14 +55,14 @@ std::pair<Range, Range> Sorter::partition(Range range) const {
   list_elem *next = range.first;   // the first unvisited element
   list_elem *last = range.last;    // the last unvisited element
   Range before{range.first, nullptr, 0};
-  Range behind{nullptr, range.last, 0};
+  Range after{nullptr, range.last, 0};
   for (std::uint32_t left = range.size; left > 0; --left) {
     // The pivot equals itself whatever the comparator says, so that every pass makes progress.
     const int place = next->data == pivot ? 0 : order(next->data, pivot);
     if (place < 0) {
       std::swap(next->data, last->data);
       last = last->prev;
-      ++behind.size;
+      ++after.size;
       continue;
     }
     if (place > 0) {
@@ -75,8 +73,8 @@ std::pair<Range, Range> Sorter::partition(Range range) const {
     next = next->next;
   }
   before.last = equal->prev;
-  behind.first = last->next;
-  return {before, behind};
+  after.first = last->next;
+  return {before, after};
 }
 
 void Sorter::selection_sort(Range range) const {
@@ -101,6 +99,9 @@ void Sorter::sort(Range range) const {
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" int list_sort(list_obj *list, int direction) {
   if (list->iterating != 0) return talvera::fail(EBUSY);

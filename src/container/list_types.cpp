@@ -8,6 +8,7 @@
 #include "internal/alias.h"
 #include "talvera/list.h"
 
+namespace talvera::container {
 namespace {
 
 template <typename T>
@@ -38,6 +39,9 @@ std::uint32_t hash_number(const void *data) {
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 #define COMPARATOR(type)                                                \
   extern "C" int list_comparator_##type(const void *a, const void *b) { \

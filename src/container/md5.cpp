@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "internal/big_endian.h"
 
+namespace talvera::container {
 namespace {
 
 constexpr std::size_t kBlockSize = 64;
@@ -30,11 +32,11 @@ constexpr std::uint32_t as_little_endian(std::uint32_t value) {
 }
 
 std::uint32_t load_le32(const unsigned char *bytes) {
-  return as_little_endian(talvera::load_unaligned<std::uint32_t>(bytes));
+  return as_little_endian(load_unaligned<std::uint32_t>(bytes));
 }
 
 void store_le32(unsigned char *bytes, std::uint32_t value) {
-  talvera::store_be32(bytes, __builtin_bswap32(value));
+  store_be32(bytes, __builtin_bswap32(value));
 }
 
 using State = std::uint32_t[4];
@@ -123,6 +125,9 @@ std::size_t pending(const md5_context &context) {
 }
 
 }  // namespace
+}  // namespace talvera::container
+
+using namespace talvera::container;
 
 extern "C" void MD5CInit(md5_context *context) {
   context->state[0] = 0x67452301;

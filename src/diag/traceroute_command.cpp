@@ -52,15 +52,16 @@ constexpr char kProgram[] = "traceroute";
 }  // namespace
 }  // namespace talvera::diag
 
+using namespace talvera::diag;
+
 extern "C" int ipdiag_tr_makeparam(const char *host, const char *ifname, std::int32_t queries,
                                    std::int32_t max_hops, std::int32_t wait, std::int32_t tos,
                                    std::uint16_t port, std::int32_t icmp, std::int32_t packet_len,
                                    char *buf, std::uint16_t ipv6, std::uint32_t size) {
-  using talvera::diag::kProgram;
   if (host == nullptr) return talvera::fail(EINVAL);
   if (size < sizeof kProgram) return 0;  // too small for the name and its terminator
 
-  talvera::diag::CommandLine line(buf, size);
+  CommandLine line(buf, size);
   line.append("%s", kProgram);
   line.append_switch(ipv6 != 0, " -6");
   line.append_switch(icmp != 0, " -I");

@@ -1,6 +1,7 @@
 // Parsing of traceroute's work files: hops, response time, kind of error.
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -105,21 +106,21 @@ void take_hop(tr_hop &hop, char *line) {
 }  // namespace
 }  // namespace talvera::diag
 
-using namespace talvera;
+using namespace talvera::diag;
 
 extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t max_rows,
                                    std::int32_t *count) {
-  const FilePtr file(diag::open_work_file(name, "out"));
+  const talvera::FilePtr file(open_work_file(name, "out"));
   if (file == nullptr) return -1;
   *count = 0;
-  if (max_rows < 1) return fail(EINVAL);
-  char destination[diag::kDestinationSize] = "";
-  char line[diag::kLineSize];
-  if (read_line(file.get(), line, sizeof line)) diag::take_destination(line, destination);
+  if (max_rows < 1) return talvera::fail(EINVAL);
+  char destination[kDestinationSize] = "";
+  char line[kLineSize];
+  if (talvera::read_line(file.get(), line, sizeof line)) take_destination(line, destination);
 
   std::int32_t rows = 0;
-  while (rows < max_rows && read_line(file.get(), line, sizeof line))
-    diag::take_hop(hops[rows++], line);
+  while (rows < max_rows && talvera::read_line(file.get(), line, sizeof line))
+    take_hop(hops[rows++], line);
   *count = rows;
   if (rows < max_rows) return 0;
   const tr_hop &last = hops[rows - 1];
@@ -127,18 +128,18 @@ extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t 
 }
 
 extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
-  const FilePtr file(diag::open_work_file(name, "status"));
+  const talvera::FilePtr file(open_work_file(name, "status"));
   if (file == nullptr) return -1;
-  char line[diag::kStatusLineSize];
-  if (read_line(file.get(), line, sizeof line)) *time = decimal32(line);
+  char line[kStatusLineSize];
+  if (talvera::read_line(file.get(), line, sizeof line)) *time = talvera::decimal32(line);
   return 0;
 }
 
 extern "C" int ipdiag_tr_err(const char *name, std::int32_t *code) {
-  const FilePtr file(diag::open_work_file(name, "err"));
+  const talvera::FilePtr file(open_work_file(name, "err"));
   if (file == nullptr) return -1;
-  char line[diag::kErrorLineSize];
-  if (read_line(file.get(), line, sizeof line))
+  char line[kErrorLineSize];
+  if (talvera::read_line(file.get(), line, sizeof line))
     *code = std::strstr(line, "bad address") != nullptr ? 0 : 1;
   return 0;
 }

@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <span>
 
 #include "files/scanner.h"
 #include "files/set.h"
 #include "internal/format.h"
+#include "internal/owners.h"
 #include "internal/streams.h"
 
 namespace talvera::files {
@@ -61,7 +63,7 @@ void read_header(Scanner &scanner, std::int32_t &version, std::int32_t &count) {
 }
 
 // Whether the file is long enough for `count` items: protects the allocation from a bogus header.
-bool may_hold(std::FILE *file, std::int32_t count) {
+bool can_hold(std::FILE *file, std::int32_t count) {
   constexpr off_t kShortestItem = sizeof "1:1:0:a\n" - 1;
   struct stat status;
   if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return true;
@@ -80,7 +82,7 @@ of_files_info *read_set(std::FILE *file) {
   std::int32_t version = kVersion;
   std::int32_t count = 0;
   read_header(scanner, version, count);
-  if (count < 0 || (count > 0 && version != kVersion) || !may_hold(file, count)) {
+  if (count < 0 || (count > 0 && version != kVersion) || !can_hold(file, count)) {
     errno = EINVAL;
     return nullptr;
   }
@@ -98,16 +100,16 @@ of_files_info *read_set(std::FILE *file) {
 }  // namespace
 }  // namespace talvera::files
 
-using namespace talvera;
+using namespace talvera::files;
 
 extern "C" int of_serialize(const struct of_files_info *set, const char *dir, const char *dbname) {
   // Built before the file is truncated, so that running out of memory loses no settings.
-  const files::OrderIndex index(files::items(*set));
+  const OrderIndex index(items(*set));
   if (!index.valid()) return -1;
-  FilePtr file(files::open_database(dir, dbname, "w+"));
+  talvera::FilePtr file(open_database(dir, dbname, "w+"));
   if (file == nullptr) return -1;
 
-  std::fprintf(file.get(), "#%d:%d\n", files::kVersion, set->count);
+  std::fprintf(file.get(), "#%d:%d\n", kVersion, set->count);
   for (const of_file_info *item : index.entries()) {
     if (item == nullptr) continue;
     std::fprintf(file.get(), "%d:%d:%x:%s\n", item->order, item->enable, item->flags, item->name);
@@ -120,9 +122,9 @@ extern "C" int of_serialize(const struct of_files_info *set, const char *dir, co
 
 extern "C" int of_deserialize(struct of_files_info **set, of_filter filter, const char *dir,
                               const char *dbname, uint8_t create) {
-  const FilePtr file(files::open_database(dir, dbname, "r"));
+  const talvera::FilePtr file(open_database(dir, dbname, "r"));
   if (file == nullptr) return create != 0 ? of_init_files_info(set, filter, dir) : -1;
-  of_files_info *saved = files::read_set(file.get());
+  of_files_info *saved = read_set(file.get());
   if (saved == nullptr) return -1;
   *set = saved;
   return 0;

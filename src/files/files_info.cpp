@@ -1,12 +1,14 @@
 // Sets of files: creation from a directory, lookups, changes of order, enable switch and flags.
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "files/set.h"
 #include "internal/fail.h"
+#include "internal/owners.h"
 #include "talvera/utils.h"
 
 static_assert(sizeof(of_file_info) == 44 && offsetof(of_file_info, enable) == 32);
@@ -22,7 +24,7 @@ class FileList {
   FileList(const FileList &) = delete;
   FileList &operator=(const FileList &) = delete;
   ~FileList() {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     uf_free_dirent_list(&entries_, count_);
   }
 
@@ -65,15 +67,15 @@ of_files_info *allocate_set(std::size_t count) {
 
 }  // namespace talvera::files
 
-using namespace talvera;
+using namespace talvera::files;
 
 extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, const char *dir) {
   *set = nullptr;
-  if (filter == nullptr) return fail(EINVAL);
-  const files::FileList list(dir);
+  if (filter == nullptr) return talvera::fail(EINVAL);
+  const FileList list(dir);
   if (!list.valid()) return -1;
   const int accepted = list.accepted_by(filter);
-  of_files_info *built = files::allocate_set(static_cast<std::size_t>(accepted));
+  of_files_info *built = allocate_set(static_cast<std::size_t>(accepted));
   if (built == nullptr) return -1;
 
   // Bounded by the allocation, in case the caller's filter accepts more names than the first time.
@@ -81,7 +83,7 @@ extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, 
   for (const dirent *entry : list.entries()) {
     if (filled == accepted) break;
     if (filter(entry->d_name) == 0) continue;
-    files::fill_item(built->items[filled], entry->d_name, filled + 1);
+    fill_item(built->items[filled], entry->d_name, filled + 1);
     ++filled;
   }
   built->count = filled;
@@ -91,13 +93,13 @@ extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, 
 
 extern "C" void of_free_files_info(struct of_files_info **set) {
   if (set == nullptr) return;
-  free_block(*set);
+  talvera::free_block(*set);
   *set = nullptr;
 }
 
 extern "C" struct of_file_info *of_get_file_info_from_name(struct of_files_info *set,
                                                            const char *name) {
-  for (of_file_info &item : files::items(*set)) {
+  for (of_file_info &item : items(*set)) {
     if (std::strcmp(item.name, name) == 0) return &item;
   }
   return nullptr;
@@ -105,7 +107,7 @@ extern "C" struct of_file_info *of_get_file_info_from_name(struct of_files_info 
 
 extern "C" struct of_file_info *of_get_file_info_from_order(struct of_files_info *set,
                                                             int32_t order) {
-  for (of_file_info &item : files::items(*set)) {
+  for (of_file_info &item : items(*set)) {
     if (item.order == order) return &item;
   }
   return nullptr;
@@ -113,9 +115,9 @@ extern "C" struct of_file_info *of_get_file_info_from_order(struct of_files_info
 
 extern "C" int of_set_order_for_item(struct of_files_info *set, struct of_file_info *item,
                                      int32_t new_order) {
-  if (new_order < 1 || new_order > set->count) return fail(EINVAL);
+  if (new_order < 1 || new_order > set->count) return talvera::fail(EINVAL);
   const std::int32_t old_order = item->order;
-  for (of_file_info &other : files::items(*set)) {
+  for (of_file_info &other : items(*set)) {
     if (new_order <= other.order && other.order < old_order) {
       ++other.order;
     } else if (old_order < other.order && other.order <= new_order) {

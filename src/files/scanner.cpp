@@ -33,8 +33,8 @@ Scanner::Digits Scanner::digits(std::uint32_t base, std::uint32_t limit, std::ui
     if (found == Digits::kNone) found = Digits::kFit;
     const std::uint64_t more = std::uint64_t{value} * base + digit;
     value = static_cast<std::uint32_t>(more);
-    if (more > limit || found == Digits::kTooMany) {
-      found = Digits::kTooMany;
+    if (more > limit || found == Digits::kOverflow) {
+      found = Digits::kOverflow;
       value = limit;
     }
   }
@@ -59,7 +59,7 @@ bool Scanner::hexadecimal(std::uint32_t &value) {
   const Digits found = digits(16, UINT32_MAX, magnitude);
   if (found == Digits::kNone && (!zero || prefixed)) return false;
   // As with strtoul(), a minus negates only a value that fits.
-  value = negative && found != Digits::kTooMany ? 0 - magnitude : magnitude;
+  value = negative && found != Digits::kOverflow ? 0 - magnitude : magnitude;
   return true;
 }
 

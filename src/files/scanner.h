@@ -29,7 +29,7 @@ class Scanner {
   void skip_space();
   // An optional sign; true for a minus.
   bool minus();
-  enum class Digits { kNone, kFit, kTooMany };
+  enum class Digits { kNone, kFit, kOverflow };
   // Digits of `base`; a value above `limit` becomes `limit`.
   Digits digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value);
 

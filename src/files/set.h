@@ -1,6 +1,7 @@
 // Allocation of sets, and their items as a span.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 

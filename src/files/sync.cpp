@@ -1,10 +1,14 @@
 // Synchronises the saved settings with the files now in the directory.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
-#include "files/replay.h"
+#include "files/apply_moves.h"
 #include "files/set.h"
+#include "internal/owners.h"
 
 namespace talvera::files {
 namespace {
@@ -67,22 +71,22 @@ bool restore(const of_files_info &saved, std::span<of_file_info> current) {
     if (match->order >= 1 && match->order <= count) moves[known++] = {i, match->order};
   }
   std::memmove(moves + known, new_files, added * sizeof(Move));
-  return replay({moves, known + added}, current);
+  return apply_moves({moves, known + added}, current);
 }
 
 }  // namespace
 }  // namespace talvera::files
 
-using namespace talvera;
+using namespace talvera::files;
 
 extern "C" int of_sync_dbfile(of_filter filter, const char *dir, const char *dbname) {
   of_files_info *built = nullptr;
   if (of_init_files_info(&built, filter, dir) != 0) return -1;
-  const files::SetPtr current(built);
+  const SetPtr current(built);
   of_files_info *read = nullptr;
   if (of_deserialize(&read, filter, dir, dbname, 0) == 0) {
-    const files::SetPtr saved(read);
-    if (!files::restore(*saved, files::items(*current))) return -1;
+    const SetPtr saved(read);
+    if (!restore(*saved, items(*current))) return -1;
   }
   return of_serialize(current.get(), dir, dbname);
 }

@@ -1,11 +1,13 @@
 // Shell commands built from a format; failures are logged through the system database's log.
 #include <cerrno>
+#include <cstdarg>
 #include <cstdlib>
 
 #include "internal/format.h"
 #include "talvera/sdb.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 // Maps a result of system() to the caller's. A command killed by a signal has no exit code and
@@ -16,6 +18,9 @@ int result_code(int status) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int sdb_system(const char *format, ...) {
   std::va_list arguments;

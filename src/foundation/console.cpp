@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstddef>
 
 #include "internal/format.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 constexpr int kMessageSize = 256;
@@ -25,6 +27,9 @@ int open_console() {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int cons_printk(const char *format, ...) {
   const int fd = open_console();

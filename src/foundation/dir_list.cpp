@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <span>
@@ -10,6 +11,7 @@
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 int is_regular_file(const dirent *entry) {
@@ -27,6 +29,9 @@ std::span<dirent *const> entries(dirent *const *list, int count) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int dir_exists(const char *path) {
   DIR *directory = opendir(path);

@@ -1,9 +1,11 @@
 // Whole-file reading and exact-length transfers.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 
 #include "internal/fail.h"
@@ -11,6 +13,7 @@
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 // Transfers exactly `length` bytes. `transfer` calls read() or write() given the bytes done so far.
@@ -43,6 +46,9 @@ bool read_whole(int fd, unsigned char *buffer, std::size_t size) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int uf_open(const char *directory, const char *name) {
   char path[talvera::kJoinedPathSize];

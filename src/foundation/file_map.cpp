@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -13,10 +14,8 @@
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
-
-using talvera::Mapping;
-using talvera::UniqueFd;
 
 // Maps the record's open file entirely; false if it is empty, too large for the record's 32-bit
 // size, or cannot be mapped.
@@ -53,6 +52,9 @@ Comparison compare(int fd1, int fd2, off_t offset, std::size_t size) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int filemap_open(const char *path, struct filemap *file, int flags, int protection) {
   file->fd = open(path, flags, flags);
@@ -65,7 +67,7 @@ extern "C" int filemap_open(const char *path, struct filemap *file, int flags, i
 }
 
 extern "C" void filemap_close(struct filemap *file) {
-  const talvera::ErrnoKeeper keep;
+  const talvera::ErrnoSaver saver;
   if (file->map != MAP_FAILED) {
     munmap(file->map, static_cast<std::size_t>(file->size));
     file->map = MAP_FAILED;
@@ -79,9 +81,9 @@ extern "C" void filemap_close(struct filemap *file) {
 }
 
 extern "C" int file_diff(const char *path1, const char *path2) {
-  const UniqueFd file1(open(path1, O_RDONLY));
+  const talvera::UniqueFd file1(open(path1, O_RDONLY));
   if (!file1.valid()) return 1;
-  const UniqueFd file2(open(path2, O_RDONLY));
+  const talvera::UniqueFd file2(open(path2, O_RDONLY));
   if (!file2.valid()) return 1;
 
   struct stat status1;

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstddef>
 #include <cstring>
 
 #include "internal/fail.h"
@@ -11,22 +13,25 @@
 #include "internal/owners.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 constexpr mode_t kTextMode = 0660;
-constexpr int kMissingPath =
-    0xA000;  // result of file_delete() when nothing is at the path at the path
+constexpr int kMissingPath = 0xA000;         // result of file_delete() when nothing is at the path
 constexpr std::size_t kLongestTarget = 128;  // a longer link target is truncated followed
 
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,
                                                           const char *string) {
-  if (string == nullptr) return talvera::fail(EINVAL);
-  const talvera::FormattedPath path(path_format, arguments);
+  if (string == nullptr) return fail(EINVAL);
+  const FormattedPath path(path_format, arguments);
   return file_write_string(path.c_str(), flags, kTextMode, string);
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int file_access(const char *format, int mode, ...) {
   std::va_list arguments;

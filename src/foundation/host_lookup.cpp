@@ -6,11 +6,15 @@
 
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 constexpr std::size_t kWorkSize = 1024;
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int hostname_to_addr(const char *name, char *buf, size_t size) {
   if (size > 0) buf[0] = '\0';

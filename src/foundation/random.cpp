@@ -1,4 +1,5 @@
 // Random bytes and numbers from the kernel's devices.
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -6,6 +7,7 @@
 #include "internal/streams.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 constexpr char kRandom[] = "/dev/random";
@@ -14,7 +16,7 @@ constexpr char kUrandom[] = "/dev/urandom";
 // A failed read intentionally stores 0xFF, which is EOF as a byte, and is not an error.
 int read_device(const char *device, void *buffer, std::size_t length) {
   char drawn[64];  // small, so that little more entropy is drawn than requested
-  const talvera::FilePtr stream(std::fopen(device, "r"));
+  const FilePtr stream(std::fopen(device, "r"));
   if (stream == nullptr) return -1;
   std::setvbuf(stream.get(), drawn, _IOFBF, sizeof drawn);
   auto *bytes = static_cast<std::uint8_t *>(buffer);
@@ -27,10 +29,13 @@ int read_device(const char *device, void *buffer, std::size_t length) {
 std::uint32_t draw_number(const char *device) {
   std::uint8_t bytes[4];
   if (read_device(device, bytes, sizeof bytes) != 0) return UINT32_MAX;
-  return talvera::load_be32(bytes);
+  return load_be32(bytes);
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int rand_read(void *buf, size_t size) {
   return read_device(kRandom, buf, size);

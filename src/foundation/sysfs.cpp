@@ -1,19 +1,22 @@
 // sysfs attributes and other small text files of the kernel.
 #include <syslog.h>
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 
 #include "internal/format.h"
+#include "internal/owners.h"
 #include "internal/streams.h"
 #include "talvera/utils.h"
 
+namespace talvera::foundation {
 namespace {
 
 // Unbuffered, so that one system call transfers the value and a value that the kernel rejects fails
 // there; buffered, it would fail only at the close, unreported.
-std::FILE *open_attribute(const talvera::FormattedPath &path, const char *mode) {
+std::FILE *open_attribute(const FormattedPath &path, const char *mode) {
   std::FILE *stream = std::fopen(path.c_str(), mode);
   if (stream != nullptr) std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
@@ -27,6 +30,9 @@ void require_buffer(const void *buf) {
 }
 
 }  // namespace
+}  // namespace talvera::foundation
+
+using namespace talvera::foundation;
 
 extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, ...) {
   require_buffer(buf);
@@ -39,7 +45,7 @@ extern "C" int sysfs_get_attr(const char *path_format, char *buf, size_t size, .
   if (attribute == nullptr) return -1;
   const std::size_t length = std::fread(buf, 1, size, attribute.get());
   if (std::ferror(attribute.get()) != 0) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "error reading sysfs attribute (%s)", path.c_str());
     buf[0] = '\0';
     return -1;
@@ -59,12 +65,12 @@ extern "C" int sysfs_set_attr(const char *path_format, const char *value, ...) {
 
   const talvera::FilePtr attribute(open_attribute(path, "w"));
   if (attribute == nullptr) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_INFO, "error opening sysfs attribute file (%s) for writing", path.c_str());
     return 1;
   }
   if (std::fputs(value, attribute.get()) < 0) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "error writing sysfs attribute (%s)", path.c_str());
     return 1;
   }

@@ -36,10 +36,10 @@ struct Integer32 {
   }
   if (overflow) magnitude = UINT32_MAX;
   // The largest magnitude of a signed number with this sign.
-  const std::uint32_t most = INT32_MAX + std::uint32_t{negative};
-  const std::uint32_t nearest = magnitude < most ? magnitude : most;
+  const std::uint32_t limit = INT32_MAX + std::uint32_t{negative};
+  const std::uint32_t clamped = magnitude < limit ? magnitude : limit;
   return {end, negative && !overflow ? 0U - magnitude : magnitude,
-          static_cast<std::int32_t>(negative ? 0U - nearest : nearest)};
+          static_cast<std::int32_t>(negative ? 0U - clamped : clamped)};
 }
 
 // Parses a leading decimal number like atoi(); 0 if there is none.

@@ -3,6 +3,7 @@
 
 #include <sys/mman.h>
 #include <unistd.h>
+
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -12,12 +13,12 @@
 namespace talvera {
 
 // Restores errno at the end of its scope.
-class ErrnoKeeper {
+class ErrnoSaver {
  public:
-  ErrnoKeeper() = default;
-  ~ErrnoKeeper() { errno = saved_; }
-  ErrnoKeeper(const ErrnoKeeper &) = delete;
-  ErrnoKeeper &operator=(const ErrnoKeeper &) = delete;
+  ErrnoSaver() = default;
+  ~ErrnoSaver() { errno = saved_; }
+  ErrnoSaver(const ErrnoSaver &) = delete;
+  ErrnoSaver &operator=(const ErrnoSaver &) = delete;
 
  private:
   int saved_ = errno;
@@ -27,7 +28,7 @@ class ErrnoKeeper {
 // inlined, because each destructor call would carry a copy.
 [[gnu::noinline]] inline void close_descriptor(int fd) {
   if (fd < 0) return;
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   ::close(fd);
 }
 
@@ -78,7 +79,7 @@ class Owner {
 
 [[gnu::noinline]] inline void free_block(void *block) {
   if (block == nullptr) return;
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   std::free(block);
 }
 
@@ -103,7 +104,7 @@ class Mapping {
   Mapping &operator=(const Mapping &) = delete;
   ~Mapping() {
     if (!valid()) return;
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     ::munmap(address_, size_);
   }
 

@@ -17,7 +17,7 @@ class SignalBlock {
     sigprocmask(SIG_BLOCK, &blocked, &former_);
   }
   ~SignalBlock() {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     restore();
   }
   SignalBlock(const SignalBlock &) = delete;

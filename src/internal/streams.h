@@ -11,13 +11,13 @@ namespace talvera {
 
 [[gnu::noinline]] inline void close_stream(std::FILE *stream) {
   if (stream == nullptr) return;
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   std::fclose(stream);
 }
 
 [[gnu::noinline]] inline void close_pipe(std::FILE *stream) {
   if (stream == nullptr) return;
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   ::pclose(stream);
 }
 
@@ -30,7 +30,7 @@ using PipePtr = Owner<std::FILE, close_pipe>;
 // Handles the result of a read: retries while `character` is EOF because a signal handler installed
 // without SA_RESTART interrupted the read. Returns the next character; EOF at end of file or after
 // an error.
-[[gnu::noinline]] inline int character_after(int character, std::FILE *stream) {
+[[gnu::noinline]] inline int retry_interrupted(int character, std::FILE *stream) {
   while (character == EOF && std::ferror(stream) != 0 && errno == EINTR) {
     std::clearerr(stream);
     character = getc_unlocked(stream);
@@ -41,7 +41,7 @@ using PipePtr = Owner<std::FILE, close_pipe>;
 // Like getc(), but continues after signals.
 inline int next_character(std::FILE *stream) {
   const int character = getc_unlocked(stream);
-  return character != EOF ? character : character_after(character, stream);
+  return character != EOF ? character : retry_interrupted(character, stream);
 }
 
 // Like fgets(), but continues after signals without losing what was read before.

@@ -15,12 +15,12 @@ inline void wipe(void *bytes, std::size_t size) {
 
 // Wipes a block at the end of its scope. Declare it after the block's owner, which frees the block
 // after the wipe.
-class WipeAtEnd {
+class ScopedWipe {
  public:
-  WipeAtEnd(void *bytes, std::size_t size) : bytes_(bytes), size_(size) {}
-  ~WipeAtEnd() { wipe(bytes_, size_); }
-  WipeAtEnd(const WipeAtEnd &) = delete;
-  WipeAtEnd &operator=(const WipeAtEnd &) = delete;
+  ScopedWipe(void *bytes, std::size_t size) : bytes_(bytes), size_(size) {}
+  ~ScopedWipe() { wipe(bytes_, size_); }
+  ScopedWipe(const ScopedWipe &) = delete;
+  ScopedWipe &operator=(const ScopedWipe &) = delete;
 
  private:
   void *bytes_;

@@ -6,12 +6,16 @@
 
 #include "talvera/ipt.h"
 
+namespace talvera::ipt {
 namespace {
 
 constexpr std::size_t kAddressDigits = 8;
 constexpr std::size_t kRecordSize = 10;  // with two digits of prefix length
 
 }  // namespace
+}  // namespace talvera::ipt
+
+using namespace talvera::ipt;
 
 extern "C" int captiveportal_make_addrbuf(const char *records, char *buf, size_t size,
                                           unsigned int index) {

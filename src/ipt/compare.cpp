@@ -1,4 +1,5 @@
 // Comparison of two rules.
+#include <cstdint>
 #include <cstring>
 
 #include "ipt/items.h"
@@ -35,10 +36,10 @@ bool same_rule(const ipt_rule &a, const ipt_rule &b) {
 }  // namespace
 }  // namespace talvera::ipt
 
-using namespace talvera;
+using namespace talvera::ipt;
 
 extern "C" int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b) {
   if (rule_a == nullptr || rule_b == nullptr) return 1;
   if (rule_a == rule_b) return 0;
-  return ipt::same_rule(*rule_a, *rule_b) ? 0 : 1;
+  return same_rule(*rule_a, *rule_b) ? 0 : 1;
 }

@@ -7,8 +7,8 @@
 
 namespace talvera::ipt {
 
-inline constexpr std::size_t kMostTables = 8;
-inline constexpr std::size_t kMostNames = 74;
+inline constexpr std::size_t kMaxTables = 8;
+inline constexpr std::size_t kMaxNames = 74;
 
 // Names of several enumerations, concatenated and NUL-terminated: an array of pointers would need a
 // load-time relocation per name. An aggregate, so that the compiler puts it into read-only memory.
@@ -21,8 +21,8 @@ struct NameTables {
   }
 
   std::array<char, Size> text;
-  std::array<std::uint16_t, kMostNames> starts;
-  std::array<std::uint8_t, kMostTables> firsts;  // index of the first name of each table
+  std::array<std::uint16_t, kMaxNames> starts;
+  std::array<std::uint8_t, kMaxTables> firsts;  // index of the first name of each table
 };
 
 // Builds the tables from NUL-terminated names; a line feed ends each table.

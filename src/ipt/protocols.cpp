@@ -3,11 +3,13 @@
 
 #include <array>
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 #include "talvera/ipt.h"
 
+namespace talvera::ipt {
 namespace {
 
 struct Protocol {
@@ -213,6 +215,9 @@ char initial(char lower_case) {
 }
 
 }  // namespace
+}  // namespace talvera::ipt
+
+using namespace talvera::ipt;
 
 extern "C" int wkp_prot_from_name(const char *name) {
   if (name == nullptr) return -1;

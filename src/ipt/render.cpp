@@ -1,4 +1,6 @@
 // Rendering a rule as a command line, section by section.
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 
@@ -37,9 +39,9 @@ const char *name_of(Table table, std::uint32_t number) {
   return kNames.name(table, number);
 }
 
-constexpr std::size_t kSectionSize = 64;         // size of a section including a terminator
-constexpr std::size_t kLongestUntargeted = 191;  // characters before the target section
-static_assert(kLongestUntargeted + kSectionSize <= IPT_LINE_SIZE);
+constexpr std::size_t kSectionSize = 64;       // size of a section including a terminator
+constexpr std::size_t kMaxBeforeTarget = 191;  // characters before the target section
+static_assert(kMaxBeforeTarget + kSectionSize <= IPT_LINE_SIZE);
 
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
@@ -151,7 +153,7 @@ int failure(int error, int step) {
 int append_all(const ipt_rule &rule, Line &line) {
   for (int step = kTable; step <= kTarget; ++step) {
     if (!append_step(step, rule, line)) return failure(-1, step);
-    if (step < kTarget && line.length() > kLongestUntargeted) return failure(-2, step + 1);
+    if (step < kTarget && line.length() > kMaxBeforeTarget) return failure(-2, step + 1);
   }
   return 0;
 }
@@ -159,15 +161,15 @@ int append_all(const ipt_rule &rule, Line &line) {
 }  // namespace
 }  // namespace talvera::ipt
 
-using namespace talvera;
+using namespace talvera::ipt;
 
 extern "C" const char *ipt_target_string(uint32_t target) {
-  return target != IPT_TARGET_NONE ? ipt::name_of(ipt::kTargets, target) : nullptr;
+  return target != IPT_TARGET_NONE ? name_of(kTargets, target) : nullptr;
 }
 
 extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buf) {
-  ipt::Line line{buf, buf};
-  const int result = rule != nullptr ? ipt::append_all(*rule, line) : IPT_RULE_FAILED;
+  Line line{buf, buf};
+  const int result = rule != nullptr ? append_all(*rule, line) : IPT_RULE_FAILED;
   *line.end = '\0';
   return result;
 }

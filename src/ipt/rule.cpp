@@ -1,4 +1,5 @@
 // The rule record: creation, adding items, destruction.
+#include <cstdint>
 #include <cstdlib>
 
 #include "internal/owners.h"
@@ -81,42 +82,42 @@ void free_items(list_obj *list) {
 }  // namespace
 }  // namespace talvera::ipt
 
-using namespace talvera;
+using namespace talvera::ipt;
 
 extern "C" ipt_rule *ipt_simplerule_init(void) {
   return static_cast<ipt_rule *>(std::calloc(1, sizeof(ipt_rule)));
 }
 
 extern "C" ipt_rule *ipt_rule_init(void) {
-  ipt::RulePtr rule(ipt_simplerule_init());
+  RulePtr rule(ipt_simplerule_init());
   if (rule == nullptr) return nullptr;
-  rule->params = ipt::make_list();
+  rule->params = make_list();
   if (rule->params == nullptr) return nullptr;
-  rule->matches = ipt::make_list();
+  rule->matches = make_list();
   if (rule->matches == nullptr) return nullptr;
   return rule.release();
 }
 
 extern "C" void ipt_rule_free(ipt_rule *rule) {
   if (rule == nullptr) return;
-  const ErrnoKeeper keep;
+  const talvera::ErrnoSaver saver;
   std::free(rule->command_argument);
-  ipt::free_items(rule->params);
-  ipt::free_items(rule->matches);
+  free_items(rule->params);
+  free_items(rule->matches);
   std::free(rule->target_argument);
   std::free(rule);
 }
 
 extern "C" ipt_param *ipt_rule_add_param(ipt_rule *rule, uint32_t item, uint8_t negation,
                                          char *value, uint32_t option, char *option_value) {
-  return static_cast<ipt_param *>(ipt::add_item(rule != nullptr ? &rule->params : nullptr,
-                                                {ipt::kParamItems, "param", "parameter"},
-                                                {item, negation, value, option, option_value}));
+  return static_cast<ipt_param *>(add_item(rule != nullptr ? &rule->params : nullptr,
+                                           {kParamItems, "param", "parameter"},
+                                           {item, negation, value, option, option_value}));
 }
 
 extern "C" ipt_match *ipt_rule_add_match(ipt_rule *rule, uint32_t item, uint8_t negation,
                                          uint32_t option, char *option_value) {
-  return static_cast<ipt_match *>(ipt::add_item(rule != nullptr ? &rule->matches : nullptr,
-                                                {ipt::kMatchItems, "match", "match"},
-                                                {item, negation, nullptr, option, option_value}));
+  return static_cast<ipt_match *>(add_item(rule != nullptr ? &rule->matches : nullptr,
+                                           {kMatchItems, "match", "match"},
+                                           {item, negation, nullptr, option, option_value}));
 }

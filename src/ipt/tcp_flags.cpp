@@ -2,6 +2,7 @@
 #include <strings.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -21,6 +22,7 @@ extern "C" __attribute__((visibility("hidden"))) const ipt_tcp_flag ipt_own_flag
 extern "C" const ipt_tcp_flag flags[std::size(ipt_own_flags)]
     __attribute__((weak, alias("ipt_own_flags")));
 
+namespace talvera::ipt {
 namespace {
 
 constexpr std::size_t kTextSize = 49;
@@ -58,6 +60,9 @@ bool is_flag_pair(const char *text) {
 }
 
 }  // namespace
+}  // namespace talvera::ipt
+
+using namespace talvera::ipt;
 
 extern "C" int check_tcp_flags(const char *text) {
   return text != nullptr && is_flag_pair(text) ? 0 : talvera::fail(EINVAL);

@@ -56,12 +56,12 @@ void push_identity(const std::uint8_t *record) {
 }  // namespace
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" void mfg_init(void) {
-  mfg::prepare_file();
+  prepare_file();
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  mfg::push_identity(record);
-  if (mfg::has_calibration(record)) mfg::push_calibration(true);
+  push_identity(record);
+  if (has_calibration(record)) push_calibration(true);
 }

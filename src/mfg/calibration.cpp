@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "internal/big_endian.h"
@@ -59,29 +60,29 @@ void push_calibration(bool present) {
 
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int size) {
-  if (!mfg::is_range(offset, size)) return fail(EINVAL);
+  if (!is_range(offset, size)) return talvera::fail(EINVAL);
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (!mfg::has_calibration(record)) return mfg::get_from_driver(buf, offset, size);
-  return mfg::range_read(buf, mfg::file_offset(offset), size);
+  if (!has_calibration(record)) return get_from_driver(buf, offset, size);
+  return range_read(buf, file_offset(offset), size);
 }
 
 extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int length) {
-  if (!mfg::is_range(offset, length)) return fail(EINVAL);
+  if (!is_range(offset, length)) return talvera::fail(EINVAL);
   // Even after a failed write, the flag is set and the driver updated.
-  int result = mfg::range_write(data, mfg::file_offset(offset), length);
+  int result = range_write(data, file_offset(offset), length);
   int error = errno;
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (!mfg::has_calibration(record)) {
-    store_be32(record + MFG_INFO_WLCAL_PRESENT, 1);
+  if (!has_calibration(record)) {
+    talvera::store_be32(record + MFG_INFO_WLCAL_PRESENT, 1);
     result = mfg_info_write(record);
     error = errno;
   }
-  mfg::push_calibration(true);
+  push_calibration(true);
   errno = error;
   return result;
 }
@@ -89,9 +90,9 @@ extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, uns
 extern "C" void mfg_wlcal_clear(void) {
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
-  if (mfg::has_calibration(record)) {
-    store_be32(record + MFG_INFO_WLCAL_PRESENT, 0);
+  if (has_calibration(record)) {
+    talvera::store_be32(record + MFG_INFO_WLCAL_PRESENT, 0);
     mfg_info_write(record);
   }
-  mfg::push_calibration(false);
+  push_calibration(false);
 }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 #include "internal/big_endian.h"
@@ -41,17 +42,17 @@ bool is_consistent(const std::uint8_t *blob, std::uint32_t size) {
 
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" uint32_t ccert_extract_certblob_total_length(const unsigned char *blob) {
-  return load_be32(blob + mfg::kBlobTotalLength);
+  return talvera::load_be32(blob + kBlobTotalLength);
 }
 
 extern "C" int ccert_install_cert_blob(const unsigned char *blob, unsigned int slot) {
-  if (std::memcmp(blob, mfg::kMagic.data(), mfg::kMagic.size()) != 0 ||
-      !mfg::is_known_version(blob + mfg::kBlobVersion) ||
-      !mfg::is_consistent(blob, ccert_extract_certblob_total_length(blob))) {
-    return fail(EINVAL);
+  if (std::memcmp(blob, kMagic.data(), kMagic.size()) != 0 ||
+      !is_known_version(blob + kBlobVersion) ||
+      !is_consistent(blob, ccert_extract_certblob_total_length(blob))) {
+    return talvera::fail(EINVAL);
   }
   const mfg_ccert_set_info info = {blob, ccert_extract_certblob_total_length(blob), slot};
   return mfg_ccert_set(&info);

@@ -1,13 +1,14 @@
 // The private key of the loaded client certificate blob, and the unimplemented conversions for
 // encoded keys.
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"
 #include "internal/owners.h"
 #include "internal/wipe.h"
-#include "mfg/ccert_copy.h"
+#include "mfg/loaded_blob.h"
 #include "talvera/ccert.h"
 
 namespace talvera::mfg {
@@ -34,7 +35,7 @@ void get_plain(const ccert_toc_item &item, unsigned char **key, std::uint32_t *l
 void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
   const MallocPtr<unsigned char> copy(copy_of(item));
   if (copy == nullptr) return;
-  const WipeAtEnd no_key_left(copy.get(), item.length);
+  const ScopedWipe wipe_keys(copy.get(), item.length);
   if (item.length >= kEncryptedHeaderSize && load_be32(copy.get()) == kEncryptedFormat &&
       MKEY_Decrypt(copy.get() + kEncryptedHeaderSize, item.length - kEncryptedHeaderSize) == 0) {
     MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
@@ -48,20 +49,20 @@ int not_provided() {
 }  // namespace
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *length) {
   *key = nullptr;
   *length = 0;
-  const ccert_toc_item *item = mfg::loaded_key();
-  if (item == nullptr) return fail(ENOENT);
+  const ccert_toc_item *item = loaded_key();
+  if (item == nullptr) return talvera::fail(ENOENT);
   switch (item->type) {
     case CCERT_KEY_PLAIN:
-      mfg::get_plain(*item, key, length);
+      get_plain(*item, key, length);
       break;
     case CCERT_KEY_PKCS8:
       if ((item->flags & CCERT_FLAG_ENCRYPTED) != 0) {
-        mfg::get_encrypted(*item, key, length);
+        get_encrypted(*item, key, length);
       } else {
         MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
       }
@@ -74,13 +75,13 @@ extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *lengt
 }
 
 extern "C" int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **, uint32_t *) {
-  return mfg::not_provided();
+  return not_provided();
 }
 
 extern "C" int MEAPCA_convertKeyPEM(void) {
-  return mfg::not_provided();
+  return not_provided();
 }
 
 extern "C" int MKEY_Decrypt(unsigned char *, uint32_t) {
-  return mfg::not_provided();
+  return not_provided();
 }

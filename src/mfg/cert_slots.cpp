@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"
@@ -50,21 +51,21 @@ int query_size(const mfg_ccert_get_info &info) {
 }  // namespace
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" int mfg_ccert_get(struct mfg_ccert_get_info *info) {
-  if (info == nullptr || info->len == nullptr) return mfg::refuse_get(1);
+  if (info == nullptr || info->len == nullptr) return refuse_get(1);
   const std::uint32_t length = *info->len;
-  if (info->data == nullptr && length == 0) return mfg::query_size(*info);
-  if (length == 0 || info->slot >= mfg::kSlotOffsets.size()) return mfg::refuse_get(1);
-  if (info->data == nullptr || *info->data == nullptr) return mfg::refuse_get(2);
-  return mfg::range_read(*info->data, mfg::kSlotOffsets[info->slot], length);
+  if (info->data == nullptr && length == 0) return query_size(*info);
+  if (length == 0 || info->slot >= kSlotOffsets.size()) return refuse_get(1);
+  if (info->data == nullptr || *info->data == nullptr) return refuse_get(2);
+  return range_read(*info->data, kSlotOffsets[info->slot], length);
 }
 
 extern "C" int mfg_ccert_set(const struct mfg_ccert_set_info *info) {
   if (info == nullptr || info->data == nullptr || info->len < MFG_CCERT_MIN_SIZE ||
-      info->len > MFG_CCERT_MAX_SIZE || info->slot >= mfg::kSlotOffsets.size()) {
-    return mfg::refuse("mfg_ccert_set: invalid cert info structure passed (1)");
+      info->len > MFG_CCERT_MAX_SIZE || info->slot >= kSlotOffsets.size()) {
+    return refuse("mfg_ccert_set: invalid cert info structure passed (1)");
   }
-  return mfg::range_write(info->data, mfg::kSlotOffsets[info->slot], info->len);
+  return range_write(info->data, kSlotOffsets[info->slot], info->len);
 }

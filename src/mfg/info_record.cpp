@@ -2,6 +2,8 @@
 // number.
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -71,29 +73,31 @@ long long serial_from_mac(const std::uint8_t *mac) {
 }  // namespace
 }  // namespace talvera::mfg
 
-using namespace talvera;
+using namespace talvera::mfg;
 
 extern "C" int mfg_info_read(unsigned char *record) {
-  if (mfg::range_read(record, mfg::kInfoOffset, MFG_INFO_SIZE) != 0 || !mfg::is_valid(record)) {
-    mfg::set_default(record);
+  if (range_read(record, kInfoOffset, MFG_INFO_SIZE) != 0 || !is_valid(record)) {
+    set_default(record);
   }
   if (record[MFG_INFO_SERIAL] == '\0') {
-    mfg::set_serial(record, mfg::serial_from_mac(record + MFG_INFO_MAC));
-    mfg::set_checksum(record);
+    set_serial(record, serial_from_mac(record + MFG_INFO_MAC));
+    set_checksum(record);
   }
   return 0;
 }
 
 extern "C" int mfg_info_write(unsigned char *record) {
-  store_be32(record + MFG_INFO_TIME, static_cast<std::uint32_t>(time(nullptr)) + mfg::kEpochOffset);
-  store_be16(record + MFG_INFO_WRITE_COUNT,
-             static_cast<std::uint16_t>(load_be16(record + MFG_INFO_WRITE_COUNT) + 1));
-  mfg::set_checksum(record);
-  return mfg::range_write(record, mfg::kInfoOffset, MFG_INFO_SIZE);
+  talvera::store_be32(record + MFG_INFO_TIME,
+                      static_cast<std::uint32_t>(time(nullptr)) + kEpochOffset);
+  talvera::store_be16(
+      record + MFG_INFO_WRITE_COUNT,
+      static_cast<std::uint16_t>(talvera::load_be16(record + MFG_INFO_WRITE_COUNT) + 1));
+  set_checksum(record);
+  return range_write(record, kInfoOffset, MFG_INFO_SIZE);
 }
 
 extern "C" void mfg_get_macaddr(const unsigned char *record, unsigned char *mac) {
-  std::memcpy(mac, record + MFG_INFO_MAC, mfg::kMacSize);
+  std::memcpy(mac, record + MFG_INFO_MAC, kMacSize);
 }
 
 extern "C" int mfg_num_macaddr(const unsigned char *record) {

@@ -11,7 +11,7 @@
 namespace talvera::mfg {
 
 void log_failure(const char *operation) {
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   syslog(LOG_ERR, "MFG: %s failed: %s", operation, std::strerror(errno));
 }
 

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,11 +26,11 @@ constexpr mode_t kFileMode = 0600;
 int open_fd = -1;  // the open file, or negative; the partition is mounted while the file is open
 
 // Closes the manufacturing file at the end of its scope.
-struct CloseAtEnd {
-  CloseAtEnd() = default;
-  ~CloseAtEnd() { file_close(); }
-  CloseAtEnd(const CloseAtEnd &) = delete;
-  CloseAtEnd &operator=(const CloseAtEnd &) = delete;
+struct FileCloser {
+  FileCloser() = default;
+  ~FileCloser() { file_close(); }
+  FileCloser(const FileCloser &) = delete;
+  FileCloser &operator=(const FileCloser &) = delete;
 };
 
 bool mount_partition(int flags) {
@@ -76,7 +75,7 @@ int file_open(int flags) {
   const int failure = open_fd;
   log_failure("open");
   if (mounted) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     umount2(kMountPoint, MNT_DETACH);
   }
   return failure;
@@ -86,7 +85,7 @@ int file_open(int flags) {
 // always unmounted.
 void file_close() {
   if (open_fd < 0) return;
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   close(open_fd);
   umount2(kMountPoint, MNT_DETACH);
   open_fd = -1;
@@ -95,7 +94,7 @@ void file_close() {
 int range_read(void *buffer, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDONLY);
   if (fd < 0) return -1;
-  const CloseAtEnd closer;
+  const FileCloser closer;
   const std::int32_t start = range_start(offset, length);
   const bool there = start == 0 || (start > 0 && seek_to(fd, start));
   return there && read_all(fd, buffer, length) ? 0 : -1;
@@ -105,12 +104,12 @@ int range_read(void *buffer, std::int32_t offset, std::uint32_t length) {
 int range_write(const void *data, std::int32_t offset, std::uint32_t length) {
   const int fd = file_open(O_RDWR);
   if (fd < 0) return -1;
-  const CloseAtEnd closer;
+  const FileCloser closer;
   const std::int32_t start = range_start(offset, length);
   if (start < 0 || !seek_to(fd, 0)) return -1;
   const MallocPtr<std::uint8_t> content = allocate<std::uint8_t>(kFileSize);
   if (content == nullptr) return -1;
-  const WipeAtEnd no_key_left(content.get(), kFileSize);
+  const ScopedWipe wipe_keys(content.get(), kFileSize);
   if (!read_all(fd, content.get(), kFileSize)) return -1;
   std::memcpy(content.get() + start, data, length);
   if (!seek_to(fd, 0)) return -1;

@@ -7,6 +7,7 @@
 #include "internal/owners.h"
 #include "talvera/mfg.h"
 
+namespace talvera::mfg {
 namespace {
 
 constexpr char kDevicePath[] = "/dev/talvera";
@@ -14,13 +15,16 @@ constexpr char kDevicePath[] = "/dev/talvera";
 int device_fd = -1;
 
 }  // namespace
+}  // namespace talvera::mfg
+
+using namespace talvera::mfg;
 
 extern "C" int tvra_open(void) {
   // Intentionally without a reference count: one close closes the device.
   if (device_fd >= 0) return device_fd;
   const int fd = open(kDevicePath, O_RDWR | O_NONBLOCK);
   if (fd < 0) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "libtalvera: error opening /dev/talvera: %m");
     return fd;
   }
@@ -31,7 +35,7 @@ extern "C" int tvra_open(void) {
 
 extern "C" void tvra_close(void) {
   if (device_fd < 0) return;
-  const talvera::ErrnoKeeper keep;
+  const talvera::ErrnoSaver saver;
   close(device_fd);
   device_fd = -1;
 }
@@ -41,7 +45,7 @@ extern "C" int tvra_ioctl(unsigned int request, void *argument) {
   if (fd < 0) return fd;
   const int result = ioctl(fd, request, argument);
   if (result == -1) {
-    const talvera::ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     syslog(LOG_WARNING, "libtalvera: ioctl failed: %m");
   }
   tvra_close();

@@ -5,6 +5,7 @@
 
 #include "talvera/netu.h"
 
+namespace talvera::net {
 namespace {
 
 bool parse(const char *text, std::uint32_t &address) {
@@ -23,6 +24,9 @@ int calculate(const char *address_text, const char *mask_text, std::uint32_t *re
 }
 
 }  // namespace
+}  // namespace talvera::net
+
+using namespace talvera::net;
 
 extern "C" int netu_calc_network(const char *address, const char *mask, std::uint32_t *result) {
   return calculate(address, mask, result, [](auto a, auto m) { return a & m; });

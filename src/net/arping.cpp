@@ -11,9 +11,8 @@
 #include "process/reaped.h"
 #include "talvera/netu.h"
 
+namespace talvera::net {
 namespace {
-
-namespace process = talvera::process;
 
 constexpr int kAnswered = 1;  // arping's exit status when another host has the address
 
@@ -27,10 +26,10 @@ constexpr int kAnswered = 1;  // arping's exit status when another host has the 
 // The exit status of a child that the reaper, in another thread, has collected or is about to
 // record.
 int reaped_exit(pid_t child) {
-  int code = process::noted_exit(child);
+  int code = process::recorded_exit(child);
   for (int tries = 100; code == process::kUnknownExit && tries > 0; --tries) {
     usleep(1000);
-    code = process::noted_exit(child);
+    code = process::recorded_exit(child);
   }
   return code;
 }
@@ -47,6 +46,9 @@ int wait_for(pid_t child) {
 }
 
 }  // namespace
+}  // namespace talvera::net
+
+using namespace talvera::net;
 
 extern "C" int netu_arping_test(const char *ifname, const char *address) {
   // Keeps a handler that reaps every child from taking this one's status, at least in this thread.
@@ -61,5 +63,8 @@ extern "C" int netu_arping_test(const char *ifname, const char *address) {
     run_arping(ifname, address);
   }
   const int code = wait_for(child);
-  return code == kAnswered || code == process::kKilled || code == process::kUnknownExit ? 1 : 0;
+  return code == kAnswered || code == talvera::process::kKilled ||
+                 code == talvera::process::kUnknownExit
+             ? 1
+             : 0;
 }

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -10,6 +11,7 @@
 #include "talvera/netu.h"
 #include "talvera/utils.h"
 
+namespace talvera::net {
 namespace {
 
 static_assert(sizeof(netu_linuxif_stats) == std::size_t{3} * 14 * 4);
@@ -24,6 +26,9 @@ constexpr unsigned kReadSize = 32;
 constexpr unsigned kTextSize = kReadSize + 4;
 
 }  // namespace
+}  // namespace talvera::net
+
+using namespace talvera::net;
 
 extern "C" int netu_ifstat_get(const char *ifname, unsigned int index, char *buf,
                                unsigned int size) {

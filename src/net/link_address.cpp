@@ -12,11 +12,15 @@
 #include "internal/owners.h"
 #include "talvera/netu.h"
 
+namespace talvera::net {
 namespace {
 
 constexpr int kMacSize = 6;
 
 }  // namespace
+}  // namespace talvera::net
+
+using namespace talvera::net;
 
 extern "C" char *netu_etoa(const unsigned char *mac, char *buf) {
   std::snprintf(buf, NETU_MAC_TEXT_SIZE, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],

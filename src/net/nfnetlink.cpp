@@ -1,4 +1,5 @@
 // Netfilter netlink: handles, subsystems, sending and receiving messages.
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -43,7 +44,7 @@ bool read_local(nfnetlink_handle &handle) {
 
 // Intentionally leaves descriptor 0 open, which counts as no socket.
 void close_socket(int fd) {
-  const ErrnoKeeper keep;
+  const ErrnoSaver saver;
   if (fd != 0) close(fd);
 }
 
@@ -61,18 +62,18 @@ int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int fla
 
 }  // namespace talvera::net
 
-using namespace talvera;
+using namespace talvera::net;
 
 extern "C" nfnetlink_handle *nfnetlink_open() {
-  MallocPtr<nfnetlink_handle> handle(
+  talvera::MallocPtr<nfnetlink_handle> handle(
       static_cast<nfnetlink_handle *>(std::calloc(1, sizeof(nfnetlink_handle))));
   if (handle == nullptr) return nullptr;
   handle->fd = socket(AF_NETLINK, SOCK_RAW, NETLINK_NETFILTER);
   if (handle->fd < 0) return nullptr;
   handle->local.nl_family = AF_NETLINK;
   handle->peer.nl_family = AF_NETLINK;
-  if (net::bind_local(*handle) != 0 || !net::read_local(*handle)) {
-    net::close_socket(handle->fd);
+  if (bind_local(*handle) != 0 || !read_local(*handle)) {
+    close_socket(handle->fd);
     return nullptr;
   }
   handle->sequence = static_cast<std::uint32_t>(time(nullptr));
@@ -80,11 +81,11 @@ extern "C" nfnetlink_handle *nfnetlink_open() {
 }
 
 extern "C" int nfnetlink_rebind(nfnetlink_handle *handle) {
-  if (handle == nullptr) return fail(EINVAL);
+  if (handle == nullptr) return talvera::fail(EINVAL);
   const std::uint32_t former = handle->local.nl_groups;
   for (const nfnetlink_subsys &subsys : handle->subsystems)
     handle->local.nl_groups |= subsys.subscriptions;
-  if (net::bind_local(*handle) == 0) return 0;
+  if (bind_local(*handle) == 0) return 0;
   handle->local.nl_groups = former;
   return -1;
 }
@@ -115,23 +116,23 @@ extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, uns
 }
 
 extern "C" int nfnetlink_subsys_close(nfnetlink_subsys *subsys) {
-  if (subsys == nullptr) return fail(EINVAL);
-  const MallocPtr<nfnetlink_callback> callbacks(subsys->callbacks);
+  if (subsys == nullptr) return talvera::fail(EINVAL);
+  const talvera::MallocPtr<nfnetlink_callback> callbacks(subsys->callbacks);
   *subsys = {};
   return 0;
 }
 
 extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
-  if (handle == nullptr) return fail(EINVAL);
+  if (handle == nullptr) return talvera::fail(EINVAL);
   for (nfnetlink_subsys &subsys : handle->subsystems)
     nfnetlink_subsys_close(&subsys);
-  net::close_socket(handle->fd);
+  close_socket(handle->fd);
   std::free(handle);
   return 0;
 }
 
 extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned int length) {
-  if (message == nullptr || data == nullptr) return fail(EINVAL);
+  if (message == nullptr || data == nullptr) return talvera::fail(EINVAL);
   const std::uint32_t end = message->nlmsg_len;
   std::memcpy(reinterpret_cast<unsigned char *>(message) + end, data, length);
   // The first piece is the header itself, which has just set nlmsg_len.
@@ -140,13 +141,13 @@ extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned 
 }
 
 extern "C" int nfnetlink_send(nfnetlink_handle *handle, const nlmsghdr *message) {
-  if (handle == nullptr || message == nullptr) return fail(EINVAL);
+  if (handle == nullptr || message == nullptr) return talvera::fail(EINVAL);
   return static_cast<int>(sendto(handle->fd, message, message->nlmsg_len, 0,
                                  reinterpret_cast<const sockaddr *>(&handle->peer),
                                  sizeof handle->peer));
 }
 
 extern "C" int nfnetlink_receive(nfnetlink_handle *handle, void *buf, unsigned int size) {
-  if (handle == nullptr || buf == nullptr) return fail(EINVAL);
-  return net::receive(*handle, buf, size, 0);
+  if (handle == nullptr || buf == nullptr) return talvera::fail(EINVAL);
+  return receive(*handle, buf, size, 0);
 }

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "internal/big_endian.h"
 #include "internal/fail.h"
@@ -25,10 +24,10 @@ constexpr int kAttributeHeaderSize = sizeof(nlattr);
 constexpr std::uint16_t kTypeMask = 0x7FFF;
 constexpr std::size_t kReceiveSize = 8192;
 constexpr std::uint16_t kUsualAttributes = 64;
-constexpr int kGoOn = 1;
+constexpr int kContinue = 1;
 
 // Whether the remaining bytes hold the complete item, whose length includes its header.
-bool holds(int left, std::uint32_t item_length, int header_size) {
+bool is_complete(int left, std::uint32_t item_length, int header_size) {
   return item_length >= static_cast<std::uint32_t>(header_size) &&
          item_length <= static_cast<std::uint32_t>(left);
 }
@@ -60,7 +59,7 @@ int control_result(Bytes message, const Header &header) {
   const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
   if (error == 0) return 0;
   errno = error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO;
-  return kGoOn;
+  return kContinue;
 }
 
 int call_handler(const nfnetlink_callback &callback, const nlattr **table, Bytes message,
@@ -82,7 +81,7 @@ int handle_message(const nfnetlink_handle &handle, Bytes message, const Header &
 
   // Copied because the handler may close the subsystem.
   const nfnetlink_callback callback = subsys.callbacks[type];
-  if (callback.attribute_count == 0 || callback.handler == nullptr) return kGoOn;
+  if (callback.attribute_count == 0 || callback.handler == nullptr) return kContinue;
   // On the stack, except for subsystems with very many attributes.
   const nlattr *usual[kUsualAttributes];
   if (callback.attribute_count <= kUsualAttributes) {
@@ -120,7 +119,7 @@ int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
     }
     const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
     const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
-    if (result >= kGoOn && flags == 0) continue;
+    if (result >= kContinue && flags == 0) continue;
     end = answer ? WaitEnd::kAnswer : WaitEnd::kDispatch;
     return result;
   }
@@ -128,40 +127,40 @@ int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
 
 }  // namespace talvera::net
 
-using namespace talvera;
+using namespace talvera::net;
 
 extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, const nlattr *first,
                                         int length) {
-  if (table == nullptr || table_size < 1 || first == nullptr) return fail(EINVAL);
+  if (table == nullptr || table_size < 1 || first == nullptr) return talvera::fail(EINVAL);
   std::fill_n(table, table_size, nullptr);
-  const auto *at = reinterpret_cast<net::Bytes>(first);
-  while (length >= net::kAttributeHeaderSize) {
-    const auto size = load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
-    if (!net::holds(length, size, net::kAttributeHeaderSize)) break;
+  const auto *at = reinterpret_cast<Bytes>(first);
+  while (length >= kAttributeHeaderSize) {
+    const auto size = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
+    if (!is_complete(length, size, kAttributeHeaderSize)) break;
     const int type =
-        load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & net::kTypeMask;
+        talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & kTypeMask;
     const void *start = at;
     if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
-    if (!net::advance(at, length, size)) break;
+    if (!advance(at, length, size)) break;
   }
   return 0;
 }
 
 extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, int length) {
-  if (handle == nullptr || data == nullptr) return fail(EINVAL);
-  const auto *at = static_cast<net::Bytes>(data);
+  if (handle == nullptr || data == nullptr) return talvera::fail(EINVAL);
+  const auto *at = static_cast<Bytes>(data);
   int result = 0;
-  while (length >= net::kHeaderSize) {
-    const net::Header header(at);
-    if (!net::holds(length, header.length, net::kHeaderSize)) break;
-    result = net::message_result(*handle, at, header);
-    if (result < net::kGoOn) break;
-    if (!net::advance(at, length, header.length)) break;
+  while (length >= kHeaderSize) {
+    const Header header(at);
+    if (!is_complete(length, header.length, kHeaderSize)) break;
+    result = message_result(*handle, at, header);
+    if (result < kContinue) break;
+    if (!advance(at, length, header.length)) break;
   }
   return result;
 }
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
-  net::WaitEnd end;
-  return nfnetlink_send(handle, message) < 0 ? -1 : net::wait_for_answer(*handle, 0, end);
+  WaitEnd end;
+  return nfnetlink_send(handle, message) < 0 ? -1 : wait_for_answer(*handle, 0, end);
 }

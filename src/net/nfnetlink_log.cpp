@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #include "internal/big_endian.h"
@@ -37,7 +38,7 @@ struct Subject {
 // for the answer to the next request. Returns 0 for an acknowledgement, -1 with errno set for an
 // error reply, and kNoAnswer otherwise; preserves errno unless it returns -1.
 constexpr int kNoAnswer = 1;
-int late_result(nfnetlink_handle &netlink) {
+int queued_answer(nfnetlink_handle &netlink) {
   const int error = errno;
   for (int tries = 4096; tries > 0;
        --tries) {  // bounded in case it is lost while packets keep coming
@@ -57,9 +58,10 @@ int late_result(nfnetlink_handle &netlink) {
 
 // Which result counts when packets have ended the wait for an acknowledgement: that of the wait, or
 // the kernel's answer.
-enum class By { kWait, kAnswer };
+enum class ResultFrom { kWait, kAnswer };
 
-int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute, By by) {
+int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute,
+              ResultFrom source) {
   const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
                            NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
   const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
@@ -76,13 +78,13 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
   WaitEnd end;
   const int result = wait_for_answer(netlink, 0, end);
   if (end == WaitEnd::kAnswer || end == WaitEnd::kForeignSequence) return result;
-  const int late = late_result(netlink);
-  return by == By::kWait || late == kNoAnswer ? result : late;
+  const int answer = queued_answer(netlink);
+  return source == ResultFrom::kWait || answer == kNoAnswer ? result : answer;
 }
 
-int command(nfnetlink_log *log, std::uint8_t code, Subject subject, By by) {
+int command(nfnetlink_log *log, std::uint8_t code, Subject subject, ResultFrom source) {
   if (log == nullptr) return fail(EINVAL);
-  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, by);
+  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, source);
 }
 
 nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) {
@@ -106,28 +108,27 @@ int dispatch_packet(const nlmsghdr *message, const nlattr *const *attributes, vo
 }  // namespace
 }  // namespace talvera::net
 
-using namespace talvera;
+using namespace talvera::net;
 
 extern "C" nfnetlink_log *nfnetlink_log_open() {
   nfnetlink_handle *netlink = nfnetlink_open();
   if (netlink == nullptr) return nullptr;
-  nfnetlink_subsys *subsys =
-      nfnetlink_subsys_open(netlink, NFNL_SUBSYS_ULOG, net::kMessageTypes, 0);
+  nfnetlink_subsys *subsys = nfnetlink_subsys_open(netlink, NFNL_SUBSYS_ULOG, kMessageTypes, 0);
   auto *log = subsys != nullptr ? static_cast<nfnetlink_log *>(std::malloc(sizeof(nfnetlink_log)))
                                 : nullptr;
   if (log == nullptr) {
-    const ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     nfnetlink_close(netlink);
     return nullptr;
   }
   *log = {netlink, subsys, nullptr};
-  subsys->callbacks[NFULNL_MSG_PACKET] = {net::dispatch_packet, log, NFNETLINK_LOG_ATTRIBUTES};
+  subsys->callbacks[NFULNL_MSG_PACKET] = {dispatch_packet, log, NFNETLINK_LOG_ATTRIBUTES};
   return log;
 }
 
 extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
   while (log->groups != nullptr) {
-    const MallocPtr<nfnetlink_log_group> group(log->groups);
+    const talvera::MallocPtr<nfnetlink_log_group> group(log->groups);
     log->groups = group->next;
   }
   nfnetlink_close(log->netlink);
@@ -136,27 +137,27 @@ extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
 }
 
 extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0},
-                      net::By::kWait);
+  return command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0},
+                 ResultFrom::kWait);
 }
 
 extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
-  return net::command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0},
-                      net::By::kWait);
+  return command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0},
+                 ResultFrom::kWait);
 }
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
   const auto number = static_cast<std::uint16_t>(group);
-  if (log == nullptr || net::find_group(*log, number) != nullptr) {
+  if (log == nullptr || find_group(*log, number) != nullptr) {
     errno = log == nullptr ? EINVAL : EBUSY;
     return nullptr;
   }
-  MallocPtr<nfnetlink_log_group> node(
+  talvera::MallocPtr<nfnetlink_log_group> node(
       static_cast<nfnetlink_log_group *>(std::calloc(1, sizeof(nfnetlink_log_group))));
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (net::command(log, NFULNL_CFG_CMD_BIND, {0, number}, net::By::kAnswer) != 0) return nullptr;
+  if (command(log, NFULNL_CFG_CMD_BIND, {0, number}, ResultFrom::kAnswer) != 0) return nullptr;
   node->next = log->groups;
   log->groups = node.get();
   return node.release();
@@ -164,16 +165,16 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
 
 extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
                                               nfnetlink_log_handler handler, void *data) {
-  if (group == nullptr) return fail(EINVAL);
+  if (group == nullptr) return talvera::fail(EINVAL);
   group->handler = handler;
   group->data = data;
   return 0;
 }
 
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
-  if (group == nullptr) return fail(EINVAL);
+  if (group == nullptr) return talvera::fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (net::command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, net::By::kAnswer) < 0) return -1;
+  if (command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, ResultFrom::kAnswer) < 0) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;
@@ -185,13 +186,12 @@ extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
 
 extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mode,
                                      std::uint32_t range) {
-  if (group == nullptr) return fail(EINVAL);
-  net::Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
-  store_be32(attribute.payload, range);
+  if (group == nullptr) return talvera::fail(EINVAL);
+  Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
+  talvera::store_be32(attribute.payload, range);
   attribute.payload[4] = static_cast<std::uint8_t>(mode);
-  return net::configure(*group->log->netlink, {0, group->number}, attribute, net::By::kWait) < 0
-             ? -1
-             : 0;
+  return configure(*group->log->netlink, {0, group->number}, attribute, ResultFrom::kWait) < 0 ? -1
+                                                                                               : 0;
 }
 
 extern "C" const void *nfnetlink_log_nfa_get_ptr(const nlattr *const *attributes,

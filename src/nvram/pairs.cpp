@@ -2,6 +2,8 @@
 // in overflow entries.
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -12,6 +14,7 @@
 
 void *nvram_hash = nullptr;
 
+namespace talvera::nvram {
 namespace {
 
 constexpr int kBuckets = 256;
@@ -34,7 +37,7 @@ class Pin {
   }
   ~Pin() {
     if (nvram_shmid < 0) return;
-    const talvera::ErrnoKeeper keep;
+    const ErrnoSaver saver;
     nvram_unlock();
   }
   Pin(const Pin &) = delete;
@@ -60,7 +63,7 @@ class Name {
 
   [[nodiscard]] int bucket() const { return static_cast<int>(hash_ % kBuckets) + kFirstBucket; }
   // Compares the terminator too if it fits the field, so that a longer stored name does not match.
-  [[nodiscard]] bool is_of(const Entry &entry) const {
+  [[nodiscard]] bool matches(const Entry &entry) const {
     return std::memcmp(entry.name, text_, std::min<std::size_t>(length_ + 1, NVRAM_NAME_SIZE)) == 0;
   }
   [[nodiscard]] const char *text() const { return text_; }
@@ -72,12 +75,12 @@ class Name {
 };
 
 void link(Entry &entry, int next) {
-  talvera::store_be16(entry.next, static_cast<std::uint16_t>(next));
+  store_be16(entry.next, static_cast<std::uint16_t>(next));
 }
 
 // The next entry of the chain; null at the end and for a corrupt link that leads out of the table.
 Entry *next_of(Entry *entries, const Entry &entry) {
-  const unsigned int index = talvera::load_be16(entry.next);  // a negative index is too large, too
+  const unsigned int index = load_be16(entry.next);  // a negative index is too large, too
   if (index == 0 || index >= NVRAM_ENTRIES) return nullptr;
   return entries[index].used != 0 ? entries + index : nullptr;
 }
@@ -92,14 +95,14 @@ class Chain {
 
   [[nodiscard]] Entry *entry() const { return entry_; }        // null past the end
   [[nodiscard]] Entry *previous() const { return previous_; }  // null at the first entry
-  [[nodiscard]] bool is_circle() const { return left_ == 0; }
+  [[nodiscard]] bool is_circular() const { return left_ == 0; }
   void advance() {
     previous_ = entry_;
     entry_ = --left_ > 0 ? next_of(entries_, *entry_) : nullptr;
   }
   // Advances to the entry of a name; null if there is none.
   [[gnu::noinline]] Entry *find(const Name &name) {
-    while (entry_ != nullptr && !name.is_of(*entry_))
+    while (entry_ != nullptr && !name.matches(*entry_))
       advance();
     return entry_;
   }
@@ -161,6 +164,9 @@ void remove_first(Entry *entries, Entry &bucket) {
 }
 
 }  // namespace
+}  // namespace talvera::nvram
+
+using namespace talvera::nvram;
 
 extern "C" char *nvram_get(const char *name) {
   const Pin pin;
@@ -181,7 +187,7 @@ extern "C" int nvram_set(const char *name, const char *value) {
     store_text(found->value, sizeof found->value, value);
     return 0;
   }
-  if (chain.is_circle()) return talvera::fail(ELOOP);
+  if (chain.is_circular()) return talvera::fail(ELOOP);
   if (chain.previous() != nullptr) return append(entries, *chain.previous(), wanted, value);
   fill(entries[wanted.bucket()], wanted, value);
   return 0;

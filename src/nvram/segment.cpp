@@ -3,6 +3,7 @@
 #include <sys/shm.h>
 
 #include <cerrno>
+#include <cstdint>
 
 #include "internal/alias.h"
 #include "internal/fail.h"
@@ -10,6 +11,7 @@
 
 int32_t nvram_shmid = -1;
 
+namespace talvera::nvram {
 namespace {
 
 constexpr int kProject = 1;  // project id for ftok()
@@ -21,10 +23,13 @@ int find_segment(const char *path, unsigned int size, int flags) {
 }
 
 int control_attached(int command, struct shmid_ds *status) {
-  return nvram_shmid >= 0 ? shmctl(nvram_shmid, command, status) : talvera::fail(EINVAL);
+  return nvram_shmid >= 0 ? shmctl(nvram_shmid, command, status) : fail(EINVAL);
 }
 
 }  // namespace
+}  // namespace talvera::nvram
+
+using namespace talvera::nvram;
 
 extern "C" int nvram_init(const char *path, unsigned int size) {
   if (path == nullptr || size == 0) return talvera::fail(EINVAL);

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
@@ -10,6 +11,7 @@
 #include "internal/streams.h"
 #include "talvera/process.h"
 
+namespace talvera::process {
 namespace {
 
 constexpr std::size_t kLineSize = 1024;
@@ -21,7 +23,7 @@ int store_numbers(char *line, pid_t *pids, int capacity) {
   char *rest = nullptr;
   for (char *token = strtok_r(line, kSeparators, &rest); token != nullptr && count < capacity;
        token = strtok_r(nullptr, kSeparators, &rest)) {
-    pids[count++] = talvera::decimal32(token);
+    pids[count++] = decimal32(token);
   }
   return count;
 }
@@ -34,6 +36,9 @@ bool process_exists(int pid) {
 }
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" int process_find_all(const char *name, pid_t *pids, int capacity) {
   if (capacity < 1) return 0;

@@ -3,6 +3,7 @@
 
 #include <sys/ioctl.h>
 #include <sys/select.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -13,12 +14,8 @@
 #include "internal/fail.h"
 #include "internal/owners.h"
 
+namespace talvera::process {
 namespace {
-
-using talvera::ErrnoKeeper;
-using talvera::fail;
-using talvera::MallocPtr;
-using talvera::UniqueFd;
 
 // The full address structure is always passed, so that trailing zero bytes are part of the bound
 // name.
@@ -48,7 +45,7 @@ ipc_msgq *make_record(const char *name) {
 int open_socket() {
   const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
   if (fd < 0) {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     std::printf("socket create failed \n");
     return fd;
   }
@@ -69,18 +66,21 @@ int wait_readable(int fd) {
 }
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" int ipc_msgq_create(void) {
   return 0;
 }
 
 extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
-  MallocPtr<ipc_msgq> queue(make_record(name));
+  talvera::MallocPtr<ipc_msgq> queue(make_record(name));
   if (queue == nullptr) return nullptr;
-  UniqueFd fd(open_socket());
+  talvera::UniqueFd fd(open_socket());
   if (!fd.valid()) return nullptr;
   if (bind(fd.get(), address_of(*queue), kAddressLength) != 0) {
-    const ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     std::printf("bind failed:%d:%s\n", errno, std::strerror(errno));
     return nullptr;
   }
@@ -89,9 +89,9 @@ extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
 }
 
 extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
-  MallocPtr<ipc_msgq> queue(make_record(name));
+  talvera::MallocPtr<ipc_msgq> queue(make_record(name));
   if (queue == nullptr) return nullptr;
-  UniqueFd fd(open_socket());
+  talvera::UniqueFd fd(open_socket());
   if (!fd.valid()) return nullptr;
   queue->fd = fd.release();
   return queue.release();
@@ -100,10 +100,10 @@ extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
 extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, size_t length) {
   if (queue == nullptr) {
     std::printf("%s:Invalid server details\n", __func__);
-    return fail(EINVAL);
+    return talvera::fail(EINVAL);
   }
   if (sendto(queue->fd, data, length, 0, address_of(*queue), kAddressLength) < 0) {
-    const ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     std::printf("sendto failed.Error:%d:%s\n", errno, std::strerror(errno));
     return -1;
   }
@@ -111,15 +111,15 @@ extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, siz
 }
 
 extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buf, size_t size) {
-  if (queue == nullptr) return fail(EINVAL);
+  if (queue == nullptr) return talvera::fail(EINVAL);
   const int ready = wait_readable(queue->fd);
   if (ready < 0) {
-    const ErrnoKeeper keep;
+    const talvera::ErrnoSaver saver;
     std::printf("EBADF:%d, EFAULT:%d, EINTR:%d, EINVAL:%d\n  select() failed. error:%d:%s\n", EBADF,
                 EFAULT, EINTR, EINVAL, errno, std::strerror(errno));
     return -1;
   }
-  if (ready == 0) return fail(EAGAIN);
+  if (ready == 0) return talvera::fail(EAGAIN);
   sockaddr_un sender;
   socklen_t sender_length = sizeof sender;
   return static_cast<int>(

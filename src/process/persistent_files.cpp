@@ -7,6 +7,7 @@
 #include "talvera/strutil.h"
 #include "talvera/utils.h"
 
+namespace talvera::process {
 namespace {
 
 constexpr int kLineSize = 1024;
@@ -15,6 +16,9 @@ constexpr int kLineSize = 1024;
 std::int32_t clearing = 0;
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" void pfs_clearing_set(void) {
   clearing = 1;

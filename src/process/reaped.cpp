@@ -21,14 +21,14 @@ std::atomic<std::uint32_t> &exit_slot(pid_t child) {
 
 }  // namespace
 
-void note_exit(pid_t child, int wait_status) {
+void record_exit(pid_t child, int wait_status) {
   const int code = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : kKilled;
   exit_slot(child).store(
       static_cast<std::uint32_t>(child) << kExitBits | static_cast<std::uint32_t>(code),
       std::memory_order_relaxed);
 }
 
-int noted_exit(pid_t child) {
+int recorded_exit(pid_t child) {
   const std::uint32_t noted = exit_slot(child).load(std::memory_order_relaxed);
   if (noted >> kExitBits != static_cast<std::uint32_t>(child)) return kUnknownExit;
   return static_cast<int>(noted & ((1U << kExitBits) - 1));

@@ -10,9 +10,9 @@ inline constexpr int kUnknownExit = -1;
 inline constexpr int kKilled = 256;
 
 // Records a child's wait status. Async-signal-safe and thread-safe.
-void note_exit(pid_t child, int wait_status);
+void record_exit(pid_t child, int wait_status);
 
 // The exit status recorded last for a child, kKilled, or kUnknownExit.
-int noted_exit(pid_t child);
+int recorded_exit(pid_t child);
 
 }  // namespace talvera::process

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,16 +14,17 @@
 #include "talvera/process.h"
 #include "talvera/sdb.h"
 
+namespace talvera::process {
 namespace {
 
 // SIGCHLD handler that reaps every finished child: otherwise a stopped program would remain a
 // zombie and appear alive to process_wait().
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
-  const talvera::ErrnoKeeper keep;
+  const ErrnoSaver saver;
   int status = 0;
   for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;)
-    talvera::process::note_exit(child, status);
+    record_exit(child, status);
 }
 
 // Interrupted system calls restart; children that are merely stopped raise no signal.
@@ -38,13 +40,12 @@ void install_reaper() {
 bool set_variable(const char *assignment) {
   const char *equals = std::strchr(assignment, '=');
   if (equals == nullptr) return true;
-  const talvera::MallocPtr<char> name(
-      strndup(assignment, static_cast<std::size_t>(equals - assignment)));
+  const MallocPtr<char> name(strndup(assignment, static_cast<std::size_t>(equals - assignment)));
   return name != nullptr && setenv(name.get(), equals + 1, 1) == 0;
 }
 
 // Runs in the child. Every failure intentionally exits with status 0.
-[[noreturn]] void become(const char *path, char *const argv[], char *const env[]) {
+[[noreturn]] void exec_child(const char *path, char *const argv[], char *const env[]) {
   for (; env != nullptr && *env != nullptr; ++env) {
     if (!set_variable(*env)) _exit(0);
   }
@@ -54,6 +55,9 @@ bool set_variable(const char *assignment) {
 }
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], char *const env[]) {
   install_reaper();
@@ -69,7 +73,7 @@ extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], c
       syslog(LOG_ERR, "child setpgid() error %d", error);
       return error;  // intentionally returns in the child, which continues in the caller's code
     }
-    become(path, argv, env);
+    exec_child(path, argv, env);
   }
   syslog(LOG_DEBUG, "starting process %s (pid %d)", path, child);
   if (pid != nullptr) *pid = child;

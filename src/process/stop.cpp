@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 
@@ -13,6 +14,7 @@
 #include "talvera/sdb.h"
 #include "talvera/utils.h"
 
+namespace talvera::process {
 namespace {
 
 constexpr pid_t kLowestPid = 2;
@@ -45,6 +47,9 @@ bool is_running(pid_t pid) {
 }
 
 }  // namespace
+}  // namespace talvera::process
+
+using namespace talvera::process;
 
 extern "C" int process_signal(pid_t pid, int signal) {
   if (pid < kLowestPid) return PROCESS_INVALID;

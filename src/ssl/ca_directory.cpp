@@ -4,10 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
-#include "ssl/regular_file.h"
+#include "ssl/nonblocking_file.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -21,7 +22,7 @@ constexpr std::size_t kDirectoryPrefix = sizeof CA_DIRECTORY "/" - 1;
 constexpr std::size_t kHashLinkSize = 32;
 constexpr std::size_t kEntrySize = 255;
 
-bool leads_to_file(const char *path) {
+bool target_exists(const char *path) {
   return access(path, F_OK) == 0;
 }
 
@@ -33,7 +34,7 @@ bool is_taken(const char *path) {
 
 bool is_dangling_link(const char *path) {
   struct stat status;
-  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !leads_to_file(path);
+  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !target_exists(path);
 }
 
 // Intentionally ignores failures and does not number links: an existing link of the same hash
@@ -57,7 +58,7 @@ int add_links(const char *cert_path, const char *link_path) {
   return 1;
 }
 
-void sweep_dangling_links() {
+void remove_dangling_links() {
   DIR *directory = opendir(CA_DIRECTORY);
   if (directory == nullptr) return;
   while (const dirent *entry = readdir(directory)) {
@@ -70,14 +71,15 @@ void sweep_dangling_links() {
 
 int remove_links(const char *link_path) {
   if (!is_taken(link_path) || unlink(link_path) != 0) return 0;
-  sweep_dangling_links();
+  remove_dangling_links();
   return 1;
 }
 
 }  // namespace
 }  // namespace talvera::ssl
 
+using namespace talvera::ssl;
+
 extern "C" int SSL_cert_rehash(const char *cert_path, const char *link_path) {
-  return talvera::ssl::leads_to_file(cert_path) ? talvera::ssl::add_links(cert_path, link_path)
-                                                : talvera::ssl::remove_links(link_path);
+  return target_exists(cert_path) ? add_links(cert_path, link_path) : remove_links(link_path);
 }

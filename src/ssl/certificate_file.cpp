@@ -3,6 +3,7 @@
 #include <openssl/pem.h>
 #include <strings.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -10,10 +11,11 @@
 #include <span>
 #include <utility>
 
+#include "internal/owners.h"
 #include "internal/streams.h"
 #include "internal/wipe.h"
+#include "ssl/nonblocking_file.h"
 #include "ssl/openssl_compat.h"
-#include "ssl/regular_file.h"
 #include "talvera/ssl.h"
 
 namespace talvera::ssl {
@@ -172,11 +174,11 @@ unsigned long subject_hash(const Input &in, Format format) {
 }  // namespace
 
 unsigned long hash_of_pem_file(const char *path) {
-  UniqueFd file(open_at_once(path));
+  UniqueFd file(open_nonblocking(path));
   if (!is_regular_file(file.get())) return 0;
   FilePtr stream(fdopen(file.get(), "r"));
   if (stream != nullptr) file.release();
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   return subject_hash(Input(std::move(stream)), Format::kPem);
 }
 
@@ -185,7 +187,7 @@ unsigned long hash_of_pem_file(const char *path) {
 using namespace talvera::ssl;
 
 extern "C" unsigned long SSL_cert_hash(const char *path, const char *format) {
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   return subject_hash(open_input(path), format_of(format));
 }
 
@@ -195,7 +197,7 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   const EVP_MD *type = digest_of(digest);
   if (type == nullptr) return -1;
 
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   const X509Ptr certificate = read_certificate(open_input(path), format_of(format));
   if (certificate == nullptr) return -1;
   unsigned char bytes[EVP_MAX_MD_SIZE];
@@ -212,7 +214,7 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
 
 extern "C" int SSL_cert_der2pem(const char *der_path, const char *pem_path) {
   if (pem_path == nullptr) return -1;
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   const BioPtr out(BIO_new_file(pem_path, "w"));
   if (out == nullptr) return -1;
   const X509Ptr certificate = read_certificate(open_input(der_path), Format::kDer);

@@ -3,7 +3,9 @@
 #include <sys/ioctl.h>
 #include <sys/select.h>
 
+#include <cstddef>
 #include <cstring>
+#include <ctime>
 
 #include "internal/integer32.h"
 #include "ssl/openssl_compat.h"
@@ -61,14 +63,14 @@ bool has_common_name(X509 *certificate, const char *expected) {
 }
 
 // Verification callback: ignores certificates that are not yet valid.
-int forgive_not_yet_valid(int ok, X509_STORE_CTX *verification) {
+int ignore_not_yet_valid(int ok, X509_STORE_CTX *verification) {
   const int error = X509_STORE_CTX_get_error(verification);
   return ok == 1 || error == X509_V_ERR_CERT_NOT_YET_VALID ? 1 : 0;
 }
 
 // Verifies the peer's chain again, ignoring certificates that are not yet valid: the handshake's
 // verification stopped at the first of these, possibly before checking any signature.
-long other_error(SSL *ssl) {
+long verify_ignoring_not_yet_valid(SSL *ssl) {
   const X509Ptr peer(SSL_get_peer_certificate(ssl));
   const StoreContextPtr verification(X509_STORE_CTX_new());
   if (verification == nullptr ||
@@ -79,7 +81,7 @@ long other_error(SSL *ssl) {
   // As in a handshake.
   X509_STORE_CTX_set_default(verification.get(), "ssl_server");
   X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
-  X509_STORE_CTX_set_verify_cb(verification.get(), forgive_not_yet_valid);
+  X509_STORE_CTX_set_verify_cb(verification.get(), ignore_not_yet_valid);
   if (X509_verify_cert(verification.get()) == 1) return X509_V_OK;
   const long error = X509_STORE_CTX_get_error(verification.get());
   return error != X509_V_OK ? error : X509_V_ERR_UNSPECIFIED;
@@ -87,7 +89,7 @@ long other_error(SSL *ssl) {
 
 long refuse(long reason) {
   sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(reason));
-  return verify_error_of_1_0(reason);
+  return openssl_1_0_verify_error(reason);
 }
 
 }  // namespace
@@ -117,12 +119,12 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
 }
 
 extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
   if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) {
     // A resumed session keeps the result of its first handshake and may have lost the chain.
-    result = SSL_session_reused(ssl) == 1 ? X509_V_OK : other_error(ssl);
+    result = SSL_session_reused(ssl) == 1 ? X509_V_OK : verify_ignoring_not_yet_valid(ssl);
   }
   if (result != X509_V_OK) return refuse(result);
 

@@ -3,13 +3,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 
 #include "internal/integer32.h"
 #include "internal/owners.h"
+#include "ssl/nonblocking_file.h"
 #include "ssl/openssl_compat.h"
 #include "ssl/product_data.h"
-#include "ssl/regular_file.h"
 #include "talvera/sdb.h"
 #include "talvera/ssl.h"
 
@@ -57,7 +59,7 @@ SSL_CTX *new_context(const char *version) {
 // as invalid and stays open.
 UniqueFd open_downloaded_root() {
   if (access(kDownloadedRoot, R_OK) != 0) return UniqueFd();
-  const int fd = open_at_once(kDownloadedRoot);
+  const int fd = open_nonblocking(kDownloadedRoot);
   return UniqueFd(fd > 0 ? fd : -1);
 }
 
@@ -115,7 +117,7 @@ bool use_client_identity(SSL_CTX *context) {
 }
 
 // Intentionally without a result: a failed step skips the rest, and the context is used as it is.
-void arm_context(SSL_CTX *context) {
+void configure_context(SSL_CTX *context) {
   if (!use_client_identity(context)) return;
   if (SSL_CTX_set_default_verify_paths(context) != 1) return;
   SSL_CTX_load_verify_locations(context, nullptr, nullptr);
@@ -125,12 +127,12 @@ void arm_context(SSL_CTX *context) {
 }
 
 bool fill_context(SSL_CTX *context) {
-  accept_what_1_0_accepted(context);
+  apply_openssl_1_0_policy(context);
   SSL_CTX_set_cipher_list(context, "ALL");
   const UniqueFd downloaded = open_downloaded_root();
   if (downloaded.valid() && !install_downloaded_root(context, downloaded)) return false;
   if (!install_product_roots(context) || !report_product_roots()) return false;
-  arm_context(context);
+  configure_context(context);
   return true;
 }
 
@@ -147,7 +149,7 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
     return nullptr;
   }
 
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   seed_random_generator();
   SSL_library_init();
   ContextPtr context(new_context(version));
@@ -162,7 +164,7 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
 }
 
 extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long length) {
-  const ErrorQueueKeeper errors;
+  const ErrorQueueSaver errors;
   const X509Ptr certificate(uc_make_x509(der, length));
   if (certificate == nullptr) return 0;
   // Fails if the store already has the certificate, which is not an error.

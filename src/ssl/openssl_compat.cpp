@@ -3,6 +3,7 @@
 
 #include <openssl/asn1t.h>
 
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -18,11 +19,11 @@ namespace talvera::ssl {
 
 #if OPENSSL_VERSION_NUMBER >= 0x30000000L
 
-ErrorQueueKeeper::ErrorQueueKeeper() {
+ErrorQueueSaver::ErrorQueueSaver() {
   ERR_set_mark();
 }
 
-ErrorQueueKeeper::~ErrorQueueKeeper() {
+ErrorQueueSaver::~ErrorQueueSaver() {
   ERR_pop_to_mark();
 }
 
@@ -30,7 +31,7 @@ ErrorQueueKeeper::~ErrorQueueKeeper() {
 
 // Marks do not nest in these versions, and OpenSSL sets its own: saves the program's queue as a
 // whole.
-ErrorQueueKeeper::ErrorQueueKeeper() {
+ErrorQueueSaver::ErrorQueueSaver() {
   if (queue_ == nullptr) return;
   former_ = *queue_;
   std::memset(queue_->err_data, 0, sizeof queue_->err_data);
@@ -38,7 +39,7 @@ ErrorQueueKeeper::ErrorQueueKeeper() {
   queue_->top = queue_->bottom = 0;
 }
 
-ErrorQueueKeeper::~ErrorQueueKeeper() {
+ErrorQueueSaver::~ErrorQueueSaver() {
   if (queue_ == nullptr) return;
   ERR_clear_error();
   *queue_ = former_;
@@ -107,7 +108,7 @@ constexpr char kSignatureAlgorithms[] =
 }  // namespace
 #endif
 
-void accept_what_1_0_accepted(SSL_CTX *context) {
+void apply_openssl_1_0_policy(SSL_CTX *context) {
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
   SSL_CTX_set1_sigalgs_list(context, kSignatureAlgorithms);
 #endif
@@ -133,7 +134,7 @@ X509_STORE *verify_store(SSL *ssl) {
   return store != nullptr ? store : SSL_CTX_get_cert_store(SSL_get_SSL_CTX(ssl));
 }
 
-long verify_error_of_1_0(long error) {
+long openssl_1_0_verify_error(long error) {
 #if OPENSSL_VERSION_NUMBER >= 0x10100000L
   switch (error) {
     case X509_V_ERR_INVALID_CA:

@@ -10,12 +10,12 @@ namespace talvera::ssl {
 
 // Removes the errors that a call adds to the thread's error queue and keeps the program's. Leftover
 // errors would make SSL_get_error() misjudge the program's next operation on any connection.
-class ErrorQueueKeeper {
+class ErrorQueueSaver {
  public:
-  ErrorQueueKeeper();
-  ~ErrorQueueKeeper();
-  ErrorQueueKeeper(const ErrorQueueKeeper &) = delete;
-  ErrorQueueKeeper &operator=(const ErrorQueueKeeper &) = delete;
+  ErrorQueueSaver();
+  ~ErrorQueueSaver();
+  ErrorQueueSaver(const ErrorQueueSaver &) = delete;
+  ErrorQueueSaver &operator=(const ErrorQueueSaver &) = delete;
 
 #if OPENSSL_VERSION_NUMBER < 0x30000000L
  private:
@@ -34,14 +34,14 @@ const SSL_METHOD *dtls1_method();
 // Makes a new context accept what 1.0 accepted, overriding the distribution's defaults and
 // configuration file: every protocol version, key length and digest, and servers without secure
 // renegotiation. The key exchange groups stay as configured.
-void accept_what_1_0_accepted(SSL_CTX *context);
+void apply_openssl_1_0_policy(SSL_CTX *context);
 
 // The store used for verification: that of the context unless the program has set another, which
 // older versions cannot report.
 X509_STORE *verify_store(SSL *ssl);
 
 // The 1.0 number of a verification error.
-long verify_error_of_1_0(long error);
+long openssl_1_0_verify_error(long error);
 
 // Reads the certificate of a Netscape certificate sequence; null on failure.
 X509Ptr read_netscape(BIO *in);

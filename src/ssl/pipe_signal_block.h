@@ -18,13 +18,13 @@ class PipeSignalBlock {
     was_pending_ = sigismember(&pending, SIGPIPE) == 1;
   }
   ~PipeSignalBlock() {
-    const ErrnoKeeper keep;
+    const ErrnoSaver saver;
     if (was_pending_) return;
-    constexpr timespec kAtOnce = {0, 0};
+    constexpr timespec kNoWait = {0, 0};
     sigset_t pipe;
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);
-    sigtimedwait(&pipe, nullptr, &kAtOnce);
+    sigtimedwait(&pipe, nullptr, &kNoWait);
   }
   PipeSignalBlock(const PipeSignalBlock &) = delete;
   PipeSignalBlock &operator=(const PipeSignalBlock &) = delete;

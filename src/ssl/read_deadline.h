@@ -33,7 +33,7 @@ class ReadDeadline {
     if (connection == nullptr || has_callback(connection)) return;
     connection_ = connection;
     BIO_set_callback_arg(connection, reinterpret_cast<char *>(&deadline));
-    BIO_set_callback(connection, refuse_late_read);
+    BIO_set_callback(connection, reject_late_read);
   }
   ~ReadDeadline() {
     if (connection_ == nullptr) return;
@@ -51,7 +51,7 @@ class ReadDeadline {
     return BIO_get_callback(connection) != nullptr;
   }
   // OpenSSL calls this before and after each operation; -1 before a read makes it fail.
-  static long refuse_late_read(BIO *connection, int operation, const char *, int, long,
+  static long reject_late_read(BIO *connection, int operation, const char *, int, long,
                                long result) {
     const void *const argument = BIO_get_callback_arg(connection);
     const auto *const deadline = static_cast<const Deadline *>(argument);

@@ -1,6 +1,7 @@
 // Building text: appending functions that return the new end, filtering, upper-casing, the two-pass
 // builder.
 #include <cctype>
+#include <cstddef>
 #include <cstring>
 
 #include "internal/alias.h"

@@ -7,6 +7,7 @@
 
 #include "talvera/scan.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr char kDelimiterPriority[] = " -/";
@@ -57,6 +58,9 @@ class Tokenizer {
 };
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" char *token_extract(char **cursor) {
   char *token = skip_space(*cursor);

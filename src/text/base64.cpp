@@ -9,6 +9,7 @@
 #include "internal/fail.h"
 #include "talvera/encode.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -98,13 +99,16 @@ class Decoder {
 };
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" int base64_encode(const unsigned char *data, unsigned int length, char *buf,
                              unsigned int *size) {
-  constexpr std::uint32_t kMostGroups = (UINT32_MAX - 1) / 4;
+  constexpr std::uint32_t kMaxGroups = (UINT32_MAX - 1) / 4;
   const std::uint32_t groups = length / 3 + (length % 3 != 0 ? 1 : 0);
-  const std::uint32_t needed = groups <= kMostGroups ? groups * 4 + 1 : UINT32_MAX;
-  if (groups > kMostGroups || *size < needed) {
+  const std::uint32_t needed = groups <= kMaxGroups ? groups * 4 + 1 : UINT32_MAX;
+  if (groups > kMaxGroups || *size < needed) {
     *size = needed;
     return talvera::fail(ENOSPC);
   }

@@ -3,12 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 #include "internal/ascii.h"
 #include "internal/fail.h"
 #include "internal/owners.h"
 #include "talvera/encode.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr std::size_t kReferenceSize = 6;  // "&#x3c;"
@@ -31,13 +33,16 @@ char *write_reference(char *out, char c) {
   out[0] = '&';
   out[1] = '#';
   out[2] = 'x';
-  out[3] = talvera::kHexDigits[byte >> 4];
-  out[4] = talvera::kHexDigits[byte & 15];
+  out[3] = kHexDigits[byte >> 4];
+  out[4] = kHexDigits[byte & 15];
   out[5] = ';';
   return out + kReferenceSize;
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" int entities_hex_encode(char *buf, unsigned int size, const char *text) {
   if (size == 0 || buf == nullptr) return talvera::fail(EINVAL);

@@ -1,6 +1,5 @@
 // Parsing of MAC addresses entered by users.
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -8,13 +7,14 @@
 #include "internal/ascii.h"
 #include "talvera/encode.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr unsigned char kGroupBit = 1;  // of the first byte (IEEE 802)
 
 // Value of a hexadecimal digit; the caller has checked that it is one.
 unsigned parse_macaddr_comp(char digit) {
-  const int c = talvera::digit_value(digit);
+  const int c = digit_value(digit);
   if (!((c >= 0) && (c <= 0xF))) {
     std::fputs("strutil: parse_macaddr_comp: Assertion `(c >= 0) && (c <= 0xF)' failed.\n", stderr);
     std::abort();
@@ -24,14 +24,14 @@ unsigned parse_macaddr_comp(char digit) {
 
 // Parses one group of one or two digits and surrounding white space; null if it has more or none.
 const char *take_group(const char *p, unsigned char *byte) {
-  p = talvera::skip_spaces(p);
+  p = skip_spaces(p);
   const char *const digits = p;
   unsigned value = 0;
-  for (; talvera::is_hex_digit(*p); ++p)
+  for (; is_hex_digit(*p); ++p)
     value = value << 4 | parse_macaddr_comp(*p);
   if (p - digits < 1 || p - digits > 2) return nullptr;
   *byte = static_cast<unsigned char>(value);
-  return talvera::skip_spaces(p);
+  return skip_spaces(p);
 }
 
 // Parses six groups; false if the text is anything else.
@@ -48,7 +48,8 @@ bool take_address(const char *p, std::span<unsigned char, 6> mac) {
   return *p == '\0';
 }
 
-int judge(const char *s, bool allow_zero, bool allow_multicast, std::span<unsigned char, 6> mac) {
+int validate(const char *s, bool allow_zero, bool allow_multicast,
+             std::span<unsigned char, 6> mac) {
   if (s == nullptr || !take_address(s, mac)) return MACADDR_MALFORMED;
   if ((mac[0] & kGroupBit) != 0 && !allow_multicast) return MACADDR_MULTICAST;
   const bool zero = std::ranges::all_of(mac, [](unsigned char byte) { return byte == 0; });
@@ -56,11 +57,14 @@ int judge(const char *s, bool allow_zero, bool allow_multicast, std::span<unsign
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                              unsigned char mac[6]) {
   const int result =
-      judge(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
+      validate(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
   std::printf("Parse MAC error %d\n", result);  // intentionally also for 0
   return result;
 }

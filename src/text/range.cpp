@@ -1,5 +1,6 @@
 // Range-checked numbers, port ranges and ATM virtual circuits.
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -8,11 +9,8 @@
 #include "internal/integer32.h"
 #include "talvera/args.h"
 
+namespace talvera::text {
 namespace {
-
-using talvera::fail;
-using talvera::Integer32;
-using talvera::parse_integer32;
 
 constexpr std::size_t kPortRangeSize = sizeof "65535-65535";
 constexpr std::size_t kCircuitListSize = 80;
@@ -32,20 +30,23 @@ bool parse_circuit(const char *word, int *vpi, int *vci) {
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" int str_to_port_range(const char *s, int *low, int *high) {
-  Integer32 number = parse_integer32(s, 0);
+  talvera::Integer32 number = talvera::parse_integer32(s, 0);
   *low = number.as_signed;
-  if (*number.end != '\0') number = parse_integer32(number.end, 0);
+  if (*number.end != '\0') number = talvera::parse_integer32(number.end, 0);
   *high = number.as_signed;
-  return *number.end == '\0' && *high >= *low ? 0 : fail(ARGS_ERROR_RANGE);
+  return *number.end == '\0' && *high >= *low ? 0 : talvera::fail(ARGS_ERROR_RANGE);
 }
 
 extern "C" int strtol_range(long *value, const char *s, long min, long max) {
-  const Integer32 number = parse_integer32(s, 0);
-  if (*number.end != '\0') return fail(EINVAL);
+  const talvera::Integer32 number = talvera::parse_integer32(s, 0);
+  if (*number.end != '\0') return talvera::fail(EINVAL);
   const long result = number.as_signed;
-  if (result < min || result > max) return fail(ARGS_ERROR_RANGE);
+  if (result < min || result > max) return talvera::fail(ARGS_ERROR_RANGE);
   *value = result;
   return 0;
 }

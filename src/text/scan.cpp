@@ -8,6 +8,7 @@
 #include "internal/alias.h"
 #include "internal/ascii.h"
 
+namespace talvera::text {
 namespace {
 
 // Bytes from 128 up are negative here on every machine, so they intentionally end words.
@@ -31,13 +32,16 @@ char *take_escape(char *p, char *byte) {
 
   unsigned value = 0;
   int digits = 0;
-  for (; digits < 2 && talvera::is_hex_digit(*p); ++digits)
-    value = value * 16 + talvera::digit_value(*p++);
+  for (; digits < 2 && is_hex_digit(*p); ++digits)
+    value = value * 16 + digit_value(*p++);
   *byte = digits == 2 ? static_cast<char>(value) : '\0';
   return p;
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" char *skip_space(char *s) {
   return s == nullptr ? static_empty() : talvera::skip_spaces(s);

@@ -8,6 +8,7 @@
 #include "internal/alias.h"
 #include "talvera/scan.h"
 
+namespace talvera::text {
 namespace {
 
 // Copies the token at `s`, which ends at white space, and returns its end; null if it does not fit.
@@ -22,6 +23,9 @@ char *copy_token(char *s, char (&token)[Size]) {
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" char *getip(char *s, struct in_addr *addr) {
   char token[INET_ADDRSTRLEN];

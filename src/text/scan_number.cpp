@@ -9,6 +9,7 @@
 #include "internal/integer32.h"
 #include "talvera/scan.h"
 
+namespace talvera::text {
 namespace {
 
 bool is_x(char c) {
@@ -32,7 +33,7 @@ char *take_number(char *s, std::uint32_t *value, int base) {
 
   const char *const digits = p;
   std::uint32_t number = 0;
-  for (int digit; (digit = talvera::digit_value(*p)) < base && digit < 36; ++p)
+  for (int digit; (digit = digit_value(*p)) < base && digit < 36; ++p)
     number = number * static_cast<std::uint32_t>(base) + static_cast<std::uint32_t>(digit);
   if (p == digits) return s;
   *value = negative ? 0U - number : number;
@@ -41,14 +42,17 @@ char *take_number(char *s, std::uint32_t *value, int base) {
 
 // Checks that a conversion consumed the whole text and that the type's greatest value comes from
 // exactly the text `greatest`, not from an overflow. 0, or -1 with errno set.
-[[gnu::noinline]] int judge(const char *text, const char *end, bool is_greatest,
-                            const char *greatest) {
+[[gnu::noinline]] int validate(const char *text, const char *end, bool is_greatest,
+                               const char *greatest) {
   const bool valid =
-      *end == '\0' && (!is_greatest || std::strcmp(talvera::skip_spaces(text), greatest) == 0);
-  return valid ? 0 : talvera::fail(EINVAL);
+      *end == '\0' && (!is_greatest || std::strcmp(skip_spaces(text), greatest) == 0);
+  return valid ? 0 : fail(EINVAL);
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" char *getnum(char *s, unsigned long *value, int base) {
   std::uint32_t number;
@@ -91,14 +95,14 @@ extern "C" int ValidateUlong(char *s, unsigned long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
   *value = number.as_unsigned;
-  return judge(s, number.end, *value == UINT32_MAX, "4294967295");
+  return validate(s, number.end, *value == UINT32_MAX, "4294967295");
 }
 
 extern "C" int ValidateLong(char *s, long *value) {
   strip_trailing_white(s);
   const talvera::Integer32 number = talvera::parse_integer32(s, 10);
   *value = number.as_signed;
-  return judge(s, number.end, *value == INT32_MAX, "2147483647");
+  return validate(s, number.end, *value == INT32_MAX, "2147483647");
 }
 
 extern "C" int isxstring(const char *s) {

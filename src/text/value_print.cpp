@@ -1,6 +1,7 @@
 // Formatting of values into callers' buffers, and replacement of heap strings.
 #include <arpa/inet.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +10,7 @@
 
 #include "talvera/values.h"
 
+namespace talvera::text {
 namespace {
 
 constexpr std::size_t kAddressSize = 20;
@@ -27,6 +29,9 @@ __attribute__((format(strftime, 3, 0))) std::size_t print_time(char *buffer, std
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" const char *const enum_ad_states[7] = {
     "Idle", "Wait", "Pre-AdBreak", "Pre-AdBreak-2", "AdBreak", "Post-AdBreak", "SS_ANY",

@@ -2,11 +2,13 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <span>
 
 #include "talvera/values.h"
 
+namespace talvera::text {
 namespace {
 
 std::span<const ust_entry> entries(const ust_table &table) {
@@ -24,6 +26,9 @@ int first_index(const ust_table &table, Match match) {
 }
 
 }  // namespace
+}  // namespace talvera::text
+
+using namespace talvera::text;
 
 extern "C" const char *ust_lookup_name_by_value(const ust_table *table, int value) {
   const int index = ust_lookup_index_by_value(table, value);

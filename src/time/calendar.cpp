@@ -5,6 +5,7 @@
 #include "internal/alias.h"
 #include "talvera/time.h"
 
+namespace talvera::time {
 namespace {
 
 constexpr std::int32_t kDaySeconds = 86400;
@@ -47,6 +48,9 @@ bool is_gregorian_leap_year(int year) {
 }
 
 }  // namespace
+}  // namespace talvera::time
+
+using namespace talvera::time;
 
 extern "C" void stod(int32_t seconds, struct datetime *dt) {
   if (dt == nullptr) return;

@@ -2,6 +2,7 @@
 // durations; integer powers.
 #include <sys/sysinfo.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -12,6 +13,7 @@
 #include "internal/local_time.h"
 #include "talvera/time.h"
 
+namespace talvera::time {
 namespace {
 
 using Seconds = std::make_unsigned_t<std::time_t>;  // wraps instead of overflowing
@@ -22,6 +24,9 @@ constexpr Seconds kEarliestSetClock = 946080000;                    // 1999-12-2
 constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";  // the longest
 
 }  // namespace
+}  // namespace talvera::time
+
+using namespace talvera::time;
 
 extern "C" int32_t get_sysuptime() {
   struct sysinfo system;

@@ -1,5 +1,6 @@
 // Time zone strings and the SOAP date-time.
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include "internal/local_time.h"
 #include "talvera/time.h"
 
+namespace talvera::time {
 namespace {
 
 constexpr std::string_view kUnitedStatesRule = ",M3.2.0/2,M11.1.0/2";
@@ -71,6 +73,9 @@ class OffsetText {
 };
 
 }  // namespace
+}  // namespace talvera::time
+
+using namespace talvera::time;
 
 extern "C" int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size) {
   if (*zone == '\0' || *country == '\0') return join(buf, size, "UNK", "", "", "");

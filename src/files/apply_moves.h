@@ -17,6 +17,6 @@ struct Move {
 // set whose orders are 1, 2, 3, ... in array order. Takes O((n + m) log n) time for m moves instead
 // of O(n m). Each item may be moved at most once. Returns false, with nothing changed, when memory
 // runs out.
-bool replay(std::span<const Move> moves, std::span<of_file_info> items);
+bool apply_moves(std::span<const Move> moves, std::span<of_file_info> items);
 
 }  // namespace talvera::files

@@ -7,7 +7,7 @@
 namespace talvera::ssl {
 
 // Opens for reading without waiting for a writer of a FIFO.
-inline int open_at_once(const char *path) {
+inline int open_nonblocking(const char *path) {
   return open(path, O_RDONLY | O_NONBLOCK);
 }
 

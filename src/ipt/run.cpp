@@ -1,4 +1,5 @@
 // Running a rule, and the two commands for built-in chains.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

@@ -1,9 +1,11 @@
 // Canned rules: pinhole, NAT on an interface, NAT for an address range.
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
 #include "ipt/rule_ptr.h"
-#include "ipt/values.h"
+#include "ipt/user_input.h"
 #include "talvera/ipt.h"
 
 namespace talvera::ipt {
@@ -17,7 +19,7 @@ constexpr unsigned kOptionValueBit = 3;
 constexpr std::size_t kTargetSize = 32;  // "host:ports" and terminator
 
 // Strips a leading "!", setting its bit in the mask.
-const char *without_not(unsigned bit, std::uint8_t &mask, const char *text) {
+const char *strip_negation(unsigned bit, std::uint8_t &mask, const char *text) {
   const char *rest = nullptr;
   ipt_parse_neg_val(bit, &mask, text, &rest);
   return rest;
@@ -25,7 +27,7 @@ const char *without_not(unsigned bit, std::uint8_t &mask, const char *text) {
 
 // Builds a rule. A failure is remembered until the end; strings passed to the rule are never
 // leaked.
-class Draft {
+class RuleBuilder {
  public:
   [[nodiscard]] bool failed() const { return failed_; }
 
@@ -71,54 +73,55 @@ class Draft {
 }  // namespace
 }  // namespace talvera::ipt
 
-using namespace talvera;
-using ipt::without_not;
+using namespace talvera::ipt;
 
 extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destination,
                                            const char *protocol, const char *external_port,
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
-  ipt::Draft draft;
+  RuleBuilder builder;
   // The protocol's "!" sets a bit that is never rendered: a negated protocol intentionally comes
   // out without its "!".
   std::uint8_t mask = 0;
-  protocol = without_not(ipt::kNothingBit, mask, protocol);
-  char *port = ipt_make_port_value(without_not(ipt::kOptionValueBit, mask, external_port));
+  protocol = strip_negation(kNothingBit, mask, protocol);
+  char *port = ipt_make_port_value(strip_negation(kOptionValueBit, mask, external_port));
   if (port == nullptr) return nullptr;
-  char *protocol_value = draft.copy(ipt::is_protocol(protocol) ? protocol : nullptr);
-  draft.add_param(IPT_PARAM_PROTOCOL, mask, protocol_value, IPT_OPTION_DPORT, port);
+  char *protocol_value = builder.copy(is_protocol(protocol) ? protocol : nullptr);
+  builder.add_param(IPT_PARAM_PROTOCOL, mask, protocol_value, IPT_OPTION_DPORT, port);
   mask = 0;
-  destination = without_not(ipt::kValueBit, mask, destination);
-  draft.add_param(IPT_PARAM_DESTINATION, mask, draft.copy(destination), IPT_OPTION_NONE, nullptr);
-  draft.add_match(IPT_MATCH_STATE, 0, IPT_OPTION_STATE, draft.copy("NEW,ESTABLISHED,RELATED"));
-  if (draft.failed()) return nullptr;
+  destination = strip_negation(kValueBit, mask, destination);
+  builder.add_param(IPT_PARAM_DESTINATION, mask, builder.copy(destination), IPT_OPTION_NONE,
+                    nullptr);
+  builder.add_match(IPT_MATCH_STATE, 0, IPT_OPTION_STATE, builder.copy("NEW,ESTABLISHED,RELATED"));
+  if (builder.failed()) return nullptr;
 
-  char range[ipt::kTargetSize] = "";
+  char range[kTargetSize] = "";
   if (ipt_calc_portrange(port, internal_port, range, sizeof range) != 0) return nullptr;
-  char target[ipt::kTargetSize];
+  char target[kTargetSize];
   const char *colon = range[0] != '\0' ? ":" : "";
   if (std::snprintf(target, sizeof target, "%s%s%s", internal_host, colon, range) < 0) {
     return nullptr;
   }
-  return draft.finish(command, IPT_CHAIN_PREROUTING, IPT_TARGET_DNAT, target);
+  return builder.finish(command, IPT_CHAIN_PREROUTING, IPT_TARGET_DNAT, target);
 }
 
 extern "C" ipt_rule *ipt_make_nat_onoff_rule(uint32_t command, const char *interface) {
   if (interface == nullptr) return nullptr;
-  ipt::Draft draft;
-  draft.add_param(IPT_PARAM_OUT_INTERFACE, 0, draft.copy(interface), IPT_OPTION_NONE, nullptr);
-  return draft.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
+  RuleBuilder builder;
+  builder.add_param(IPT_PARAM_OUT_INTERFACE, 0, builder.copy(interface), IPT_OPTION_NONE, nullptr);
+  return builder.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
 }
 
 extern "C" ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                            const char *source_range) {
   if (destination == nullptr || source_range == nullptr) return nullptr;
-  ipt::Draft draft;
+  RuleBuilder builder;
   std::uint8_t mask = 0;
-  destination = without_not(ipt::kValueBit, mask, destination);
-  draft.add_param(IPT_PARAM_DESTINATION, mask, draft.copy(destination), IPT_OPTION_NONE, nullptr);
+  destination = strip_negation(kValueBit, mask, destination);
+  builder.add_param(IPT_PARAM_DESTINATION, mask, builder.copy(destination), IPT_OPTION_NONE,
+                    nullptr);
   mask = 0;
-  source_range = without_not(ipt::kOptionValueBit, mask, source_range);
-  draft.add_match(IPT_MATCH_IPRANGE, mask, IPT_OPTION_SRC_RANGE, draft.copy(source_range));
-  return draft.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
+  source_range = strip_negation(kOptionValueBit, mask, source_range);
+  builder.add_match(IPT_MATCH_IPRANGE, mask, IPT_OPTION_SRC_RANGE, builder.copy(source_range));
+  return builder.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
 }

@@ -1,7 +1,8 @@
 // User input of rules: negation, protocols, ports and port ranges.
-#include "ipt/values.h"
+#include "ipt/user_input.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -37,7 +38,7 @@ bool is_protocol(const char *text) {
 
 }  // namespace talvera::ipt
 
-using namespace talvera;
+using namespace talvera::ipt;
 
 extern "C" void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *text,
                                   const char **result) {
@@ -48,20 +49,20 @@ extern "C" void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *t
 }
 
 extern "C" char *ipt_make_protocol_value(const char *text) {
-  return ipt::is_protocol(text) ? strdup(text) : nullptr;
+  return is_protocol(text) ? strdup(text) : nullptr;
 }
 
 extern "C" int ipt_check_port_input(const char *text) {
-  if (text == nullptr) return ipt::kNoPort;
+  if (text == nullptr) return kNoPort;
   const std::size_t digits = std::strspn(text, "0123456789");
-  if (text[digits] == '\0') return ipt::kPlainNumber;
-  return digits > 0 ? ipt::kNumberAndMore : ipt::kNoPort;
+  if (text[digits] == '\0') return kPlainNumber;
+  return digits > 0 ? kNumberAndMore : kNoPort;
 }
 
 extern "C" char *ipt_make_port_value(const char *text) {
   const int kind = ipt_check_port_input(text);
-  if (kind == ipt::kNoPort) return nullptr;
-  if (kind == ipt::kPlainNumber) return strdup(text);
+  if (kind == kNoPort) return nullptr;
+  if (kind == kPlainNumber) return strdup(text);
   const char *separator = std::strchr(text, '-');
   if (separator == nullptr) separator = std::strchr(text, ' ');
   if (separator == nullptr) return nullptr;
@@ -72,16 +73,16 @@ extern "C" char *ipt_make_port_value(const char *text) {
 
 extern "C" int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size) {
   const int kind = ipt_check_port_input(external);
-  if (kind == ipt::kPlainNumber) {
+  if (kind == kPlainNumber) {
     std::snprintf(buf, size, "%d", internal_port);
     return 0;
   }
-  if (kind == ipt::kNoPort || std::strchr(external, ':') == nullptr) return fail(EINVAL);
+  if (kind == kNoPort || std::strchr(external, ':') == nullptr) return talvera::fail(EINVAL);
   std::int32_t low = 0;
   std::int32_t high = 0;
-  if (!ipt::read_int(external, low)) return fail(EINVAL);
+  if (!read_int(external, low)) return talvera::fail(EINVAL);
   if (low == internal_port) return 0;
-  if (*external++ != ':' || !ipt::read_int(external, high)) return fail(EINVAL);
+  if (*external++ != ':' || !read_int(external, high)) return talvera::fail(EINVAL);
   const std::uint32_t ports = static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
   const auto last = static_cast<std::int32_t>(static_cast<std::uint32_t>(internal_port) + ports);
   std::snprintf(buf, size, "%d-%d", internal_port, static_cast<int>(last));
