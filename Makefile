@@ -5,31 +5,32 @@
 	openssl-1.0 openssl-1.1
 
 help:
-	@echo "make setup           install the packages that everything below needs (scripts/setup for parts)"
-	@echo "make demo            show a gateway's first boot, in a sandbox that changes nothing on this machine"
+	@echo "make setup           install the packages for all below except target builds and openssl-* (see scripts/setup)"
+	@echo "make demo            run a gateway's first boot in a sandbox"
 	@echo "make examples        run the example programs in C, in the same sandbox"
 	@echo "make test            build with sanitizers and run every test"
-	@echo "make check           check exported symbols, dependencies, edges, ABI, headers and manual"
+	@echo "make check           check exported symbols, run-time dependencies, architecture, ABI, headers and manual"
 	@echo "make openssl-1.0     run the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
 	@echo "make mips-test       run the tables as 32-bit big-endian MIPS under qemu-mips"
-	@echo "make cross-test      run the pure tests on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
-	@echo "make target-test     run the tests of mips-test with the product's libc, uClibc"
+	@echo "make cross-test      run the tables on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
+	@echo "make target-test     run the tables with uClibc-ng, and again with the library in MIPS16e"
 	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"
-	@echo "make board           start that board with talvera in its shell; make demo-board: the story of the demo there"
-	@echo "make target-bench    count the instructions of each operation there, against yardstick and budget"
+	@echo "make board           start that board with talvera in its shell; make demo-board: run the demo there"
+	@echo "make target-bench    count the instructions of each operation there, against baseline and budget"
 	@echo "make footprint       measure the library's size on the target, against its budget"
-	@echo "make bench           measure the library against its yardsticks, in one table with the aims"
+	@echo "make bench           measure the library against its baselines, in one table with the target ratios"
 	@echo "make lint            check formatting and run static analysis"
 	@echo "make format          run clang-format over all sources"
-	@echo "make faults          run every family with each allocation and system call failing in turn"
-	@echo "make fuzz            run every parser of outside bytes under a fuzzer, FUZZ_SECONDS (60) each"
+	@echo "make faults          exercise each family with every allocation and system call failing in turn"
+	@echo "make fuzz            fuzz every parser of untrusted input, FUZZ_SECONDS (60) each"
 	@echo "make docs            build the reference manual: build/docs/html, man pages in build/docs/man"
 	@echo "make deb             build Debian packages in build/packages"
-	@echo "make install         install release build and manual to PREFIX (/usr/local) below DESTDIR"
+	@echo "make install         install release build and manual under DESTDIR and PREFIX (default /usr/local)"
 	@echo "make uninstall       uninstall them; same PREFIX and DESTDIR"
 	@echo "make clean           remove all builds and the manual"
 
-# Installs what all targets below need; `scripts/setup PROFILE` installs for one of them.
+# Installs what all targets below need, except the product's machine and old versions of OpenSSL;
+# `scripts/setup PROFILE` installs for one of them.
 setup:
 	@scripts/setup
 
@@ -72,7 +73,7 @@ cross-test:
 	@host/sandbox true
 	@scripts/cross-test
 
-# The product's machine. Toolchain, kernel and tools are built once, into a cache (see target/).
+# The product's machine. Toolchain, kernel and tools are built once and cached (see target/).
 target-toolchain:
 	target/toolchain
 
@@ -99,7 +100,7 @@ footprint:
 
 bench:
 	@scripts/setup --check bench
-	@scripts/build release -DTALVERA_BENCH=ON all benchmarks
+	@scripts/build release -DTALVERA_BENCH=ON all talvera_benchmarks
 	scripts/bench build/release
 
 lint:
@@ -108,7 +109,7 @@ lint:
 
 faults:
 	@scripts/setup --check test
-	@scripts/build dev faults
+	@scripts/build dev talvera_faults
 	ctest --preset dev -R '^faults$$'
 
 # Seconds for each fuzz target.

@@ -1,5 +1,5 @@
-// Datagrams of netlink messages, work files of traceroute and its options, with any content.
-// Whatever a handler is given is read to its last byte.
+// Datagrams of netlink messages and work files of traceroute, with any content. Whatever a handler is
+// given is read to its last byte.
 #include "fuzz/fuzz.h"
 
 #include <cstdio>
@@ -55,22 +55,10 @@ static void read_results(const Input &input) {
   ipdiag_tr_err("fuzz", &value);
 }
 
-// Texts of the greatest lengths for which the buffer is documented to do.
-static void make_command(Input input) {
-  const std::string host(input.data, input.data + std::min<std::size_t>(input.size, 255));
-  std::int32_t n[6];
-  for (std::int32_t &number : n)
-    number = input.number<std::int32_t>();
-  ipdiag_tr_makeparam(host.c_str(), host.substr(0, 15).c_str(), n[0], n[1], n[2], n[3],
-                      static_cast<std::uint16_t>(n[4]), n[5], n[4], block(1024).get(),
-                      static_cast<std::uint16_t>(n[0]), 1024);
-}
-
 FUZZ(input) {
   static nfnetlink_log *const log = opened_log();
   const auto datagram = block<std::uint8_t>(input.size);
   std::copy_n(input.data, input.size, datagram.get());
   nfnetlink_msg_unpack(log->netlink, datagram.get(), static_cast<int>(input.size));
-  make_command(input);
   if (input.size > 0 && input.data[0] >= ' ') read_results(input);  // a text, perhaps
 }

@@ -2,7 +2,6 @@
 #include "fuzz/fuzz.h"
 #include "talvera/netu.h"
 #include "talvera/strutil.h"
-#include "talvera/values.h"
 
 static void split(const Input &input, int option) {
   int count;
@@ -16,47 +15,15 @@ static void split(const Input &input, int option) {
   }
 }
 
-// Texts that are copied, joined and changed in place.
+// Texts that are copied and changed in place.
 static void edit(Input input, int option) {
   const Text whole = input.rest();
   require(whole.holds(getword(whole, block(option % 16 + 2).get(), option % 16 + 1)));
   require(whole.holds(getstring(whole, block(option % 17 + 1).get(), option % 17, option)));
   const Text text = input.line(), other = input.line();
-  const auto room = static_cast<int>(text.size()) + option;
-  const auto joined = block(room + 1);
-  std::strcpy(joined.get(), text);
-  str_ncat(joined.get(), other, room);
-  str_ncat(joined.get(), text, option);
   strfilt(block(std::max(option, 1)).get(), text, other, option);
-  strncasestr(text, other, option);
   entities_hex_encode(block(option).get(), static_cast<unsigned>(option), text);
   entities_hex_encode_in_place(static_cast<unsigned>(text.size()) + 1, text);
-}
-
-// Values and their texts, in buffers of just the documented sizes.
-static void convert(Input input, int option) {
-  const auto digits = static_cast<int>(std::min<std::size_t>(input.size * 2, option));
-  hex_to_str_with_delim(input.data, block(digits + digits / 2 + 1).get(), ':', digits);
-  const Text name = input.line(), other = input.line();
-  const ust_entry entries[] = {{option, name}, {0, ""}, {1, other}};
-  const ust_table table = {entries, 3};
-  require(ust_lookup_index_by_name(&table, name) >= 0);
-  require(ust_lookup_index_by_name_i(&table, other) >= 0);
-  ust_longest_strlen(&table);
-
-  long low = 0, high = 0;
-  strtol_range(&low, name, -option, 1000000);
-  strtol_range(&high, other, 0, 70000);
-  range_to_portstr(block(12).get(), static_cast<unsigned>(low), static_cast<unsigned>(high),
-                   option);
-  p_time(block(64).get(), low);
-  p_secs(block(64).get(), static_cast<unsigned long>(low), high);
-
-  char *slot = nullptr;
-  mkstr_string(&slot, name);
-  mkstr_string(&slot, slot + std::strlen(slot) / 2);  // a text that lies in the string
-  mkstr_long(&slot, low);
-  std::free(slot);
 }
 
 static void read_addresses(Input input) {
@@ -90,11 +57,10 @@ FUZZ(input) {
            getlong, getint, getushort, getip, get_mac, getether, ValidateUlong, ValidateLong,
            isxstring, StringIsHexDigits, str_get_delim, str_to_port_range, atm_parse_vi,
            strmatch_lowercase, GN_StrNotInSet, GN_StrCharInSet, string_toupper,
-           strip_trailing_white, netu_calc_network, netu_calc_broadcast, netu_calc_subnet_prefix,
-           netu_is_empty_ip4addr);
+           strip_trailing_white, strncasestr, netu_calc_network, netu_calc_broadcast,
+           netu_calc_subnet_prefix, netu_is_empty_ip4addr);
   split(input, option);
   edit(input, option);
-  convert(input, option);
   read_addresses(input);
   code(input, static_cast<unsigned>(option));
 }

@@ -17,7 +17,7 @@
 namespace rows {
 namespace {
 
-// ---- Lists, beside std::list and an array of pointers ----------------------------------------
+// ---- Lists, vs. std::list and an array of pointers ----------------------------------------
 
 using StdList = std::list<void *>;
 constexpr unsigned kElements = 1000;
@@ -202,7 +202,7 @@ void openssl_md5() {
   keep(digest);
 }
 
-// ---- The configuration store, beside the environment -----------------------------------------
+// ---- The configuration store, vs. the environment -----------------------------------------
 
 constexpr int kPairs = 100;
 constexpr char kAbsent[] = "wan.pppoe.session.absent";
@@ -239,13 +239,13 @@ constexpr std::uint32_t kPoly32Be = 0x04C11DB7;
 constexpr std::uint32_t kPoly32Le = 0xEDB88320;
 
 constexpr Row kRows[] = {
-    {"list_append and list_fetch of 1,000, beside std::list", append_and_fetch,
+    {"list_append and list_fetch of 1,000, vs. std::list", append_and_fetch,
      standard_append_and_fetch},
     {"4 elements taken and appended again", cycle, standard_cycle},
     {"iteration over 1,000 elements", iterate, standard_iterate},
-    {"list_get_at, 50 times of 1,000, beside std::list", get_at, plain_get_at},
-    {"list_sort of 1,000, beside qsort of pointers", sort_list, sort_array},
-    {"crc32_le of 64 bytes, beside a plain loop", crc<crc32_le, 64>,
+    {"list_get_at, 50 times of 1,000, vs. std::list", get_at, plain_get_at},
+    {"list_sort of 1,000, vs. qsort of pointers", sort_list, sort_array},
+    {"crc32_le of 64 bytes, vs. a plain loop", crc<crc32_le, 64>,
      plain_crc<std::uint32_t, false, kPoly32Le, 64>},
     {"crc32_le of 4 KiB", crc<crc32_le, kBlock>,
      plain_crc<std::uint32_t, false, kPoly32Le, kBlock>},
@@ -253,11 +253,11 @@ constexpr Row kRows[] = {
     {"crc16_le of 4 KiB", crc<crc16_le, kBlock>, plain_crc<std::uint16_t, false, 0x8408, kBlock>},
     {"crc16_be of 4 KiB", crc<crc16_be, kBlock>, plain_crc<std::uint16_t, true, 0x1021, kBlock>},
     {"crc8 of 4 KiB", crc<crc8, kBlock>, plain_crc<std::uint8_t, true, 0xD5, kBlock>},
-    {"MD5 of 64 bytes, beside OpenSSL", md5<64>, openssl_md5<64>},
+    {"MD5 of 64 bytes, vs. OpenSSL", md5<64>, openssl_md5<64>},
     {"MD5 of 4 KiB", md5<kBlock>, openssl_md5<kBlock>},
-    {"nvram_get, 100 of 100, beside getenv", get_each, getenv_each},
+    {"nvram_get, 100 of 100, vs. getenv", get_each, getenv_each},
     {"nvram_get, absent", get_absent, getenv_absent},
-    {"nvram_set of a name that is there, beside setenv", set_again, setenv_again},
+    {"nvram_set of a name that is there, vs. setenv", set_again, setenv_again},
 };
 
 }  // namespace

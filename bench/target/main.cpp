@@ -44,7 +44,7 @@ void count(void (*operation)()) {
 void count_all(std::span<const rows::Row> all) {
   for (const rows::Row &row : all) {
     count(row.library);
-    count(row.yardstick);
+    count(row.baseline);
     std::puts(row.name);
   }
 }

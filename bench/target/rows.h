@@ -1,5 +1,5 @@
-// The rows of `make target-bench`: an operation of the library beside the same in plain C, the C
-// library's or OpenSSL's.
+// The rows of `make target-bench`: an operation of the library compared with the same in plain C,
+// the C library's or OpenSSL's.
 #pragma once
 
 #include <span>
@@ -9,7 +9,7 @@ namespace rows {
 struct Row {
   const char *name;  // as in target/bench-budget
   void (*library)();
-  void (*yardstick)();
+  void (*baseline)();
 };
 
 extern const std::span<const Row> kText;

@@ -1,5 +1,5 @@
 // Firewall rules, netlink, addresses, and what works on files and sockets. Of these the program's
-// own instructions count, not the kernel's: a yardstick makes the same system calls.
+// own instructions count, not the kernel's: a baseline makes the same system calls.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <linux/netfilter/nfnetlink_log.h>
@@ -37,7 +37,7 @@ extern "C" int umount2(const char *, int) noexcept {
 namespace rows {
 namespace {
 
-// ---- Firewall rules, beside one snprintf that composes the same line -------------------------
+// ---- Firewall rules, vs. one snprintf that composes the same line -------------------------
 
 ipt_rule *dnat_rule() {
   ipt_rule *rule = ipt_rule_init();
@@ -74,7 +74,7 @@ void snprintf_rule() {
   keep(line);
 }
 
-// ---- Netlink, beside a bare walk of the same messages ----------------------------------------
+// ---- Netlink, vs. a bare walk of the same messages ----------------------------------------
 
 constexpr int kMessages = 64;
 constexpr std::uint16_t kAttributes[][2] = {
@@ -186,7 +186,7 @@ void cut_hops() {
   std::fclose(file);
 }
 
-// ---- Manufacturing file and certificate blob, beside bare accesses ---------------------------
+// ---- Manufacturing file and certificate blob, vs. bare accesses ---------------------------
 
 constexpr char kMfgFile[] = "/mfg/mfg.dat";
 constexpr long kMfgSize = 131072;
@@ -243,7 +243,7 @@ void bare_load_blob() {
   std::free(copy);
 }
 
-// ---- The database of ordered files, beside scanf and printf ----------------------------------
+// ---- The database of ordered files, vs. scanf and printf ----------------------------------
 
 constexpr int kPhotos = 50;
 constexpr char kFolder[] = "/tmp/talvera-bench";
@@ -302,7 +302,7 @@ void list_and_rewrite() {
   fprintf_database();
 }
 
-// ---- Queues, beside the same system calls ----------------------------------------------------
+// ---- Queues, vs. the same system calls ----------------------------------------------------
 
 ipc_msgq *receiver;
 ipc_msgq *sender;
@@ -328,18 +328,17 @@ void bare_pass_message() {
 }
 
 constexpr Row kRows[] = {
-    {"rule with DNAT, beside one snprintf", render, snprintf_rule},
-    {"dispatch of 64 netlink messages, beside a bare walk", dispatch, bare_walk},
-    {"netu_calc_network, beside inet_pton", calculate_network, inet_pton_of_both},
-    {"netu_etoa, beside snprintf", mac_text, snprintf_mac},
-    {"traceroute of 30 hops, beside fgets and strtok_r", format_hops, cut_hops},
-    {"mfg_info_read, beside bare accesses and the sum", read_info, bare_read_info},
-    {"ccert_init and ccert_deinit, beside bare accesses", load_blob, bare_load_blob},
-    {"of_serialize of 50 files, beside fprintf", write_database, fprintf_database},
-    {"of_deserialize of 50 files, beside fscanf", read_database, fscanf_database},
-    {"of_sync_dbfile of 50 files, beside scandir, fscanf, fprintf", sync_database,
-     list_and_rewrite},
-    {"queue message sent and received, beside bare calls", pass_message, bare_pass_message},
+    {"rule with DNAT, vs. one snprintf", render, snprintf_rule},
+    {"dispatch of 64 netlink messages, vs. a bare walk", dispatch, bare_walk},
+    {"netu_calc_network, vs. inet_pton", calculate_network, inet_pton_of_both},
+    {"netu_etoa, vs. snprintf", mac_text, snprintf_mac},
+    {"traceroute of 30 hops, vs. fgets and strtok_r", format_hops, cut_hops},
+    {"mfg_info_read, vs. bare accesses and the sum", read_info, bare_read_info},
+    {"ccert_init and ccert_deinit, vs. bare accesses", load_blob, bare_load_blob},
+    {"of_serialize of 50 files, vs. fprintf", write_database, fprintf_database},
+    {"of_deserialize of 50 files, vs. fscanf", read_database, fscanf_database},
+    {"of_sync_dbfile of 50 files, vs. scandir, fscanf, fprintf", sync_database, list_and_rewrite},
+    {"queue message sent and received, vs. bare calls", pass_message, bare_pass_message},
 };
 
 void write_file(const char *path, const char *text) {

@@ -67,13 +67,13 @@ long run_and_free(Fixture &fixture, ipt_rule *rule, const char *parts) {
 long built_rule(Fixture &fixture) {
   ipt_rule *rule = ipt_simplerule_init();
   const auto text = [](const char *copied) { return quietly([=] { return strdup(copied); }); };
-  const bool added =
-      (ipt_rule_add_param(rule, IPT_PARAM_PROTOCOL, 0, text("tcp"), IPT_OPTION_DPORT, text("80")) !=
-       nullptr) &
-      (ipt_rule_add_match(rule, IPT_MATCH_STATE, 0, IPT_OPTION_STATE, text("NEW")) != nullptr);
+  const ipt_param *const param =
+      ipt_rule_add_param(rule, IPT_PARAM_PROTOCOL, 0, text("tcp"), IPT_OPTION_DPORT, text("80"));
+  const ipt_match *const match =
+      ipt_rule_add_match(rule, IPT_MATCH_STATE, 0, IPT_OPTION_STATE, text("NEW"));
   if (rule != nullptr) rule->command = IPT_COMMAND_APPEND;
   const long result = run_and_free(fixture, rule, "");
-  return added ? result : -1;
+  return param != nullptr && match != nullptr ? result : -1;
 }
 
 long pinhole(Fixture &fixture) {
