@@ -184,7 +184,7 @@ static int read_certificate(const char *path, struct bytes *der) {
   if (status != DONE || SSL_IsCertValidFormat((unsigned char *)der->data, (long)der->length)) {
     return status;
   }
-  return refused("the input is no certificate, in neither DER nor PEM");
+  return refused("the input is not a certificate in DER or PEM");
 }
 
 static void print_name(const char *name, X509 *certificate, int (*get)(X509 *, char *, int)) {
@@ -265,7 +265,7 @@ static int check_path(const char **path) {
 }
 
 static int refuse_format(void) {
-  return refused("the input is no certificate in the format %s", format());
+  return refused("the input is not a certificate in the format %s", format());
 }
 
 static int run_hash(int argc, char **argv) {
