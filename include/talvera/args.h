@@ -23,8 +23,8 @@ enum {
   ARGS_ERROR_INVALID_VI = 2002, /**< result: not a virtual circuit */
 };
 
-/** Extracts the next token: a run of characters other than white space, or the text between two
- *  double quotes or two apostrophes (up to the end of the string when the second is missing).
+/** Extracts the next token: a run of characters other than white space, or the characters between
+ *  two double quotes or two apostrophes (up to the end of the string when the second is missing).
  *
  *  @param[in,out] cursor  where to start; set to the character after the one that ended the token,
  *                         or to null when the string ended it: that was the last token, do not call
@@ -33,21 +33,21 @@ enum {
  */
 TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);
 
-/** Splits at white space into at most 20 words; text after the twentieth is ignored.
+/** Splits at white space into at most 20 words; anything after the twentieth is ignored.
  *
  *  A word that starts with a double quote or an apostrophe ends at the next one of the same kind,
  *  or at the end. Intentionally, the character after the closing quote is taken as the separator
  *  whatever it is: "ab"cd gives ab and d.
  *
- *  @param[in,out] s  text
+ *  @param[in,out] s  string to split; null gives no words
  *  @param[out] argc  number of words
  *  @param[out] argv  the words; unused slots are null
  */
 TALVERA_API void str_to_args(char *s, int *argc, char *argv[20]) TALVERA_NONNULL(2, 3);
 
-/** Finds the delimiter of a text.
+/** Finds the delimiter of a string.
  *
- *  @param s  text to search
+ *  @param s  string to search
  *  @return a pointer into the constant string " -/", at the first of its characters that occurs
  *          anywhere in @p s: a space takes precedence over "-", and "-" over "/". As a string it
  *          extends to the end of that constant. Null when none occurs
@@ -55,12 +55,12 @@ TALVERA_API void str_to_args(char *s, int *argc, char *argv[20]) TALVERA_NONNULL
 TALVERA_API const char *str_get_delim(const char *s) TALVERA_NONNULL(1);
 
 /** Splits at delimiters, as strtok_r() does: a run of delimiters counts as one, and there are no
- *  empty words. Leading white space is skipped. Text after the twentieth word is ignored.
+ *  empty words. Leading white space is skipped. Anything after the twentieth word is ignored.
  *
- *  @param[in,out] s  text
+ *  @param[in,out] s  string to split; null gives no words
  *  @param delims     delimiter characters
  *  @param[out] argc  number of words
- *  @param[out] argv  the words: room for 20; unused slots are null
+ *  @param[out] argv  array of 20 slots for the words; unused slots are null
  *  @return null
  */
 TALVERA_API char *str_to_args_by_delim(char *s, const char *delims, int *argc, char *argv[])
@@ -69,10 +69,10 @@ TALVERA_API char *str_to_args_by_delim(char *s, const char *delims, int *argc, c
 /** Splits at delimiters as str_to_args_by_delim() does, with a caller-supplied limit; intentionally
  *  stores up to @p max + 1 words.
  *
- *  @param[in,out] s  text
+ *  @param[in,out] s  string to split; null gives no words
  *  @param delims     delimiter characters
  *  @param[out] argc  number of words stored
- *  @param[out] argv  the words: room for @p max + 1, of which the first @p max are cleared first
+ *  @param[out] argv  array of @p max + 1 slots for the words; the first @p max are cleared first
  *  @param max        limit; when negative nothing is stored
  *  @return the first word that was not stored, terminated in place; null when all were
  */
@@ -85,27 +85,28 @@ TALVERA_API char *str_to_args_by_delim1(char *s, const char *delims, int *argc, 
  *  "1000-2000" fails, because "-" is the sign of the second number; so does any other separator.
  *  Numbers above 65535 are accepted.
  *
- *  @param s          text
+ *  @param s          string
  *  @param[out] low   first number, set on failure too
  *  @param[out] high  second number, or the first when there is only one; set on failure too
- *  @return 0; -1 with errno ARGS_ERROR_RANGE when other text follows or @p *high is below @p *low
+ *  @return 0; -1 with errno ARGS_ERROR_RANGE when other characters follow or @p *high is below
+ *          @p *low
  */
 TALVERA_API int str_to_port_range(const char *s, int *low, int *high) TALVERA_NONNULL(1, 2, 3);
 
 /** Reads a number (decimal, hexadecimal with "0x", octal with a leading "0") within bounds.
  *
  *  @param[out] value  the number; unchanged on failure
- *  @param s           text; an empty string is 0
+ *  @param s           string; an empty string is 0
  *  @param min         smallest value accepted
  *  @param max         largest value accepted
- *  @return 0; -1 with errno EINVAL when other text follows the number, ARGS_ERROR_RANGE when it is
- *          out of bounds
+ *  @return 0; -1 with errno EINVAL when other characters follow the number, ARGS_ERROR_RANGE when
+ *          it is out of bounds
  */
 TALVERA_API int strtol_range(long *value, const char *s, long min, long max) TALVERA_NONNULL(1, 2);
 
 /** Formats a port range: "80" when both ends are the same, otherwise "80-90".
  *
- *  @param[out] buf  room for 12 bytes; unchanged when the result is null
+ *  @param[out] buf  at least 12 bytes; unchanged when the result is null
  *  @param low       first port; only the low 16 bits count
  *  @param high      last port; only the low 16 bits count
  *  @param delim     character between them

@@ -17,8 +17,8 @@
  *
  *  ccert_init() loads the blob into memory, once per process, and the getters return parts of that
  *  loaded blob; pointers into it stay valid until ccert_deinit(). Nothing is locked. Failures to
- *  read the blob are reported on standard error, with the text of sdb_strerror() and without a line
- *  feed. The slots belong to the @ref talvera_mfg "manufacturing data".
+ *  read the blob are reported on standard error, with the message of sdb_strerror() and without a
+ *  line feed. The slots belong to the @ref talvera_mfg "manufacturing data".
  *  @{ */
 #ifndef TALVERA_CCERT_H
 #define TALVERA_CCERT_H
@@ -31,7 +31,7 @@ TALVERA_BEGIN_DECLS
 
 /** Item types. Items of other types are preserved, and reachable by index only. */
 enum ccert_item_type {
-  CCERT_KEY_PLAIN = 1,   /**< private key, returned as it is */
+  CCERT_KEY_PLAIN = 1,   /**< private key, returned unchanged */
   CCERT_CERTIFICATE = 2, /**< client certificate */
   CCERT_KEY_PKCS8 = 4,   /**< private key, PKCS#8 */
   CCERT_KEY_PEM = 5      /**< private key, PEM */
@@ -179,13 +179,13 @@ TALVERA_API int ccert_get_client_private_key(unsigned char **key, uint32_t *leng
 
 /** Returns the certificate's MAC address.
  *
- *  @return 6 bytes, or null when none is held, which is always the case
+ *  @return null: the MAC address is not stored
  */
 TALVERA_API const unsigned char *ccert_get_mac_address(void);
 
 /** Returns the certificate's common name.
  *
- *  @return the name, which is always empty
+ *  @return the empty string
  */
 TALVERA_API const char *ccert_get_cert_common_name(void);
 

@@ -16,11 +16,11 @@ TALVERA_BEGIN_DECLS
  *
  *  @param data          @p length bytes; may be null when @p length is 0
  *  @param length        number of bytes
- *  @param[out] buf      receives the text, terminated; may be null when @p *size is 0
- *  @param[in,out] size  room in @p buf in bytes; on success set to the number of characters
- *                       written, without the terminator; on failure to the room needed,
+ *  @param[out] buf      receives the string, terminated; may be null when @p *size is 0
+ *  @param[in,out] size  size of @p buf in bytes; on success set to the number of characters
+ *                       written, without the terminator; on failure to the size needed,
  *                       (@p length + 2) / 3 * 4 + 1 bytes (4294967295 when that does not fit)
- *  @return 0; -1 with errno ENOSPC, and nothing written, when the room is too small
+ *  @return 0; -1 with errno ENOSPC, and nothing written, when the buffer is too small
  */
 TALVERA_API int base64_encode(const unsigned char *data, unsigned int length, char *buf,
                               unsigned int *size) TALVERA_NONNULL(4);
@@ -29,39 +29,40 @@ TALVERA_API int base64_encode(const unsigned char *data, unsigned int length, ch
  *
  *  Bytes outside the alphabet and "=", such as line breaks, are skipped. Intentionally, a padded
  *  group also shortens the groups after it: each yields at most as many bytes as the padded one,
- *  and at least one. This matters only for concatenated texts.
+ *  and at least one. This matters only for concatenated encodings.
  *
  *  @param text          @p length characters; need not be terminated
  *  @param length        number of characters; 0 gives 0 bytes
  *  @param[out] buf      receives the bytes; may be @p text
- *  @param[in,out] size  room in @p buf in bytes; on success set to the number of bytes written;
+ *  @param[in,out] size  size of @p buf in bytes; on success set to the number of bytes written;
  *                       unchanged on failure
- *  @return 0; -1 with errno ENOSPC when the room is too small, or EINVAL when the last group does
+ *  @return 0; -1 with errno ENOSPC when the buffer is too small, or EINVAL when the last group does
  *          not have four characters, with the preceding groups written; -1 with errno EINVAL when a
  *          pointer is null
  */
 TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned char *buf,
                               unsigned int *size);
 
-/** Escapes text for HTML content and attributes.
+/** Escapes a string for HTML content and attributes.
  *
  *  Each of < > / & and each double quote and apostrophe becomes a hexadecimal character reference
  *  of six characters, such as "&#x3c;".
  *
- *  @param[out] buf  receives the text, terminated; empty when @p text is null
- *  @param size      room in bytes; a reference that does not fit is replaced by "-"
- *  @param text      text to escape
+ *  @param[out] buf  receives the string, terminated; empty when @p text is null
+ *  @param size      size of @p buf in bytes; a reference that does not fit is replaced by "-"
+ *  @param text      string to escape
  *  @return 0; -1 with errno EINVAL when @p size is 0 or a pointer is null; -1 with errno ENOSPC
- *          when the room is used up, intentionally also when the text exactly fills it
+ *          when the buffer is too small, intentionally also when the result fits exactly
  */
 TALVERA_API int entities_hex_encode(char *buf, unsigned int size, const char *text);
 
-/** Escapes text in its own buffer, as entities_hex_encode() does, by way of a heap copy.
+/** Escapes a string in place, as entities_hex_encode() does, using a heap copy.
  *
- *  @param size         room in @p buf in bytes
- *  @param[in,out] buf  text
- *  @return 0; -1 with errno EINVAL when @p size is 0 or @p buf is null, ENOSPC when the room is
- *          used up, or ENOMEM, with the text unchanged, when memory runs out
+ *  @param size         size of @p buf in bytes
+ *  @param[in,out] buf  string
+ *  @return 0; -1 with errno EINVAL when @p size is 0 or @p buf is null, ENOSPC when the buffer is
+ *          too small, as for entities_hex_encode(), or ENOMEM, with the string unchanged, when
+ *          memory runs out
  */
 TALVERA_API int entities_hex_encode_in_place(unsigned int size, char *buf);
 
@@ -78,7 +79,7 @@ enum {
  *
  *  Each call, successful or not, prints "Parse MAC error %d\n" with its result to standard output.
  *
- *  @param s                text; null is malformed
+ *  @param s                string; null is malformed
  *  @param allow_zero       non-zero accepts the address of six zero bytes
  *  @param allow_multicast  non-zero accepts group addresses (low bit of the first byte set)
  *  @param[out] mac         the address; on failure the bytes read so far

@@ -7,12 +7,12 @@
  *  handle to the same name. Each message is one datagram without a header. All sockets are
  *  non-blocking.
  *
- *  A queue lasts until its process ends, and its path even longer: the creator, or the system
- *  start-up, removes a stale path before creating the queue again.
+ *  A queue exists until its process exits; its path remains and must be removed before the queue is
+ *  created again.
  *
- *  Failed system calls, and a null sender's handle, print a line to standard output; invalid names
- *  and arguments and running out of memory do not. Several threads may send through one handle; one
- *  thread at a time may receive.
+ *  Failed system calls, and a null handle passed to ipc_msgq_send(), print a line to standard
+ *  output; other invalid arguments and running out of memory do not. Several threads may send
+ *  through one handle; one thread at a time may receive.
  *  @{ */
 #ifndef TALVERA_IPC_MSGQ_H
 #define TALVERA_IPC_MSGQ_H
@@ -38,7 +38,7 @@ struct ipc_msgq {
  *               address of 108 zero bytes
  *  @return the queue; null with errno set when the name is null (EINVAL) or too long
  *          (ENAMETOOLONG), memory runs out, the socket cannot be created ("socket create failed "
- *          is printed), or the path cannot be bound ("bind failed:<errno>:<its text>")
+ *          is printed), or the path cannot be bound ("bind failed:<errno>:<message>")
  */
 TALVERA_API struct ipc_msgq *ipc_msgq_createByName(const char *name) TALVERA_MUST_USE;
 
@@ -46,8 +46,8 @@ TALVERA_API struct ipc_msgq *ipc_msgq_createByName(const char *name) TALVERA_MUS
  *
  *  @param name  path of the queue, at most 107 characters
  *  @return the handle; null with errno set when the name is null (EINVAL) or too long
- *          (ENAMETOOLONG), memory runs out, or the socket cannot be created ("socket create failed
- * " is printed)
+ *          (ENAMETOOLONG), memory runs out, or the socket cannot be created
+ *          ("socket create failed " is printed)
  */
 TALVERA_API struct ipc_msgq *ipc_msgq_GetByName(const char *name) TALVERA_MUST_USE;
 
@@ -56,17 +56,17 @@ TALVERA_API struct ipc_msgq *ipc_msgq_GetByName(const char *name) TALVERA_MUST_U
  *  @param queue   sender's handle; null prints "ipc_msgq_send:Invalid server details"
  *  @param data    @p length bytes
  *  @param length  number of bytes
- *  @return 0; -1 with errno set, and "sendto failed.Error:<errno>:<its text>" printed
+ *  @return 0; -1 with errno set, and "sendto failed.Error:<errno>:<message>" printed
  */
 TALVERA_API int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, size_t length);
 
-/** Receives a message, waiting as long as it takes.
+/** Receives a message, blocking until one arrives.
  *
  *  A failed wait prints two lines and gives -1, also when a signal interrupts it (EINTR).
  *
  *  @param queue     receiving queue; null gives -1 (EINVAL)
- *  @param[out] buf  room for @p size bytes; a longer message is truncated
- *  @param size      room in bytes
+ *  @param[out] buf  at least @p size bytes; a longer message is truncated
+ *  @param size      size of @p buf in bytes
  *  @return number of bytes received; -1 with errno set; always -1 (EBADF) for a queue whose
  *          descriptor is FD_SETSIZE (1024) or more, although messages can be sent to it
  */

@@ -44,13 +44,14 @@ struct tr_hop {
 /** Builds a traceroute command line.
  *
  *  An option given as 0 is omitted. The order is -6, -I, -i, -q, -m, -w, -t, -p, host, packet
- *  length. Host and interface go into the line as they are: never pass unchecked text from outside
- *  when the line goes to a shell.
+ *  length. Host and interface are inserted unquoted: never pass untrusted input when the line goes
+ *  to a shell.
  *
  *  A piece that does not fit is omitted. Intentionally, after each piece the whole length written
- *  so far is subtracted from the room left, so that the room runs out before the buffer does; once
- *  it is negative, all pieces from -i on are written, even past the end of the buffer. 1024 bytes
- *  hold every piece with a host of up to 255 characters and an interface name of up to 15.
+ *  so far is subtracted from the remaining size, which therefore reaches 0 before the buffer is
+ *  full; once it is negative, all pieces from -i on are written, even past the end of the buffer.
+ *  1024 bytes hold every piece with a host of up to 255 characters and an interface name of up to
+ *  15.
  *
  *  @param host        destination, name or address
  *  @param ifname      outgoing interface (-i); null or empty for none

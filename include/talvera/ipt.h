@@ -5,13 +5,13 @@
  *
  *  A command line has five sections, in this order: table, command with chain and command argument,
  *  parameters, matches, target. A section has at most 63 characters for all of its items, and
- *  everything before the target at most 191. Where a text is required and the value is
+ *  everything before the target at most 191. Where a word is required and the value is
  *  IPT_..._NONE, "none" is rendered, which iptables rejects: records to be run have a chain, a
  *  command, and no such items.
  *
- *  Texts go into the command line as they are, and a shell reads it: never pass blanks, shell
- *  characters or "%" that come from outside. Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ...").
- *  Records share nothing; a record is used by one thread at a time.
+ *  Strings are inserted unquoted into a shell command: never pass untrusted input. They must not
+ *  contain "%". Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ..."). Records share nothing; a
+ *  record is used by one thread at a time.
  *  @{ */
 #ifndef TALVERA_IPT_H
 #define TALVERA_IPT_H
@@ -57,7 +57,8 @@ enum ipt_command {
   IPT_COMMAND_NONE = 0,         /**< "none" */
   IPT_COMMAND_APPEND = 1,       /**< -A */
   IPT_COMMAND_INSERT = 2,       /**< -I; the command argument is a rule number */
-  IPT_COMMAND_DELETE = 3,       /**< -D; the command argument is a rule number */
+  IPT_COMMAND_DELETE = 3,       /**< -D; the command argument is a rule number, or null to delete
+                                     the matching rule */
   IPT_COMMAND_REPLACE = 4,      /**< -R; the command argument is a rule number */
   IPT_COMMAND_FLUSH = 5,        /**< -F */
   IPT_COMMAND_ZERO = 6,         /**< -Z */
@@ -262,9 +263,9 @@ TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b)
  *  do not fit.
  *
  *  @param rule      the rule; null is a failure
- *  @param[out] buf  room for IPT_LINE_SIZE bytes; receives the command line, terminated, but with
+ *  @param[out] buf  at least IPT_LINE_SIZE bytes; receives the command line, terminated, but with
  *                   unspecified content on failure
- *  @return 0; IPT_RULE_FAILED when a value is out of range or a text too long, which is logged as
+ *  @return 0; IPT_RULE_FAILED when a value is out of range or a string too long, which is logged as
  *          "ipt: error (%d) processing rule at step (%d)": error -1 for a section that failed, -2
  *          for more than 191 characters before that step; steps count from 0, the table
  */
@@ -300,7 +301,7 @@ TALVERA_API int ipt_set_chain_policy(uint32_t chain, uint32_t policy);
  *  @name User input and names
  *  @{ */
 
-/** Removes a leading "!" and the spaces after it from a text.
+/** Removes a leading "!" and the spaces after it from a string.
  *
  *  @param bit           number of the bit to set in @p mask when there is a "!"; 8 or more sets
  *                       none
@@ -341,10 +342,10 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *
  *  @param external       "a" or "a:b", as from ipt_make_port_value()
  *  @param internal_port  the internal port for the first external port
- *  @param[out] buf       room for @p size bytes; receives the internal port, or "first-last" for a
- *                        range, terminated, truncated when it does not fit; unchanged for a range
- *                        that begins at @p internal_port, which needs no translation
- *  @param size           room in bytes
+ *  @param[out] buf       receives the internal port, or "first-last" for a range, terminated,
+ *                        truncated when it does not fit; unchanged for a range that begins at
+ *                        @p internal_port, which needs no translation
+ *  @param size           size of @p buf in bytes
  *  @return 0; -1 with errno EINVAL when @p external is neither
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size);
@@ -352,9 +353,9 @@ TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char
 /** Checks an argument of "--tcp-flags": two lists of flags, such as "SYN,ACK,FIN SYN".
  *
  *  @param text  names from ::flags in any case, separated by commas; the lists are separated by
- *               spaces. Text after the 48th character is ignored
+ *               spaces. Anything after the 48th character is ignored
  *  @return 0 when there are exactly two lists and no flag is in one list twice (NONE and ALL must
- *          stand alone); otherwise -1 with errno EINVAL
+ *          stand alone); otherwise, and for null, -1 with errno EINVAL
  */
 TALVERA_API int check_tcp_flags(const char *text);
 
@@ -370,7 +371,7 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
 /** Returns the number of an IP protocol (IANA, Assigned Internet Protocol Numbers).
  *
  *  @param name  the registry's keyword, in any case
- *  @return the number; 0 for "none"; -1 for unknown names
+ *  @return the number; 0 for "none"; -1 for unknown names and for null
  */
 TALVERA_API int wkp_prot_from_name(const char *name);
 
@@ -380,20 +381,20 @@ TALVERA_API int wkp_prot_from_name(const char *name);
  *                   IPv4 address, most significant first, and a prefix length of two decimal
  *                   digits. A NUL ends a record early, and the rest reads as empty (a record of
  *                   zero bytes gives "0.0.0.0/0"); malformed digits end a number
- *  @param[out] buf  receives the text, terminated, truncated to @p size bytes
- *  @param size      room in bytes; 20 suffice for any well-formed record
+ *  @param[out] buf  receives the string, terminated, truncated to @p size bytes
+ *  @param size      size of @p buf in bytes; 20 suffice for any well-formed record
  *  @param index     number of the record, from 0; must exist in @p records
- *  @return the length of the whole text, even when it was truncated
+ *  @return the length of the whole string, even when it was truncated
  */
 TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buf, size_t size,
                                            unsigned int index) TALVERA_NONNULL(1);
 
 /** @}
  *  @name Canned rules
- *  Each function returns a new rule, to be freed with ipt_rule_free(), or null when a text is
- *  invalid or memory runs out. Texts are copied. A null interface, host, port, source range or, in
- *  ipt_make_maplist_rule(), destination is invalid. A leading "!" is rendered before the value: see
- *  enum ipt_negation.
+ *  Each function returns a new rule, to be freed with ipt_rule_free(), or null when a string is
+ *  invalid or memory runs out. Strings are copied. A null interface, host, port, source range or,
+ *  in ipt_make_maplist_rule(), destination is invalid. A leading "!" is rendered before the value:
+ *  see enum ipt_negation.
  *  @{ */
 
 /** Makes the rule of a pinhole, which forwards connections to a port of the gateway to a host in
@@ -408,8 +409,8 @@ TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buf, size_
  *  @param external_port  as for ipt_make_port_value()
  *  @param internal_host  address of the host; with ":" and ports it is truncated to 31 characters
  *  @param internal_port  port of the host, the first one for a range
- *  @return a new rule, to be freed with ipt_rule_free(); null when a text is invalid or memory runs
- *          out
+ *  @return a new rule, to be freed with ipt_rule_free(); null when a string is invalid or memory
+ *          runs out
  */
 TALVERA_API ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destination,
                                             const char *protocol, const char *external_port,
@@ -420,8 +421,8 @@ TALVERA_API ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destin
  *
  *  @param command    IPT_COMMAND_APPEND or IPT_COMMAND_INSERT turns NAT on, IPT_COMMAND_DELETE off
  *  @param interface  name of the interface
- *  @return a new rule, to be freed with ipt_rule_free(); null when a text is invalid or memory runs
- *          out
+ *  @return a new rule, to be freed with ipt_rule_free(); null when a string is invalid or memory
+ *          runs out
  */
 TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
                                               const char *interface) TALVERA_MUST_USE;
@@ -431,8 +432,8 @@ TALVERA_API ipt_rule *ipt_make_nat_onoff_rule(uint32_t command,
  *  @param command       enum ipt_command
  *  @param destination   destination address of the packets; may begin with "!"
  *  @param source_range  "first-last" source addresses; may begin with "!"
- *  @return a new rule, to be freed with ipt_rule_free(); null when a text is invalid or memory runs
- *          out
+ *  @return a new rule, to be freed with ipt_rule_free(); null when a string is invalid or memory
+ *          runs out
  */
 TALVERA_API ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                             const char *source_range) TALVERA_MUST_USE;

@@ -130,9 +130,9 @@ TALVERA_API int list_init(list_obj *list);
 
 /** Releases elements, spare records and sentinels, and, when the list stores copies, the data.
  *
- *  The object itself stays the caller's and may be initialised again. An open iteration is closed;
- *  data it returned are released too when the list stores copies. An object left by a failed
- *  list_init() is ignored.
+ *  The caller keeps ownership of the object, which may be initialised again. An open iteration is
+ *  closed; data it returned are released too when the list stores copies. An object left by a
+ *  failed list_init() is ignored.
  *
  *  @param list  the list
  */
@@ -203,7 +203,7 @@ TALVERA_API int list_attributes_unserializer(list_obj *list, list_unserializer_f
  *
  *  @param list      the list
  *  @param data      pointer to store, or, when the list stores copies, object to copy (a null
- *                   pointer is then stored as it is)
+ *                   pointer is then stored unchanged)
  *  @param position  0 to list_size()
  *  @return 1; -1, with the list unchanged, while iterating, when @p position is out of range, and
  *          when memory runs out

@@ -54,7 +54,7 @@ enum mfg_info_offset {
  *  default: MAC 02:5A:30:96:02:D0, 16 addresses, type code 40, serial number 1234567890. An empty
  *  serial number is derived from the MAC address. Neither is written back.
  *
- *  @param[out] record  room for MFG_INFO_SIZE bytes
+ *  @param[out] record  at least MFG_INFO_SIZE bytes
  *  @return 0, always
  */
 TALVERA_API int mfg_info_read(unsigned char *record) TALVERA_NONNULL(1);
@@ -70,7 +70,7 @@ TALVERA_API int mfg_info_write(unsigned char *record) TALVERA_NONNULL(1);
 /** Copies the base MAC address.
  *
  *  @param record    MFG_INFO_SIZE bytes
- *  @param[out] mac  room for 6 bytes
+ *  @param[out] mac  at least 6 bytes
  */
 TALVERA_API void mfg_get_macaddr(const unsigned char *record, unsigned char *mac)
     TALVERA_NONNULL(1, 2);
@@ -85,10 +85,9 @@ TALVERA_API int mfg_num_macaddr(const unsigned char *record) TALVERA_NONNULL(1);
 /** Prepares the manufacturing file and passes identity and calibration to the platform driver. Call
  *  it once at system start.
  *
- *  An empty or missing file becomes an erased one (131072 bytes of 0xFF); a file with content is
- *  never overwritten. The identity is sent with TVRA_INFO_SET, and the calibration with
- *  TVRA_WLCAL_SET when the record says that there is one. Failures are logged and do not stop the
- *  remaining steps.
+ *  An empty or missing file becomes an erased one (131072 bytes of 0xFF); a non-empty file is never
+ *  overwritten. The identity is sent with TVRA_INFO_SET, and the calibration with TVRA_WLCAL_SET
+ *  when the record says that there is one. Failures are logged and do not stop the remaining steps.
  */
 TALVERA_API void mfg_init(void);
 
@@ -101,7 +100,7 @@ TALVERA_API void mfg_init(void);
  *
  *  The driver's length is not checked against @p offset: bytes past that length read as zeros.
  *
- *  @param[out] buf  room for @p size bytes
+ *  @param[out] buf  at least @p size bytes
  *  @param offset    first byte, counted from the start of the calibration
  *  @param size      number of bytes to read
  *  @return 0; -1 with errno EINVAL when the range ends past TVRA_WLCAL_SIZE or the driver has fewer
@@ -144,7 +143,7 @@ TALVERA_API void mfg_wlcal_clear(void);
  *  MFG_CCERT_MAX_SIZE. */
 #define MFG_CCERT_MAX_QUERY_SIZE 8000
 
-/** Argument of mfg_ccert_get(). Everything it points to is the caller's. */
+/** Argument of mfg_ccert_get(). The caller keeps ownership of everything it points to. */
 struct mfg_ccert_get_info {
   unsigned char **data; /**< address of the pointer to the caller's buffer; null: size query */
   uint32_t *len;        /**< in: bytes to read, 0 for a size query; out: the size queried */
@@ -168,8 +167,8 @@ struct mfg_ccert_set_info {
  *
  *  @param[in,out] info  request
  *  @return 0; -1 with errno EIO and a log line when the request is malformed or the size not
- *          accepted; -1 with errno EINVAL when the range ends past the file, as does more than one
- *          byte of slot 0; -1 with another errno when the file cannot be read
+ *          accepted; -1 with errno EINVAL when the range ends past the file, or when more than one
+ *          byte of slot 0 is read; -1 with another errno when the file cannot be read
  */
 TALVERA_API int mfg_ccert_get(struct mfg_ccert_get_info *info);
 

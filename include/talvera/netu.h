@@ -4,12 +4,12 @@
  *
  *  @include netu.c
  *
- *  An address text is what the C library's inet_pton() (POSIX) accepts; libraries differ on leading
- *  zeros, as in 192.168.001.1. Addresses held as numbers are unsigned 32-bit values in network byte
- *  order, which on the big-endian gateway is also their numeric order.
+ *  An address string is what the C library's inet_pton() (POSIX) accepts; libraries differ on
+ *  leading zeros, as in 192.168.001.1. Addresses held as numbers are unsigned 32-bit values in
+ *  network byte order, which on the big-endian gateway is also host byte order.
  *
- *  Nothing here keeps state. The ARP probe logs a failed fork(), and interface statistics log, by
- *  way of sysfs_get_attr(), attributes that cannot be read.
+ *  Nothing here keeps state. The ARP probe logs a failed fork(), and interface statistics log
+ *  attributes that cannot be read, as sysfs_get_attr() does.
  *  @{ */
 #ifndef TALVERA_NETU_H
 #define TALVERA_NETU_H
@@ -23,42 +23,42 @@ TALVERA_BEGIN_DECLS
 /** @name IPv4 address arithmetic
  *  @{ */
 
-/** Result for an invalid address text. */
+/** Result for an invalid address string. */
 #define NETU_INVALID_ADDRESS 2103
 
 /** Computes the network part of an address: address AND mask.
  *
- *  @param address      address text
- *  @param mask         mask text; need not be contiguous
+ *  @param address      address string
+ *  @param mask         mask string; need not be contiguous
  *  @param[out] result  the address in network byte order; unchanged on failure
- *  @return 0; #NETU_INVALID_ADDRESS when either text is null or not a valid IPv4 address
+ *  @return 0; #NETU_INVALID_ADDRESS when either string is null or not a valid IPv4 address
  */
 TALVERA_API int netu_calc_network(const char *address, const char *mask, uint32_t *result)
     TALVERA_NONNULL(3);
 
 /** Computes the broadcast address: address OR NOT mask.
  *
- *  @param address      address text
- *  @param mask         mask text; need not be contiguous
+ *  @param address      address string
+ *  @param mask         mask string; need not be contiguous
  *  @param[out] result  the address in network byte order; unchanged on failure
- *  @return 0; #NETU_INVALID_ADDRESS when either text is null or not a valid IPv4 address
+ *  @return 0; #NETU_INVALID_ADDRESS when either string is null or not a valid IPv4 address
  */
 TALVERA_API int netu_calc_broadcast(const char *address, const char *mask, uint32_t *result)
     TALVERA_NONNULL(3);
 
 /** Computes the host part of an address: address AND NOT mask.
  *
- *  @param address      address text
- *  @param mask         mask text; need not be contiguous
+ *  @param address      address string
+ *  @param mask         mask string; need not be contiguous
  *  @param[out] result  the address in network byte order; unchanged on failure
- *  @return 0; #NETU_INVALID_ADDRESS when either text is null or not a valid IPv4 address
+ *  @return 0; #NETU_INVALID_ADDRESS when either string is null or not a valid IPv4 address
  */
 TALVERA_API int netu_calc_host(const char *address, const char *mask, uint32_t *result)
     TALVERA_NONNULL(3);
 
 /** Counts the set bits of a mask, contiguous or not: 255.0.255.0 gives 16.
  *
- *  @param mask  mask text
+ *  @param mask  mask string
  *  @return 0 to 32; 0 when @p mask is null or not a valid IPv4 address
  */
 TALVERA_API unsigned int netu_calc_subnet_prefix(const char *mask);
@@ -66,13 +66,13 @@ TALVERA_API unsigned int netu_calc_subnet_prefix(const char *mask);
 /** Makes a mask with the top @p prefix bits set.
  *
  *  @param prefix  prefix length, taken modulo 32: 32 gives 0, as 0 does
- *  @return the mask in numeric order (24 gives 0xFFFFFF00); htonl() gives network byte order
+ *  @return the mask in host byte order (24 gives 0xFFFFFF00); htonl() gives network byte order
  */
 TALVERA_API uint32_t netu_subnet_mask_from_prefix(unsigned int prefix);
 
 /** Checks whether an address is unset.
  *
- *  @param address  address text, or null
+ *  @param address  address string, or null
  *  @return 1 for null, the empty string, and 0.0.0.0 in any spelling that inet_pton() accepts; 0
  *          for anything else
  */
@@ -82,31 +82,31 @@ TALVERA_API int netu_is_empty_ip4addr(const char *address);
  *  @name Conversion
  *  @{ */
 
-/** Converts an IPv4 address text.
+/** Converts an IPv4 address string.
  *
- *  @param address      address text
- *  @param[out] result  4 bytes in network byte order, of any alignment, written when the text is
+ *  @param address      address string
+ *  @param[out] result  4 bytes in network byte order, of any alignment, written when the string is
  *                      valid; null to check only
- *  @return 1 when the text is valid; 0 when it is not, or is null
+ *  @return 1 when the string is valid; 0 when it is not, or is null
  */
 TALVERA_API int netu_atoipv4(const char *address, void *result);
 
-/** Converts an IPv6 address text (RFC 4291).
+/** Converts an IPv6 address string (RFC 4291).
  *
- *  @param address      address text
- *  @param[out] result  16 bytes in network byte order, of any alignment, written when the text is
+ *  @param address      address string
+ *  @param[out] result  16 bytes in network byte order, of any alignment, written when the string is
  *                      valid; null to check only
- *  @return 1 when the text is valid; 0 when it is not, or is null
+ *  @return 1 when the string is valid; 0 when it is not, or is null
  */
 TALVERA_API int netu_atoipv6(const char *address, void *result);
 
-/** Size of a MAC address text in bytes: 17 characters and the terminator. */
+/** Size of a MAC address string in bytes: 17 characters and the terminator. */
 #define NETU_MAC_TEXT_SIZE 18
 
 /** Formats a MAC address as six two-digit lower-case hexadecimal groups separated by ":".
  *
  *  @param mac       6 bytes
- *  @param[out] buf  room for #NETU_MAC_TEXT_SIZE bytes
+ *  @param[out] buf  at least #NETU_MAC_TEXT_SIZE bytes
  *  @return @p buf
  */
 TALVERA_API char *netu_etoa(const unsigned char *mac, char *buf) TALVERA_NONNULL(1, 2);
@@ -116,7 +116,7 @@ TALVERA_API char *netu_etoa(const unsigned char *mac, char *buf) TALVERA_NONNULL
  *  Up to six hexadecimal numbers are read as by strtoul(), and the low byte of each is stored. Any
  *  one character separates two groups.
  *
- *  @param text      the text; one with fewer groups fills fewer bytes
+ *  @param text      the string; one with fewer groups fills fewer bytes
  *  @param[out] mac  6 bytes; those without a group are unchanged
  *  @return @p mac
  */
@@ -125,7 +125,7 @@ TALVERA_API unsigned char *netu_atoe(const char *text, unsigned char *mac) TALVE
 /** Finds the name of an interface (SIOCGIFNAME, netdevice(7)).
  *
  *  @param index      interface index
- *  @param[out] name  room for 16 bytes (IFNAMSIZ); written on success
+ *  @param[out] name  at least 16 bytes (IFNAMSIZ); written on success
  *  @return 0; -1 with errno set when there is no such interface or @p name is null
  */
 TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
@@ -162,11 +162,11 @@ struct netu_linuxif_stats {
   uint32_t base[NETU_STAT_COUNT];    /**< values of the last update before the last reset */
 };
 
-/** Reads the text of one counter.
+/** Reads one counter as a string.
  *
  *  @param ifname    interface
  *  @param index     enum netu_stat; must be below NETU_STAT_COUNT, which is not checked
- *  @param[out] buf  receives the text as sysfs_get_attr() reads it: pass a zeroed buffer
+ *  @param[out] buf  receives the string as sysfs_get_attr() reads it: pass a zeroed buffer
  *  @param size      maximum number of bytes to read, at least one below the size of @p buf
  *  @return 0, or the errno of the failure
  */
@@ -194,9 +194,9 @@ TALVERA_API int netu_init_linuxif_stats(struct netu_linuxif_stats *stats) TALVER
 
 /** Reads all counters of an interface and computes the deltas.
  *
- *  Texts convert as by strtoul() in base 0; a counter beyond 32 bits reads as 2^32 - 1, one that
- *  cannot be read as 0. Intentionally, a counter whose file is missing or empty takes the value of
- *  the one before it in enum netu_stat (the first takes 0).
+ *  Values are converted as by strtoul() in base 0; a counter beyond 32 bits reads as 2^32 - 1, one
+ *  that cannot be read as 0. Intentionally, a counter whose file is missing or empty takes the
+ *  value of the one before it in enum netu_stat (the first takes 0).
  *
  *  @param ifname         the interface
  *  @param[in,out] stats  the record
@@ -230,13 +230,13 @@ TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stat
  *  fork() is logged to syslog at LOG_ERR ("netu_arping_test fork failed (<error>)").
  *
  *  The handler of process_start() may run in any thread meanwhile. A program with another SIGCHLD
- *  handler that collects every child must block the signal in its other threads: a probe whose
- *  child such a handler has collected gives 1.
+ *  handler that reaps every child must block the signal in its other threads: a probe whose child
+ *  such a handler has reaped gives 1.
  *
  *  @param ifname   interface to probe on
- *  @param address  address text
- *  @return 1 when the address is in use, or arping was killed or could not be waited for; 0 when
- *          nobody answered, or arping could not be started
+ *  @param address  address string
+ *  @return 1 when the address is in use, or arping was killed or could not be waited for; 0 when no
+ *          host answered, or arping could not be started
  */
 TALVERA_API int netu_arping_test(const char *ifname, const char *address) TALVERA_NONNULL(1, 2);
 

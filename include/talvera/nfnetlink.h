@@ -127,9 +127,9 @@ TALVERA_API int nfnetlink_close(struct nfnetlink_handle *handle);
 /** Appends a piece to a message, whose nlmsg_len must be 0 at first.
  *
  *  The first piece is the netlink header; its own length field (normally 16) becomes the message's
- *  length. Each later piece (the general header, then every attribute, header and payload together)
- *  goes to the end, and the length grows by the piece's, rounded up to a multiple of 4. The padding
- *  bytes are not written, and the size of the buffer is not checked.
+ *  length. Each later piece (the nfgenmsg header, then every attribute, header and payload
+ *  together) goes to the end, and the length grows by the piece's, rounded up to a multiple of 4.
+ *  The padding bytes are not written, and the size of the buffer is not checked.
  *
  *  @param[in,out] message  the caller's buffer, large enough, and zeroed
  *  @param data             the piece: @p length bytes
@@ -149,8 +149,8 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
 /** Sends a message and dispatches what arrives until the kernel has acknowledged it.
  *
  *  Blocks. Kernel error replies are not reported: the wait continues after one, and ends with
- *  whatever comes next. Datagrams are truncated to 8192 bytes. When the wait ends in any other way
- *  than by an acknowledgement, that of this request may still be outstanding.
+ *  whatever comes next. Datagrams are truncated to 8192 bytes. When the wait ends without an
+ *  acknowledgement, this request's may still arrive.
  *
  *  @param handle   the handle
  *  @param message  a complete message, nlmsg_len bytes, that requests an acknowledgement
@@ -169,8 +169,8 @@ TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
 /** Receives one datagram of messages from the kernel.
  *
  *  @param handle    the handle
- *  @param[out] buf  room for @p size bytes, aligned for a struct nlmsghdr
- *  @param size      room in bytes; a longer datagram is truncated
+ *  @param[out] buf  at least @p size bytes, aligned for a struct nlmsghdr
+ *  @param size      size of @p buf in bytes; a longer datagram is truncated
  *  @return number of bytes received; -1 with errno set, to ENOMSG when the sender is not the
  *          kernel; -1 when an argument is null
  */
@@ -178,9 +178,9 @@ TALVERA_API int nfnetlink_receive(struct nfnetlink_handle *handle, void *buf, un
 
 /** Calls the handlers of the messages in a buffer, in order.
  *
- *  - An acknowledgement (type 2, error number 0) ends the dispatch with 0, and so does the end of a
- *    multi-part answer (type 3 with NLM_F_MULTI, number 0).
- *  - With another number these messages are skipped: kernel error replies are not reported.
+ *  - An acknowledgement (NLMSG_ERROR with error 0) ends the dispatch with 0, and so does the end of
+ *    a multi-part reply (NLMSG_DONE with NLM_F_MULTI and error 0).
+ *  - With another error these messages are skipped: kernel error replies are not reported.
  *  - A message whose callback has no handler or no attribute count is skipped.
  *  - Otherwise the handler is called, and a result below 1 ends the dispatch.
  *  - A message that is too short (EBADMSG), or of an unknown subsystem or a type beyond the
@@ -220,18 +220,18 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  handle, binds groups, sets what is copied of each packet and registers a handler per group; then
  *  it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink handle.
  *
- *  After several packets in one datagram the kernel puts a message of type 3 without NLM_F_MULTI:
+ *  After several packets in one datagram the kernel puts an NLMSG_DONE message without NLM_F_MULTI:
  *  nfnetlink_msg_unpack() then returns -1, after the handlers have seen all of the packets.
  *
  *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: a refused
  *  request does not return, unless SO_RCVTIMEO is set on the netlink handle's socket.
  *
  *  Packets that arrive during the wait are dispatched. A packet for a group without a handler, a
- *  packet whose handler stops the dispatch, and several packets in one datagram end the wait; what
- *  else has arrived up to the kernel's answer is then dispatched too, so that the next request
- *  finds nothing left over. Groups are bound and unbound as the kernel answered. The other requests
- *  give the result of the wait, even if the kernel acknowledged them, and can be repeated. A
- *  handler must not close the log during a request.
+ *  packet whose handler stops the dispatch, and several packets in one datagram end the wait;
+ *  pending datagrams up to the kernel's reply are then dispatched as well, so nothing stale is left
+ *  for the next request. Bind and unbind return the kernel's result when its reply is found; the
+ *  other requests return the result of the wait, even if the kernel acknowledged them, and may be
+ *  retried. A handler must not close the log during a request.
  *  @{ */
 
 /** Size of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17. */
@@ -243,7 +243,7 @@ struct nfnetlink_log_group;
 /** Handles a packet logged to a group.
  *
  *  @param group       the group
- *  @param header      general header of the message: address family, group as big-endian res_id
+ *  @param header      nfgenmsg header of the message: address family, group as big-endian res_id
  *  @param attributes  attributes of the packet, for nfnetlink_log_nfa_get_ptr()
  *  @param data        data pointer, as registered
  *  @return as nfnetlink_handler
@@ -330,7 +330,8 @@ TALVERA_API int nfnetlink_log_unbind_group(struct nfnetlink_log_group *group);
 /** Sets how much of each packet of a group is copied to the program.
  *
  *  @param group  the group
- *  @param mode   NFULNL_COPY_NONE (0), _META (1) or _PACKET (2); only the low 8 bits are sent
+ *  @param mode   NFULNL_COPY_NONE, NFULNL_COPY_META or NFULNL_COPY_PACKET; only the low 8 bits are
+ *                sent
  *  @param range  maximum number of bytes of the packet
  *  @return 0; -1 on failure and for a null @p group
  */

@@ -26,7 +26,7 @@
  *  when read and when a set is built. The path "directory/name" is truncated to 4095 characters.
  *
  *  Every failure gives -1, and nothing is logged. errno is EINVAL for invalid database content, a
- *  position that a set does not have and a missing filter, otherwise as the failing call left it.
+ *  position that a set does not have and a missing filter, otherwise that of the failing call.
  *  Callers serialise their access to a directory's database.
  *  @{ */
 #ifndef TALVERA_OF_H

@@ -7,9 +7,9 @@
  *  starts, stops and time-outs at LOG_DEBUG. Results are 0, the errno value of the failed system
  *  call, or one of enum process_result. A process identifier below 2 is never signalled.
  *
- *  Every process_start() installs a SIGCHLD handler, in place of the program's own, that collects
- *  every finished child of this process, however it was started. A program that waits for its own
- *  children elsewhere must expect ECHILD.
+ *  Every process_start() installs a SIGCHLD handler, in place of the program's own, that reaps
+ *  every child of this process that has exited, however it was started. A program that waits for
+ *  its own children elsewhere must expect ECHILD.
  *  @{ */
 #ifndef TALVERA_PROCESS_H
 #define TALVERA_PROCESS_H
@@ -49,17 +49,17 @@ enum process_result {
 TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], char *const env[])
     TALVERA_NONNULL(2, 3);
 
-/** Finds the running programs of a name, with pidof.
+/** Finds processes by program name, using pidof.
  *
- *  @param name       name or path of the program; the part after the last "/" goes to the shell as
- *                    it is: never pass unchecked text from outside
- *  @param[out] pids  room for @p capacity identifiers: zeroed, then filled in pidof's order
+ *  @param name       name or path of the program; the part after the last "/" is inserted unquoted
+ *                    into a shell command: never pass untrusted input
+ *  @param[out] pids  array of @p capacity identifiers: zeroed, then filled in pidof's order
  *  @param capacity   maximum number of identifiers
  *  @return number found, 0 to @p capacity; 0 also when pidof cannot be run
  */
 TALVERA_API int process_find_all(const char *name, pid_t *pids, int capacity) TALVERA_NONNULL(1);
 
-/** Finds a running program of a name.
+/** Finds a process by program name, using pidof.
  *
  *  @param name  as for process_find_all()
  *  @return the first identifier that process_find_all() finds, or 0
@@ -93,7 +93,7 @@ TALVERA_API int process_queue_signal(pid_t pid, int signal, union sigval value);
 
 /** Waits until a process is gone, polling ten times a second. Signals do not shorten the wait.
  *
- *  The process need not be a child; a finished child counts as running until it is collected.
+ *  The process need not be a child; a zombie counts as running until it is reaped.
  *
  *  @param pid      the process
  *  @param seconds  time-out; 0 or less polls once
@@ -103,8 +103,9 @@ TALVERA_API int process_wait(pid_t pid, int seconds);
 
 /** Stops a process: SIGTERM, then SIGKILL if it is still there after 3 seconds.
  *
- *  A finished child of this process is collected at the end. Until then it looks alive: a child
- *  that nothing else collects, such as the handler of process_start(), gives PROCESS_TIMEOUT.
+ *  A zombie child of this process is reaped at the end. Until it is reaped it looks alive: unless
+ *  something else reaps it (for example the process_start() handler), the result is
+ *  PROCESS_TIMEOUT.
  *
  *  @param pid  the process
  *  @return 0 when it has ended; PROCESS_INVALID; PROCESS_TIMEOUT when it is still there a second

@@ -1,5 +1,5 @@
 /** @defgroup talvera_scan Scanning
- *  Takes words, strings, numbers and addresses from a line of text, one after the other.
+ *  Parses words, strings, numbers and addresses along a line of text.
  *
  *  @include scan.c
  *
@@ -8,11 +8,10 @@
  *  was given and does not set errno. Nothing is logged. No scanner reads before the start of the
  *  string or past its terminator.
  *
- *  Two character classes must not be confused. Blanks are space and tab. White space is the
- *  isspace() class of the POSIX locale (space, tab, line feed, vertical tab, form feed, carriage
- *  return), whatever locale the program has set. Where an entry says "below 33", bytes are read as
- *  signed characters, so bytes of 128 and more are below 33 too: they end words, and are stripped
- *  as trailing white space.
+ *  Blanks are space and tab. White space is the isspace() class of the POSIX locale (space, tab,
+ *  line feed, vertical tab, form feed, carriage return), whatever locale the program has set. Where
+ *  an entry says "below 33", bytes are read as signed characters, so bytes of 128 and more are
+ *  below 33 too: they end words, and are stripped as trailing white space.
  *
  *  Numbers have 32 bits on every machine: an unsigned long receives 0 to 4294967295, a long
  *  -2147483648 to 2147483647.
@@ -32,7 +31,7 @@ TALVERA_BEGIN_DECLS
 
 /** Skips white space.
  *
- *  @param s  text, or null
+ *  @param s  string, or null
  *  @return the first character of @p s that is not white space, possibly the terminator; a constant
  *          empty string when @p s is null
  */
@@ -40,7 +39,7 @@ TALVERA_API char *skip_space(char *s);
 
 /** Skips blanks.
  *
- *  @param s  text, or null
+ *  @param s  string, or null
  *  @return the first character of @p s that is not a blank, possibly the terminator; a constant
  *          empty string when @p s is null
  */
@@ -50,14 +49,14 @@ TALVERA_API char *skipwhitespace(char *s);
 
 /** Skips to white space.
  *
- *  @param s  text
+ *  @param s  string
  *  @return the first white space in @p s, or its terminator
  */
 TALVERA_API char *skip_nonspace(char *s) TALVERA_NONNULL(1);
 
 /** Skips to a blank.
  *
- *  @param s  text
+ *  @param s  string
  *  @return the first blank in @p s, or its terminator
  */
 TALVERA_API char *skip_nonblank(char *s) TALVERA_NONNULL(1);
@@ -68,31 +67,31 @@ TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
  *  @name Words and strings
  *  @{ */
 
-/** Takes a word.
+/** Parses a word.
  *
- *  Leading blanks are skipped. The word ends before the first character below 33, which is
- *  consumed together with the blanks after it. Once @p size - 1 characters have been taken, even
- *  when the word ends there, everything up to the next blank is skipped, line feeds included.
+ *  Leading blanks are skipped. The word ends before the first character below 33, which is consumed
+ *  together with the blanks after it. Once @p size - 1 characters have been read, even when the
+ *  word ends there, everything up to the next blank is skipped, line feeds included.
  *
- *  @param s         text; null reads as empty
+ *  @param s         string; null reads as empty
  *  @param[out] buf  receives the word, terminated; unchanged when @p size is below 1
- *  @param size      room in bytes; intentionally, a size of 1 still writes up to 2 bytes, a
- *                   character and the terminator
- *  @return where the next word can be taken; @p s when @p size is below 1
+ *  @param size      size of @p buf in bytes; intentionally, a size of 1 still writes up to 2 bytes,
+ *                   a character and the terminator
+ *  @return where the next word can be read; @p s when @p size is below 1
  */
 TALVERA_API char *getword(char *s, char *buf, int size);
 /** Same as getword(). @copydetails getword */
 TALVERA_API char *get_word(char *s, char *buf, int size);
 
-/** Takes a string, which may be quoted and contain escapes.
+/** Parses a string, which may be quoted and contain escapes.
  *
  *  Leading blanks are skipped. A double quote switches quoting on or off and is not part of the
  *  string; blanks inside quotes are. Escapes work inside quotes and outside: "^x" and two
  *  hexadecimal digits give that byte (nothing when it is 0 or digits are missing); "^" and any
  *  other character give that character; a "^" at the very end gives nothing.
  *
- *  @param s         text; null reads as empty
- *  @param[out] buf  receives the string, terminated: room for @p size + 1 bytes
+ *  @param s         string; null reads as empty
+ *  @param[out] buf  receives the string, terminated; at least @p size + 1 bytes
  *  @param size      maximum number of characters, without the terminator; below 1 none
  *  @param delim     character (low 8 bits) that ends the string, even inside quotes; 0 for none
  *  @return where the string ended: at the delimiter, at the first character that did not fit, after
@@ -104,7 +103,7 @@ TALVERA_API char *get_string(char *s, char *buf, int size, int delim) TALVERA_NO
 
 /** Replaces all characters below 33 at the end of a string by terminators.
  *
- *  @param[in,out] s  text of less than 32768 characters; longer text is left unchanged
+ *  @param[in,out] s  string of less than 32768 characters; a longer one is left unchanged
  */
 TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
 
@@ -115,31 +114,31 @@ TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
 /** Checks that a whole string is one unsigned decimal number.
  *
  *  White space may surround the number; trailing white space is stripped from the caller's string
- *  as by strip_trailing_white(). An empty string is 0. Text that converts to the maximum is valid
- *  only when it spells the maximum plainly, which rejects larger numbers. Intentionally, nothing
- *  else is checked for range: "-5" gives 4294967291.
+ *  as by strip_trailing_white(). An empty string is 0. A string that converts to the maximum is
+ *  valid only when it is exactly the maximum, in plain decimal, which rejects larger numbers.
+ *  Intentionally, nothing else is checked for range: "-5" gives 4294967291.
  *
- *  @param[in,out] s   text
- *  @param[out] value  the converted number, also when the text is invalid
+ *  @param[in,out] s   string
+ *  @param[out] value  the converted number, also when the string is invalid
  *  @return 0 when valid; -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateUlong(char *s, unsigned long *value) TALVERA_NONNULL(1, 2);
 /** Checks that a whole string is one signed decimal number, as ValidateUlong() does; intentionally,
  *  "-99999999999" gives -2147483648.
  *
- *  @param[in,out] s   text
- *  @param[out] value  the converted number, also when the text is invalid
+ *  @param[in,out] s   string
+ *  @param[out] value  the converted number, also when the string is invalid
  *  @return 0 when valid; -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);
 
-/** Takes a number.
+/** Parses a number.
  *
  *  Leading blanks are skipped. A "-" negates the number modulo 2^32. A "+" is accepted neither as
  *  the first character nor, intentionally, as the second: "5+3" fails as a whole. Digits are 0 to 9
  *  and letters in either case. Overflow wraps at 32 bits.
  *
- *  @param s           text; null reads as empty
+ *  @param s           string; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
  *  @param base        up to 36; base 16 accepts a prefix "0x" or "0X". Base 0 is hexadecimal with a
  *                     mandatory prefix: a number without it fails
@@ -149,9 +148,9 @@ TALVERA_API char *getnum(char *s, unsigned long *value, int base) TALVERA_NONNUL
 /** Same as getnum(). @copydetails getnum */
 TALVERA_API char *get_number(char *s, unsigned long *value, int base) TALVERA_NONNULL(2);
 
-/** Takes a hexadecimal number, as getnum() does in base 16.
+/** Parses a hexadecimal number, as getnum() does in base 16.
  *
- *  @param s           text; null reads as empty
+ *  @param s           string; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
  *  @return the first character after the number; @p s when no digit was read
  */
@@ -159,18 +158,18 @@ TALVERA_API char *gethex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 /** Same as gethex(). @copydetails gethex */
 TALVERA_API char *get_hex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 
-/** Takes a decimal number, as getnum() does, and reads it as signed 32 bits.
+/** Parses a decimal number, as getnum() does, and reads it as signed 32 bits.
  *
- *  @param s           text; null reads as empty
+ *  @param s           string; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
  *  @return the first character after the number; @p s when no digit was read
  */
 TALVERA_API char *getlong(char *s, long *value) TALVERA_NONNULL(2);
 /** Same as getlong(). @copydetails getlong */
 TALVERA_API char *get_long(char *s, long *value) TALVERA_NONNULL(2);
-/** Takes a decimal number into an int, as getlong() does.
+/** Parses a decimal number into an int, as getlong() does.
  *
- *  @param s           text; null reads as empty
+ *  @param s           string; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
  *  @return the first character after the number; @p s when no digit was read
  */
@@ -178,9 +177,9 @@ TALVERA_API char *getint(char *s, int *value) TALVERA_NONNULL(2);
 /** Same as getint(). @copydetails getint */
 TALVERA_API char *get_int(char *s, int *value) TALVERA_NONNULL(2);
 
-/** Takes a decimal number, as getnum() does, and stores its low 16 bits.
+/** Parses a decimal number, as getnum() does, and stores its low 16 bits.
  *
- *  @param s           text; null reads as empty
+ *  @param s           string; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read
  *  @return the first character after the number; @p s when no digit was read
  */
@@ -202,10 +201,10 @@ TALVERA_API int StringIsHexDigits(const char *s);
  *  @name Addresses
  *  @{ */
 
-/** Takes an IPv4 address: a dotted quad as inet_pton() accepts it, starting at @p s (blanks are not
- *  skipped) and ending before white space.
+/** Parses an IPv4 address: a dotted quad as inet_pton() accepts it, starting at @p s (blanks are
+ *  not skipped) and ending before white space.
  *
- *  @param s          text
+ *  @param s          string
  *  @param[out] addr  the address in network byte order; unchanged on failure
  *  @return the first character after the address; @p s on failure
  */
@@ -213,12 +212,12 @@ TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 /** Same as getip(). @copydetails getip */
 TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 
-/** Takes a MAC address as ether_aton_r() accepts it: six groups of one or two hexadecimal digits,
+/** Parses a MAC address as ether_aton_r() accepts it: six groups of one or two hexadecimal digits,
  *  separated by ":", starting at @p s (blanks are not skipped) and ending before white space, at
- *  most 19 characters. Text after a sixth group of two digits is ignored; after one of a single
- *  digit nothing may follow.
+ *  most 19 characters. Characters after a sixth group of two digits are ignored; after one of a
+ *  single digit nothing may follow.
  *
- *  @param s         text
+ *  @param s         string
  *  @param[out] mac  the address; unchanged on failure
  *  @return the first character after the address; @p s on failure
  */

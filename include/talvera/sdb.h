@@ -1,11 +1,11 @@
 /** @defgroup talvera_sdb System database and log
- *  Three functions that the library calls and does not define: the program, or the gateway's own
- *  library, supplies them.
+ *  Three functions that the library calls and does not define. On the gateway, a platform library
+ *  defines them.
  *
  *  @include sdb.c
  *
- *  On a development machine a program links `talvera_sdb`, which reads values from the text file
- *  that the environment variable TALVERA_SDB names and logs to standard error.
+ *  Other programs can link `talvera_sdb`, a stand-in for development machines, which takes values
+ *  from the text file that the environment variable TALVERA_SDB names and logs to standard error.
  *  @{ */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H
@@ -27,16 +27,16 @@ enum sdb_log_level {
 /** Reads the value of a key.
  *
  *  @param key       name of the value, such as "system.sku"
- *  @param[out] buf  room for @p size bytes; receives the value, NUL-terminated
- *  @param size      room in bytes, terminator included
+ *  @param[out] buf  receives the value, NUL-terminated
+ *  @param size      size of @p buf in bytes, terminator included
  *  @return 0; otherwise an error code for sdb_strerror()
  */
 int sdb_get(const char *key, char *buf, size_t size);
 
-/** Returns the text of an error code: one of sdb_get()'s or an errno value.
+/** Returns the message of an error code: one of sdb_get()'s or an errno value.
  *
  *  @param code  error code
- *  @return static text, never null
+ *  @return static string, never null
  */
 const char *sdb_strerror(int code);
 

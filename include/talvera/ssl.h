@@ -44,16 +44,16 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
 /** Creates a client context for one protocol.
  *
  *  The context trusts OpenSSL's default locations, the product's eleven root certificates, and a
- *  downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which 4096 bytes are read. It
- *  offers all ciphers and presents the device's client certificate, signing with SHA-256, SHA-224
- *  or SHA-1, since the device's RSA key is too short for more; a program that uses another key in
- *  the context can call SSL_CTX_set1_client_sigalgs_list(). The peer is not verified during the
- *  handshake, but by SSL_check_cert() afterwards. Partial writes and automatic retries are on.
+ *  downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which at most 4096 bytes are
+ *  read. It offers all ciphers and presents the device's client certificate, signing with SHA-256,
+ *  SHA-224 or SHA-1, since the device's RSA key is too short for more; a program that uses another
+ *  key in the context can call SSL_CTX_set1_client_sigalgs_list(). The peer is not verified during
+ *  the handshake, but by SSL_check_cert() afterwards. Partial writes and automatic retries are on.
  *
  *  An empty downloaded file, or /dev/null in its place, counts as an installed certificate; a FIFO
- *  or a directory counts as one that cannot be installed. When OpenSSL
- *  rejects a product key or certificate, the context is still returned, without the client identity
- *  and the later settings (default locations, modes).
+ *  or a directory counts as one that cannot be installed. When OpenSSL rejects a product key or
+ *  certificate, the context is still returned, without the client identity and the later settings
+ *  (default locations, modes).
  *
  *  Every call reads the downloaded certificate again and needs the key "system.sku" of the system
  *  database, whose value only affects the wording of one log line.
@@ -78,9 +78,9 @@ TALVERA_API int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long lengt
 /** Maintains the links of one certificate file in the CA directory "/var/etc/ssl".
  *
  *  When @p cert_path exists and nothing is at @p link_path, @p link_path becomes a symbolic link to
- *  it, and next to it the link is made by which OpenSSL looks up certificates, named after the hash
- *  of the subject ("5f4e3d2c.0"). The certificate is expected in PEM; anything else, even a FIFO,
- *  has the hash 0. An existing link of that hash stays: hashes are not numbered further.
+ *  it, and the OpenSSL lookup link, named after the subject hash ("5f4e3d2c.0"), is created beside
+ *  it. The certificate is expected in PEM; anything else, even a FIFO, has the hash 0. An existing
+ *  link of that hash stays: hashes are not numbered further.
  *
  *  When @p cert_path does not exist, @p link_path is removed, and so is every dangling symbolic
  *  link of the directory, including its own hash link.
@@ -96,8 +96,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *  @name Handshake and peer
  *  @{ */
 
-/** Runs the TLS handshake of a client, for at most about 20 seconds in total, whether the server is
- *  silent or keeps talking.
+/** Runs the TLS handshake of a client, for at most about 20 seconds in total, regardless of server
+ *  activity.
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). After success or a failed step it is in non-blocking mode, after a failed wait in
@@ -133,17 +133,17 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
 
 /** @}
  *  @name Certificate files
- *  A word names the encoding of a certificate file. Only its beginning counts, tested in this
- *  order:
+ *  A format string selects the encoding of a certificate file. Only its beginning counts, tested in
+ *  this order:
  *
  *      D or d                         DER
  *      N or n                         Netscape certificate sequence
- *      1, or the word is PKCS12, pkcs12, P12 or p12
+ *      1, or the string is PKCS12, pkcs12, P12 or p12
  *                                     PKCS#12 bundle with the empty password
  *      P or p, unless V or v follows  PEM, plain or with trust settings
  *
  *  Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
- *  read. With these, with null and with any other word there is no certificate, as when the file
+ *  read. With these, with null and with any other string there is no certificate, as when the file
  *  cannot be opened or holds something else. A null path means standard input, which becomes
  *  unbuffered and stays open. Reading a FIFO or a terminal blocks.
  *
@@ -155,7 +155,7 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
  *  directory; "openssl x509 -subject_hash" prints the same.
  *
  *  @param path    the file; null for standard input
- *  @param format  word for its encoding
+ *  @param format  format string
  *  @return the hash, of 32 bits; 0 when there is no certificate
  */
 TALVERA_API unsigned long SSL_cert_hash(const char *path, const char *format);
@@ -163,9 +163,9 @@ TALVERA_API unsigned long SSL_cert_hash(const char *path, const char *format);
 /** Formats the fingerprint of a certificate, the digest of its DER form, as "01:AB:...".
  *
  *  @param path      the file; null for standard input
- *  @param format    word for its encoding
+ *  @param format    format string
  *  @param digest    "sha1" or "md5", in any case
- *  @param[out] buf  room for 61 bytes (SHA-1) or 49 (MD5): two digits and a colon for each byte of
+ *  @param[out] buf  at least 61 bytes (SHA-1) or 49 (MD5): two digits and a colon for each byte of
  *                   the digest, with the last colon replaced by the terminator, and one more NUL
  *  @return 0; -1 with @p buf unchanged when there is no certificate, the digest is unknown, or
  *          @p digest or @p buf is null
@@ -219,10 +219,9 @@ TALVERA_API X509 *uc_make_x509(const unsigned char *der, long length) TALVERA_MU
  *  set.
  *
  *  @param cert      the certificate
- *  @param[out] buf  room for @p size bytes; receives the text, truncated to @p size - 1 bytes and
- *                   terminated
- *  @param size      room in bytes; below 1 nothing is written
- *  @return length of the text in @p buf; -1 when the subject has no such attribute
+ *  @param[out] buf  receives the string, truncated to @p size - 1 bytes and terminated
+ *  @param size      size of @p buf in bytes; below 1 nothing is written
+ *  @return length of the string in @p buf; -1 when the subject has no such attribute
  */
 TALVERA_API int uc_get_common_name(X509 *cert, char *buf, int size) TALVERA_NONNULL(1, 2);
 
@@ -230,10 +229,9 @@ TALVERA_API int uc_get_common_name(X509 *cert, char *buf, int size) TALVERA_NONN
  *  set. This is not the serial number of the certificate.
  *
  *  @param cert      the certificate
- *  @param[out] buf  room for @p size bytes; receives the text, truncated to @p size - 1 bytes and
- *                   terminated
- *  @param size      room in bytes; below 1 nothing is written
- *  @return length of the text in @p buf; -1 when the subject has no such attribute
+ *  @param[out] buf  receives the string, truncated to @p size - 1 bytes and terminated
+ *  @param size      size of @p buf in bytes; below 1 nothing is written
+ *  @return length of the string in @p buf; -1 when the subject has no such attribute
  */
 TALVERA_API int uc_get_serial_number(X509 *cert, char *buf, int size) TALVERA_NONNULL(1, 2);
 
@@ -241,10 +239,9 @@ TALVERA_API int uc_get_serial_number(X509 *cert, char *buf, int size) TALVERA_NO
  *  set.
  *
  *  @param cert      the certificate
- *  @param[out] buf  room for @p size bytes; receives the text, truncated to @p size - 1 bytes and
- *                   terminated
- *  @param size      room in bytes; below 1 nothing is written
- *  @return length of the text in @p buf; -1 when the subject has no such attribute
+ *  @param[out] buf  receives the string, truncated to @p size - 1 bytes and terminated
+ *  @param size      size of @p buf in bytes; below 1 nothing is written
+ *  @return length of the string in @p buf; -1 when the subject has no such attribute
  */
 TALVERA_API int uc_get_organization_name(X509 *cert, char *buf, int size) TALVERA_NONNULL(1, 2);
 
@@ -252,23 +249,21 @@ TALVERA_API int uc_get_organization_name(X509 *cert, char *buf, int size) TALVER
  *  character set.
  *
  *  @param cert      the certificate
- *  @param[out] buf  room for @p size bytes; receives the text, truncated to @p size - 1 bytes and
- *                   terminated
- *  @param size      room in bytes; below 1 nothing is written
- *  @return length of the text in @p buf; -1 when the subject has no such attribute
+ *  @param[out] buf  receives the string, truncated to @p size - 1 bytes and terminated
+ *  @param size      size of @p buf in bytes; below 1 nothing is written
+ *  @return length of the string in @p buf; -1 when the subject has no such attribute
  */
 TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int size)
     TALVERA_NONNULL(1, 2);
 
 /** Formats the start of a certificate's validity, such as "Jan  2 03:04:05 2026 GMT".
  *
- *  Note that the terminator comes after the text, so that a truncated text has it in buf[size]; and
- *  that the call consumes the certificate: it releases the time object with free(), so that the
- *  certificate must neither be asked for this date again nor passed to X509_free(). Parse the
- *  certificate again for other uses.
+ *  A truncated string is terminated at buf[size]. The call consumes the certificate: it releases
+ *  the time object with free(), so that the certificate must neither be asked for this date again
+ *  nor passed to X509_free(). Parse the certificate again for other uses.
  *
  *  @param cert      the certificate, which the call consumes
- *  @param[out] buf  room for @p size + 1 bytes
+ *  @param[out] buf  at least @p size + 1 bytes
  *  @param size      maximum number of characters
  *  @return number of characters in @p buf; -1 when the date is missing or not a valid UTCTime (as
  *          from the year 2050), or @p size is negative
@@ -278,7 +273,7 @@ TALVERA_API int uc_get_notbefore(X509 *cert, char *buf, int size) TALVERA_NONNUL
 /** Formats the end of a certificate's validity, as uc_get_notbefore() does for its start.
  *
  *  @param cert      the certificate, which the call consumes
- *  @param[out] buf  room for @p size + 1 bytes
+ *  @param[out] buf  at least @p size + 1 bytes
  *  @param size      maximum number of characters
  *  @return number of characters in @p buf; -1 when the date is missing or not a valid UTCTime (as
  *          from the year 2050), or @p size is negative

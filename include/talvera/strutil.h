@@ -23,9 +23,9 @@ TALVERA_BEGIN_DECLS
 
 /** Finds a string near the start of another, ignoring case.
  *
- *  @param haystack  terminated text, which is searched to its end; null gives null
- *  @param needle    text to find; null or empty gives @p haystack
- *  @param n         the match must lie wholly within the first @p n characters
+ *  @param haystack  string to search, read to its end; null gives null
+ *  @param needle    string to find; null or empty gives @p haystack
+ *  @param n         the match must be entirely within the first @p n characters
  *  @return the first match; null when there is none or it extends past @p n characters
  */
 TALVERA_API char *strncasestr(const char *haystack, const char *needle, int n);
@@ -37,7 +37,7 @@ TALVERA_API char *strnstr_nocase(const char *haystack, const char *needle, int n
  *  A character of @p s matches if it, or its lower-case form, equals the prefix's: @p s may be in
  *  any case, but an upper-case letter in @p prefix matches only itself.
  *
- *  @param s       text, or null
+ *  @param s       string, or null
  *  @param prefix  prefix in lower case, or null
  *  @return the position in @p s after the prefix; null when it does not match; @p s when either is
  *          null or the prefix is empty
@@ -46,7 +46,7 @@ TALVERA_API char *strmatch_lowercase(const char *s, const char *prefix);
 
 /** Finds the first character that is not in a set.
  *
- *  @param s    text to search
+ *  @param s    string to search
  *  @param set  the set of characters
  *  @return the first character of @p s that is not in @p set; null when there is none
  */
@@ -54,7 +54,7 @@ TALVERA_API char *GN_StrNotInSet(const char *s, const char *set) TALVERA_NONNULL
 
 /** Finds the first character that is in a set.
  *
- *  @param s    text to search
+ *  @param s    string to search
  *  @param set  the set of characters
  *  @return the first character of @p s that is in @p set; null when there is none
  */
@@ -66,18 +66,18 @@ TALVERA_API char *GN_StrCharInSet(const char *s, const char *set) TALVERA_NONNUL
 
 /** Copies a string without the characters in a set.
  *
- *  @param[out] buf  room for @p size bytes, and for at least 1; always terminated; may be @p src
- *  @param src       text to copy
+ *  @param[out] buf  at least @p size bytes, and at least 1; always terminated; may be @p src
+ *  @param src       string to copy
  *  @param drop      characters to leave out
- *  @param size      room in bytes: at most @p size - 1 characters are written
+ *  @param size      size of @p buf in bytes: at most @p size - 1 characters are written
  */
 TALVERA_API void strfilt(char *buf, const char *src, const char *drop, int size)
     TALVERA_NONNULL(1, 2, 3);
 
-/** Appends a string. The caller ensures that there is room.
+/** Appends a string. The caller ensures that the buffer is large enough.
  *
- *  @param[in,out] dst  text to extend
- *  @param src          text to append; null appends nothing and returns @p dst itself
+ *  @param[in,out] dst  string to extend
+ *  @param src          string to append; null appends nothing and returns @p dst itself
  *  @return the new end of @p dst, its terminator
  */
 TALVERA_API char *str_cat(char *dst, const char *src) TALVERA_NONNULL(1);
@@ -86,10 +86,11 @@ TALVERA_API char *strcatdest(char *dst, const char *src) TALVERA_NONNULL(1);
 
 /** Appends a string, up to a maximum length of the result.
  *
- *  Text in @p dst beyond @p n characters is cut off, all of it when @p n is 0 or less.
+ *  Content of @p dst beyond @p n characters is cut off, all of it when @p n is 0 or less.
  *
- *  @param[in,out] dst  text to extend; room for @p n + 1 bytes (not @p n), and for at least 1
- *  @param src          text to append, as much of it as fits
+ *  @param[in,out] dst  string to extend, in a buffer of at least @p n + 1 bytes (not @p n), and at
+ *                      least 1
+ *  @param src          string to append, as much of it as fits
  *  @param n            maximum length of the result in characters
  *  @return the new end of @p dst, its terminator
  */
@@ -97,9 +98,9 @@ TALVERA_API char *str_ncat(char *dst, const char *src, int n) TALVERA_NONNULL(1,
 /** Same as str_ncat(). @copydetails str_ncat */
 TALVERA_API char *strncatdest(char *dst, const char *src, int n) TALVERA_NONNULL(1, 2);
 
-/** Appends copies of a character. The caller ensures that there is room.
+/** Appends copies of a character. The caller ensures that the buffer is large enough.
  *
- *  @param[in,out] dst  text to extend
+ *  @param[in,out] dst  string to extend
  *  @param ch           the character
  *  @param count        number of copies; 0 or less appends none
  *  @return the new end of @p dst, its terminator
@@ -108,20 +109,21 @@ TALVERA_API char *str_nfill(char *dst, int ch, int count) TALVERA_NONNULL(1);
 /** Same as str_nfill(). @copydetails str_nfill */
 TALVERA_API char *strnfilldest(char *dst, int ch, int count) TALVERA_NONNULL(1);
 
-/** Appends a string to a text that is built in two passes: the first counts, the second writes.
+/** Appends to a string that is built in two passes: the first counts, the second writes.
  *
- *  Make the same calls once with @p buf null to learn the length, and again with enough room.
+ *  Make the same calls once with @p buf null to learn the length, and again with a buffer of at
+ *  least that many bytes plus one.
  *
- *  @param[out] buf        null to count only; otherwise text of @p *length characters, to which
+ *  @param[out] buf        null to count only; otherwise a string of @p *length characters, to which
  *                         @p str and a terminator are appended
  *  @param[in,out] length  length so far, without the terminator; null does nothing
- *  @param str             text to append; null does nothing
+ *  @param str             string to append; null does nothing
  */
 TALVERA_API void put_str(char *buf, int *length, const char *str);
 
 /** Converts a string to upper case in place.
  *
- *  @param[in,out] s  text
+ *  @param[in,out] s  string
  *  @return 0
  */
 TALVERA_API int string_toupper(char *s) TALVERA_NONNULL(1);
@@ -139,8 +141,8 @@ TALVERA_API int hex(int ch);
 
 /** Writes bytes as lower-case hexadecimal digits, high digit first.
  *
- *  @param data      (@p digits + 1) / 2 bytes
- *  @param[out] buf  room for @p digits + @p digits / 2 + 1 bytes with a delimiter, @p digits + 1
+ *  @param data      (@p digits + 1) / 2 bytes; may be null when @p digits is 0 or less
+ *  @param[out] buf  at least @p digits + @p digits / 2 + 1 bytes with a delimiter, @p digits + 1
  *                   bytes without; terminated
  *  @param delim     character between the bytes; it is also written after the last byte, and then
  *                   overwritten by what follows. 0 for none
@@ -155,8 +157,8 @@ TALVERA_API void hex_to_str_with_delim(const unsigned char *data, char *buf, cha
 
 /** Writes bytes as GN_HexToString() does, without a delimiter.
  *
- *  @param data      (@p digits + 1) / 2 bytes
- *  @param[out] buf  room for @p digits + 1 bytes; terminated
+ *  @param data      (@p digits + 1) / 2 bytes; may be null when @p digits is 0 or less
+ *  @param[out] buf  at least @p digits + 1 bytes; terminated
  *  @param digits    number of digits, as for GN_HexToString()
  */
 TALVERA_API void hex_to_str(const unsigned char *data, char *buf, int digits) TALVERA_NONNULL(2);

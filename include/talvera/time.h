@@ -9,7 +9,7 @@
  *
  *  The functions that write time zones and SOAP date-times work like snprintf(): they write at most
  *  `size` bytes including the terminator, nothing when `size` is 0, and return the length of the
- *  whole text. A zone may be converted in place; input and output must not overlap otherwise.
+ *  whole string. A zone may be converted in place; input and output must not overlap otherwise.
  *  @{ */
 #ifndef TALVERA_TIME_H
 #define TALVERA_TIME_H
@@ -98,8 +98,8 @@ TALVERA_API int32_t KS_GetTimeSeconds(void);
 
 /** Returns the wall clock, or 0 while the clock has not been set.
  *
- *  @return time(); 0 while that is before 946080000 (1999-12-25 00:00:00 UTC). Times before 1970
- *          count as late ones
+ *  @return time(); 0 while that is before 946080000 (1999-12-25 00:00:00 UTC). Negative times are
+ *          returned unchanged
  */
 TALVERA_API time_t get_utctime(void);
 /** Same as get_utctime(). @copydetails get_utctime */
@@ -113,7 +113,7 @@ TALVERA_API void get_datetime(struct datetime *dt);
 
 /** Formats a duration as "days:hours:minutes:seconds", each with at least two digits.
  *
- *  @param[out] buf  room for 15 bytes
+ *  @param[out] buf  at least 15 bytes
  *  @param seconds   the duration; a negative one counts as 0
  *  @return number of characters written, without the terminator
  */
@@ -123,12 +123,11 @@ TALVERA_API int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) TALVERA_NONNUL
  *  @name Local time
  *  @{ */
 
-/** Returns the local time of 12 o'clock on a day, with the minutes and seconds of now.
+/** Returns 12:MM:SS local time on the selected day, with the current minutes and seconds.
  *
- *  @param which    0 for yesterday, 2 for tomorrow (86400 seconds away, whatever clock changes lie
- *                  between); any other value for today
- *  @param recheck  when not 0, the day is dropped again and the result is today's, unless @p which
- *                  is 0 or 2 and the local hour now is 12
+ *  @param which    0 for yesterday, 2 for tomorrow (86400 seconds away, regardless of clock changes
+ *                  in between); any other value for today
+ *  @param recheck  when non-zero, @p which is ignored (today) unless the current local hour is 12
  *  @return seconds since 1970, from mktime(); -1 with errno set when localtime_r() fails
  */
 TALVERA_API time_t ytt_get_noontime(unsigned int which, uint8_t recheck);
@@ -160,11 +159,11 @@ TALVERA_API int get_dow(time_t t);
  *  ",M3.2.0/2,M11.1.0/2" is added: second Sunday of March to first Sunday of November, at 02:00.
  *  ("EST5EDT", "us") gives "EST+5EDT,M3.2.0/2,M11.1.0/2"; ("GMT0", "gb") gives "GMT+0".
  *
- *  @param zone      configured zone; when it or @p country is empty, the text is "UNK"
+ *  @param zone      configured zone; when it or @p country is empty, the result is "UNK"
  *  @param country   country code
- *  @param[out] buf  room for @p size bytes; may be @p zone
- *  @param size      room in bytes, terminator included
- *  @return length of the whole text, which is truncated when the length is not below @p size
+ *  @param[out] buf  at least @p size bytes; may be @p zone
+ *  @param size      size of @p buf in bytes, terminator included
+ *  @return length of the whole string, which is truncated when the length is not below @p size
  */
 TALVERA_API int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size)
     TALVERA_NONNULL(1, 2);
@@ -176,9 +175,9 @@ TALVERA_API int get_posix_timezone(const char *zone, const char *country, char *
  *  gives "-". Do not pass such zones.
  *
  *  @param[in,out] tz  TZ value; cut at its first "," in place
- *  @param[out] buf    room for @p size bytes; may be @p tz
- *  @param size        room in bytes, terminator included
- *  @return length of the whole text, which is truncated when the length is not below @p size
+ *  @param[out] buf    at least @p size bytes; may be @p tz
+ *  @param size        size of @p buf in bytes, terminator included
+ *  @return length of the whole string, which is truncated when the length is not below @p size
  */
 TALVERA_API int convert_tz_from_posix(char *tz, char *buf, size_t size) TALVERA_NONNULL(1);
 
@@ -189,9 +188,9 @@ TALVERA_API int convert_tz_from_posix(char *tz, char *buf, size_t size) TALVERA_
  *
  *  @param clock_set  "1" when the clock is set; anything else gives the unknown time
  *                    "0001-01-01T00:00:00Z"
- *  @param[out] buf   room for @p size bytes; 26 suffice for years up to 9999
- *  @param size       room in bytes, terminator included
- *  @return length of the whole text, which is truncated when the length is not below @p size
+ *  @param[out] buf   at least @p size bytes; 26 suffice for years up to 9999
+ *  @param size       size of @p buf in bytes, terminator included
+ *  @return length of the whole string, which is truncated when the length is not below @p size
  */
 TALVERA_API int get_soap_datetimestr(const char *clock_set, char *buf, size_t size)
     TALVERA_NONNULL(1);

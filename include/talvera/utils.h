@@ -4,8 +4,8 @@
  *
  *  @include utils.c
  *
- *  The file functions keep no state and do not log: a failure is the return value, with errno as
- *  the failing system call (POSIX, Linux) left it. The caller frees returned heap blocks with
+ *  The file functions keep no state and do not log. They report a failure in the return value, with
+ *  the errno of the failing system call (POSIX, Linux). The caller frees returned heap blocks with
  *  free() unless an entry names another function.
  *
  *  A path built from two parts ("directory/name") is truncated to 4095 characters, a path built
@@ -63,24 +63,25 @@ TALVERA_API int uf_get_dirent_list(const char *directory, struct dirent ***list)
  */
 TALVERA_API void uf_free_dirent_list(struct dirent ***list, int count);
 
-/** Checks whether a list has an entry of a name.
+/** Checks whether a list contains an entry with the given name.
  *
- *  @param list   entries from uf_get_dirent_list()
+ *  @param list   entries from uf_get_dirent_list(); may be null when @p count is below 1
  *  @param count  number of entries to search
  *  @param name   the name
  *  @return 1 if one of them is named exactly @p name, otherwise 0; 0 when @p count is below 1
  */
-TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name);
+TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name)
+    TALVERA_NONNULL(3);
 
 /** Counts the entries whose names satisfy a predicate.
  *
- *  @param list       entries from uf_get_dirent_list()
+ *  @param list       entries from uf_get_dirent_list(); may be null when @p count is below 1
  *  @param count      number of entries to test
  *  @param predicate  called once with the name of each
  *  @return number of calls that returned non-zero; 0 when @p count is below 1
  */
 TALVERA_API int uf_filtered_file_count(struct dirent *const *list, int count,
-                                       int (*predicate)(const char *name));
+                                       int (*predicate)(const char *name)) TALVERA_NONNULL(3);
 
 /** @}
  *  @name Reading and writing
@@ -104,8 +105,8 @@ TALVERA_API long uf_fsize(int fd);
 
 /** Reads a whole file.
  *
- *  If the file shrinks after its size was taken, the call keeps reading until the bytes are there.
- *  A file of 2 GiB or more fails with EFBIG.
+ *  If the file shrinks after its size is determined, the call does not return until the missing
+ *  bytes appear. A file of 2 GiB or more fails with EFBIG.
  *
  *  @param directory    path of the directory
  *  @param name         name of the file in it
@@ -122,7 +123,7 @@ TALVERA_API int uf_readall(const char *directory, const char *name, unsigned cha
 /** Reads exactly @p size bytes, continuing after short reads and EINTR.
  *
  *  @param fd        open descriptor, read from its current position
- *  @param[out] buf  room for @p size bytes
+ *  @param[out] buf  at least @p size bytes
  *  @param size      number of bytes to read, at most INT_MAX; 0 returns 0 immediately
  *  @return number of bytes read, fewer than @p size only at end of file; -1 with errno set on any
  *          other failure, even if some bytes were already read
@@ -184,7 +185,7 @@ TALVERA_API int file_diff(const char *path1, const char *path2) TALVERA_NONNULL(
 TALVERA_API int file_access(const char *format, int mode, ...) TALVERA_PRINTF(1, 3);
 
 /** Removes the target of a symbolic link; the link itself stays. A path that is not a symbolic link
- *  is left alone.
+ *  is not removed.
  *
  *  A relative target is resolved against the current directory. Only the first 128 characters of
  *  the target count: for a longer one, the file that those characters name is removed.
@@ -201,7 +202,7 @@ TALVERA_API int file_delete(const char *path);
  *  @param path    the file
  *  @param flags   flags for open(), such as O_WRONLY | O_TRUNC
  *  @param mode    creation mode, before the umask
- *  @param string  text to write, without its terminator; null gives -1 (EINVAL)
+ *  @param string  string to write, without its terminator; null gives -1 (EINVAL)
  *  @return number of bytes written, which may be fewer than the string has; -1 with errno set
  */
 TALVERA_API int file_write_string(const char *path, int flags, mode_t mode, const char *string)
@@ -211,7 +212,7 @@ TALVERA_API int file_write_string(const char *path, int flags, mode_t mode, cons
  *  A missing file is not created. Note the argument order: the format's arguments come last.
  *
  *  @param path_format  printf format of the path
- *  @param string       text to append; null gives -1 (EINVAL)
+ *  @param string       string to append; null gives -1 (EINVAL)
  *  @return number of bytes written, which may be fewer than the string has; -1 with errno set
  */
 TALVERA_API int file_append_write(const char *path_format, const char *string, ...)
@@ -221,7 +222,7 @@ TALVERA_API int file_append_write(const char *path_format, const char *string, .
  *  umask) or emptying it.
  *
  *  @param path_format  printf format of the path
- *  @param string       text to write; null gives -1 (EINVAL)
+ *  @param string       string to write; null gives -1 (EINVAL)
  *  @return number of bytes written, which may be fewer than the string has; -1 with errno set
  */
 TALVERA_API int file_create_write(const char *path_format, const char *string, ...)
@@ -243,13 +244,13 @@ TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
 
 /** Reads the first line of a sysfs attribute.
  *
- *  The text is cut at its first carriage return or line feed and not otherwise terminated: pass a
+ *  The string is cut at its first carriage return or line feed and not otherwise terminated: pass a
  *  zeroed buffer and a @p size at least one byte below its size. Note the argument order: the
- *  format's arguments come last. A read error is logged to syslog at LOG_WARNING ("error reading
- *  sysfs attribute (<path>)").
+ *  format's arguments come last. A read error is logged to syslog at LOG_WARNING
+ *  ("error reading sysfs attribute (<path>)").
  *
  *  @param path_format  printf format of the path, which is truncated to 255 characters
- *  @param[out] buf     room for @p size bytes; null is a programming error and aborts the process
+ *  @param[out] buf     at least @p size bytes; null is a programming error and aborts the process
  *                      in every build
  *  @param size         maximum number of bytes to read
  *  @return number of bytes read, including those cut off; -1 with errno set when the file cannot be
@@ -264,7 +265,7 @@ TALVERA_API int sysfs_get_attr(const char *path_format, char *buf, size_t size, 
  *  LOG_INFO, "error writing sysfs attribute (<path>)" at LOG_WARNING.
  *
  *  @param path_format  printf format of the path, which is truncated to 255 characters
- *  @param value        text to write; no line feed is added
+ *  @param value        string to write; no line feed is added
  *  @return 0; 1 with errno set when the file cannot be opened or the kernel refuses the value
  */
 TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) TALVERA_PRINTF(1, 3)
@@ -283,7 +284,8 @@ TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
 /** @}
  *  @name Persistent files
- *  These functions run the tool "/sbin/pfs" with sdb_system(). Paths go to the shell as they are.
+ *  These functions run the tool "/sbin/pfs" with sdb_system(); pfs_newbox() finds pfs through PATH.
+ *  Paths are inserted unquoted into a shell command: never pass untrusted input.
  *  @{ */
 
 /** Marks a clearing (factory reset) as in progress, until the process ends: from now on, in this
@@ -296,11 +298,11 @@ TALVERA_API void pfs_clearing_set(void);
  */
 TALVERA_API int pfs_newbox(void);
 
-/** Runs "/sbin/pfs -r <line>" for each line of "/sbin/pfs -l" that contains a text.
+/** Runs "/sbin/pfs -r <line>" for each line of "/sbin/pfs -l" that contains a string.
  *
- *  @param substring  text to find, ignoring case; null or empty matches every line
+ *  @param substring  string to find, ignoring case; null or empty matches every line
  *  @return the result of pclose() for the listing, which is -1 (ECHILD) when the handler that
- *          process_start() installs collected it first; 0 when it could not be started
+ *          process_start() installs reaped it first; 0 when it could not be started
  */
 TALVERA_API int pfs_forget_files(const char *substring);
 
@@ -330,7 +332,7 @@ TALVERA_API int pfs_commit(void);
 
 /** Reads random bytes from "/dev/random", which may block (random(4)).
  *
- *  @param[out] buf  room for @p size bytes; a byte that cannot be read, as when a signal interrupts
+ *  @param[out] buf  at least @p size bytes; a byte that cannot be read, as when a signal interrupts
  *                   the wait, becomes 0xFF
  *  @param size      number of bytes to read
  *  @return 0; -1 with errno set when the device cannot be opened
@@ -339,7 +341,7 @@ TALVERA_API int rand_read(void *buf, size_t size);
 
 /** Reads random bytes from "/dev/urandom", which does not block.
  *
- *  @param[out] buf  room for @p size bytes; a byte that cannot be read becomes 0xFF
+ *  @param[out] buf  at least @p size bytes; a byte that cannot be read becomes 0xFF
  *  @param size      number of bytes to read
  *  @return 0; -1 with errno set when the device cannot be opened
  */
@@ -347,26 +349,26 @@ TALVERA_API int urand_read(void *buf, size_t size);
 
 /** Returns a random number from "/dev/random", which may block.
  *
- *  @return the number, its first byte read being the highest; all ones, which is also a valid
- *          number, when the device cannot be opened
+ *  @return the number, most significant byte first; all ones, which is also a valid number, when
+ *          the device cannot be opened
  */
 TALVERA_API uint32_t rand_generate_uint32(void);
 
 /** Returns a random number from "/dev/urandom", which does not block.
  *
- *  @return the number, its first byte read being the highest; all ones, which is also a valid
- *          number, when the device cannot be opened
+ *  @return the number, most significant byte first; all ones, which is also a valid number, when
+ *          the device cannot be opened
  */
 TALVERA_API uint32_t urand_generate_uint32(void);
 
 /** @} */
 
-/** Resolves a host name to the text of its first address.
+/** Resolves a host name to its first address as a string.
  *
- *  @param name      host name, or an address as text
- *  @param[out] buf  room for @p size bytes (INET_ADDRSTRLEN suffices); empty when the look-up fails
+ *  @param name      host name, or an address as a string
+ *  @param[out] buf  at least @p size bytes (INET_ADDRSTRLEN suffices); empty when the look-up fails
  *                   and when the address does not fit
- *  @param size      room in bytes
+ *  @param size      size of @p buf in bytes
  *  @return 0 when the name was found; otherwise the result of gethostbyname_r(), or its h_errno
  *          value (such as HOST_NOT_FOUND, netdb.h)
  */

@@ -90,7 +90,7 @@ TALVERA_API unsigned int ust_longest_strlen(const struct ust_table *table) TALVE
 
 /** @}
  *  @name Formatters
- *  The p_ functions return the text, for use as a printf() argument.
+ *  The p_ functions return the string, for use as a printf() argument.
  *  @{ */
 
 /** Formats a switch.
@@ -102,7 +102,7 @@ TALVERA_API const char *p_bool(int value);
 
 /** Formats an IPv4 address as a dotted quad.
  *
- *  @param[out] buf  room for 20 bytes
+ *  @param[out] buf  at least 20 bytes
  *  @param address   in network byte order
  *  @return @p buf
  */
@@ -110,7 +110,7 @@ TALVERA_API char *p_ipad(char *buf, in_addr_t address) TALVERA_NONNULL(1);
 
 /** Formats a number in decimal, intentionally always as unsigned: -1 gives "4294967295".
  *
- *  @param[out] buf  room for 11 bytes
+ *  @param[out] buf  at least 11 bytes
  *  @param value     the number
  *  @return @p buf
  */
@@ -118,7 +118,7 @@ TALVERA_API char *p_int(char *buf, unsigned int value) TALVERA_NONNULL(1);
 
 /** Formats a time as strftime() does for "%a %b %d %H:%M:%S %Z %Y".
  *
- *  @param[out] buf  room for 64 bytes; unchanged when @p time is 0; an empty string when the text
+ *  @param[out] buf  at least 64 bytes; unchanged when @p time is 0; an empty string when the result
  *                   does not fit or the time has no calendar date
  *  @param time      seconds since 1970
  *  @return @p buf; the constant "(never)" when @p time is 0
@@ -127,7 +127,7 @@ TALVERA_API const char *p_time(char *buf, time_t time) TALVERA_NONNULL(1);
 
 /** Formats a duration, such as "3.045 seconds".
  *
- *  @param[out] buf      room for 40 bytes
+ *  @param[out] buf      at least 40 bytes
  *  @param seconds       whole seconds
  *  @param microseconds  shown as milliseconds, truncated, with at least three digits; not carried
  *                       into the seconds, and a negative number shows as a huge one
@@ -150,9 +150,9 @@ TALVERA_API extern const char *const enum_ad_states[7];
 /** Formats a time as strftime() does for "%x %X %p". Note the argument order.
  *
  *  @param time      the time
- *  @param[out] buf  room for 80 bytes; an empty string when the text does not fit or the time has
+ *  @param[out] buf  at least 80 bytes; an empty string when the result does not fit or the time has
  *                   no calendar date
- *  @return length of the text
+ *  @return length of the string
  */
 TALVERA_API size_t mkstr_date(time_t time, char *buf) TALVERA_NONNULL(2);
 
@@ -179,10 +179,10 @@ TALVERA_API char *mkstr_long(char **slot, long value) TALVERA_NONNULL(1);
  */
 TALVERA_API char *mkstr_ulong(char **slot, unsigned long value) TALVERA_NONNULL(1);
 
-/** Stores a copy of a text.
+/** Stores a copy of a string.
  *
  *  @param[in,out] slot  address of the pointer to the string
- *  @param text          the text, which may be, or lie in, the previous string; or null
+ *  @param text          the string, which may be, or point into, the previous string; or null
  *  @return the new string; null when @p text is null or memory runs out
  */
 TALVERA_API char *mkstr_string(char **slot, const char *text) TALVERA_NONNULL(1);
