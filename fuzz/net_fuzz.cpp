@@ -1,5 +1,5 @@
-// Datagrams of netlink messages and work files of traceroute, with any content. Whatever a handler is
-// given is read to its last byte.
+// Datagrams of netlink messages and work files of traceroute, with any content. Whatever a handler
+// is given is read to its last byte.
 #include "fuzz/fuzz.h"
 
 #include <cstdio>

@@ -106,7 +106,7 @@ TALVERA_API int nvram_exit(const char *path);
  *  @param[out] status  the status
  *  @return 0; -1 with errno set on failure, EINVAL when ::nvram_shmid is negative
  */
-TALVERA_API int nvram_stat(struct shmid_ds *status) TALVERA_NONNULL(1);
+TALVERA_API int nvram_stat(struct shmid_ds *status);
 
 /** Locks the segment ::nvram_shmid into memory (shmctl() with SHM_LOCK). It does not exclude other
  *  processes.

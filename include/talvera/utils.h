@@ -67,11 +67,10 @@ TALVERA_API void uf_free_dirent_list(struct dirent ***list, int count);
  *
  *  @param list   entries from uf_get_dirent_list(); may be null when @p count is below 1
  *  @param count  number of entries to search
- *  @param name   the name
+ *  @param name   the name; may be null when @p count is below 1
  *  @return 1 if one of them is named exactly @p name, otherwise 0; 0 when @p count is below 1
  */
-TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name)
-    TALVERA_NONNULL(3);
+TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name);
 
 /** Counts the entries whose names satisfy a predicate.
  *
@@ -81,7 +80,7 @@ TALVERA_API int uf_contains_file_by_name(struct dirent *const *list, int count, 
  *  @return number of calls that returned non-zero; 0 when @p count is below 1
  */
 TALVERA_API int uf_filtered_file_count(struct dirent *const *list, int count,
-                                       int (*predicate)(const char *name)) TALVERA_NONNULL(3);
+                                       int (*predicate)(const char *name));
 
 /** @}
  *  @name Reading and writing

@@ -83,7 +83,7 @@ std::string Call::pointer(const void *p, bool is_text) {
   }
   for (const auto &[name, known] : symbols())
     if (known == p) return name;
-  return is_text ? quoted(std::string(address) + '\0') : "new";
+  return is_text ? in_quotes(std::string(address) + '\0') : "new";
 }
 
 std::string Call::outcome() {

@@ -139,7 +139,7 @@ std::string show(Call &call, const T &value) {
     const std::string_view text = bytes.substr(0, bytes.find('\0'));
     const bool is_text =
         std::same_as<std::remove_all_extents_t<T>, char> && text.size() < sizeof value;
-    return is_text ? quoted(std::string(text) + '\0') : quoted(bytes, true);
+    return is_text ? in_quotes(std::string(text) + '\0') : in_quotes(bytes, true);
   } else if constexpr (std::is_pointer_v<T>) {
     return call.pointer(reinterpret_cast<const void *>(value), Byte<std::remove_pointer_t<T>>);
   } else if constexpr (Fielded<T>) {
@@ -252,7 +252,7 @@ class Arg<T *> {
   }
   void print(Call &call) {
     if constexpr (kBytes && !std::is_const_v<T>) {
-      if (memory_.changed()) call.print(quoted(memory_.written(), !std::same_as<Target, char>));
+      if (memory_.changed()) call.print(in_quotes(memory_.written(), !std::same_as<Target, char>));
     } else if constexpr (kShown) {
       // Named records have their own way to be shown.
       if (memory_.data() == nullptr || (value_.kind == Value::kObject && std::is_class_v<Target>)) {
@@ -306,7 +306,7 @@ class Arg<HandedOut<kOwned> &> {
       call.print(untouched ? "_" : "null " + std::to_string(value_.length));
       return;
     }
-    call.print(quoted({reinterpret_cast<char *>(value_.data), value_.length}, true));
+    call.print(in_quotes({reinterpret_cast<char *>(value_.data), value_.length}, true));
     if (kOwned) std::free(value_.data);
   }
 

@@ -158,7 +158,7 @@ DIRECTIVE(mode, [](const std::string &path) {
   std::snprintf(text, sizeof text, "%#o", static_cast<unsigned>(status.st_mode & 07777U));
   return std::string(text);
 });
-DIRECTIVE(content, [](const std::string &path) { return quoted(read_file(path)); });
+DIRECTIVE(content, [](const std::string &path) { return in_quotes(read_file(path)); });
 
 }  // namespace
 }  // namespace talvera::test

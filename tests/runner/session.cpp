@@ -56,7 +56,7 @@ std::string taken(int fd) {
 
 // A call as it is, unless that could not be read: then as a text.
 std::string in_brackets(const std::string &call) {
-  const std::string text = quoted(call + '\0');
+  const std::string text = in_quotes(call + '\0');
   const bool plain = text == '"' + call + '"' && call.find('\'') == call.npos;
   return '[' + (plain ? call : text) + ']';
 }
@@ -140,14 +140,14 @@ std::vector<std::string> Session::effects() {
   for (const int fd : {STDOUT_FILENO, STDERR_FILENO}) {
     const std::string text = taken(captured[static_cast<std::size_t>(fd - 1)]);
     if (!text.empty()) {
-      found.push_back((fd == STDOUT_FILENO ? "out " : "err ") + quoted(shown(text) + '\0'));
+      found.push_back((fd == STDOUT_FILENO ? "out " : "err ") + in_quotes(shown(text) + '\0'));
     }
   }
   for (; lines_seen_ < system.log().size(); ++lines_seen_) {
     const LogLine &line = system.log()[lines_seen_];
     if (silent) continue;
     found.push_back(line.channel + '.' + level_name(line.level) + ' ' +
-                    quoted(shown(line.text) + '\0'));
+                    in_quotes(shown(line.text) + '\0'));
   }
   for (; calls_seen_ < system.calls().size(); ++calls_seen_) {
     const std::string &call = system.calls()[calls_seen_];

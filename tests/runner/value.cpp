@@ -329,7 +329,7 @@ std::map<std::string, std::int64_t> named(const char *list,
   return names;
 }
 
-std::string quoted(std::string_view bytes, bool prefer_hex) {
+std::string in_quotes(std::string_view bytes, bool prefer_hex) {
   const bool terminated = bytes.ends_with('\0');
   std::string_view shown = bytes.substr(0, bytes.size() - (terminated ? 1 : 0));
   const bool hex = prefer_hex && std::any_of(shown.begin(), shown.end(), [](unsigned char c) {

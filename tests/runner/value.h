@@ -48,7 +48,7 @@ std::string trimmed(std::string_view text);
 
 // Bytes as a table writes them: "text" with a terminator, b"bytes" without one; with `prefer_hex`
 // as x"00FF" when a byte is not printable.
-std::string quoted(std::string_view bytes, bool prefer_hex = false);
+std::string in_quotes(std::string_view bytes, bool prefer_hex = false);
 
 // Runs of equal tokens, or of equal pairs and triples, as token*2 or (one two)*2; the others as
 // they are, with `separator` between.

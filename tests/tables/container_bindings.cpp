@@ -63,7 +63,7 @@ std::string shown(const list_obj &list) {
     if (data.size() == (list.count - 1) / 2) middle = element;
     const void *const datum = element->data;
     const bool copied = list.attrs.copy_data != 0 && datum != nullptr;
-    data.push_back(copied ? quoted({static_cast<const char *>(datum), list.attrs.meter(datum)})
+    data.push_back(copied ? in_quotes({static_cast<const char *>(datum), list.attrs.meter(datum)})
                           : std::to_string(number(datum)));
   }
   const list_elem &head = *list.head, &tail = *list.tail;

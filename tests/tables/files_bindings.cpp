@@ -49,7 +49,7 @@ struct Loaded {
       char line[80];
       std::snprintf(line, sizeof line, "%d:%d:%x:%s", item.order, item.enable, item.flags,
                     item.name);
-      text += (text.empty() ? "" : " ") + quoted({line, std::strlen(line) + 1});
+      text += (text.empty() ? "" : " ") + in_quotes({line, std::strlen(line) + 1});
     }
     return {set->version, text};
   }
@@ -113,7 +113,7 @@ BIND_AS(sync, [](Call &call) {
   const TempDir &folder = call.session().folder();
   if (call.has_more()) folder.write(".order", call.take().bytes.c_str());
   const int result = of_sync_dbfile(listed, folder.path().c_str(), ".order");
-  return std::to_string(result) + ' ' + quoted(read_file(folder / ".order") + '\0');
+  return std::to_string(result) + ' ' + in_quotes(read_file(folder / ".order") + '\0');
 });
 
 // As it is defined: one move after the other.
@@ -159,7 +159,7 @@ BIND_AS(list_that_differs, []() -> std::string {
       of_serialize(current.set, aside.path().c_str(), "expected");
       if (of_sync_dbfile(listed, dir, ".order") != 0 ||
           read_file(folder / ".order") != read_file(aside / "expected"))
-        return quoted(list + '\0');
+        return in_quotes(list + '\0');
     }
   }
   return "none";

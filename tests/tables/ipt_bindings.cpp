@@ -81,7 +81,7 @@ std::string words(Call &call, const ipt_rule *rule, std::size_t first, std::size
   std::string found, word;
   for (std::size_t i = 0; std::getline(line, word, ' '); ++i)
     if (i >= first && i - first < count) found += (i > first ? " " : "") + word;
-  return quoted(found + '\0');
+  return in_quotes(found + '\0');
 }
 
 BIND(ipt_simplerule_init, ipt_rule_init, ipt_rule_free, ipt_rule_compare, ipt_target_string,
@@ -133,7 +133,7 @@ DIRECTIVE(print_when_run,
 
 // A heap text, which is freed.
 std::string taken(char *text) {
-  const std::string shown = text != nullptr ? quoted(std::string(text) + '\0') : "null";
+  const std::string shown = text != nullptr ? in_quotes(std::string(text) + '\0') : "null";
   std::free(text);
   return shown;
 }

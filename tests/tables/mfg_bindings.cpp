@@ -40,7 +40,8 @@ DIRECTIVE(record, [](Call &call) {
 });
 // All of the file.
 DIRECTIVE(stored, [](Call &call) {
-  return quoted(read_file(call.session().system.platform().flash_directory() + "/mfg.dat"), true);
+  return in_quotes(read_file(call.session().system.platform().flash_directory() + "/mfg.dat"),
+                   true);
 });
 // Somebody else mounts the partition.
 DIRECTIVE(mount, [](Call &call) {
@@ -54,13 +55,13 @@ DIRECTIVE(give_driver, [](Call &call) {
 });
 DIRECTIVE(driver, [](Call &call) {
   const auto &held = call.session().system.platform().calibration;
-  return held ? quoted(std::string(held->begin(), held->end()), true) : "nothing";
+  return held ? in_quotes(std::string(held->begin(), held->end()), true) : "nothing";
 });
 DIRECTIVE(identity, [](Call &call) {
   const auto &held = call.session().system.platform().identity;
   if (!held) return std::string("none");
-  return std::to_string(held->device_type) + ' ' + quoted({held->serial, sizeof held->serial}) +
-         ' ' + quoted({reinterpret_cast<const char *>(held->mac), 6}, true) + ' ' +
+  return std::to_string(held->device_type) + ' ' + in_quotes({held->serial, sizeof held->serial}) +
+         ' ' + in_quotes({reinterpret_cast<const char *>(held->mac), 6}, true) + ' ' +
          std::to_string(held->mac_count);
 });
 
@@ -192,7 +193,7 @@ BIND_AS(copy_of, [](const ccert_toc_item *items) {
   std::memcpy(words, start, sizeof words);
   std::string text = std::to_string(words[0]) + ' ' + std::to_string(words[2]);
   for (std::uint32_t i = 0; i < words[1]; ++i)
-    text += ' ' + quoted({start + items[i].offset, items[i].length});
+    text += ' ' + in_quotes({start + items[i].offset, items[i].length});
   return text;
 });
 BIND_AS(free_copy, [](ccert_toc_item *items) { std::free(reinterpret_cast<char *>(items) - 12); });

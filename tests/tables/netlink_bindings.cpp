@@ -80,8 +80,8 @@ DIRECTIVE(sent, [](Call &call) {
   for (const std::string &bytes : std::exchange(netlink(call).kernel.sent, {})) {
     parts.push_back(shown<nlmsghdr>(call, bytes.data()));
     if (bytes.size() < 24) continue;
-    parts.push_back(quoted(bytes.substr(16, 4), true) + ' ' + shown<nlattr>(call, &bytes[20]) +
-                    ' ' + quoted(bytes.substr(24), true));
+    parts.push_back(in_quotes(bytes.substr(16, 4), true) + ' ' + shown<nlattr>(call, &bytes[20]) +
+                    ' ' + in_quotes(bytes.substr(24), true));
   }
   return parts.empty() ? "nothing" : collapsed(parts, " ");
 });
@@ -93,7 +93,7 @@ BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
      nfnetlink_subsys_close, nfnetlink_msg_pack, nfnetlink_msg_unpack, nfnetlink_send,
      nfnetlink_send_wait_ack, nfnetlink_receive);
 DIRECTIVE(message, [](Call &call, const char *message, unsigned size) {
-  return shown<nlmsghdr>(call, message) + ' ' + quoted({message + 16, size - 16});
+  return shown<nlmsghdr>(call, message) + ' ' + in_quotes({message + 16, size - 16});
 });
 // Sends a request of the handle's sequence number.
 BIND_AS(send_wait_ack, [](nfnetlink_handle *handle) {

@@ -28,14 +28,14 @@ Entry *entries() {
 
 std::string shown(const char *field, std::size_t size) {
   const std::string_view bytes(field, size);
-  return quoted(std::string(bytes.substr(0, bytes.find_last_not_of('\0') + 1)) + '\0');
+  return in_quotes(std::string(bytes.substr(0, bytes.find_last_not_of('\0') + 1)) + '\0');
 }
 
 BIND(nvram_init, nvram_open, nvram_id, nvram_attach, nvram_detach, nvram_exit, nvram_stat,
      nvram_lock, nvram_unlock, nvram_set, nvram_get, nvram_unset, nvram_show_all);
 BIND_AS(get, [](const char *name) {
   const char *const value = nvram_get(name);
-  return value == nullptr ? "none" : quoted({value, strnlen(value, NVRAM_VALUE_SIZE)});
+  return value == nullptr ? "none" : in_quotes({value, strnlen(value, NVRAM_VALUE_SIZE)});
 });
 // Sets a pair to its own value from the character `from` on.
 BIND_AS(set_own,

@@ -157,7 +157,7 @@ DIRECTIVE(issue, [](Call &call, const std::string &name) {
   if (X509_sign(made, signer, digest) == 0) throw TableError("cannot sign");
   const std::string der = encoded(made, i2d_X509);
   call.session().folder().write(name + ".der", der);
-  call.session().values[name] = quoted(der, true);
+  call.session().values[name] = in_quotes(der, true);
   std::FILE *const pem = std::fopen((call.session().folder() / (name + ".pem")).c_str(), "w");
   PEM_write_X509(pem, made);
   std::fclose(pem);

@@ -30,7 +30,7 @@ BIND_AS(is_encoded, [](const char *text) {
 BIND_AS(decode_in_place, [](char *text) {
   auto size = static_cast<unsigned>(std::strlen(text));
   const int result = base64_decode(text, size, reinterpret_cast<unsigned char *>(text), &size);
-  return std::to_string(result) + ' ' + quoted({text, size});
+  return std::to_string(result) + ' ' + in_quotes({text, size});
 });
 // All tokens of a text, and what is left of the cursor.
 BIND_AS(token_extract, [](Call &call, char *text) {

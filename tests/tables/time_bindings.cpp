@@ -29,7 +29,7 @@ std::string with_all_sizes(Call &call, const char *before, Write write) {
         out.content().substr(size) != rest)
       return "differs with size " + std::to_string(size);
   }
-  return std::to_string(length) + ' ' + quoted(whole + '\0');
+  return std::to_string(length) + ' ' + in_quotes(whole + '\0');
 }
 
 BIND_AS(get_posix_timezone, [](Call &call, const char *zone, const char *country) {
@@ -65,7 +65,7 @@ BIND_AS(offset_characters, [] {
     get_posix_timezone((std::string("ABC5") + c).c_str(), "us", out, sizeof out);
     if (std::strchr(out, ',') == nullptr || c == ',') ending += c;
   }
-  return quoted(starting) + ' ' + quoted(ending);
+  return in_quotes(starting) + ' ' + in_quotes(ending);
 });
 
 // Every day there and back, against the C library: the first one that differs, or none.
