@@ -154,7 +154,9 @@ std::string shake_hands(int fd) {
   if (pipe_signals != 0) text += " SIGPIPE";
   if (sigismember(&pending, SIGPIPE) == 1) text += " pending";
   if (sigismember(&blocked, SIGPIPE) == 1) text += " blocked";
-  if (BIO_get_callback(SSL_get_rbio(ssl)) != nullptr) text += " callback";
+  BIO *const connection = SSL_get_rbio(ssl);
+  if (BIO_get_callback(connection) != nullptr || BIO_get_callback_arg(connection) != nullptr)
+    text += " callback";
   SSL_free(ssl);
   SSL_CTX_free(context);
   return text;
