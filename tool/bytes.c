@@ -93,7 +93,7 @@ void append_escaped(struct bytes *bytes, const void *data, size_t length, const 
   }
 }
 
-/* Takes what follows a backslash; null when it is no escape. */
+/* Takes what follows a backslash; null when it is not an escape. */
 static const char *take_escape(const char *cursor, char *byte) {
   const char *known = *cursor != '\0' ? strchr(escapes, *cursor) : NULL;
 

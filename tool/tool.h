@@ -153,7 +153,7 @@ void number_field(const char *name, long long value);
 void flag_field(const char *name, int value);
 
 /* What switches to a colour or style (such as "1" for bold, "0" for none; ECMA-48, SGR) on
- * `stream`; an empty string where it is no terminal, or NO_COLOR is set. */
+ * `stream`; an empty string when it is not a terminal, or NO_COLOR is set. */
 const char *style(FILE *stream, const char *sgr);
 
 /* ---- Long-running actions (interrupt.c) ------------------------------------------------------ */
