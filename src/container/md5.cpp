@@ -85,8 +85,8 @@ template <typename Mix>
 template <typename Mix, unsigned Number, int S1, int S2, int S3, int S4>
 [[gnu::always_inline]] inline void round(State &state, const Block &block) {
   auto [a, b, c, d] = state;
-  const std::uint32_t *const sines = &kSines[16 * Number];
-  const std::uint8_t *const words = &kWords[16 * Number];
+  const std::uint32_t *const sines = &kSines[std::size_t{16} * Number];
+  const std::uint8_t *const words = &kWords[std::size_t{16} * Number];
   // Unrolled for speed, so that indices and sines become constants; not when optimising for size.
 #ifndef __OPTIMIZE_SIZE__
 #pragma GCC unroll 4

@@ -19,6 +19,11 @@ T load_unaligned(const void *bytes) {
   return static_cast<const Unaligned<T> *>(bytes)->value;
 }
 
+template <typename T>
+void store_unaligned(void *bytes, T value) {
+  static_cast<Unaligned<T> *>(bytes)->value = value;
+}
+
 constexpr std::uint16_t as_big_endian(std::uint16_t value) {
   return std::endian::native == std::endian::big ? value : __builtin_bswap16(value);
 }
@@ -36,11 +41,11 @@ inline std::uint32_t load_be32(const std::uint8_t *bytes) {
 }
 
 inline void store_be16(std::uint8_t *bytes, std::uint16_t value) {
-  reinterpret_cast<Unaligned<std::uint16_t> *>(bytes)->value = as_big_endian(value);
+  store_unaligned(bytes, as_big_endian(value));
 }
 
 inline void store_be32(std::uint8_t *bytes, std::uint32_t value) {
-  reinterpret_cast<Unaligned<std::uint32_t> *>(bytes)->value = as_big_endian(value);
+  store_unaligned(bytes, as_big_endian(value));
 }
 
 }  // namespace talvera

@@ -48,14 +48,16 @@ enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 // The line in the caller's buffer. It cannot overflow: a section adds at most 63 characters, or 63
 // and a name when it fails, and no section follows one that ends after character 191.
 struct Line {
-  char *start;
-  char *end;
+  explicit Line(char *buf) : start(buf), end(buf) {}
 
   void append(const char *text, std::size_t length) {
     std::memcpy(end, text, length);
     end += length;
   }
   [[nodiscard]] std::size_t length() const { return static_cast<std::size_t>(end - start); }
+
+  char *start;
+  char *end;
 };
 
 // Appends the concatenated words; null counts as empty. A section that does not fit is omitted.
@@ -168,7 +170,7 @@ extern "C" const char *ipt_target_string(uint32_t target) {
 }
 
 extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buf) {
-  Line line{buf, buf};
+  Line line(buf);
   const int result = rule != nullptr ? append_all(*rule, line) : IPT_RULE_FAILED;
   *line.end = '\0';
   return result;

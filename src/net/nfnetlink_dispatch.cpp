@@ -27,9 +27,9 @@ constexpr std::uint16_t kUsualAttributes = 64;
 constexpr int kContinue = 1;
 
 // Whether the remaining bytes hold the complete item, whose length includes its header.
-bool is_complete(int left, std::uint32_t item_length, int header_size) {
+bool is_complete(int remaining, std::uint32_t item_length, int header_size) {
   return item_length >= static_cast<std::uint32_t>(header_size) &&
-         item_length <= static_cast<std::uint32_t>(left);
+         item_length <= static_cast<std::uint32_t>(remaining);
 }
 
 // Advances to the next item; false at the end. Padding after the last item is optional.
@@ -135,13 +135,13 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<Bytes>(first);
   while (length >= kAttributeHeaderSize) {
-    const auto size = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
-    if (!is_complete(length, size, kAttributeHeaderSize)) break;
+    const auto item_length = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
+    if (!is_complete(length, item_length, kAttributeHeaderSize)) break;
     const int type =
         talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & kTypeMask;
     const void *start = at;
     if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
-    if (!advance(at, length, size)) break;
+    if (!advance(at, length, item_length)) break;
   }
   return 0;
 }

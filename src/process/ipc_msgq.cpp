@@ -37,7 +37,7 @@ ipc_msgq *make_record(const char *name) {
   auto *queue = static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq)));
   if (queue == nullptr) return nullptr;
   queue->address.sun_family = AF_UNIX;
-  std::memcpy(queue->address.sun_path, name, length);
+  std::memcpy(queue->address.sun_path, name, length + 1);
   return queue;
 }
 

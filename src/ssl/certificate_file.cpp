@@ -118,10 +118,8 @@ struct PemBlock {
 };
 
 bool names_certificate(const char *name) {
-  for (const char *known : {PEM_STRING_X509, PEM_STRING_X509_OLD, PEM_STRING_X509_TRUSTED}) {
-    if (std::strcmp(name, known) == 0) return true;
-  }
-  return false;
+  return std::strcmp(name, PEM_STRING_X509) == 0 || std::strcmp(name, PEM_STRING_X509_OLD) == 0 ||
+         std::strcmp(name, PEM_STRING_X509_TRUSTED) == 0;
 }
 
 // The first certificate, plain or with trust settings. Rejects an encrypted one (with a header),
