@@ -110,7 +110,7 @@ lint:
 faults:
 	@scripts/setup --check test
 	@scripts/build dev talvera_faults
-	ctest --preset dev -R '^faults$$'
+	ctest --preset dev -R '^faults'
 
 # Seconds for each fuzz target.
 FUZZ_SECONDS ?= 60
