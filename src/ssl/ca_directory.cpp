@@ -33,8 +33,8 @@ bool is_taken(const char *path) {
 }
 
 bool is_dangling_link(const char *path) {
-  struct stat status;
-  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !target_exists(path);
+  char target;
+  return readlink(path, &target, 1) >= 0 && !target_exists(path);
 }
 
 // Intentionally ignores failures and does not number links: an existing link of the same hash
@@ -70,7 +70,7 @@ void remove_dangling_links() {
 }
 
 int remove_links(const char *link_path) {
-  if (!is_taken(link_path) || unlink(link_path) != 0) return 0;
+  if (unlink(link_path) != 0) return 0;
   remove_dangling_links();
   return 1;
 }
