@@ -2,10 +2,8 @@
 #include <openssl/objects.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstddef>
-#include <cstring>
 
 #include "internal/owners.h"
 #include "internal/wipe.h"
@@ -16,7 +14,7 @@
 namespace talvera::ssl {
 namespace {
 
-int subject_text(X509 *certificate, int nid, char *buffer, int size) {
+int subject_text(X509 *certificate, char *buffer, int size, int nid) {
   X509_NAME *subject = X509_get_subject_name(certificate);
   if (size >= 1) return X509_NAME_get_text_by_NID(subject, nid, buffer, size);
   return X509_NAME_get_index_by_NID(subject, nid, -1) < 0 ? -1 : 0;
@@ -24,17 +22,15 @@ int subject_text(X509 *certificate, int nid, char *buffer, int size) {
 
 // Prints a date and intentionally releases it with free() in every case: callers expect that
 // querying a date uses up the certificate.
-int print_and_free_date(ASN1_TIME *date, char *buffer, int length) {
+int print_and_free_date(X509 *certificate, char *buffer, int length, bool end) {
+  ASN1_TIME *date = end ? X509_get_notAfter(certificate) : X509_get_notBefore(certificate);
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> owner(date);
   const ErrorQueueSaver errors;
   if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints any date-like text
   const BioPtr text(BIO_new(BIO_s_mem()));
   if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1) return -1;
-  char *printed = nullptr;
-  const long printed_length = BIO_get_mem_data(text.get(), &printed);
-  const int count = static_cast<int>(std::min<long>(printed_length, length));
-  std::memcpy(buffer, printed, static_cast<std::size_t>(count));
+  const int count = BIO_read(text.get(), buffer, length);
   buffer[count] = '\0';  // intentionally at buffer[length] when truncated
   return count;
 }
@@ -72,25 +68,25 @@ extern "C" int uc_get_cert_data_from_file(unsigned char **data, const char *dir,
 }
 
 extern "C" int uc_get_common_name(X509 *cert, char *buf, int size) {
-  return subject_text(cert, NID_commonName, buf, size);
+  return subject_text(cert, buf, size, NID_commonName);
 }
 
 extern "C" int uc_get_serial_number(X509 *cert, char *buf, int size) {
-  return subject_text(cert, NID_serialNumber, buf, size);
+  return subject_text(cert, buf, size, NID_serialNumber);
 }
 
 extern "C" int uc_get_organization_name(X509 *cert, char *buf, int size) {
-  return subject_text(cert, NID_organizationName, buf, size);
+  return subject_text(cert, buf, size, NID_organizationName);
 }
 
 extern "C" int uc_get_organizational_unit_name(X509 *cert, char *buf, int size) {
-  return subject_text(cert, NID_organizationalUnitName, buf, size);
+  return subject_text(cert, buf, size, NID_organizationalUnitName);
 }
 
 extern "C" int uc_get_notbefore(X509 *cert, char *buf, int size) {
-  return print_and_free_date(X509_get_notBefore(cert), buf, size);
+  return print_and_free_date(cert, buf, size, false);
 }
 
 extern "C" int uc_get_notafter(X509 *cert, char *buf, int size) {
-  return print_and_free_date(X509_get_notAfter(cert), buf, size);
+  return print_and_free_date(cert, buf, size, true);
 }
