@@ -34,13 +34,12 @@ bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &
   const time_t left = deadline.seconds_left();
   if (left <= 0) return false;
   if (budget.tv_sec >= left) budget = {left, 0};
-  fd_set none;
-  FD_ZERO(&none);
-  fd_set wanted = none;
+  fd_set wanted;
+  FD_ZERO(&wanted);
   FD_SET(fd, &wanted);
   fd_set exceptional = wanted;
-  return select(fd + 1, for_reading ? &wanted : &none, for_reading ? &none : &wanted, &exceptional,
-                &budget) > 0 &&
+  return select(fd + 1, for_reading ? &wanted : nullptr, for_reading ? nullptr : &wanted,
+                &exceptional, &budget) > 0 &&
          !FD_ISSET(fd, &exceptional);
 }
 
@@ -53,8 +52,10 @@ bool has_network_time() {
   return decimal32(flag) != 0;
 }
 
-// Rejects a name that contains a NUL, which would compare as its first part only.
+// Rejects a name that contains a NUL, which would compare as its first part only. False without a
+// certificate.
 bool has_common_name(X509 *certificate, const char *expected) {
+  if (certificate == nullptr) return false;
   char name[kNameSize];
   const int length = X509_NAME_get_text_by_NID(X509_get_subject_name(certificate), NID_commonName,
                                                name, sizeof name);
@@ -70,26 +71,20 @@ int ignore_not_yet_valid(int ok, X509_STORE_CTX *verification) {
 
 // Verifies the peer's chain again, ignoring certificates that are not yet valid: the handshake's
 // verification stopped at the first of these, possibly before checking any signature.
-long verify_ignoring_not_yet_valid(SSL *ssl) {
-  const X509Ptr peer(SSL_get_peer_certificate(ssl));
+long verify_ignoring_not_yet_valid(SSL *ssl, X509 *peer) {
   const StoreContextPtr verification(X509_STORE_CTX_new());
-  if (verification == nullptr ||
-      X509_STORE_CTX_init(verification.get(), verify_store(ssl), peer.get(),
-                          SSL_get_peer_cert_chain(ssl)) != 1) {
+  if (verification == nullptr || X509_STORE_CTX_init(verification.get(), verify_store(ssl), peer,
+                                                     SSL_get_peer_cert_chain(ssl)) != 1) {
     return X509_V_ERR_OUT_OF_MEM;
   }
   // As in a handshake.
   X509_STORE_CTX_set_default(verification.get(), "ssl_server");
   X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
   X509_STORE_CTX_set_verify_cb(verification.get(), ignore_not_yet_valid);
-  if (X509_verify_cert(verification.get()) == 1) return X509_V_OK;
+  const bool verified = X509_verify_cert(verification.get()) == 1;
   const long error = X509_STORE_CTX_get_error(verification.get());
+  if (verified) return X509_V_OK;  // the error that was ignored may remain
   return error != X509_V_OK ? error : X509_V_ERR_UNSPECIFIED;
-}
-
-long refuse(long reason) {
-  sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(reason));
-  return openssl_1_0_verify_error(reason);
 }
 
 }  // namespace
@@ -120,17 +115,18 @@ extern "C" int SSL_Nblk_connect(SSL *ssl, int fd) {
 
 extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
   const ErrorQueueSaver errors;
+  const X509Ptr peer(SSL_get_peer_certificate(ssl));
   long result = SSL_get_verify_result(ssl);
   const bool clock_is_right = has_network_time();
   if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) {
     // A resumed session keeps the result of its first handshake and may have lost the chain.
-    result = SSL_session_reused(ssl) == 1 ? X509_V_OK : verify_ignoring_not_yet_valid(ssl);
+    result =
+        SSL_session_reused(ssl) == 1 ? X509_V_OK : verify_ignoring_not_yet_valid(ssl, peer.get());
   }
-  if (result != X509_V_OK) return refuse(result);
-
-  const X509Ptr peer(SSL_get_peer_certificate(ssl));
-  if (peer == nullptr || !has_common_name(peer.get(), expected_name)) {
-    return refuse(X509_V_ERR_CERT_UNTRUSTED);
+  if (result == X509_V_OK) {
+    if (has_common_name(peer.get(), expected_name)) return 0;
+    result = X509_V_ERR_CERT_UNTRUSTED;
   }
-  return 0;
+  sdb_log(SDB_LOG_ERROR, "SSL: %s", X509_verify_cert_error_string(result));
+  return openssl_1_0_verify_error(result);
 }

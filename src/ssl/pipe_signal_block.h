@@ -5,7 +5,6 @@
 #include <time.h>
 
 #include "internal/owners.h"
-#include "internal/signal_block.h"
 
 namespace talvera::ssl {
 
@@ -13,24 +12,25 @@ namespace talvera::ssl {
 class PipeSignalBlock {
  public:
   PipeSignalBlock() {
+    sigemptyset(&pipe_);
+    sigaddset(&pipe_, SIGPIPE);
+    sigprocmask(SIG_BLOCK, &pipe_, &former_);
     sigset_t pending;
     sigpending(&pending);
     was_pending_ = sigismember(&pending, SIGPIPE) == 1;
   }
   ~PipeSignalBlock() {
     const ErrnoSaver saver;
-    if (was_pending_) return;
     constexpr timespec kNoWait = {0, 0};
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
-    sigtimedwait(&pipe, nullptr, &kNoWait);
+    if (!was_pending_) sigtimedwait(&pipe_, nullptr, &kNoWait);
+    sigprocmask(SIG_SETMASK, &former_, nullptr);
   }
   PipeSignalBlock(const PipeSignalBlock &) = delete;
   PipeSignalBlock &operator=(const PipeSignalBlock &) = delete;
 
  private:
-  SignalBlock block_{SIGPIPE};  // ends after the body of the destructor
+  sigset_t pipe_;
+  sigset_t former_;
   bool was_pending_;
 };
 
