@@ -23,15 +23,6 @@ constexpr std::size_t kDownloadedRootSize = 4096;
 constexpr std::size_t kSeedSize = 100;
 constexpr std::size_t kSkuSize = 16;
 
-struct Protocol {
-  const char *version;
-  const SSL_METHOD *(*method)();
-};
-constexpr Protocol kProtocols[] = {
-    {"tls1", tls1_method}, {"tls1.2", tls1_2_method}, {"tls1.1", tls1_1_method},
-    {"ssl3", ssl3_method}, {"dtls1", dtls1_method},
-};
-
 // Seeds the generator with its own output until it reports that it is seeded.
 void seed_random_generator() {
   while (RAND_status() == 0) {
@@ -49,25 +40,24 @@ SSL_CTX *new_context(const char *version) {
     sdb_log(SDB_LOG_ERROR, "SSLClient: SSL/TLS version unsupported.");
     return nullptr;
   }
-  const SSL_METHOD *method = protocol->method();
-  SSL_CTX *context = method != nullptr ? SSL_CTX_new(method) : nullptr;
+  SSL_CTX *context = SSL_CTX_new(protocol->method());
   if (context == nullptr) sdb_log(SDB_LOG_ERROR, "SSLClient: creation of CTX object failed");
   return context;
 }
 
-// The downloaded root, or an invalid descriptor if there is none. Descriptor 0 intentionally counts
-// as invalid and stays open.
-UniqueFd open_downloaded_root() {
-  if (access(kDownloadedRoot, R_OK) != 0) return UniqueFd();
+// The downloaded root, or -1 if there is none. Descriptor 0 intentionally counts as none and stays
+// open.
+int open_downloaded_root() {
+  if (access(kDownloadedRoot, R_OK) != 0) return -1;
   const int fd = open_nonblocking(kDownloadedRoot);
-  return UniqueFd(fd > 0 ? fd : -1);
+  return fd > 0 ? fd : -1;
 }
 
 // Intentionally treats an empty file, and /dev/null, as an installed certificate. A FIFO is treated
 // as unreadable.
-bool install_downloaded_root(SSL_CTX *context, const UniqueFd &file) {
+bool install_downloaded_root(SSL_CTX *context, int fd) {
   unsigned char der[kDownloadedRootSize];
-  const ssize_t length = is_fifo(file.get()) ? ssize_t{-1} : ::read(file.get(), der, sizeof der);
+  const ssize_t length = is_fifo(fd) ? ssize_t{-1} : ::read(fd, der, sizeof der);
   if (length != 0 && SSL_Load_Cert(context, der, static_cast<long>(length)) != 1) {
     sdb_log(SDB_LOG_ERROR, "SSL: Failed to Install Root CA certificate");
     return false;
@@ -91,11 +81,9 @@ bool report_product_roots() {
     return false;
   }
   const int number = decimal32(sku);
-  sdb_log(
-      SDB_LOG_INFO,
-      number == 50 || number == 64
-          ? "SSL: Installed Verisign, Equifax, Thawte, Brio & Arcwy Root CA certificates"
-          : "SSL: Installed Verisign, Equifax, Thawte, Brio, Vasko & Arcwy Root CA certificates");
+  sdb_log(SDB_LOG_INFO,
+          "SSL: Installed Verisign, Equifax, Thawte, Brio%s & Arcwy Root CA certificates",
+          number == 50 || number == 64 ? "" : ", Vasko");
   return true;
 }
 
@@ -120,17 +108,14 @@ bool use_client_identity(SSL_CTX *context) {
 void configure_context(SSL_CTX *context) {
   if (!use_client_identity(context)) return;
   if (SSL_CTX_set_default_verify_paths(context) != 1) return;
-  SSL_CTX_load_verify_locations(context, nullptr, nullptr);
-  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);
-  SSL_CTX_set_mode(context, SSL_MODE_ENABLE_PARTIAL_WRITE);
-  SSL_CTX_set_mode(context, SSL_MODE_AUTO_RETRY);
+  SSL_CTX_set_mode(context, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_AUTO_RETRY);
 }
 
 bool fill_context(SSL_CTX *context) {
   apply_openssl_1_0_policy(context);
   SSL_CTX_set_cipher_list(context, "ALL");
-  const UniqueFd downloaded = open_downloaded_root();
-  if (downloaded.valid() && !install_downloaded_root(context, downloaded)) return false;
+  const UniqueFd downloaded(open_downloaded_root());
+  if (downloaded.valid() && !install_downloaded_root(context, downloaded.get())) return false;
   if (!install_product_roots(context) || !report_product_roots()) return false;
   configure_context(context);
   return true;
@@ -164,9 +149,9 @@ extern "C" SSL_CTX *SSL_initialize(const char *version) {
 }
 
 extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long length) {
-  const ErrorQueueSaver errors;
   const X509Ptr certificate(uc_make_x509(der, length));
   if (certificate == nullptr) return 0;
+  const ErrorQueueSaver errors;
   // Fails if the store already has the certificate, which is not an error.
   X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), certificate.get());
   return 1;

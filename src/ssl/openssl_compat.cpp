@@ -17,17 +17,7 @@
 
 namespace talvera::ssl {
 
-#if OPENSSL_VERSION_NUMBER >= 0x30000000L
-
-ErrorQueueSaver::ErrorQueueSaver() {
-  ERR_set_mark();
-}
-
-ErrorQueueSaver::~ErrorQueueSaver() {
-  ERR_pop_to_mark();
-}
-
-#else
+#if OPENSSL_VERSION_NUMBER < 0x30000000L
 
 // Marks do not nest in these versions, and OpenSSL sets its own: saves the program's queue as a
 // whole.
@@ -52,45 +42,37 @@ ErrorQueueSaver::~ErrorQueueSaver() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
-const SSL_METHOD *tls1_method() {
+[[maybe_unused]] static const SSL_METHOD *no_method() {
+  return nullptr;
+}
+
+const Protocol kProtocols[] = {
 #ifdef OPENSSL_NO_TLS1_METHOD
-  return nullptr;
+    {"tls1", no_method},
 #else
-  return TLSv1_client_method();
+    {"tls1", TLSv1_client_method},
 #endif
-}
-
-const SSL_METHOD *tls1_1_method() {
-#ifdef OPENSSL_NO_TLS1_1_METHOD
-  return nullptr;
-#else
-  return TLSv1_1_client_method();
-#endif
-}
-
-const SSL_METHOD *tls1_2_method() {
 #ifdef OPENSSL_NO_TLS1_2_METHOD
-  return nullptr;
+    {"tls1.2", no_method},
 #else
-  return TLSv1_2_client_method();
+    {"tls1.2", TLSv1_2_client_method},
 #endif
-}
-
-const SSL_METHOD *ssl3_method() {
+#ifdef OPENSSL_NO_TLS1_1_METHOD
+    {"tls1.1", no_method},
+#else
+    {"tls1.1", TLSv1_1_client_method},
+#endif
 #if defined(OPENSSL_NO_SSL3_METHOD) || defined(OPENSSL_NO_SSL3)
-  return nullptr;
+    {"ssl3", no_method},
 #else
-  return SSLv3_client_method();
+    {"ssl3", SSLv3_client_method},
 #endif
-}
-
-const SSL_METHOD *dtls1_method() {
 #if defined(OPENSSL_NO_DTLS1_METHOD) || defined(OPENSSL_NO_DTLS)
-  return nullptr;
+    {"dtls1", no_method},
 #else
-  return DTLSv1_client_method();
+    {"dtls1", DTLSv1_client_method},
 #endif
-}
+};
 
 #pragma GCC diagnostic pop
 
@@ -112,8 +94,8 @@ void apply_openssl_1_0_policy(SSL_CTX *context) {
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
   SSL_CTX_set1_sigalgs_list(context, kSignatureAlgorithms);
 #endif
+  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);
 #if OPENSSL_VERSION_NUMBER >= 0x10100000L
-  SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);  // overrides the configuration file
   SSL_CTX_set_security_level(context, 0);
   SSL_CTX_set_min_proto_version(context, 0);
   SSL_CTX_set_max_proto_version(context, 0);
@@ -136,18 +118,10 @@ X509_STORE *verify_store(SSL *ssl) {
 
 long openssl_1_0_verify_error(long error) {
 #if OPENSSL_VERSION_NUMBER >= 0x10100000L
-  switch (error) {
-    case X509_V_ERR_INVALID_CA:
-      return 24;
-    case X509_V_ERR_INVALID_CALL:
-      return 65;
-    case X509_V_ERR_STORE_LOOKUP:
-      return 66;
-    case X509_V_ERR_PROXY_SUBJECT_NAME_VIOLATION:
-      return 67;
-    default:
-      break;
-  }
+  if (error == X509_V_ERR_INVALID_CA) return 24;
+  if (error == X509_V_ERR_INVALID_CALL) return 65;
+  if (error == X509_V_ERR_STORE_LOOKUP) return 66;
+  if (error == X509_V_ERR_PROXY_SUBJECT_NAME_VIOLATION) return 67;
 #endif
   return error;
 }

@@ -12,8 +12,17 @@ namespace talvera::ssl {
 // errors would make SSL_get_error() misjudge the program's next operation on any connection.
 class ErrorQueueSaver {
  public:
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+  ErrorQueueSaver() {
+    ERR_set_mark();
+  }
+  ~ErrorQueueSaver() {
+    ERR_pop_to_mark();
+  }
+#else
   ErrorQueueSaver();
   ~ErrorQueueSaver();
+#endif
   ErrorQueueSaver(const ErrorQueueSaver &) = delete;
   ErrorQueueSaver &operator=(const ErrorQueueSaver &) = delete;
 
@@ -24,16 +33,16 @@ class ErrorQueueSaver {
 #endif
 };
 
-// Client methods; null for a protocol that the linked OpenSSL lacks.
-const SSL_METHOD *tls1_method();
-const SSL_METHOD *tls1_1_method();
-const SSL_METHOD *tls1_2_method();
-const SSL_METHOD *ssl3_method();
-const SSL_METHOD *dtls1_method();
+// A protocol's name and its client method, which is null if the linked OpenSSL lacks the protocol.
+struct Protocol {
+  const char *version;
+  const SSL_METHOD *(*method)();
+};
+extern const Protocol kProtocols[5];
 
 // Makes a new context accept what 1.0 accepted, overriding the distribution's defaults and
-// configuration file: every protocol version, key length and digest, and servers without secure
-// renegotiation. The key exchange groups stay as configured.
+// configuration file: every protocol version, key length and digest, servers without secure
+// renegotiation, and, for the handshake, any server. The key exchange groups stay as configured.
 void apply_openssl_1_0_policy(SSL_CTX *context);
 
 // The store used for verification: that of the context unless the program has set another, which
