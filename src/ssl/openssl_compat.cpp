@@ -37,6 +37,10 @@ ErrorQueueSaver::~ErrorQueueSaver() {
 
 #endif
 
+[[gnu::noinline]] void free_openssl(void *block) {
+  OPENSSL_free(block);
+}
+
 // OpenSSL can be built without old protocols. Methods for one version are deprecated since 1.1.0 in
 // favour of a generic method, whose limits are set by the system configuration.
 #pragma GCC diagnostic push
@@ -152,13 +156,13 @@ bool is_netscape_header(const ASN1_OCTET_STRING *header) {
 
 }  // namespace
 
-X509Ptr read_netscape(BIO *in) {
+X509 *read_netscape(std::FILE *in) {
   const ASN1_ITEM *item = ASN1_ITEM_rptr(NetscapeSequence);
-  auto *sequence = static_cast<NetscapeSequence *>(ASN1_item_d2i_bio(item, in, nullptr));
+  auto *sequence = static_cast<NetscapeSequence *>(ASN1_item_d2i_fp(item, in, nullptr));
   if (sequence == nullptr) return nullptr;
-  X509Ptr certificate;
+  X509 *certificate = nullptr;
   if (is_netscape_header(sequence->header)) {
-    certificate.reset(std::exchange(sequence->certificate, nullptr));
+    certificate = std::exchange(sequence->certificate, nullptr);
   }
   ASN1_item_free(reinterpret_cast<ASN1_VALUE *>(sequence), item);
   return certificate;
@@ -180,15 +184,15 @@ X509 *take_first(STACK_OF(X509) * certificates) {
 
 // Requests the key as well, because the parser uses it to distinguish the certificate from its
 // issuers.
-X509Ptr certificate_of(PKCS12 *bundle) {
+X509 *certificate_of(PKCS12 *bundle) {
   EVP_PKEY *key = nullptr;
   X509 *certificate = nullptr;
   STACK_OF(X509) *others = nullptr;
   if (PKCS12_parse(bundle, "", &key, &certificate, &others) != 1) return nullptr;
-  const KeyPtr unused(key);
   if (certificate == nullptr && key == nullptr) certificate = take_first(others);
+  EVP_PKEY_free(key);
   sk_X509_pop_free(others, X509_free);
-  return X509Ptr(certificate);
+  return certificate;
 }
 
 }  // namespace
@@ -197,64 +201,51 @@ X509Ptr certificate_of(PKCS12 *bundle) {
 
 namespace {
 
-// The ciphers of bundles written by 1.0 are in a provider that is not active by default. A private
-// library context loads it, so that the program's context is unchanged.
-class LegacyContext {
- public:
-  LegacyContext()
-      : context_(OSSL_LIB_CTX_new()), legacy_(load("legacy")), standard_(load("default")) {}
-  ~LegacyContext() {
-    if (standard_ != nullptr) OSSL_PROVIDER_unload(standard_);
-    if (legacy_ != nullptr) OSSL_PROVIDER_unload(legacy_);
-    OSSL_LIB_CTX_free(context_);
-  }
-  LegacyContext(const LegacyContext &) = delete;
-  LegacyContext &operator=(const LegacyContext &) = delete;
-
-  // Without the legacy provider, newer bundles can still be opened.
-  [[nodiscard]] bool usable() const { return context_ != nullptr && standard_ != nullptr; }
-  [[nodiscard]] OSSL_LIB_CTX *get() const { return context_; }
-
- private:
-  // A null context would mean the program's default context.
-  OSSL_PROVIDER *load(const char *name) {
-    return context_ != nullptr ? OSSL_PROVIDER_load(context_, name) : nullptr;
-  }
-
-  OSSL_LIB_CTX *context_;
-  OSSL_PROVIDER *legacy_;
-  OSSL_PROVIDER *standard_;
-};
-
 // A copy of the certificate that is independent of the library context in which it was parsed.
-X509Ptr detached(const X509Ptr &certificate) {
-  if (certificate == nullptr) return nullptr;
+X509 *detached(X509 *certificate) {
   unsigned char *der = nullptr;
-  const int length = i2d_X509(certificate.get(), &der);
+  const int length = i2d_X509(certificate, &der);
   if (length < 0) return nullptr;
   const unsigned char *at = der;
-  X509Ptr copy(d2i_X509(nullptr, &at, length));
-  OPENSSL_free(der);
+  X509 *copy = d2i_X509(nullptr, &at, length);
+  free_openssl(der);
   return copy;
+}
+
+X509 *read_in_context(std::FILE *in, OSSL_LIB_CTX *context) {
+  PKCS12 *bundle = PKCS12_init_ex(NID_pkcs7_data, context, nullptr);
+  if (bundle == nullptr) return nullptr;
+  const bool read = d2i_PKCS12_fp(in, &bundle) != nullptr;
+  const Pkcs12Ptr owner(bundle);  // a failed read may have freed it and set it to null
+  const X509Ptr certificate(read ? certificate_of(bundle) : nullptr);
+  return certificate != nullptr ? detached(certificate.get()) : nullptr;
 }
 
 }  // namespace
 
-X509Ptr read_pkcs12(BIO *in) {
-  const LegacyContext context;
-  if (!context.usable()) return nullptr;
-  PKCS12 *bundle = PKCS12_init_ex(NID_pkcs7_data, context.get(), nullptr);
-  if (bundle == nullptr) return nullptr;
-  const bool read = d2i_PKCS12_bio(in, &bundle) != nullptr;
-  const Pkcs12Ptr owner(bundle);  // a failed read may have freed it and set it to null
-  return read ? detached(certificate_of(bundle)) : nullptr;
+// The ciphers of bundles written by 1.0 are in a provider that is not active by default. A private
+// library context loads it, so that the program's context is unchanged. Without the legacy
+// provider, newer bundles can still be opened.
+X509 *read_pkcs12(std::FILE *in) {
+  OSSL_LIB_CTX *context = OSSL_LIB_CTX_new();
+  if (context == nullptr) return nullptr;  // null would mean the program's context
+  X509 *certificate = nullptr;
+  OSSL_PROVIDER *legacy = OSSL_PROVIDER_load(context, "legacy");
+  OSSL_PROVIDER *standard = OSSL_PROVIDER_load(context, "default");
+  if (standard != nullptr) {
+    certificate = read_in_context(in, context);
+    OSSL_PROVIDER_unload(standard);
+  }
+  if (legacy != nullptr) OSSL_PROVIDER_unload(legacy);
+  OSSL_LIB_CTX_free(context);
+  return certificate;
 }
 
 #else
 
-X509Ptr read_pkcs12(BIO *in) {
+X509 *read_pkcs12(std::FILE *in) {
   SSL_library_init();  // 1.0.2 has no ciphers or digests before this call
-  const Pkcs12Ptr bundle(d2i_PKCS12_bio(in, nullptr));
+  const Pkcs12Ptr bundle(d2i_PKCS12_fp(in, nullptr));
   return bundle != nullptr ? certificate_of(bundle.get()) : nullptr;
 }
 

@@ -4,6 +4,8 @@
 
 #include <openssl/err.h>
 
+#include <cstdio>
+
 #include "ssl/openssl_owners.h"
 
 namespace talvera::ssl {
@@ -33,6 +35,10 @@ class ErrorQueueSaver {
 #endif
 };
 
+// Frees memory that OpenSSL allocated. (A call of OpenSSL's macro also passes the name of the
+// source file, and is larger.)
+void free_openssl(void *block);
+
 // A protocol's name and its client method, which is null if the linked OpenSSL lacks the protocol.
 struct Protocol {
   const char *version;
@@ -53,9 +59,9 @@ X509_STORE *verify_store(SSL *ssl);
 long openssl_1_0_verify_error(long error);
 
 // Reads the certificate of a Netscape certificate sequence; null on failure.
-X509Ptr read_netscape(BIO *in);
+X509 *read_netscape(std::FILE *in);
 
 // Reads the certificate of a PKCS#12 bundle with an empty password; null on failure.
-X509Ptr read_pkcs12(BIO *in);
+X509 *read_pkcs12(std::FILE *in);
 
 }  // namespace talvera::ssl
