@@ -2,13 +2,9 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <span>
 
-#include "internal/owners.h"
 #include "talvera/utils.h"
 
 namespace talvera::foundation {
@@ -21,11 +17,6 @@ int is_regular_file(const dirent *entry) {
 // Compares bytes; alphasort() would follow the program's locale.
 int compare_names(const dirent **a, const dirent **b) {
   return std::strcmp((*a)->d_name, (*b)->d_name);
-}
-
-std::span<dirent *const> entries(dirent *const *list, int count) {
-  if (count < 1) return {};
-  return {list, static_cast<std::size_t>(count)};
 }
 
 }  // namespace
@@ -49,9 +40,8 @@ extern "C" int uf_get_dirent_list(const char *directory, struct dirent ***list) 
   dirent **found = nullptr;
   const int count = scandir(directory, &found, is_regular_file, compare_names);
   if (count < 1) {
-    const talvera::MallocPtr<dirent *> unused(found);
-    *list = nullptr;
-    return count;
+    std::free(found);
+    found = nullptr;
   }
   *list = found;
   return count;
@@ -59,23 +49,23 @@ extern "C" int uf_get_dirent_list(const char *directory, struct dirent ***list) 
 
 extern "C" void uf_free_dirent_list(struct dirent ***list, int count) {
   if (list == nullptr || *list == nullptr) return;
-  for (dirent *entry : entries(*list, count))
-    std::free(entry);
+  for (int i = 0; i < count; ++i)
+    std::free((*list)[i]);
   std::free(*list);
   *list = nullptr;
 }
 
 extern "C" int uf_contains_file_by_name(struct dirent *const *list, int count, const char *name) {
-  const auto all = entries(list, count);
-  return std::ranges::any_of(
-             all, [name](const dirent *entry) { return std::strcmp(entry->d_name, name) == 0; })
-             ? 1
-             : 0;
+  for (int i = 0; i < count; ++i) {
+    if (std::strcmp(list[i]->d_name, name) == 0) return 1;
+  }
+  return 0;
 }
 
 extern "C" int uf_filtered_file_count(struct dirent *const *list, int count,
                                       int (*predicate)(const char *name)) {
-  const auto all = entries(list, count);
-  return static_cast<int>(std::ranges::count_if(
-      all, [predicate](const dirent *entry) { return predicate(entry->d_name) != 0; }));
+  int matches = 0;
+  for (int i = 0; i < count; ++i)
+    matches += predicate(list[i]->d_name) != 0 ? 1 : 0;
+  return matches;
 }
