@@ -23,7 +23,6 @@ constexpr std::size_t kLongestTarget = 128;  // a longer link target is truncate
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,
                                                           const char *string) {
-  if (string == nullptr) return fail(EINVAL);
   const FormattedPath path(path_format, arguments);
   return file_write_string(path.c_str(), flags, kTextMode, string);
 }
@@ -67,13 +66,10 @@ extern "C" int file_create_write(const char *path_format, const char *string, ..
 // Intentionally removes only the target of a symbolic link, not the path itself. For anything else
 // the target stays empty, and unlink() of an empty string fails.
 extern "C" int file_delete(const char *path) {
-  char target[kLongestTarget + 1] = {};
-  if (path == nullptr) return kMissingPath;
   struct stat status;
-  if (lstat(path, &status) != 0) return kMissingPath;
-  if (S_ISLNK(status.st_mode)) {
-    const ssize_t length = readlink(path, target, kLongestTarget);
-    target[length > 0 ? length : 0] = '\0';
-  }
+  if (path == nullptr || lstat(path, &status) != 0) return kMissingPath;
+  char target[kLongestTarget + 1];
+  const ssize_t length = readlink(path, target, kLongestTarget);
+  target[length > 0 ? length : 0] = '\0';
   return unlink(target);
 }
