@@ -26,10 +26,10 @@ int read_device(const char *device, void *buffer, std::size_t length) {
 }
 
 // All ones when the device cannot be opened.
-std::uint32_t draw_number(const char *device) {
-  std::uint8_t bytes[4];
-  if (read_device(device, bytes, sizeof bytes) != 0) return UINT32_MAX;
-  return load_be32(bytes);
+[[gnu::noinline]] std::uint32_t draw_number(const char *device) {
+  std::uint32_t number = UINT32_MAX;
+  read_device(device, &number, sizeof number);
+  return as_big_endian(number);
 }
 
 }  // namespace
