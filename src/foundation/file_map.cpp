@@ -43,11 +43,17 @@ enum class Comparison { kSame, kDifferent, kNotMapped };
 // Compares `size` bytes from `offset`. MAP_POPULATE is cheaper than a page fault for each page.
 Comparison compare(int fd1, int fd2, off_t offset, std::size_t size) {
   constexpr int kFlags = MAP_SHARED | MAP_POPULATE;
-  const Mapping first(mmap(nullptr, size, PROT_READ, kFlags, fd1, offset), size);
-  if (!first.valid()) return Comparison::kNotMapped;
-  const Mapping second(mmap(nullptr, size, PROT_READ, kFlags, fd2, offset), size);
-  if (!second.valid()) return Comparison::kNotMapped;
-  const bool same = std::memcmp(first.get(), second.get(), size) == 0;
+  void *first = mmap(nullptr, size, PROT_READ, kFlags, fd1, offset);
+  if (first == MAP_FAILED) return Comparison::kNotMapped;
+  void *second = mmap(nullptr, size, PROT_READ, kFlags, fd2, offset);
+  if (second == MAP_FAILED) {
+    const ErrnoSaver saver;
+    munmap(first, size);
+    return Comparison::kNotMapped;
+  }
+  const bool same = std::memcmp(first, second, size) == 0;
+  munmap(first, size);
+  munmap(second, size);
   return same ? Comparison::kSame : Comparison::kDifferent;
 }
 

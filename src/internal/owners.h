@@ -1,7 +1,6 @@
 // Owners of system resources: each releases its resource on every return path and preserves errno.
 #pragma once
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -95,25 +94,5 @@ MallocPtr<T> allocate(std::size_t count) {
   constexpr std::size_t kSize = sizeof(T);
   return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
 }
-
-// Owns a memory mapping.
-class Mapping {
- public:
-  Mapping(void *address, std::size_t size) : address_(address), size_(size) {}
-  Mapping(const Mapping &) = delete;
-  Mapping &operator=(const Mapping &) = delete;
-  ~Mapping() {
-    if (!valid()) return;
-    const ErrnoSaver saver;
-    ::munmap(address_, size_);
-  }
-
-  [[nodiscard]] bool valid() const { return address_ != MAP_FAILED; }
-  [[nodiscard]] const void *get() const { return address_; }
-
- private:
-  void *address_;
-  std::size_t size_;
-};
 
 }  // namespace talvera
