@@ -16,31 +16,29 @@
 namespace talvera::foundation {
 namespace {
 
-// Transfers exactly `length` bytes. `transfer` calls read() or write() given the bytes done so far.
-template <typename Transfer>
-int transfer_fully(unsigned int length, Transfer transfer) {
-  unsigned int done = 0;
-  while (done < length) {
-    const ssize_t moved = transfer(done);
+// Reads or writes exactly `length` bytes; fewer when a call returns 0.
+[[gnu::noinline]] int transfer_fully(int fd, unsigned char *bytes, unsigned int length,
+                                     bool writing) {
+  unsigned int left = length;
+  while (left > 0) {
+    const ssize_t moved = writing ? ::write(fd, bytes, left) : ::read(fd, bytes, left);
     if (moved == 0) break;
     if (moved > 0) {
-      done += static_cast<unsigned int>(moved);
+      bytes += moved;
+      left -= static_cast<unsigned int>(moved);
     } else if (errno != EINTR) {
       return -1;
     }
   }
-  return static_cast<int>(done);
+  return static_cast<int>(length - left);
 }
 
 // Reads exactly `size` bytes. Retries at an early end of file: the file may be being rewritten.
-bool read_whole(int fd, unsigned char *buffer, std::size_t size) {
-  for (std::size_t done = 0; done < size;) {
-    const ssize_t got = ::read(fd, buffer + done, size - done);
-    if (got >= 0) {
-      done += static_cast<std::size_t>(got);
-    } else if (errno != EINTR) {
-      return false;
-    }
+bool read_whole(int fd, unsigned char *buffer, unsigned int size) {
+  for (unsigned int done = 0; done < size;) {
+    const int got = uf_full_read(fd, buffer + done, size - done);
+    if (got < 0) return false;
+    done += static_cast<unsigned int>(got);
   }
   return true;
 }
@@ -72,22 +70,19 @@ extern "C" int uf_readall(const char *directory, const char *name, unsigned char
   if (status.st_size < 1) return talvera::fail(ENODATA);
   if (status.st_size > INT_MAX)
     return talvera::fail(EFBIG);  // more than the 32-bit target can hold
-  const auto bytes = static_cast<std::size_t>(status.st_size);
+  const auto bytes = static_cast<unsigned int>(status.st_size);
   talvera::MallocPtr<unsigned char> content = talvera::allocate<unsigned char>(bytes);
   if (content == nullptr || !read_whole(file.get(), content.get(), bytes)) return -1;
   *data = content.release();
-  *length = static_cast<unsigned int>(bytes);
+  *length = bytes;
   return 0;
 }
 
 extern "C" int uf_full_read(int fd, void *buf, unsigned int size) {
-  auto *bytes = static_cast<unsigned char *>(buf);
-  return transfer_fully(size,
-                        [=](unsigned int done) { return ::read(fd, bytes + done, size - done); });
+  return transfer_fully(fd, static_cast<unsigned char *>(buf), size, false);
 }
 
 extern "C" int uf_full_write(int fd, const void *data, unsigned int length) {
-  const auto *bytes = static_cast<const unsigned char *>(data);
-  return transfer_fully(
-      length, [=](unsigned int done) { return ::write(fd, bytes + done, length - done); });
+  auto *bytes = static_cast<unsigned char *>(const_cast<void *>(data));
+  return transfer_fully(fd, bytes, length, true);
 }
