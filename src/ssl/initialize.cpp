@@ -108,6 +108,7 @@ bool use_client_identity(SSL_CTX *context) {
 void configure_context(SSL_CTX *context) {
   if (!use_client_identity(context)) return;
   if (SSL_CTX_set_default_verify_paths(context) != 1) return;
+  SSL_CTX_load_verify_locations(context, nullptr, nullptr);
   SSL_CTX_set_mode(context, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_AUTO_RETRY);
 }
 
