@@ -2,11 +2,11 @@
 // parsed, stored and shown.
 //
 //   BIND(getnum, get_number, stod);            // functions of plain types
-//   BIND_AS(walk, [](list_obj *list) {...});   // what takes a few steps, under a name of its own
-//   DIRECTIVE(time, [](long now) {...});       // prepares something: nobody's call, no outcome
+//   BIND_AS(walk, [](list_obj *list) {...});   // a named function of several steps
+//   DIRECTIVE(time, [](long now) {...});       // arranges or inspects; not a call
 //   SYMBOLS(list_comparator_int8_t, kTable);   // functions and objects that arguments may name
-//   CONSTANTS(MFG_INFO_SIZE, SIGTERM);         // likewise numbers
-//   FIELDS(datetime, &R::second, ...);         // what a table's (1 2 3) stands for in a record
+//   CONSTANTS(MFG_INFO_SIZE, SIGTERM);         // numbers that arguments may name
+//   FIELDS(datetime, &R::second, ...);         // the members of a record, (1 2 3) in a table
 #pragma once
 
 #include <concepts>
