@@ -124,7 +124,7 @@ DIRECTIVE(only, [](Call &call, const std::string &kind) {
   call.session().skipped = !kinds.at(kind);
 });
 
-// ---- Questions --------------------------------------------------------------------------------
+// ---- Inspection -------------------------------------------------------------------------------
 
 // trace kill usleep: later rows show these calls; "trace all" shows all.
 DIRECTIVE(trace, [](Call &call) {

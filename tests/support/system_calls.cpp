@@ -203,7 +203,7 @@ extern "C" void _exit(int status) {
   __builtin_unreachable();
 }
 
-// ---- Time, logs and the system's values ---------------------------------------------------------
+// ---- Time, logs and the system database ---------------------------------------------------------
 
 extern "C" time_t time(time_t *result) noexcept {
   static auto *const next = real<time_t(time_t *)>("time");

@@ -19,7 +19,7 @@ int sign(int value) {
   return (value > 0) - (value < 0);
 }
 
-// ---- Comparators and the like -----------------------------------------------------------------
+// ---- Callbacks --------------------------------------------------------------------------------
 
 int comparisons;
 
@@ -180,7 +180,7 @@ BIND_AS(sorts, [](list_comparator_fn comparator, int size, int direction, int st
   return std::string(sorted == expected ? "unsorted" : "lost");
 });
 
-// ---- Ready-made comparators, meters and hash computers ----------------------------------------
+// ---- Predefined comparators, meters and hash functions ----------------------------------------
 
 #define TYPE(type)                                                              \
   BIND_AS(list_comparator_##type,                                               \
@@ -202,7 +202,7 @@ BIND(list_meter_int8_t, list_meter_uint8_t, list_meter_int16_t, list_meter_uint1
 BIND_AS(list_comparator_string,
         [](const char *a, const char *b) { return sign(list_comparator_string(a, b)); });
 
-// ---- Checks and digests -----------------------------------------------------------------------
+// ---- Checksums and digests --------------------------------------------------------------------
 
 const unsigned char *bytes(const std::string &text) {
   return reinterpret_cast<const unsigned char *>(text.data());

@@ -106,7 +106,7 @@ BIND_AS(move, [](Call &call) -> Result {
   return {result, orders};
 });
 
-// ---- A pass over a folder -----------------------------------------------------------------------
+// ---- Synchronisation ----------------------------------------------------------------------------
 
 // sync, sync CONTENT: synchronises the existing or this list, and shows it.
 BIND_AS(sync, [](Call &call) {
