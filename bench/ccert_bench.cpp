@@ -1,5 +1,5 @@
-// Loading the certificate blob, with the number of mounts (one per read of the file), against as
-// many bare accesses to the same file. The mount is a function call here.
+// Loading the certificate blob, including its mounts (one per read of the file), against the same
+// number of bare accesses to the file. The mount is a function call here.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/mount.h>

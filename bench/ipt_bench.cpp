@@ -1,5 +1,5 @@
-// Rendering of rules against one snprintf of the same line, and the allocations for making and
-// freeing a rule.
+// Rendering of rules against a single snprintf() of the same line, and the allocations for building
+// and freeing a rule.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 
 #include "talvera/ipt.h"
 
-// Counts what the library and strdup() allocate.
+// Counts the allocations of the library and strdup().
 namespace {
 int allocations = 0;
 }  // namespace
@@ -63,7 +63,7 @@ void render_dnat(benchmark::State &state) {
 }
 BENCHMARK(render_dnat);
 
-// The texts come from memory, like those of a rule.
+// The strings come from memory, like those of a rule.
 const char *volatile texts[] = {
     "nat",  "A",    "PREROUTING",    "p",     "tcp",     "--dport",
     "80",   "d",    "10.0.0.1",      "state", "--state", "NEW,ESTABLISHED,RELATED",

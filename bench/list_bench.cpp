@@ -117,7 +117,7 @@ BENCHMARK(prepend_fetch<Ours>);
 BENCHMARK(prepend_fetch<Standard>);
 BENCHMARK(prepend_fetch<GLibQueue>);
 
-// Takes from the head and appends again, as a work queue does; at most four elements are out.
+// Takes from the head and appends again, like a work queue; at most four elements are out.
 template <typename List>
 void cycle_within_the_spares(benchmark::State &state) {
   List list;
@@ -154,7 +154,7 @@ BENCHMARK(iterate<Ours>);
 BENCHMARK(iterate<Standard>);
 BENCHMARK(iterate<GLibQueue>);
 
-// A position is up to half of the list away from an end, and up to a quarter from ends and middle.
+// Positions up to half the list from an end, and up to a quarter from ends and middle.
 template <typename List>
 void get_at_random_positions(benchmark::State &state) {
   List list;

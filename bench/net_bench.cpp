@@ -1,5 +1,5 @@
 // Dispatch of logged packets against a bare walk of the same messages, parsing of traceroute's hops
-// against reading their lines, and address arithmetic against the conversion of its texts.
+// against reading the lines, and address arithmetic against parsing the addresses.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <linux/netfilter/nfnetlink_log.h>

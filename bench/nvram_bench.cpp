@@ -1,5 +1,5 @@
-// Look-ups among 250 pairs of the configuration store against getenv() and std::unordered_map, and
-// the cost of the two shmctl() calls of a look-up in an attached segment.
+// Lookups among 250 pairs of the configuration store against getenv() and std::unordered_map, and
+// the cost of the two shmctl() calls per lookup in an attached segment.
 #include <benchmark/benchmark.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -28,7 +28,7 @@ std::vector<std::string> names() {
   return all;
 }
 
-// Looks up every name in turn, or the absent one.
+// Looks up every name in turn, or a missing one.
 template <typename Lookup>
 void look_up(benchmark::State &state, bool present, Lookup lookup) {
   const std::vector<std::string> all = names();
@@ -82,7 +82,7 @@ class Segment {
  public:
   Segment() : id_(shmget(IPC_PRIVATE, NVRAM_SEGMENT_SIZE, IPC_CREAT | 0600)) {
     nvram_hash = shmat(id_, nullptr, 0);
-    shmctl(id_, IPC_RMID, nullptr);  // gone when detached
+    shmctl(id_, IPC_RMID, nullptr);  // removed on detach
     for (const std::string &name : names())
       nvram_set(name.c_str(), "value");
   }

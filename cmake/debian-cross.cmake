@@ -4,7 +4,7 @@
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TALVERA_TRIPLE)
 find_program(TALVERA_CROSS_COMPILER ${TALVERA_TRIPLE}-g++)
 if(NOT TALVERA_TRIPLE OR NOT TALVERA_CROSS_COMPILER)
-  message(FATAL_ERROR "There is no compiler ${TALVERA_TRIPLE}-g++ (TALVERA_TRIPLE). "
+  message(FATAL_ERROR "The compiler ${TALVERA_TRIPLE}-g++ (TALVERA_TRIPLE) was not found. "
     "Debian's package is g++-${TALVERA_TRIPLE}; scripts/setup mips cross installs it.")
 endif()
 string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR ${TALVERA_TRIPLE})

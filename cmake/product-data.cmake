@@ -1,5 +1,5 @@
-# Turns the product's root certificates and client identity into a source file of the library, and fails when
-# one of them is missing or invalid.
+# Converts the product's root certificates and client identity to a source file of the library; fails if one of
+# them is missing or invalid.
 set(TALVERA_PRODUCT_DIR "" CACHE PATH
   "Folder with the product's root certificates and client identity (product/README.md); empty for the development stand-ins")
 find_program(TALVERA_OPENSSL_PROGRAM openssl DOC "The openssl command, which checks the product data")
@@ -9,8 +9,8 @@ set(talvera_root_names
   07-second-operator 08-verisign-class-3-g2 09-verisign-class-3-server-g2
   10-verisign-class-3-server 11-verisign-class-3-g5)
 
-# Checks a DER file with an openssl command ("x509", "rsa"), then appends an array of its bytes, defined
-# by HEAD, to the text in the variable TEXT.
+# Checks a DER file with an openssl command ("x509" or "rsa"), then appends an array of its bytes, declared as
+# HEAD, to the variable TEXT.
 function(talvera_embed file kind head text)
   if(NOT EXISTS ${file})
     message(FATAL_ERROR "product data: ${file} is missing")
@@ -32,13 +32,13 @@ function(talvera_embed file kind head text)
   if(NOT result EQUAL 0)
     set(what_x509 "certificate")
     set(what_rsa "RSA private key")
-    message(FATAL_ERROR "product data: ${file} is no ${what_${kind}} in DER")
+    message(FATAL_ERROR "product data: ${file} is not a DER ${what_${kind}}")
   endif()
   string(REGEX REPLACE "(..)" "0x\\1," bytes "${bytes}")
   set(${text} "${${text}}${head} = {${bytes}};\n" PARENT_SCOPE)
 endfunction()
 
-# Does the same for a file whose size is part of the interface.
+# The same for a file whose size is part of the interface.
 function(talvera_embed_sized file kind size head text)
   talvera_embed(${file} ${kind} "${head}" ${text})
   file(SIZE ${file} found)
@@ -48,19 +48,19 @@ function(talvera_embed_sized file kind size head text)
   set(${text} "${${text}}" PARENT_SCOPE)
 endfunction()
 
-# A client certificate without its key gives no identity at all, so warn.
+# Without a matching key, the client certificate provides no identity.
 function(talvera_check_pair certificate key)
   execute_process(COMMAND ${TALVERA_OPENSSL_PROGRAM} x509 -inform DER -in ${certificate} -noout
     -modulus -passin pass: OUTPUT_VARIABLE modulus)
   execute_process(COMMAND ${TALVERA_OPENSSL_PROGRAM} rsa -inform DER -in ${key} -noout -modulus
     -passin pass: OUTPUT_VARIABLE key_modulus ERROR_QUIET)
   if(NOT modulus STREQUAL key_modulus)
-    message(WARNING "product data: ${certificate} and ${key} do not belong together; "
+    message(WARNING "product data: ${certificate} and ${key} do not match; "
       "the library will have no client identity")
   endif()
 endfunction()
 
-# talvera_product_source(OUTPUT): writes the source file
+# talvera_product_source(OUTPUT): writes the source file.
 function(talvera_product_source output)
   if(NOT TALVERA_OPENSSL_PROGRAM)
     message(FATAL_ERROR "product data: the openssl command is needed to check it")

@@ -1,5 +1,5 @@
-// Certificate files of any content through the readers of every encoding, and certificates through
-// the readers of their fields.
+// Certificate files with arbitrary content through the readers of every encoding, and certificates
+// through the readers of their fields.
 #include <sanitizer/lsan_interface.h>
 
 #include "fuzz/fuzz.h"
@@ -24,7 +24,7 @@ static void read_fields(const unsigned char *der, long size, unsigned selector) 
     read(certificate, block(length).get(), length);
   X509_free(certificate);
   if (selector % 4 != 0) return;
-  // Dates use a certificate up, so that this one is never released.
+  // Not freed, because querying a date consumes a certificate.
   __lsan_disable();
   certificate = uc_make_x509(der, size);
   if (certificate != nullptr) {

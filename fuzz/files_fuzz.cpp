@@ -1,4 +1,4 @@
-// The database of ordered files with any content: read, edited, written and read again.
+// The database of ordered files with arbitrary content: read, modified, written and read again.
 #include "fuzz/fuzz.h"
 #include "talvera/of.h"
 

@@ -1,5 +1,5 @@
-// What fuzz targets share: the input as numbers and texts, calls with arguments made of it, blocks
-// of exactly the documented sizes, so that the sanitizers see a byte too many, and properties.
+// Helpers of fuzz targets: the input as numbers and texts, calls with arguments from it, property
+// checks, and blocks of exactly the documented sizes, so that sanitizers detect overruns.
 #pragma once
 
 #include <sys/mman.h>
@@ -29,7 +29,7 @@ std::unique_ptr<T[]> block(std::size_t size) {
   return std::unique_ptr<T[]>(new T[size]);
 }
 
-// A terminated copy of a piece of the input, which functions may change.
+// A terminated copy of part of the input, which functions may modify.
 class Text {
  public:
   Text(const std::uint8_t *data, std::size_t size) : text_(block(size + 1)) {
@@ -39,7 +39,7 @@ class Text {
   }
   operator char *() const { return text_.get(); }
   [[nodiscard]] std::size_t size() const { return std::strlen(text_.get()); }
-  // Whether a pointer leads into the text that it was at first.
+  // Whether a pointer is inside the original text.
   [[nodiscard]] bool holds(const char *p) const { return p >= text_.get() && p <= end_; }
 
  private:
@@ -51,7 +51,7 @@ struct Input {
   const std::uint8_t *data;
   std::size_t size;
 
-  // Takes bytes off the front; zeros when there are no more.
+  // Consumes bytes from the front; zeros when there are no more.
   template <typename T>
   T number() {
     T value = 0;
@@ -77,8 +77,8 @@ struct Input {
 template <typename T>
 inline constexpr bool kIsText = std::is_same_v<T, char *> || std::is_same_v<T, const char *>;
 
-// An argument made of the input: a text from its next line, or from all that is left if it is the
-// last one; a number; room for what a function stores.
+// An argument from the input: a text from the next line (the rest if it is the last argument), a
+// number, or an output buffer.
 template <typename T>
 struct Argument {
   T number;
@@ -102,7 +102,7 @@ struct Argument<T *> {
   bool holds(const char *p) { return text.holds(p); }
 };
 
-// Calls each function with arguments of its types. A place in a text that it gives is inside.
+// Calls each function with arguments of its types. A returned pointer must be inside the text.
 template <typename R, typename... A>
 void call(Input input, int number, R (*function)(A...)) {
   int texts = (0 + ... + (kIsText<A> ? 1 : 0));
@@ -133,7 +133,7 @@ class MemoryFile {
   const std::string name = std::to_string(fd);  // in /proc/self/fd
 };
 
-// FUZZ(input) { ... }: what is done with each input.
+// FUZZ(input) { ... } defines the processing of each input.
 #define FUZZ(input)                                                                   \
   static void fuzz(Input input);                                                      \
   extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) { \

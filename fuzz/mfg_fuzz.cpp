@@ -1,5 +1,5 @@
-// The manufacturing file with any content from certificate slot 1 on: calibration area and info
-// record follow it. Everything that is handed out is read to its last byte.
+// The manufacturing file with arbitrary content from certificate slot 1 on, including calibration
+// area and info record. Reads every byte that the library returns.
 #include <fcntl.h>
 #include <sys/syscall.h>
 
@@ -56,7 +56,7 @@ FUZZ(input) {
     read_certificates();
     ccert_deinit();
   }
-  // A blob as a caller hands it in: as many bytes as it says.
+  // A blob from a caller, as long as its length field states.
   if (input.size < 20 || ccert_extract_certblob_total_length(input.data) > input.size) return;
   const auto blob = block<std::uint8_t>(input.size);
   std::memcpy(blob.get(), input.data, input.size);

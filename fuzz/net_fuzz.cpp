@@ -1,5 +1,5 @@
-// Datagrams of netlink messages and work files of traceroute, with any content. Whatever a handler
-// is given is read to its last byte.
+// Datagrams of netlink messages and work files of traceroute with arbitrary content. Handlers read
+// every byte that they get.
 #include "fuzz/fuzz.h"
 
 #include <cstdio>
@@ -11,7 +11,7 @@ static int read_message(const nlmsghdr *message, const nlattr *const *attributes
   read_all(message, message->nlmsg_len);
   for (std::size_t i = 0; i < *static_cast<std::uint16_t *>(data); ++i)
     if (attributes[i] != nullptr) read_all(attributes[i], attributes[i]->nla_len);
-  return static_cast<int>(message->nlmsg_seq & 3);  // 0 stops
+  return static_cast<int>(message->nlmsg_seq & 3);  // 0 ends the dispatch
 }
 
 static int read_packet(nfnetlink_log_group *group, const nfgenmsg *header,
@@ -60,5 +60,5 @@ FUZZ(input) {
   const auto datagram = block<std::uint8_t>(input.size);
   std::copy_n(input.data, input.size, datagram.get());
   nfnetlink_msg_unpack(log->netlink, datagram.get(), static_cast<int>(input.size));
-  if (input.size > 0 && input.data[0] >= ' ') read_results(input);  // a text, perhaps
+  if (input.size > 0 && input.data[0] >= ' ') read_results(input);  // probably a text
 }

@@ -1,15 +1,15 @@
-// The shared segment with any content: entries, links and names that a wrong process has written,
-// then pair operations. The segment is a block of just its size.
+// The shared segment with arbitrary content, as another process may have written it, then pair
+// operations. The segment is a block of exactly its size.
 //
-// Input: a byte for what fills the segment, the number of operations, the operations (kind, name,
-// value) and records of six bytes (index, link, used, name) that are laid over the segment.
+// Input: the fill byte of the segment, the number of operations, the operations (kind, name, value)
+// and records of six bytes (index, link, used, name) that modify the segment.
 #include "fuzz/fuzz.h"
 
 #include <cstdio>
 
 #include "talvera/nvram.h"
 
-// A name of one letter, or, for bytes from 128 up, too long for its field.
+// A name of one letter or, for bytes from 128 up, one too long for its field.
 static std::string text_of(unsigned byte) {
   return std::string(byte < 128 ? 1 : NVRAM_VALUE_SIZE + 9, static_cast<char>(byte)).c_str();
 }
@@ -42,7 +42,7 @@ static void operate(unsigned kind, const std::string &name, const std::string &v
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   stdout = std::fopen("/dev/null", "w");
-  stderr = std::fopen("/dev/null", "w");  // the fuzzer has kept its own
+  stderr = std::fopen("/dev/null", "w");  // the fuzzer keeps its own copy
   return 0;
 }
 

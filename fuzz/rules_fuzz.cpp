@@ -1,5 +1,5 @@
-// Firewall rules with any values and texts, rendered and compared; the texts that rules are made
-// of; the captive portal's records. Input: 16 bytes of numbers, then lines of text.
+// Firewall rules with arbitrary values and texts, rendered and compared; validation of their texts;
+// the captive portal's records. Input: 16 bytes of numbers, then lines of text.
 #include <cstdarg>
 #include <cstdio>
 
@@ -23,7 +23,7 @@ static void render_and_free(ipt_rule *rule) {
   ipt_rule_free(rule);
 }
 
-// An empty line stands for no text, or an empty one.
+// An empty line means null or an empty text.
 static char *heap_text(Input &lines, unsigned number) {
   const Text line = lines.line();
   return *line == '\0' && (number & 1) != 0 ? nullptr : strdup(line);

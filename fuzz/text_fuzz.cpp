@@ -1,4 +1,4 @@
-// Text from outside through every scanner, splitter and decoder, in blocks of just its size.
+// External text through every scanner, splitter and decoder, in blocks of exactly its size.
 #include "fuzz/fuzz.h"
 #include "talvera/netu.h"
 #include "talvera/strutil.h"
@@ -15,7 +15,7 @@ static void split(const Input &input, int option) {
   }
 }
 
-// Texts that are copied and changed in place.
+// Functions that modify a copy of the text.
 static void edit(Input input, int option) {
   const Text whole = input.rest();
   require(whole.holds(getword(whole, block(option % 16 + 2).get(), option % 16 + 1)));
@@ -34,7 +34,7 @@ static void read_addresses(Input input) {
   netu_etoa(netu_atoe(address, mac.get()), block(NETU_MAC_TEXT_SIZE).get());
 }
 
-// What is encoded decodes to what it was; any text decodes into any room.
+// Encoded data decodes to the original; any text decodes to a buffer of any size.
 static void code(const Input &input, unsigned option) {
   const auto size = static_cast<unsigned>(input.size);
   const auto text = block(size);

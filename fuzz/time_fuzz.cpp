@@ -1,8 +1,8 @@
-// Time zones, SOAP times and dates from any text, into buffers of every size.
+// Time zones, SOAP times and dates from arbitrary text, into buffers of every size.
 #include "fuzz/fuzz.h"
 #include "talvera/time.h"
 
-// What is written is whole, or cut and terminated.
+// The output is complete, or truncated and terminated.
 template <typename Write>
 static void check(std::size_t room, Write write) {
   const auto out = block(room);

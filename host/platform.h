@@ -22,7 +22,7 @@ class Platform {
 
   // Each call below returns the result of a system call, with errno set on failure.
 
-  // Mounts the partition; any other source or a second mount is refused, as the kernel would.
+  // Mounts the partition; rejects any other source and a second mount, like the kernel.
   int mount(const char *source, const char *target, const char *type, unsigned long flags);
   int unmount(const char *target);
   // Runs a command of the driver on a descriptor of its device.

@@ -1,6 +1,7 @@
-# Turns Doxygen's man pages into those of the manual. From the page of a family come talvera_FAMILY(3), with a
+# Converts Doxygen's man pages to those of the manual. The page of a family becomes talvera_FAMILY(3), with a
 # summary of its declarations, and a page for each function, object, macro, type and enumeration; an
-# enumerator's page leads to that of its enumeration. Pages of structures stay; conventions become talvera(7).
+# enumerator's page links to that of its enumeration. Pages of structures are unchanged; conventions become
+# talvera(7).
 #
 # Variables: version of the library; man, the folder of the pages.
 
@@ -55,7 +56,7 @@ function see_also(name,    i, list, count) {
   return list ".BR talvera_" family " (3)"
 }
 
-# An entry is complete: its first sentence goes into NAME.
+# At the end of an entry, its first sentence becomes NAME.
 function end_entry(    brief, page, i, count) {
   if (declared == "") return
   count = split(enumerators, enumerator, " ")
@@ -119,7 +120,7 @@ FNR == 1 {
 }
 
 /^\.(ad l|nh|TH .*)$/ { next }
-# Doxygen leaves backslashes in code, and apostrophes at the start of a line, as they are.
+# Doxygen does not escape backslashes in code, nor apostrophes at the start of a line.
 /^\.nf/ { in_code = 1 }
 /^\.fi/ { in_code = 0 }
 in_code { gsub(/\\[nrt"0]/, "\\e&"); gsub(/\\e\\/, "\\e") }

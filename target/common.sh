@@ -1,7 +1,7 @@
-# Shared by the scripts of this folder: where things are, and how a built component is kept.
+# Shared by the scripts of this folder: paths, and the cache of built components.
 #
-# A component lives in a folder of the cache that is named after all that it is made from, so that it is
-# built again only when one of its inputs changes: $TALVERA_CACHE, by default ~/.cache/talvera.
+# A component is cached in a folder named after its inputs, and is rebuilt only when one of them changes:
+# $TALVERA_CACHE, by default ~/.cache/talvera.
 set -eu
 export LC_ALL=C
 
@@ -14,8 +14,8 @@ unset MAKEFLAGS MAKELEVEL 2>/dev/null || true
 
 say() { echo "target: $*"; }
 
-# step NAME FUNCTION: runs a build step in $work/build; its output goes to a log, shown when it fails.
-# (Not as a condition: the shell would then ignore what fails inside.)
+# step NAME FUNCTION: runs a build step in $work/build; its output goes to a log, which is shown if it fails.
+# (Must not be used as a condition, in which the shell ignores failing commands.)
 step() {
   started=$(date +%s)
   set +e
@@ -34,10 +34,10 @@ step() {
   say "$1: $(($(date +%s) - started)) s" >&2
 }
 
-# The versions of Debian packages, as part of a component's inputs.
+# The versions of Debian packages, as inputs of a component.
 versions() { dpkg-query -W -f '${Package} ${Version}\n' "$@"; }
 
-# folder_of COMPONENT FILE...: the component's folder, by the content of standard input and the files.
+# folder_of COMPONENT FILE...: the component's folder for the content of standard input and of the files
 folder_of() {
   component=$1
   shift

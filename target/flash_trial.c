@@ -24,8 +24,8 @@ enum outcome { OLD, NEW, MIXED, OUTCOMES };
 static const char *const area_names[AREAS] = {"info record", "calibration", "certificate"};
 static const unsigned char trial_mac[6] = {0x02, 0x5a, 0x31, 0, 0, 1};
 
-/* How far the writer has got, in memory that outlives it: the value that it began to write to an
- * area, and the last one that was written when it went on. */
+/* The writer's progress, in memory that outlives it: for each area, the value of the write last
+ * begun and of the one last completed. */
 static struct progress {
   volatile unsigned char begun[AREAS];
   volatile unsigned char done[AREAS];
@@ -55,7 +55,7 @@ static int write_certificate(unsigned char value) {
 static int (*const writers[AREAS])(unsigned char) = {write_record, write_calibration,
                                                      write_certificate};
 
-/* Writes one value after the other to all areas, until it is killed. */
+/* Writes successive values to all areas until it is killed. */
 static void write_for_ever(void) {
   int area;
   for (;;) {
@@ -78,7 +78,7 @@ static const unsigned char *read_area(int area, size_t *size) {
   switch (area) {
     case RECORD:
       mfg_info_read(buffer);
-      /* A record that is not valid is replaced by the default one, of another address. */
+      /* An invalid record is replaced by the default one, which has another address. */
       if (memcmp(buffer + MFG_INFO_MAC, trial_mac, sizeof trial_mac) != 0) return NULL;
       return buffer + kTrialByte;
     case CALIBRATION:
@@ -88,8 +88,8 @@ static const unsigned char *read_area(int area, size_t *size) {
   }
 }
 
-/* What an area holds after the writer's death; -1 for what it must never hold. */
-static int judge(int area) {
+/* The value in an area after the writer's death; -1 for invalid content. */
+static int stored_value(int area) {
   size_t size;
   size_t old_bytes = 0;
   size_t new_bytes = 0;
@@ -117,7 +117,7 @@ static int file_is_whole(void) {
   return whole;
 }
 
-/* Lets a writer work for a while and kills it. */
+/* Kills a writer after a while. */
 static int kill_writer(unsigned microseconds) {
   const pid_t writer = fork();
   int status;
@@ -126,14 +126,14 @@ static int kill_writer(unsigned microseconds) {
   usleep(microseconds);
   kill(writer, SIGKILL);
   waitpid(writer, &status, 0);
-  umount2("/mfg", 0); /* the writer may have left it mounted; a restart would not */
+  umount2("/mfg", 0); /* the writer may have left it mounted, unlike a restart */
   return WIFSIGNALED(status) ? 0 : -1;
 }
 
-/* Counts what became of a write that was interrupted, if there was one in the area, and makes the
- * next writer begin with what is there; what is mixed is written anew. Not 0 for a loss. */
-static int take_stock(int round, int area, int counts[OUTCOMES]) {
-  const int outcome = judge(area);
+/* Counts the outcome of an interrupted write of the area, if any, and makes its value the start of
+ * the next writer; rewrites mixed content. Returns nonzero for a loss. */
+static int count_outcome(int round, int area, int counts[OUTCOMES]) {
+  const int outcome = stored_value(area);
   if (outcome < 0 || (outcome == MIXED && area != CERTIFICATE)) {
     printf("round %d: the %s is lost\n", round, area_names[area]);
     return 1;
@@ -162,7 +162,7 @@ static int kill_writers(int rounds) {
       return 1;
     }
     for (area = 0; area < AREAS; area++) {
-      if (take_stock(round, area, counts[area]) != 0) return 1;
+      if (count_outcome(round, area, counts[area]) != 0) return 1;
     }
   }
   for (area = 0; area < AREAS; area++)

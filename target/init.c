@@ -1,5 +1,5 @@
-/* The first process of the emulated board: mounts what a system has, runs /test, says on the
- * console how that ended, and resets the board, at which the emulator ends. */
+/* The emulated board's init: mounts the usual file systems, runs /test, prints its status on the
+ * console, and resets the board, which ends the emulator. */
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/random.h>
@@ -18,7 +18,7 @@ static void mount_on(const char *type, const char *target) {
   }
 }
 
-/* A board without devices gathers no entropy, and the first program that asks would wait for it. */
+/* A board without devices gathers no entropy, and the first program that needs it would block. */
 static void credit_entropy(void) {
   struct {
     int bits, size;

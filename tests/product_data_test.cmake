@@ -1,10 +1,9 @@
-# The check of a product's certificates before they become part of the library: which folders it refuses,
-# and in which words. Run by CTest:
+# Tests which product folders the certificate check rejects, and with which messages. Run by CTest:
 #
 #   cmake -D SOURCE_DIR=... -D WORK_DIR=... -P product_data_test.cmake
 cmake_minimum_required(VERSION 3.22)
 
-# The check ends the CMake run that makes it, so that each is made in a run of its own.
+# A failed check ends the CMake run, so each check has its own.
 if(CHECK_ONLY)
   include(${SOURCE_DIR}/cmake/product-data.cmake)
   talvera_product_source(${WORK_DIR}/product_data.cpp)
@@ -19,7 +18,7 @@ function(openssl)
   execute_process(COMMAND ${OPENSSL} ${ARGN} COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET ERROR_QUIET)
 endfunction()
 
-# Checks the folder, which must be refused (STATE) with a text, and puts a good folder in its place.
+# Checks the folder, whose result must be STATE with a message, and then restores a valid folder.
 function(expect state text)
   file(REMOVE ${WORK_DIR}/product_data.cpp)
   execute_process(
@@ -30,7 +29,7 @@ function(expect state text)
   string(FIND "${errors}" "${text}" position)
   set(found accepted)
   if(NOT result EQUAL 0)
-    set(found refused)
+    set(found rejected)
   elseif(NOT EXISTS ${WORK_DIR}/product_data.cpp)
     set(found "without a source file")
   endif()
@@ -46,24 +45,24 @@ file(COPY ${good}/ DESTINATION ${folder})
 expect(accepted "")
 
 file(REMOVE ${folder}/06-brio.der)
-expect(refused "06-brio.der is missing")
+expect(rejected "06-brio.der is missing")
 
 openssl(x509 -inform DER -in ${good}/06-brio.der -out ${folder}/06-brio.der)
-expect(refused "06-brio.der is no certificate in DER")  # but in PEM
+expect(rejected "06-brio.der is not a DER certificate")  # but PEM
 
 openssl(x509 -inform DER -in ${good}/client.der -out ${WORK_DIR}/client.pem)
 openssl(rsa -inform DER -in ${good}/client-key.der -out ${WORK_DIR}/client-key.pem)
 openssl(pkcs12 -export -in ${WORK_DIR}/client.pem -inkey ${WORK_DIR}/client-key.pem -passout pass:
   -out ${folder}/06-brio.der)
-expect(refused "06-brio.der is no certificate in DER")
+expect(rejected "06-brio.der is not a DER certificate")
 
 file(COPY_FILE ${good}/06-brio.der ${folder}/client.der)
-expect(refused "client.der has ")
+expect(rejected "client.der has ")
 
 file(COPY_FILE ${good}/client.der ${folder}/client-key.der)
-expect(refused "client-key.der is no RSA private key in DER")
+expect(rejected "client-key.der is not a DER RSA private key")
 
-# A key of the right size that is another certificate's. Sizes of keys vary by a byte or so.
+# A key of the right size that belongs to another certificate. Key sizes vary by a few bytes.
 foreach(attempt RANGE 200)
   openssl(genrsa -traditional -out ${WORK_DIR}/other.pem 512)
   openssl(rsa -in ${WORK_DIR}/other.pem -traditional -outform DER -out ${folder}/client-key.der)
@@ -72,4 +71,4 @@ foreach(attempt RANGE 200)
     break()
   endif()
 endforeach()
-expect(accepted "do not belong together")
+expect(accepted "do not match")

@@ -1,4 +1,4 @@
-/* Arguments of an action: options and names as its synopsis says, numbers within bounds. */
+/* Parsing of an action's arguments: options and arguments as in its synopsis, bounded numbers. */
 #include "arguments.h"
 
 #include <ctype.h>
@@ -60,12 +60,12 @@ int wants_help(void) {
   return help;
 }
 
-/* A negative number is an argument, and so is "-", which stands for a standard stream. */
+/* A negative number is an argument, as is "-", which means a standard stream. */
 static int looks_like_option(const char *text) {
   return text[0] == '-' && text[1] != '\0' && !isdigit((unsigned char)text[1]);
 }
 
-/* Options that every action has. */
+/* Options of every action. */
 static int take_common_option(const char *text) {
   const int is_help = strcmp(text, "--help") == 0 || strcmp(text, "-h") == 0;
   const int is_verbose = strcmp(text, "--verbose") == 0 || strcmp(text, "-v") == 0;
@@ -75,7 +75,7 @@ static int take_common_option(const char *text) {
   return is_help || is_verbose;
 }
 
-/* Takes the option at *argv, and with it the next argument where that is its value. */
+/* Consumes the option at *argv and, if it takes a value, the next argument. */
 static int take_option(const char *synopsis, char ***argv) {
   const char *text = **argv;
   const size_t length = strcspn(text, "=");
@@ -133,7 +133,7 @@ int parse_arguments(const char *synopsis, int *argc, char **argv) {
   return help ? DONE : check_count(synopsis, *argc, argv);
 }
 
-/* Digits alone: what else a number may start with is the caller's affair. */
+/* Digits only; the caller handles prefixes. */
 static int read_digits(const char *text, unsigned long *value) {
   char copy[MAX_DIGITS + 1];
 

@@ -1,4 +1,4 @@
-/* Bytes: growing blocks, escapes for what cannot be shown, and whole files. */
+/* Growing buffers, escapes for unprintable bytes, reading of whole files. */
 #include <fcntl.h>
 #include <limits.h>
 #include <stdlib.h>
@@ -13,7 +13,7 @@ enum { CHUNK = 16384, LONGEST_INPUT = INT_MAX / 6 };
 
 void *must(void *block) {
   if (block == NULL) {
-    fputs("talvera: out of memory\n", stderr); /* a message would need some */
+    fputs("talvera: out of memory\n", stderr); /* without formatting, which would allocate */
     exit(FAILED);
   }
   return block;
@@ -41,7 +41,7 @@ void release(struct bytes *bytes) {
 
 /* ---- Escapes --------------------------------------------------------------------------------- */
 
-/* RFC 3629: neither overlong forms, nor surrogates, nor what is beyond U+10FFFF. */
+/* RFC 3629: rejects overlong forms, surrogates and code points above U+10FFFF. */
 size_t utf8_length(const unsigned char *data, size_t length) {
   const unsigned char first = data[0];
   const size_t size = first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
@@ -57,12 +57,12 @@ size_t utf8_length(const unsigned char *data, size_t length) {
   return first == 0xF4 && data[1] > 0x8F ? 0 : size;
 }
 
-/* The terminal acts on control characters: those of ASCII, DEL, and U+0080 to U+009F. */
+/* Control characters that affect a terminal: ASCII's, DEL, and U+0080 to U+009F. */
 static int is_control(const unsigned char *data) {
   return data[0] < 0x20 || data[0] == 0x7F || (data[0] == 0xC2 && data[1] < 0xA0);
 }
 
-/* Characters that have an escape of one letter, and the letters. */
+/* Characters with an escape of one letter, and the letters. */
 static const char escaped[] = "\\\n\r\t", escapes[] = "\\nrt";
 
 static void append_escape(struct bytes *bytes, unsigned char byte) {
@@ -93,7 +93,7 @@ void append_escaped(struct bytes *bytes, const void *data, size_t length, const 
   }
 }
 
-/* Takes what follows a backslash; null when it is not an escape. */
+/* Parses the escape after a backslash; returns null if it is invalid. */
 static const char *take_escape(const char *cursor, char *byte) {
   const char *known = *cursor != '\0' ? strchr(escapes, *cursor) : NULL;
 
@@ -148,7 +148,7 @@ int open_input(const char *path) {
   return fd;
 }
 
-/* Reads until there are more than `max` bytes; then *longer is set. */
+/* Reads until there are more than `max` bytes, which sets *longer. */
 static int read_limited(const char *path, size_t max, struct bytes *bytes, int *longer) {
   const int fd = open_input(path);
   int count;

@@ -15,8 +15,8 @@
 
 /* ---- The device's blob ----------------------------------------------------------------------- */
 
-/* Loads the blob of the device. That no slot holds one and that there is no file are the same to
- * the library, so that a byte is read on its own. */
+/* Loads the device's blob. Reads a byte first, because the library does not distinguish a missing
+ * file from empty slots. */
 static int load(void) {
   unsigned char byte, *data = &byte;
   uint32_t length = 1;
@@ -31,7 +31,7 @@ static int load(void) {
                  ccert_get_location());
 }
 
-/* Leaves no key in the memory that it gives back. */
+/* Wipes the blob before it is freed. */
 static void unload(void) {
   unsigned char *data;
   uint32_t length;
@@ -82,7 +82,7 @@ static int run_client(int argc, char **argv) {
   return status;
 }
 
-/* Written past the stream, which would keep a copy. */
+/* Bypasses the stream, whose buffer would keep a copy. */
 static int write_key(unsigned char *key, uint32_t length) {
   const int status =
       uf_full_write(STDOUT_FILENO, key, length) == (int)length ? DONE : failed("standard output");
@@ -110,16 +110,16 @@ static int run_key(int argc, char **argv) {
   return status;
 }
 
-/* A file may hold a key, even beside a certificate. */
-static void forget(struct bytes *input) {
+/* Wipes file content, which may contain a key, even beside a certificate. */
+static void wipe_and_release(struct bytes *input) {
   wipe(input->data, input->room);
   release(input);
 }
 
 /* ---- Blobs in files -------------------------------------------------------------------------- */
 
-/* Installs a blob that is complete. Its check comes first: it is all that happens with a slot that
- * does not exist. */
+/* Installs a complete blob. The library checks the blob first, so an invalid slot can be used for a
+ * check alone. */
 static int install(const char *path, unsigned long slot) {
   struct bytes blob = {0};
   int status = read_sized_input(path, MFG_CCERT_MIN_SIZE, MFG_CCERT_MAX_SIZE, &blob);
@@ -139,7 +139,7 @@ static int install(const char *path, unsigned long slot) {
       status = failed("/mfg/mfg.dat");
     }
   }
-  forget(&blob);
+  wipe_and_release(&blob);
   return status;
 }
 
@@ -165,7 +165,7 @@ enum { MAX_FILE = 1 << 20, TEXT_SIZE = 256, FINGERPRINT_SIZE = 61, PEM_LINE = 64
 static const char pem_begin[] = "-----BEGIN CERTIFICATE-----",
                   pem_end[] = "-----END CERTIFICATE-----";
 
-/* Reads a certificate in DER, or takes the first one out of a file in PEM. */
+/* Parses a DER certificate, or reads the first certificate of a PEM file. */
 static int read_certificate(const char *path, struct bytes *der) {
   const int status = read_sized_input(path, 1, MAX_FILE, der);
   const char *begin = status == DONE ? strstr(der->data, pem_begin) : NULL;
@@ -189,7 +189,7 @@ static int read_certificate(const char *path, struct bytes *der) {
 
 static void print_name(const char *name, X509 *certificate, int (*get)(X509 *, char *, int)) {
   char text[TEXT_SIZE];
-  const int length = get(certificate, text, sizeof text - 1); /* a date needs one more */
+  const int length = get(certificate, text, sizeof text - 1); /* a date needs one byte more */
 
   if (length < 0) {
     text_field(name, NULL);
@@ -198,7 +198,7 @@ static void print_name(const char *name, X509 *certificate, int (*get)(X509 *, c
   }
 }
 
-/* The dates use the certificate up, so that it is not released. */
+/* Does not free the certificate, because querying its dates consumes it. */
 static int run_print(int argc, char **argv) {
   static X509 *certificate;
   struct bytes der = {0};
@@ -217,7 +217,7 @@ static int run_print(int argc, char **argv) {
     print_name("until", certificate, uc_get_notafter);
     record_end();
   }
-  forget(&der);
+  wipe_and_release(&der);
   return status;
 }
 
@@ -246,7 +246,7 @@ static int run_convert(int argc, char **argv) {
   } else if (status == DONE) {
     print_pem(&der);
   }
-  forget(&der);
+  wipe_and_release(&der);
   return status;
 }
 
@@ -254,7 +254,7 @@ static const char *format(void) {
   return option("--format") != NULL ? option("--format") : "PEM";
 }
 
-/* Tells a file that cannot be opened; standard input is null to the library. */
+/* Reports a file that cannot be opened; null means standard input to the library. */
 static int check_path(const char **path) {
   const int fd = open_input(*path);
 

@@ -1,8 +1,8 @@
-/* talvera console: messages where the system's own appear. */
+/* talvera console: messages on the system console. */
 #include "talvera/utils.h"
 #include "tool.h"
 
-enum { MAX_TEXT = 254 }; /* the library's 255 with a line feed */
+enum { MAX_TEXT = 254 }; /* the library's 255 include a line feed */
 
 static int run_print(int argc, char **argv) {
   int i;

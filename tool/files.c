@@ -13,7 +13,7 @@ static const char *database(void) {
   return name != NULL ? name : ".order";
 }
 
-/* As ls lists them, apart from names that the database cannot hold. */
+/* Sorted like the output of ls, without names that the database cannot hold. */
 static int is_listed(const char *name) {
   return name[0] != '.' && strpbrk(name, " \t\n\v\f\r") == NULL && strcmp(name, database()) != 0;
 }
@@ -23,7 +23,7 @@ static int report(const char *folder) {
   return refused("%s/%s is damaged, see talvera files sync", folder, database());
 }
 
-/* The saved list; without one, all files by name. */
+/* The saved list or, if there is none, all files by name. */
 static int load(const char *folder, struct of_files_info **set) {
   return of_deserialize(set, is_listed, folder, database(), 1) == 0 ? DONE : report(folder);
 }
@@ -69,14 +69,14 @@ static int move(struct of_files_info *set, struct of_file_info *item, const char
   return of_set_order_for_item(set, item, (int32_t)place) == 0 ? DONE : FAILED;
 }
 
-/* Enabled, unless there is a value. */
+/* Enables a file unless a value is given. */
 static int enable(struct of_files_info *set, struct of_file_info *item, const char *value) {
   (void)set;
   of_set_enable_for_item(item, value == NULL);
   return DONE;
 }
 
-/* Changes files of the saved list, all of them or none. */
+/* Changes all named files of the saved list, or none. */
 static int change_files(const char *folder, int count, char **names, changer *change,
                         const char *value) {
   struct of_files_info *set;

@@ -1,4 +1,4 @@
-/* Help on each level, printed from the tables of actions. */
+/* Help for the program, groups and actions, printed from the tables of actions. */
 #include "help.h"
 
 #include <ctype.h>
@@ -6,7 +6,7 @@
 
 enum { WIDTH = 80, TERM = 14 };
 
-/* What is left to the man page, as details of actions are. */
+/* Only in the man page, like the details of actions. */
 #ifdef TALVERA_TOOL_TERSE
 #define IN_FULL(text) ""
 #else
@@ -42,7 +42,7 @@ const char general[] =
         " A file named \"-\" is standard input. In records, control characters, backslashes and "
         "bytes that are not UTF-8 are escaped as \\n, \\r, \\t, \\\\ or \\xHH.");
 
-/* Prints a text in lines of WIDTH; it starts at `column`, and further lines at `indent`. */
+/* Prints text wrapped to WIDTH; starts at `column`, and indents further lines to `indent`. */
 static void print_wrapped(const char *text, size_t length, int column, int indent) {
   const char *end = text + length;
 

@@ -1,4 +1,4 @@
-/* Texts that help and the man page have in common. */
+/* Text shared by help and the man page. */
 #ifndef TOOL_HELP_H
 #define TOOL_HELP_H
 
@@ -8,22 +8,22 @@ struct entry {
   const char *term, *text;
 };
 
-/* Up to an entry without a term. */
+/* Ends with an entry without a term. */
 extern const struct entry common_options[], statuses[], environment[];
 extern const char general[];
 
-/* Prints a summary as a sentence of its own. */
+/* Prints a summary as a sentence. */
 void print_sentence(const char *summary);
 
-/* Prints the command line of an action's example with the help of a function that prints text. */
+/* Prints the command line of an action's example through a function that prints text. */
 void print_example(const struct group *group, const struct action *action,
                    void (*print)(const char *text, size_t length));
 
-/* Calls one of the two functions for each line of an action's details. */
+/* Calls one of the functions for each line of an action's details. */
 void each_detail(const struct action *action, void (*paragraph)(const char *text, size_t length),
                  void (*entry)(const char *term, int term_length, const char *text, size_t length));
 
-/* Help on the program, a group, an action. */
+/* Print help for the program, a group or an action. */
 void print_help(void);
 void print_group_help(const struct group *group);
 void print_action_help(const struct group *group, const struct action *action);

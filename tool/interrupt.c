@@ -1,4 +1,4 @@
-/* The end of actions that run until they are interrupted. */
+/* Termination of actions that run until interrupted. */
 #include <errno.h>
 #include <signal.h>
 #include <string.h>
@@ -18,7 +18,7 @@ void catch_interrupts(void) {
 
   memset(&action, 0, sizeof action);
   action.sa_handler = catch;
-  action.sa_flags = (int)SA_RESETHAND; /* a second one ends what does not return */
+  action.sa_flags = (int)SA_RESETHAND; /* a second signal ends the program */
   sigaction(SIGINT, &action, NULL);
   sigaction(SIGTERM, &action, NULL);
   sigaction(SIGHUP, &action, &before);
@@ -29,7 +29,7 @@ int interrupted(void) {
   return caught;
 }
 
-/* The signals are let in by the call that waits: one that came before it would not end it. */
+/* The waiting call unblocks the signals; one delivered before it would not end the wait. */
 int wait_readable(int fd) {
   fd_set readable;
   sigset_t blocked, before;

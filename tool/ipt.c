@@ -1,4 +1,4 @@
-/* talvera ipt: firewall rules, printed or run, and the values that they are made of. */
+/* talvera ipt: firewall rules, printed or run, and validation of their values. */
 #include "talvera/ipt.h"
 
 #include <stdlib.h>
@@ -12,12 +12,12 @@ enum { MAX_ADDRESS = 15, MAX_INTERFACE = 15, MAX_PROTOCOL = 4, MAX_FLAGS = 48, R
 
 /* ---- Values ---------------------------------------------------------------------------------- */
 
-/* What is checked here goes into a command line that a shell reads, and is short enough that the
- * library leaves nothing out of it. */
+/* Checked values are safe in a shell command line, and short enough that the library omits no part
+ * of them. */
 
-/* Checks the address in front of a separator, and finds what is behind that; null for nothing. */
+/* Checks the address before a separator and finds the rest; null if there is no separator. */
 static int first_address(const char *what, const char *text, char separator, const char **rest) {
-  char address[MAX_ADDRESS + 2]; /* with room for one character too many */
+  char address[MAX_ADDRESS + 2]; /* one character too many still fits */
   const char *start;
   uint8_t negation = 0;
 
@@ -29,7 +29,7 @@ static int first_address(const char *what, const char *text, char separator, con
   return address_argument(what, address);
 }
 
-/* An address, or a network as ADDRESS/LENGTH. */
+/* Checks an address, or a network as ADDRESS/LENGTH. */
 static int network_argument(const char *text) {
   const char *rest;
   unsigned long bits;
@@ -38,8 +38,8 @@ static int network_argument(const char *text) {
   return rest == NULL ? DONE : number_argument("ADDRESS", rest, 0, 32, &bits);
 }
 
-/* Reads a port or a range, which becomes a text as iptables takes it, for the caller to free, and
- * the port that its first one is sent to, unless null. */
+/* Parses a port or range. Stores its text for iptables, which the caller frees, and, unless null,
+ * the port to which the first one is mapped. */
 static int check_ports(const char *text, const char *internal_text, unsigned long *internal,
                        char **value) {
   char *colon, expected[12] = "-";
@@ -107,9 +107,9 @@ static int run_protocol(int argc, char **argv) {
   return DONE;
 }
 
-/* ---- Ready-made rules ------------------------------------------------------------------------ */
+/* ---- Canned rules ---------------------------------------------------------------------------- */
 
-/* Each makes a rule of an action's arguments, or returns MISUSED with a message. */
+/* Each makes a rule from an action's arguments, or returns MISUSED with a message. */
 
 static int make_pinhole(char **words, uint32_t command, ipt_rule **rule) {
   unsigned long port = 0;
@@ -163,8 +163,8 @@ static int print_rule(const char *sign, const ipt_rule *rule) {
   return DONE;
 }
 
-/* Runs a rule with --apply, or else prints it, and frees it. The library prints what it runs, which
- * is to come before what iptables says. */
+/* Runs a rule with --apply, otherwise prints it, and frees it. Line buffering puts the library's
+ * output before that of iptables. */
 static int finish(ipt_rule *rule) {
   int status;
 
@@ -179,7 +179,7 @@ static int finish(ipt_rule *rule) {
   return status;
 }
 
-/* Makes the rule that is written in one line, as an action with its arguments. */
+/* Makes a rule from a line that contains an action and its arguments. */
 static int make_other(char *line, uint32_t command, ipt_rule **rule) {
   char *words[ARGS_SLOTS];
   size_t i;
@@ -240,10 +240,10 @@ static int run_maplist(int argc, char **argv) {
 
 /* ---- Chains of the filter table -------------------------------------------------------------- */
 
-/* Those that have rules of their own: they follow IPT_CHAIN_INPUT in this order. */
+/* In the order of the numbers from IPT_CHAIN_INPUT on. */
 static const char chains[][8] = {"INPUT", "FORWARD", "OUTPUT"};
 
-/* The rule that the library makes to flush a chain or to set its policy. */
+/* Uses the same rule as the library to flush a chain or set its policy. */
 static int run_chain(const char *chain, uint32_t command, const char *policy) {
   ipt_rule *rule;
   uint32_t i = 0;

@@ -14,8 +14,8 @@
 
 enum {
   BUFFER_SIZE = 65536,
-  COPIED = 80, /* bytes of a packet: the longest IPv4 header is 60, that of IPv6 40 */
-  PATIENCE = 1 /* seconds until the kernel must have answered */
+  COPIED = 80,      /* bytes of a packet: the longest IPv4 header is 60, that of IPv6 40 */
+  REPLY_TIMEOUT = 1 /* seconds to wait for the kernel's reply */
 };
 
 /* ---- Packets --------------------------------------------------------------------------------- */
@@ -31,7 +31,7 @@ static unsigned int read_16(const unsigned char *bytes) {
   return bytes[0] * 256U + bytes[1];
 }
 
-/* What is told of a packet, each a text; empty where it is not known. */
+/* Fields of a packet as text; empty if unknown. */
 struct packet {
   char protocol[8], source[INET6_ADDRSTRLEN + 8], destination[INET6_ADDRSTRLEN + 8];
   unsigned int length;
@@ -49,8 +49,8 @@ static void print_end(char *text, int family, const unsigned char *address,
   }
 }
 
-/* Reads the headers of an IPv4 or IPv6 packet, of which `size` bytes are there. IPv6's extension
- * headers count as protocols. */
+/* Parses the headers of an IPv4 or IPv6 packet of `size` available bytes. IPv6 extension headers
+ * count as protocols. */
 static void read_packet(const unsigned char *data, unsigned int size, struct packet *packet) {
   const int v4 = size >= 20 && data[0] >> 4 == 4, v6 = size >= 40 && data[0] >> 4 == 6;
   const unsigned int header = v6 ? 40 : v4 ? (data[0] & 0xFU) * 4 : 0;
@@ -104,7 +104,7 @@ static void print_line(const struct packet *packet, const char *prefix, const ch
   release(&line);
 }
 
-/* Packets that are still to be printed; below 0 for all. */
+/* Packets still to print; negative for no limit. */
 static long left = -1;
 
 static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg *header,
@@ -119,7 +119,7 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
   (void)group, (void)header, (void)data;
   if (left == 0) return 1;
   left -= left > 0;
-  /* A payload follows its attribute's header, whose length includes that header. */
+  /* The payload follows the attribute's header, whose length includes that header. */
   if (payload != NULL)
     read_packet(payload, attributes[NFULA_PAYLOAD - 1]->nla_len - (unsigned int)NLA_HDRLEN,
                 &packet);
@@ -134,14 +134,13 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
 
 /* ---- The group ------------------------------------------------------------------------------- */
 
-/* A wait that got nothing: whether it goes on. Without room for them, the kernel drops packets, and
- * tells so once they are read again. */
-static int goes_on(void) {
+/* Whether to continue after a failed receive. ENOBUFS reports that the kernel dropped packets. */
+static int can_continue(void) {
   if (errno == ENOBUFS) refused("packets were lost");
   return errno == ENOBUFS || errno == EINTR || errno == EAGAIN || errno == ENOMSG;
 }
 
-/* What a dispatch returns tells nothing: behind several packets in a datagram comes a message that
+/* Ignores the result of the dispatch: several packets in a datagram are followed by a message that
  * has no handler. */
 static int receive_packets(struct nfnetlink_handle *netlink) {
   void *buffer = must(malloc(BUFFER_SIZE));
@@ -150,7 +149,7 @@ static int receive_packets(struct nfnetlink_handle *netlink) {
   while (status == DONE && flush_output() == 0 && left != 0 && wait_readable(netlink->fd)) {
     const int length = nfnetlink_receive(netlink, buffer, BUFFER_SIZE);
 
-    if (length < 0 && !goes_on()) status = failed("netfilter");
+    if (length < 0 && !can_continue()) status = failed("netfilter");
     if (length > 0) nfnetlink_msg_unpack(netlink, buffer, length);
   }
   free(buffer);
@@ -158,21 +157,21 @@ static int receive_packets(struct nfnetlink_handle *netlink) {
 }
 
 static int print_packets(struct nfnetlink_log *log, unsigned int number) {
-  static const struct timeval patience = {PATIENCE, 0};
+  static const struct timeval timeout = {REPLY_TIMEOUT, 0};
   struct nfnetlink_log_group *group;
   int status;
 
-  /* The wait for the answer to a refused request ends with this alone. */
-  setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+  /* Only this limit ends the wait for the reply to a rejected request. */
+  setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   group = nfnetlink_log_bind_group(log, number);
   if (group == NULL) {
     return refused("group %u is not available: another program has it, or this one lacks the right",
                    number);
   }
   nfnetlink_log_register_handler(group, print_packet, NULL);
-  /* Without this, which fails when packets come too fast, they are copied whole. */
+  /* Limits the copied bytes; fails if packets arrive too fast, which then are copied completely. */
   errno = 0;
-  if (nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, COPIED) != 0) goes_on();
+  if (nfnetlink_log_setmode(group, NFULNL_COPY_PACKET, COPIED) != 0) can_continue();
   status = receive_packets(log->netlink);
   left = 0;
   nfnetlink_log_unbind_group(group);

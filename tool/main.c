@@ -1,4 +1,4 @@
-/* The shell command `talvera`: finds group and action, and ends with the right status. */
+/* The shell command `talvera`: dispatches to group and action, and determines the exit status. */
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
@@ -7,8 +7,8 @@
 #include "arguments.h"
 #include "help.h"
 
-/* A file that is opened later must not become standard output: a stream that was closed by the
- * caller is taken by one on which every transfer fails. */
+/* Opens closed standard streams, so that no file opened later takes their place; transfers on them
+ * fail. */
 static void occupy_standard_streams(void) {
   int fd;
 
@@ -17,8 +17,8 @@ static void occupy_standard_streams(void) {
   }
 }
 
-/* A full disk is a failure; a reader that went away is none that anybody wants to hear of. uClibc's
- * fflush() does not report a failure, the stream does. */
+/* A full disk is an error; a closed pipe is not reported. uClibc's fflush() does not report an
+ * error, but the stream does. */
 static int close_output(int status) {
   errno = output_error;
   if (fflush(stdout) == 0 && !ferror(stdout)) return status;
@@ -40,7 +40,7 @@ static int run_action(const struct group *group, const struct action *action, in
   return action->run(argc, argv);
 }
 
-/* Handles an option in front of group or action; -1 when it is none. */
+/* Handles an option before the group or action; returns -1 if it is not one. */
 static int run_option(const struct group *group, const char *name) {
   if (strcmp(name, "--help") == 0 || strcmp(name, "-h") == 0) {
     if (group != NULL) {

@@ -1,4 +1,4 @@
-/* Messages on standard error, and what the library expects of its host: the log. */
+/* Messages on standard error, and the log that the library expects from its host. */
 #include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
@@ -9,7 +9,7 @@
 #include "talvera/sdb.h"
 #include "tool.h"
 
-enum { KEPT = 100 }; /* bytes of a long message that are shown of either end */
+enum { KEPT = 100 }; /* bytes of each end of a long message that are shown */
 
 int verbose;
 static const char *context[2];
@@ -19,7 +19,7 @@ void set_context(const char *group, const char *action) {
   context[1] = action;
 }
 
-/* An argument that is too long to read is cut in the middle, and what is said of it remains. */
+/* Truncates a long argument in the middle, so that the message about it remains. */
 static void print_message(const char *format, va_list arguments, const char *reason) {
   struct bytes line = {0};
   char *message = NULL;
@@ -80,9 +80,9 @@ void sdb_log(int level, const char *format, ...) {
   va_end(arguments);
 }
 
-/* ---- Lines of the library's on standard output ----------------------------------------------- */
+/* ---- The library's lines on standard output -------------------------------------------------- */
 
-static int output; /* where standard output leads while it is diverted */
+static int output; /* the original standard output while diverted */
 
 void divert_output(void) {
   const int error = errno;

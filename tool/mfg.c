@@ -1,4 +1,4 @@
-/* talvera mfg: the manufacturing data, and what the platform driver has of it. */
+/* talvera mfg: the manufacturing data, and the platform driver's copy. */
 #include "talvera/mfg.h"
 
 #include <errno.h>
@@ -21,7 +21,7 @@ static const char path[] = "/mfg/mfg.dat";
 
 /* ---- The file -------------------------------------------------------------------------------- */
 
-/* What was read from the start of a slot; of slot 1 on, the whole rest of the file has room. */
+/* The content from the start of a slot; large enough for slot 1 and the rest of the file. */
 static unsigned char *area;
 
 static int read_area(unsigned long slot, uint32_t length) {
@@ -37,8 +37,8 @@ static unsigned int read_16(const unsigned char *data) {
   return data[0] * 256U + data[1];
 }
 
-/* Reads the record as the device uses it, and tells how it comes from the one that ends the file.
- * Returns DONE, or FAILED with a message when there is no file to tell of. */
+/* Reads the record as the device uses it, and determines its origin from the stored record. Returns
+ * DONE, or FAILED with a message if there is no file. */
 static int read_record(unsigned char *record, enum origin *origin) {
   const int status = read_area(1, TO_END);
   const unsigned char *stored = area + TO_END - MFG_INFO_SIZE;
@@ -49,14 +49,14 @@ static int read_record(unsigned char *record, enum origin *origin) {
   mfg_info_read(record);
   for (i = 0; i < MFG_INFO_SIZE; i += 2)
     sum += read_16(stored + i);
-  /* A valid record is changed by nothing but a serial number for it; zeros are no record. */
+  /* Only a derived serial number changes a valid record; zeros are not a valid record. */
   if (memcmp(stored, record, MFG_INFO_SIZE) == 0) {
     *origin = STORED;
   } else {
     *origin =
         (sum & 0xFFFF) == 0 && memcmp(stored, record, MFG_INFO_SERIAL) == 0 ? DERIVED : DEFAULT;
   }
-  wipe(area, TO_END); /* a slot holds a private key */
+  wipe(area, TO_END); /* a slot contains a private key */
   return DONE;
 }
 
@@ -79,7 +79,7 @@ static int run_init(int argc, char **argv) {
   return status == DONE ? check_driver() : status;
 }
 
-/* The address so many places up, counted in the lower three bytes. */
+/* Prints the address plus `places`, added to the lower three bytes. */
 static void print_address(const char *name, const unsigned char *mac, int places) {
   const unsigned long low =
       ((unsigned long)mac[3] << 16) + read_16(mac + 4) + (unsigned long)places;
@@ -237,7 +237,7 @@ static int write_slot(unsigned long slot, const void *data, size_t length) {
   return mfg_ccert_set(&info) == 0 ? DONE : failed("%s", path);
 }
 
-/* Writes a new file that nobody else may read. */
+/* Writes a new file that only its owner can read. */
 static int save(const char *name, const void *data, uint32_t length) {
   const int fd = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   int status = DONE;

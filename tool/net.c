@@ -65,7 +65,7 @@ static int run_family(int argc, char **argv) {
   return DONE;
 }
 
-/* Six groups of one or two digits: what reads them validates nothing. */
+/* Requires six groups of one or two digits, because the library's parser validates nothing. */
 static int is_mac(const char *text) {
   int group;
 
@@ -113,7 +113,7 @@ static const char *const counters[NETU_STAT_COUNT] = {
     "tx_packets",       "tx_bytes",         "tx_dropped",       "tx_errors",       "collisions",
     "tx-errored-bytes", "rx-errored-bytes", "tx-dropped-bytes", "rx-dropped-bytes"};
 
-/* What is shown of an interval: a rate, or the sum of two counters that are rarely above 0. */
+/* Values shown for an interval: rates, and sums of two counters that are rarely above 0. */
 static const struct column {
   const char *name;
   unsigned char first, second;
@@ -127,13 +127,13 @@ static const struct column {
 };
 enum { COLUMNS = sizeof columns / sizeof *columns };
 
-/* Reads a counter's text; an errno value where there is none. */
+/* Reads a counter as text; returns an errno value on failure. */
 static int read_counter(const char *ifname, unsigned int index, char *text) {
   memset(text, 0, COUNTER_SIZE);
   return netu_ifstat_get(ifname, index, text, COUNTER_SIZE - 1);
 }
 
-/* The library reads an interface that is not there as zeros. */
+/* Checked because the library reads a missing interface as zeros. */
 static int check_interface(const char *ifname) {
   char text[COUNTER_SIZE];
 
@@ -163,7 +163,7 @@ static unsigned long milliseconds(void) {
   return (unsigned long)now.tv_sec * 1000 + (unsigned long)now.tv_nsec / 1000000;
 }
 
-/* Growth for each second of an interval in milliseconds, rounded, in 32 bits. */
+/* Growth per second of an interval in milliseconds, rounded, in 32 bits. */
 static uint32_t rate(uint32_t growth, uint32_t interval) {
   if (interval == 0) interval = 1;
   return growth / interval * 1000 + (growth % interval * 1000 + interval / 2) / interval;
@@ -189,7 +189,7 @@ static void print_interval(const struct netu_linuxif_stats *stats, uint32_t inte
   if (option("--json") != NULL) record_end();
 }
 
-/* Prints a line for each interval, with what has changed in it, until it is told to stop. */
+/* Prints the changes of each interval until interrupted. */
 static int watch(const char *ifname, unsigned long seconds, unsigned long count) {
   struct netu_linuxif_stats *stats = must(netu_alloc_linuxif_stats());
   unsigned long before, now;
@@ -237,7 +237,7 @@ static int run_counters(int argc, char **argv) {
 
 /* ---- Duplicate addresses --------------------------------------------------------------------- */
 
-/* A probe that cannot be made counts as no answer, so that what it needs is looked at before. */
+/* Checks the requirements of a probe first, because one that cannot run counts as no reply. */
 static int run_probe(int argc, char **argv) {
   (void)argc;
   if (plain_argument("INTERFACE", argv[0], IF_NAMESIZE - 1) != DONE ||

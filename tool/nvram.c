@@ -1,4 +1,4 @@
-/* talvera nvram: the configuration store that all processes share. */
+/* talvera nvram: the configuration store shared by all processes. */
 #include "talvera/nvram.h"
 
 #include <errno.h>
@@ -18,7 +18,7 @@ struct pair {
 
 /* ---- The store ------------------------------------------------------------------------------- */
 
-/* The file that names the store; null with a message. */
+/* The file that identifies the store; null with a message. */
 static const char *store_path(void) {
   const char *path = option("--store");
 
@@ -32,8 +32,8 @@ static int report(const char *path) {
   return refused("%s: there is no store, see talvera nvram init", path);
 }
 
-/* Attaches the store, with `exclusive` as its only writer: the store itself excludes nobody, so
- * that writers take turns by a lock on its file. */
+/* Attaches the store. With `exclusive`, locks its file against other writers, which the store
+ * itself does not exclude. */
 static int attach(int exclusive) {
   const char *path = store_path();
   int turn;
@@ -47,7 +47,7 @@ static int attach(int exclusive) {
   return nvram_hash != (void *)-1 ? DONE : failed("%s", path);
 }
 
-/* The entries of a chain as the header describes them; those of a circle once at the most. */
+/* Copies the entries of a chain as the header documents it; those of a circular chain once. */
 static int copy_chain(const unsigned char *entries, unsigned int index, struct pair *pairs,
                       int count) {
   while (count < NVRAM_ENTRIES && index < NVRAM_ENTRIES) {
@@ -156,7 +156,7 @@ static int run_show(int argc, char **argv) {
 
 /* ---- Lines of NAME=VALUE --------------------------------------------------------------------- */
 
-/* In a name, "=" is escaped, and "#" too, so that no name reads as a comment. */
+/* A name escapes "=", and "#" so that it does not look like a comment. */
 static int run_export(int argc, char **argv) {
   const int status = attach(0);
   struct bytes line = {0};
@@ -178,7 +178,7 @@ static int run_export(int argc, char **argv) {
   return DONE;
 }
 
-/* Reverses the escapes of one part of a line, in place; -1 when it does not fit in its field. */
+/* Unescapes one part of a line in place; -1 if it does not fit its field. */
 static int read_part(char *text, size_t length, size_t max) {
   return unescape(text, &length) == 0 && length <= max && strlen(text) == length ? 0 : -1;
 }
@@ -193,8 +193,8 @@ static int read_line(char *line, char **value) {
              : -1;
 }
 
-/* Reads all lines before the store is touched: a file with a fault changes nothing. Names and
- * values are kept where they stand, one after the other. */
+/* Reads all lines before changing the store, so that an invalid file changes nothing. Names and
+ * values stay in place, one after the other. */
 static int read_lines(struct bytes *input, struct bytes *pairs) {
   char *line = input->data, *end = line + input->length;
   int number = 1;

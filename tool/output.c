@@ -1,4 +1,4 @@
-/* Records and lists of records, as text in columns or as JSON. */
+/* Records and lists of records, printed as columns or JSON. */
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
@@ -9,10 +9,10 @@
 enum { MAX_COLUMNS = 16, GAP = 2 };
 
 static int in_list;
-static int records, fields; /* that came before, of the list and of the record */
+static int records, fields; /* number of previous ones in the list and in the record */
 
-/* Texts that wait until the widths of all columns are known, each with its terminator. A record
- * alone has a row for each field, with its name in front; a list has the names on top. */
+/* Terminated texts, kept until the widths of all columns are known. A single record has a row per
+ * field, with its name first; a list has a header row. */
 static struct bytes names, cells;
 
 /* ---- Columns --------------------------------------------------------------------------------- */
@@ -22,7 +22,7 @@ static void add_cell(struct bytes *to, const void *text, size_t length) {
   append(to, "", 1);
 }
 
-/* Places on the terminal: continuation bytes of UTF-8 take none. */
+/* Display width: UTF-8 continuation bytes have none. */
 static int width_of(const char *text) {
   int width = 0;
 
@@ -34,7 +34,7 @@ static int width_of(const char *text) {
 static void print_rows(const struct bytes *rows, int columns) {
   const char *end = rows->data + rows->length, *cell;
   int widths[MAX_COLUMNS] = {0};
-  int column, gap = 0; /* gap: what is due in front of the next text */
+  int column, gap = 0; /* gap: spaces before the next text */
 
   for (cell = rows->data, column = 0; cell < end; cell += strlen(cell) + 1) {
     if (width_of(cell) > widths[column]) widths[column] = width_of(cell);
@@ -81,7 +81,7 @@ static void print_json_string(const void *data, size_t length) {
   putchar('"');
 }
 
-/* Starts a field; whether it is JSON's, whose value is left to print. */
+/* Starts a field; returns whether the output is JSON, so that the value still has to be printed. */
 static int start_json(const char *name) {
   if (option("--json") == NULL) return 0;
   if (fields++ > 0) printf(", ");

@@ -1,5 +1,5 @@
-/* Prints the man page or the completion for bash from the tables of actions: talvera_pages
- * man|bash. It runs when talvera is built, and is not installed. */
+/* Prints the man page or the bash completion from the tables of actions: talvera_pages man|bash.
+ * Runs during the build, and is not installed. */
 #include <string.h>
 
 #include "help.h"
@@ -85,7 +85,7 @@ static void print_option_words(const struct action *action) {
   }
 }
 
-/* Options where a word starts with "-", else names of groups and actions, else files. */
+/* Completes options after "-", otherwise names of groups and actions, otherwise files. */
 static void print_completion(void) {
   const struct group *const *group;
   const struct action *action;

@@ -1,4 +1,4 @@
-/* talvera pfs: what persists over a restart, by way of the tool of that name. */
+/* talvera pfs: files that persist across restarts, managed by the tool of that name. */
 #include "talvera/utils.h"
 #include "tool.h"
 
@@ -8,7 +8,7 @@ static int outcome(int result) {
   return result == 0 ? DONE : refused("pfs ended with status %d", result);
 }
 
-/* The library gives the path to the shell as it is. */
+/* The library passes the path to the shell unquoted. */
 static int call_with_path(const char *path, int (*call)(const char *path)) {
   struct bytes word = {0};
   int status;

@@ -1,4 +1,4 @@
-/* talvera proc: programs, started, found, signalled and stopped. */
+/* talvera proc: starting, finding, signalling and stopping programs. */
 #include "talvera/process.h"
 
 #include <errno.h>
@@ -13,7 +13,7 @@ enum { MAX_FOUND = 256, MAX_QUOTED = 246, LAST_SIGNAL = 127 };
 
 /* ---- Starting and finding -------------------------------------------------------------------- */
 
-/* A child that cannot become the program cannot tell, so that the likely reasons are looked for. */
+/* Checks likely errors first, because a child cannot report that exec failed. */
 static int check_program(const char *path) {
   if (access(path, X_OK) != 0) return failed("%s", path);
   errno = EISDIR;
@@ -36,7 +36,7 @@ static int run_start(int argc, char **argv) {
   status = check_program(argv[0]);
   if (status == DONE) {
     errno = process_start(&pid, argv[0], argv, environment);
-    if (getpid() != parent) _exit(FAILED); /* a child without a process group of its own */
+    if (getpid() != parent) _exit(FAILED); /* a child whose setpgid() failed */
     if (errno != 0) status = failed("%s", argv[0]);
   }
   free(environment);
@@ -44,7 +44,7 @@ static int run_start(int argc, char **argv) {
   return status;
 }
 
-/* The library gives the last part of the name to the shell as it is. */
+/* The library passes the last part of the name to the shell unquoted. */
 static int run_find(int argc, char **argv) {
   const char *slash = strrchr(argv[0], '/');
   struct bytes name = {0};
@@ -86,11 +86,11 @@ static const struct {
     {"CHLD", SIGCHLD}, {"CONT", SIGCONT}, {"STOP", SIGSTOP},
 };
 
-/* What the calls below take apart from the process. */
+/* Further arguments of the calls below. */
 static unsigned long signal_number, seconds;
 static long signal_value;
 
-/* Calls for each process, also when one of the calls fails. */
+/* Calls the function for each process, even after failures. */
 static int for_each(int argc, char **argv, int (*call)(pid_t pid)) {
   unsigned long pid;
   int status = DONE, i;

@@ -1,4 +1,4 @@
-/* talvera queue: datagrams through named queues. */
+/* talvera queue: datagrams on named queues. */
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
@@ -9,14 +9,14 @@
 
 enum { MAX_NAME = 107, MAX_MESSAGE = 262144 };
 
-/* A path that fits into an address. An empty name would be an address that nobody can know. */
+/* Requires a path that fits an address. An empty name would bind an unpredictable address. */
 static int check_name(const char *name) {
   return *name != '\0' ? bounded_argument("NAME", name, MAX_NAME) : misused("NAME is empty");
 }
 
 /* ---- Sending --------------------------------------------------------------------------------- */
 
-/* The library tells failures on standard output too. */
+/* The library also reports failures on standard output. */
 static int send_message(const struct ipc_msgq *queue, const char *message, size_t length) {
   int result;
 
@@ -34,7 +34,7 @@ static int send_arguments(const struct ipc_msgq *queue, char **messages) {
   return status;
 }
 
-/* Each line as it comes. */
+/* Sends each line as it arrives. */
 static int send_lines(const struct ipc_msgq *queue) {
   char *line = NULL;
   size_t room = 0;
@@ -89,7 +89,7 @@ static void print_message(const char *message, size_t length) {
   }
 }
 
-/* Until there were so many messages, 0 being never, or an interrupt, or nobody who reads on. */
+/* Receives `count` messages (0: no limit), until an interrupt or the end of the output's reader. */
 static int receive_messages(const struct ipc_msgq *queue, unsigned long count) {
   char *message = must(malloc(MAX_MESSAGE));
   int status = DONE;
@@ -108,7 +108,7 @@ static int receive_messages(const struct ipc_msgq *queue, unsigned long count) {
   return status;
 }
 
-/* The path is given back however this ends, also when the output's reader goes away. */
+/* Removes the path on every exit, even if the output's reader has gone. */
 static int run_receive(int argc, char **argv) {
   unsigned long count = 0;
   struct ipc_msgq *queue;

@@ -1,4 +1,4 @@
-/* talvera sum: checks and digests of files, printed as md5sum does. */
+/* talvera sum: checksums and digests of files, printed like md5sum does. */
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 
 enum { CHUNK = 16384, BAR_WIDTH = 40, BAR_FROM = 16 * 1024 * 1024 };
 
-/* A check: the value it starts with, what it is inverted with at the end, and its digits. */
+/* A checksum: initial value, final exclusive-or, number of digits. */
 struct crc {
   uint32_t (*update)(uint32_t crc, const unsigned char *data, unsigned int length);
   uint32_t start, inversion;
@@ -22,7 +22,7 @@ struct crc {
 /* ---- Progress on a terminal ------------------------------------------------------------------ */
 
 struct progress {
-  unsigned int total, done; /* in chunks; total 0: nothing is shown */
+  unsigned int total, done; /* in chunks; total 0 shows nothing */
   unsigned int percent;
 };
 
@@ -54,7 +54,7 @@ static void end_progress(const struct progress *progress) {
 
 /* ---- Files ----------------------------------------------------------------------------------- */
 
-/* Names with a backslash or a line end are escaped, which a backslash in front of the line tells.
+/* Names with a backslash or line feed are escaped, marked by a backslash at the start of the line.
  */
 static void print_sum(const char *digits, const char *name) {
   if (strpbrk(name, "\\\n\r") != NULL) putchar('\\');
@@ -66,7 +66,7 @@ static void print_sum(const char *digits, const char *name) {
   putchar('\n');
 }
 
-/* Reads a file and writes the digits of its check, or of its MD5 digest when `crc` is null. */
+/* Reads a file and writes its checksum, or its MD5 digest if `crc` is null. */
 static int sum_file(int fd, const struct crc *crc, char *digits) {
   unsigned char *chunk = must(malloc(CHUNK));
   unsigned char digest[MD5_DIGEST_SIZE];
@@ -94,7 +94,7 @@ static int sum_file(int fd, const struct crc *crc, char *digits) {
   return count;
 }
 
-/* Goes on with the next file after a failure. */
+/* Continues with the next file after a failure. */
 static int sum_files(int count, char **names, const struct crc *crc) {
   char digits[2 * MD5_DIGEST_SIZE + 1];
   int status = DONE, i;

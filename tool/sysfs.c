@@ -1,8 +1,8 @@
-/* talvera sysfs: attributes of the kernel. */
+/* talvera sysfs: kernel attributes. */
 #include "talvera/utils.h"
 #include "tool.h"
 
-enum { MAX_PATH = 255, MAX_VALUE = 4096 }; /* an attribute has a page at most */
+enum { MAX_PATH = 255, MAX_VALUE = 4096 }; /* an attribute has at most a page */
 
 static int run_get(int argc, char **argv) {
   char value[MAX_VALUE + 1] = "";

@@ -1,4 +1,4 @@
-/* talvera text: encodings, and what the scanners make of a line. */
+/* talvera text: encodings, and scanning of lines. */
 #include <stdlib.h>
 #include <string.h>
 
@@ -68,7 +68,7 @@ static int decode_hex(struct bytes *input) {
   return DONE;
 }
 
-/* Room for the text: a reference takes six characters. */
+/* Maximum size of the text: a reference has six characters. */
 static int encode_entities(struct bytes *input) {
   const size_t room = input->length * 6 + 2;
   char *text;
@@ -111,7 +111,7 @@ static int run_entities(int argc, char **argv) {
 
 /* ---- Scanners -------------------------------------------------------------------------------- */
 
-/* Each takes a value from a line as its scanner does, and writes it as text. */
+/* Each scans a value of a line and writes it as text. */
 static char *take_ip(char *line, char *text) {
   struct in_addr address = {0};
   char *end = get_ip(line, &address);
@@ -164,7 +164,7 @@ static const struct kind {
   const char *name;
   char *(*take)(char *line, char *text);
 } kinds[] = {
-    /* In the order in which a word is tried when no kind is given. */
+    /* in the order in which kinds are tried by default */
     {"ip", take_ip},           {"mac", take_mac},
     {"integer", take_integer}, {"word", take_word},
     {"string", take_string},   {"number", take_number},
@@ -186,8 +186,8 @@ static void print_value(const char *kind, const char *text) {
   record_end();
 }
 
-/* The first kind that a whole word belongs to. An integer must be spelled as it would be printed:
- * the scanner wraps what is beyond 32 bits. */
+/* The first kind that matches the whole word. An integer must be written as it would be printed,
+ * because the scanner wraps at 32 bits. */
 static const struct kind *kind_of(char *word, char *text) {
   const struct kind *kind = kinds;
 

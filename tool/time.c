@@ -1,4 +1,4 @@
-/* talvera time: dates and durations, the clocks, time zones. */
+/* talvera time: dates and durations, clocks, time zones. */
 #include "talvera/time.h"
 
 #include <ctype.h>
@@ -31,8 +31,8 @@ static int run_stod(int argc, char **argv) {
   return DONE;
 }
 
-/* Reads three numbers joined by a delimiter; not 0 when the text is anything else. The room for the
- * text leaves none for a number beyond 32 bits. */
+/* Parses three numbers joined by a delimiter; nonzero for anything else. The text size excludes
+ * numbers above 32 bits. */
 static int read_triple(const char *text, char delimiter, int32_t *first, int32_t *second,
                        int32_t *third) {
   int32_t *const fields[] = {first, second, third};
@@ -146,7 +146,7 @@ static int run_zone(int argc, char **argv) {
   return DONE;
 }
 
-/* The text only gets shorter, so it can be converted in place. */
+/* The text can only get shorter, so it is converted in place. */
 static int run_unzone(int argc, char **argv) {
   (void)argc;
   convert_tz_from_posix(argv[0], argv[0], strlen(argv[0]) + 1);

@@ -1,4 +1,4 @@
-/* talvera tls: a connection as the device makes it, and what is made of the server. */
+/* talvera tls: a connection as the device makes it, with the verification of the server. */
 #include <arpa/inet.h>
 #include <errno.h>
 #include <netinet/in.h>
@@ -21,9 +21,9 @@ enum { NAME_SIZE = 100, FLAG_SIZE = 16, SOAP_SIZE = 26, PATIENCE = 20 };
 
 /* ---- Steps ----------------------------------------------------------------------------------- */
 
-static char failure[300]; /* the step that failed, and why */
+static char failure[300]; /* the failed step and the reason */
 
-/* Each step is a record of the list that is printed at the end, with a result such as "ok". */
+/* Each step is a record of the list printed at the end, with a result such as "ok". */
 static void step(const char *name, const char *result, const char *format, ...)
     TALVERA_PRINTF(3, 4);
 static void step(const char *name, const char *result, const char *format, ...) {
@@ -43,7 +43,7 @@ static void step(const char *name, const char *result, const char *format, ...) 
 
 /* ---- Up to the handshake --------------------------------------------------------------------- */
 
-/* The descriptor of the connection, or -1. */
+/* Connects; returns the descriptor or -1. */
 static int connect_to(const char *host, unsigned long port) {
   static const struct timeval patience = {PATIENCE, 0};
   struct sockaddr_in server = {0};
@@ -86,7 +86,7 @@ static int shake_hands(SSL *ssl, int fd) {
 
 /* ---- The server ------------------------------------------------------------------------------ */
 
-/* A certificate of the server's chain: whose it is, who says so, when. */
+/* Shows a certificate of the server's chain: subject, issuer, validity. */
 static void show_certificate(X509 *certificate) {
   BIO *text = must(BIO_new(BIO_s_mem()));
   char *data;
@@ -108,7 +108,7 @@ static void show_certificate(X509 *certificate) {
   BIO_free(text);
 }
 
-/* What the device's own clock is worth. */
+/* Shows whether the device's clock is reliable. */
 static void show_time(void) {
   char flag[FLAG_SIZE] = "", now[SOAP_SIZE];
   const int error = sdb_get("ip.ntp.time-acquired", flag, sizeof flag);
@@ -123,19 +123,19 @@ static void show_time(void) {
   }
 }
 
-/* The library judges the chain, then the name; its verdict says how far it got. */
-static int judge(SSL *ssl, const char *name) {
+/* The library verifies the chain, then the name; the result shows which failed. */
+static int verify_server(SSL *ssl, const char *name) {
   STACK_OF(X509) *chain = SSL_get_peer_cert_chain(ssl);
-  const long verified = SSL_get_verify_result(ssl), verdict = SSL_check_cert(ssl, name);
-  const int wrong_name = verdict == X509_V_ERR_CERT_UNTRUSTED && verdict != verified;
+  const long verified = SSL_get_verify_result(ssl), result = SSL_check_cert(ssl, name);
+  const int wrong_name = result == X509_V_ERR_CERT_UNTRUSTED && result != verified;
   char own_name[NAME_SIZE] = "";
   int i;
 
   for (i = 0; i < sk_X509_num(chain); ++i)
     show_certificate(sk_X509_value(chain, i));
   show_time();
-  if (verdict != 0 && !wrong_name) {
-    step("chain", "failed", "%s (%ld)", X509_verify_cert_error_string(verdict), verdict);
+  if (result != 0 && !wrong_name) {
+    step("chain", "failed", "%s (%ld)", X509_verify_cert_error_string(result), result);
     return FAILED;
   }
   if (verified == 0) {
@@ -147,7 +147,7 @@ static int judge(SSL *ssl, const char *name) {
   if (i > 0) uc_get_common_name(sk_X509_value(chain, 0), own_name, sizeof own_name);
   if (wrong_name) {
     step("name", "failed", "%s is expected, the server has %s (%ld)", name,
-         *own_name != '\0' ? own_name : "none", verdict);
+         *own_name != '\0' ? own_name : "none", result);
   } else {
     step("name", "ok", "%s", own_name);
   }
@@ -161,14 +161,14 @@ static int diagnose(SSL_CTX *context, const char *host, unsigned long port, cons
 
   if (fd < 0) return FAILED;
   ssl = must(SSL_new(context));
-  if (SSL_set_fd(ssl, fd) == 1 && shake_hands(ssl, fd) == DONE) status = judge(ssl, name);
+  if (SSL_set_fd(ssl, fd) == 1 && shake_hands(ssl, fd) == DONE) status = verify_server(ssl, name);
   SSL_free(ssl);
   close(fd);
   return status;
 }
 
 static int run_connect(int argc, char **argv) {
-  static const char versions[][8] = {"ssl3", "tls1", "tls1.1", "tls1.2"}; /* those over TCP */
+  static const char versions[][8] = {"ssl3", "tls1", "tls1.1", "tls1.2"}; /* over TCP */
   const char *version = option("--version"), *name = option("--name");
   unsigned long port;
   SSL_CTX *context;

@@ -1,4 +1,4 @@
-/* talvera trace: traceroute, and what came of it. */
+/* talvera trace: traceroute and its results. */
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
@@ -12,9 +12,9 @@
 enum {
   MAX_HOST = 255,
   MAX_INTERFACE = 15,
-  MAX_NAME = 40, /* of a test: paths have at most 63 characters */
+  MAX_NAME = 40, /* of a test name: paths have at most 63 characters */
   MAX_HOPS = 255,
-  USUAL_HOPS = 30, /* traceroute's own limit */
+  USUAL_HOPS = 30, /* traceroute's default */
   COMMAND_SIZE = 1024,
   BAR_WIDTH = 30
 };
@@ -62,7 +62,7 @@ static int run_command(int argc, char **argv) {
 
 /* ---- Results --------------------------------------------------------------------------------- */
 
-/* The shortest of "0.512,12,400.25" in microseconds; 0 when there is none. */
+/* The shortest of "0.512,12,400.25" in microseconds; 0 if there is none. */
 static unsigned long shortest(const char *times) {
   unsigned long best = 0;
 
@@ -111,7 +111,7 @@ static void print_hops(const struct tr_hop *hops, int32_t count) {
   list_end();
 }
 
-/* Says why there are no results: the first text that traceroute left on standard error. */
+/* Reports why there are no results: the first text of traceroute on standard error. */
 static int print_error(const char *name, int32_t code) {
   struct bytes text = {0};
   char path[MAX_NAME + 16], *line;
@@ -125,7 +125,7 @@ static int print_error(const char *name, int32_t code) {
   return FAILED;
 }
 
-/* Prints the hops of a test, and says why there are none or not enough. */
+/* Prints the hops of a test, and reports why there are none or too few. */
 static int show(const char *name, int32_t max_hops) {
   struct tr_hop *hops = must(calloc((size_t)max_hops, sizeof *hops));
   int32_t count = 0, code = -1, i;
@@ -161,7 +161,7 @@ static int run_show(int argc, char **argv) {
 
 /* ---- A test ---------------------------------------------------------------------------------- */
 
-/* Runs traceroute with its work files in a folder that nobody else can have put there. */
+/* Runs traceroute with its work files in a new private folder. */
 static int run_test(int argc, char **argv) {
   static const char *const files[] = {"-out", "-err"};
   char folder[] = "/tmp/talvera-XXXXXX", name[sizeof folder], path[sizeof folder + 8];

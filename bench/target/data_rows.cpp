@@ -48,7 +48,7 @@ void standard_append_and_fetch() {
 list_obj queue;
 StdList standard_queue;
 
-// Takes from the head and appends again, as a work queue does; no more than four elements are out.
+// Takes from the head and appends again, like a work queue; at most four elements are out.
 void cycle() {
   void *taken[4];
   for (void *&data : taken)
@@ -141,7 +141,7 @@ void sort_array() {
 constexpr unsigned kBlock = 4096;
 unsigned char data[kBlock];
 
-// The table loops that one would write without the library.
+// The table loops of a program without the library.
 template <typename Word, bool kMsbFirst, std::uint32_t kPolynomial>
 class PlainTable {
  public:

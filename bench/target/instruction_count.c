@@ -3,7 +3,7 @@
  * far to the file of the argument "out". Only the program's own instructions count, not the
  * kernel's.
  *
- * The emulator's header is not packaged; what is needed of it is declared here. */
+ * The emulator's header is not packaged, so the required declarations are here. */
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -43,7 +43,7 @@ struct counts {
 static struct counts total;
 static FILE *out;
 
-/* By the opcode in the upper six bits; jumps to registers share opcode 0 with the arithmetic. */
+/* Classified by the opcode in the upper six bits; register jumps share opcode 0 with arithmetic. */
 static void classify(const unsigned char *bytes, struct counts *counts) {
   const unsigned opcode = bytes[0] >> 2;
   const unsigned function = bytes[3] & 63;
@@ -70,7 +70,7 @@ static void on_execution(unsigned int cpu, void *data) {
 
 static void on_translation(qemu_plugin_id_t id, struct qemu_plugin_tb *block) {
   const size_t length = qemu_plugin_tb_n_insns(block);
-  struct counts *counts = calloc(1, sizeof *counts); /* as long as the emulator may run the block */
+  struct counts *counts = calloc(1, sizeof *counts); /* kept while the block may run */
   (void)id;
   if (counts == NULL) abort();
   for (size_t i = 0; i < length; ++i)

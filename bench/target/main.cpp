@@ -1,5 +1,5 @@
-// Runs each side of every row, once and then nine times, and marks where the counts end: an eighth
-// of the difference is what one operation takes. What only the first one does has been done before.
+// Runs each side of every row once and then nine times, and marks the counts: an eighth of the
+// difference is the cost of one operation. First-time work is done beforehand.
 #include <unistd.h>
 
 #include <cstdio>
@@ -9,8 +9,8 @@
 #include "mark.h"
 #include "rows.h"
 
-// The clock stands still, also for the library, which seeds its random pivots from it: two runs
-// take the same path.
+// The clock stands still, even for the library, which seeds its random pivots from it, so that all
+// runs take the same path.
 extern "C" time_t time(time_t *result) {
   constexpr time_t kNow = 1'700'000'000;
   if (result != nullptr) *result = kNow;

@@ -1,5 +1,5 @@
-/* How the benchmark program tells the emulator's plugin where a count begins or ends: it closes a
- * descriptor that no program has. */
+/* Tells the emulator's plugin where a count begins or ends: the benchmark closes a descriptor that
+ * no program has. */
 #ifndef TALVERA_BENCH_TARGET_MARK_H
 #define TALVERA_BENCH_TARGET_MARK_H
 

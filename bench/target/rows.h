@@ -1,5 +1,5 @@
-// The rows of `make target-bench`: an operation of the library compared with the same in plain C,
-// the C library's or OpenSSL's.
+// The rows of `make target-bench`: an operation of the library against the same in plain C, or that
+// of the C library or OpenSSL.
 #pragma once
 
 #include <span>
@@ -16,15 +16,15 @@ extern const std::span<const Row> kText;
 extern const std::span<const Row> kData;
 extern const std::span<const Row> kSystem;
 
-// Makes what the rows of each file work on.
+// Prepares the data of each file's rows.
 void prepare_text();
 void prepare_data();
 void prepare_system();
 
-// Ends the program when a result is wrong: nobody counts instructions of a wrong answer.
+// Ends the program if a result is wrong, because its count would be meaningless.
 void check(bool right);
 
-// Makes the compiler compute a value, and forget what it knows of memory.
+// Forces the compiler to compute a value and to assume that memory has changed.
 template <typename T>
 void keep(const T &value) {
   __asm__ volatile("" : : "r"(&value) : "memory");

@@ -1,5 +1,5 @@
-// Firewall rules, netlink, addresses, and what works on files and sockets. Of these the program's
-// own instructions count, not the kernel's: a baseline makes the same system calls.
+// Firewall rules, netlink, addresses, and operations on files and sockets, for which a baseline
+// makes the same system calls, because only the program's own instructions count.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <linux/netfilter/nfnetlink_log.h>
@@ -25,7 +25,7 @@
 #include "talvera/of.h"
 #include "talvera/utils.h"
 
-// The manufacturing file lies in an ordinary folder.
+// The manufacturing file is in an ordinary folder.
 extern "C" int mount(const char *, const char *, const char *, unsigned long,
                      const void *) noexcept {
   return 0;
@@ -173,7 +173,7 @@ void format_hops() {
   check(ipdiag_tr_formatout("talvera-bench", hops, kHops + 1, &count) == 0 && count == kHops);
 }
 
-// Reads the lines and cuts them into words, without a look at any.
+// Reads the lines and splits them into words without examining any.
 void cut_hops() {
   FILE *file = std::fopen(kHopFile, "r");
   char line[512];
@@ -209,7 +209,7 @@ void read_info() {
   keep(record);
 }
 
-// With the sum over the record, without which nobody knows whether there is one.
+// Including the checksum, which determines whether the record is valid.
 void bare_read_info() {
   unsigned char record[MFG_INFO_SIZE];
   mount("mtd:mfg", "/mfg", "jffs2", MS_RDONLY, nullptr);

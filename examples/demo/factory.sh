@@ -1,4 +1,4 @@
-# What the factory leaves beside the device: a blob of its certificate and key, big-endian numbers in front.
+# What the factory supplies with the device: a blob of its certificate and key, preceded by big-endian numbers.
 
 cd "$FOLDER"
 word() {

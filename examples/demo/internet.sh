@@ -1,6 +1,6 @@
-# The firewall at work: a host outside and one inside, each a network namespace with an address and a cable.
+# The firewall at work: an outside and an inside host, each a network namespace with an address and a veth pair.
 
-# host INTERFACE GATEWAY-ADDRESS ADDRESS: its namespace is held by the process $holder
+# host INTERFACE GATEWAY-ADDRESS ADDRESS: creates a host, whose namespace the process $holder keeps alive
 host() {
   unshare -n sleep 600 &
   holder=$!
@@ -14,7 +14,7 @@ host() {
   nsenter -t "$holder" -n ip link set veth0 up
 }
 
-# The web server greets each caller by the address that it sees.
+# The web server greets each client by the address that it sees.
 serve() {
   if command -v perl >/dev/null; then
     set -- perl -MIO::Socket::INET -e '
@@ -50,18 +50,18 @@ nsenter -t "$inside" -n ip route add default via 192.168.1.1
 serve
 
 # A camera at home, 192.168.1.10, has a web server. A host on the internet, 203.0.113.50, calls the gateway, and
-# the pinhole leads it there.
+# the pinhole forwards the call.
 from_outside 203.0.113.1 8080
 
 expect '^hello 203.0.113.50, this is the camera'
 
-# Without the pinhole the same call ends at the gateway, where nobody listens.
+# Without the pinhole the same call ends at the gateway, where nothing listens.
 talvera ipt pinhole --apply --delete 203.0.113.1 tcp 8080 192.168.1.10 80
 from_outside 203.0.113.1 8080
 
 expect '^no connection'
 
-# Who calls nevertheless? A rule sends such packets to a log group, and talvera shows what comes there.
+# Who still tries? A rule logs such packets to a group, and talvera prints them.
 iptables -A INPUT -i wan0 -p tcp --dport 8080 -j NFLOG --nflog-group 5
 talvera log packets --count 1 5 >calls & sleep 1
 from_outside 203.0.113.1 8080
@@ -69,5 +69,5 @@ wait $!; cat calls
 
 expect 'in=wan0 out=- tcp 203.0.113.50:.* > 203.0.113.1:8080'
 
-# The interface has counted all of it.
+# The interface counters include all these packets.
 talvera net counters wan0 | grep packets

@@ -28,13 +28,14 @@ serve 44331 good
 serve 44332 early
 export TALVERA_SDB=database
 
-# The gateway reports to its management server, and trusts nothing but the maker's root. Each step is judged.
+# The gateway reports to its management server and trusts only the maker's root. Each step is shown with its
+# result.
 printf '%s\n' system.sku=1 ip.ntp.time-acquired=1 >database
 talvera tls connect --name ACS.example.net 127.0.0.1 44331
 
 expect '^name  *ok'
 
-# A server with another name is refused, though its certificate is sound.
+# A server with another name is rejected, although its certificate is valid.
 talvera tls connect --name acs.example.com 127.0.0.1 44331 2>&1 | tail -n 1
 
 expect 'acs.example.com is expected, the server has acs.example.net'
@@ -44,7 +45,7 @@ talvera tls connect --name acs.example.net 127.0.0.1 44332 2>&1 | tail -n 1
 
 expect 'certificate is not yet valid'
 
-# Before the device has the network's time, its own clock may be wrong, and it forgives.
+# Before the device has network time, its clock may be wrong, so it accepts the certificate.
 printf '%s\n' system.sku=1 ip.ntp.time-acquired=0 >database
 talvera tls connect --name acs.example.net 127.0.0.1 44332 | tail -n 3
 

@@ -1,5 +1,5 @@
-# The device identity at boot: first on an empty factory partition, then on one that the factory has
-# written, with a serial number left to be derived from the MAC address.
+# The device identity at boot: first on an empty factory partition, then on one that the factory has written,
+# whose serial number is derived from the MAC address.
 set -eu
 
 flash=$(mktemp -d)

@@ -6,7 +6,7 @@ work=$(mktemp -d)
 flash=$work/flash
 mkdir "$flash"
 
-# A number as four bytes, high byte first.
+# A number as four bytes, big-endian.
 be32() {
   printf "$(printf '\\%03o\\%03o\\%03o\\%03o' $(($1 >> 24 & 255)) $(($1 >> 16 & 255)) \
     $(($1 >> 8 & 255)) $(($1 & 255)))"
@@ -16,7 +16,7 @@ size_of() {
   wc -c <"$1"
 }
 
-# A blob of a certificate and its plain key; with an argument, of that format version.
+# A blob with a certificate and its plain key; the argument is the format version.
 make_blob() {
   certificate=$(size_of "$work/certificate.der")
   key=$(size_of "$work/key.der")

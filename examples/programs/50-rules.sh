@@ -23,7 +23,7 @@ zone inside lan0 192.168.1.1 192.168.1.10
 ip -n inside route add default via 192.168.1.1
 echo 1 >/proc/sys/net/ipv4/ip_forward
 
-# The inner host answers one connection with the address that it came from.
+# The inner host answers one connection with the address of its origin.
 ip netns exec inside perl -MIO::Socket::INET -e '
   my $listener = IO::Socket::INET->new(Listen => 1, LocalPort => 80) or die;
   my $peer = $listener->accept or die;
@@ -32,7 +32,7 @@ server=$!
 trap 'kill $server 2>/dev/null || true' EXIT
 until ip netns exec inside ss -ltn | grep -q ':80 '; do sleep 0.1; done
 
-# call EXPECTED: connects from outside to port 8080 of the gateway and shows what comes back
+# call EXPECTED: connects from outside to port 8080 of the gateway and shows the answer
 call() {
   answer=$(ip netns exec outside perl -MIO::Socket::INET -e '
     my $peer = IO::Socket::INET->new(PeerAddr => "203.0.113.1:8080", Timeout => 1)

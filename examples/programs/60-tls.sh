@@ -1,5 +1,5 @@
-# A TLS client and the servers that it accepts and refuses. The servers' certificates are issued by the
-# development stand-in of the maker's root.
+# A TLS client, and servers that it accepts and rejects. The development stand-in of the maker's root issues
+# their certificates.
 set -eu
 
 [ -x "$BUILD/examples/tls_request" ] || exit 0 # a build without TLS

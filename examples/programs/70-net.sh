@@ -1,5 +1,5 @@
-# The packet log and the interface counters: the firewall logs datagrams to a group, the program that
-# has bound the group gets them, and the interface's counters tell of the same datagrams.
+# The packet log and the interface counters: the firewall logs datagrams to a group, the program bound to the
+# group receives them, and the interface's counters include them.
 # Needs the sandbox.
 set -eu
 
@@ -17,7 +17,7 @@ done
 counters=$!
 sleep 0.5
 
-# Four datagrams of 100 bytes, headers included, to a socket that takes them; three are logged.
+# Four datagrams of 100 bytes, including headers, to a receiving socket; three are logged.
 perl -MIO::Socket::INET -e '
   for ("127.0.0.77", "127.0.0.78", "127.0.0.77", "127.0.0.77") {
     my $taker = IO::Socket::INET->new(Proto => "udp", LocalAddr => $_, LocalPort => 7777) or die;

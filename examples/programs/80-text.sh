@@ -1,4 +1,4 @@
-# A configuration file as people write them, read line by line.
+# A hand-written configuration file, read line by line.
 set -eu
 
 file=$(mktemp)

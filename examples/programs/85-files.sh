@@ -1,11 +1,11 @@
-# A photo folder in the order of its user: photos come, are moved, hidden and deleted; the database in
-# the folder follows.
+# A photo folder in its user's order: photos are added, moved, hidden and deleted, and the database in the
+# folder follows.
 set -eu
 
 folder=$(mktemp -d)
 photos() { "$BUILD/examples/photo_folder" "$folder" "$@"; }
 
-# Shows the database, and compares it with what it has to be.
+# Shows the database and compares it with the expected content.
 expect() {
   echo "  $1:"
   shift

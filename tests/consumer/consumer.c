@@ -1,8 +1,8 @@
-/* A program outside the project: finds the headers and links the library, and OpenSSL with it. */
+/* An external program: finds the headers, and links the library and OpenSSL. */
 #include <talvera/ssl.h>
 #include <talvera/utils.h>
 
-/* The library exports this name as well. It works without its own. */
+/* The library exports this name, too, but works without its own definition. */
 int flags = 7;
 
 TALVERA_BEGIN_DECLS

@@ -1,4 +1,4 @@
-// The fixture of the scenarios, the faults that can hit them, and the runs.
+// Runs scenarios with faults.
 #include "faults/inject.h"
 
 #include <gtest/gtest.h>
@@ -24,15 +24,15 @@ namespace {
 
 constexpr unsigned kSlowestRun = 20;  // seconds
 
-char where[128];  // the run that is on
+char where[128];  // describes the current run
 
 void give_up(int) {
-  const Quiet quiet;
+  const Bypass guard;
   std::fprintf(stderr, "%s does not end\n", where);
   std::_Exit(1);
 }
 
-// The ways in which a call fails. OpenSSL's give 0.
+// The ways in which a call can fail; OpenSSL's calls return 0.
 std::vector<Outcome> failures_of(const std::string &call, bool memory) {
   if (call.ends_with("alloc") || call.ends_with("dup"))
     return {memory ? std::vector<Outcome>{{Outcome::kFailure, ENOMEM}} : std::vector<Outcome>{}};
@@ -45,11 +45,11 @@ std::vector<Outcome> failures_of(const std::string &call, bool memory) {
   return outcomes;
 }
 
-// The faults that can hit a scenario, which is run without one first.
+// Runs a scenario without faults, and lists the faults that apply to the calls that it made.
 std::vector<Arrangement> faults_of(const Scenario &scenario) {
   Fixture fixture;
   EXPECT_EQ(scenario.run(fixture), scenario.results.front()) << scenario.name;
-  const Quiet quiet;
+  const Bypass guard;
   std::vector<Arrangement> faults;
   for (const auto &[call, calls] : fixture.system.counts()) {
     for (const Outcome outcome : failures_of(call, scenario.memory))
@@ -58,8 +58,8 @@ std::vector<Arrangement> faults_of(const Scenario &scenario) {
   return faults;
 }
 
-// Runs a scenario in a fixture of its own, with the fault after `skip` calls. Returns the number of
-// the calls that were made.
+// Runs a scenario in its own fixture, with the fault after `skip` calls. Returns the number of
+// calls made.
 int run_once(const Scenario &scenario, Arrangement fault, int skip) {
   std::snprintf(where, sizeof where, "%s: %s (%d: %ld) after %d", scenario.name, fault.call,
                 fault.outcome.kind, fault.outcome.value, skip);
@@ -75,7 +75,7 @@ int run_once(const Scenario &scenario, Arrangement fault, int skip) {
   EXPECT_NE(std::ranges::find(scenario.results, result), scenario.results.end())
       << where << ": result " << result;
   EXPECT_EQ(open_descriptors(), descriptors) << where;
-  const bool stuck = std::string_view(fault.call) == "umount2";  // stays mounted
+  const bool stuck = std::string_view(fault.call) == "umount2";  // the partition stays mounted
   EXPECT_TRUE(stuck || !fixture.system.platform().mounted()) << where;
   return calls;
 }

@@ -1,7 +1,6 @@
-// Fault injection: a scenario is run again and again, with the first, the second, ... of its
-// allocations and system calls failing, until it runs through. Each run must end soon, with one of
-// the results that the scenario lists; no descriptor may be left open, nothing mounted, no block
-// lost.
+// Fault injection: runs a scenario repeatedly, with its first, second, ... allocation or system
+// call failing, until a run has no more to fail. Each run must end in time with a result that the
+// scenario lists, close all descriptors, unmount the partition and leak no memory.
 #pragma once
 
 #include <string>
@@ -12,8 +11,8 @@
 
 namespace talvera::test {
 
-// What every scenario finds: a manufacturing file with a certificate blob, files in a folder with
-// their database, and a kernel that acknowledges netlink requests.
+// The starting point of every scenario: a manufacturing file with a certificate blob, a folder of
+// files with its database, and a kernel that acknowledges netlink requests.
 struct Fixture {
   Fixture();
 
@@ -22,7 +21,7 @@ struct Fixture {
   NetlinkDouble kernel;
   const std::string blob;  // in slot 1
   const std::string mfg_file = system.platform().flash_directory() + "/mfg.dat";
-  // Two files of kText, the database, a traceroute's output, and a path where nothing is.
+  // Two files of kText, the database, traceroute's output, and a path without a file.
   const std::string a = folder.write("a", kText), b = folder.write("b", kText),
                     order = folder.write(".order", kOrder), hops = folder.write("hops", kHops),
                     fresh = folder / "fresh";
@@ -33,14 +32,14 @@ struct Fixture {
   static constexpr char kHops[] = "traceroute to b (192.0.2.9)\n 1  b (192.0.2.9)  1.5 ms\n";
 };
 
-// A result of no function: what a scenario gives when an outcome is not what the result says.
+// Returned by a scenario, and by no function, when a side effect contradicts the result.
 inline constexpr long kWrong = -99;
 
 struct Scenario {
   const char *name;
-  std::vector<long> results;  // without a fault the first one
+  std::vector<long> results;  // the first is the result without faults
   long (*run)(Fixture &);
-  bool memory = true;  // whether allocations fail too
+  bool memory = true;  // whether allocations can fail
 };
 
 void inject(const std::vector<Scenario> &scenarios);

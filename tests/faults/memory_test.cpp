@@ -1,4 +1,4 @@
-// A lack of memory in lists, texts and firewall rules.
+// Allocation failures in lists, texts and firewall rules.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -14,9 +14,9 @@
 namespace talvera::test {
 namespace {
 
-constexpr std::int32_t kCount = 7;  // more than a list keeps spare
+constexpr std::int32_t kCount = 7;  // more than the spare records of a list
 
-// A list of copies, and its sum; one that could not grow is as it was before.
+// A list of copies, and its sum; a failed insertion must leave it unchanged.
 long lists(Fixture &) {
   list_obj list, both;
   long sum = -1;
@@ -54,7 +54,7 @@ long heap_strings(Fixture &) {
   return right ? all : kWrong;
 }
 
-// A rule that lacks a part for want of memory must not run.
+// A rule that lacks a part after a failed allocation must not run.
 long run_and_free(Fixture &fixture, ipt_rule *rule, const char *parts) {
   fixture.system.answer("system", 0).always();
   const int result = rule != nullptr ? ipt_process_rule(rule) : -1;
@@ -63,10 +63,10 @@ long run_and_free(Fixture &fixture, ipt_rule *rule, const char *parts) {
   return whole ? result : kWrong;
 }
 
-// A simple rule's lists are made when they are needed.
+// The lists of a simple rule are created on demand.
 long built_rule(Fixture &fixture) {
   ipt_rule *rule = ipt_simplerule_init();
-  const auto text = [](const char *copied) { return quietly([=] { return strdup(copied); }); };
+  const auto text = [](const char *copied) { return bypass([=] { return strdup(copied); }); };
   const ipt_param *const param =
       ipt_rule_add_param(rule, IPT_PARAM_PROTOCOL, 0, text("tcp"), IPT_OPTION_DPORT, text("80"));
   const ipt_match *const match =

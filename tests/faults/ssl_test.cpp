@@ -1,4 +1,4 @@
-// Faults in the TLS family. The sandbox lets the CA directory be made.
+// Faults in the TLS family. The CA directory requires the sandbox.
 #include "talvera/ssl.h"
 
 #include <gtest/gtest.h>
@@ -24,23 +24,23 @@ long context(Fixture &) {
 // The first step of the handshake waits for the socket, which is readable; the second succeeds.
 long handshake(Fixture &fixture) {
   int fds[2];
-  SSL_CTX *made = quietly([] { return SSL_CTX_new(SSLv23_client_method()); });
+  SSL_CTX *made = bypass([] { return SSL_CTX_new(SSLv23_client_method()); });
   SSL *ssl = SSL_new(made);
-  quietly([&] {
+  bypass([&] {
     return socketpair(AF_UNIX, SOCK_STREAM, 0, fds) + static_cast<int>(write(fds[1], "", 1));
   });
   fixture.system.answer("SSL_connect", -1);
   fixture.system.answer("SSL_connect", 1);
   fixture.system.answer("SSL_get_error", SSL_ERROR_WANT_READ);
   const int result = SSL_Nblk_connect(ssl, fds[0]);
-  quietly([&] { return close(fds[0]) + close(fds[1]); });
+  bypass([&] { return close(fds[0]) + close(fds[1]); });
   SSL_free(ssl);
   SSL_CTX_free(made);
   return result;
 }
 
 long links(Fixture &) {
-  quietly([] {
+  bypass([] {
     std::filesystem::remove_all(kCaDirectory);
     return std::filesystem::create_directories(kCaDirectory);
   });
@@ -54,22 +54,22 @@ long fingerprint(Fixture &) {
 }
 
 long netscape(Fixture &fixture) {
-  const std::string sequence = quietly([&] {
+  const std::string sequence = bypass([&] {
     const std::string der = read_file(kDer);
     const std::size_t size = der.size() + 2;  // with an empty header
     return std::string("\x30\x82") + static_cast<char>(size >> 8) + static_cast<char>(size) +
            std::string("\x04\0", 2) + der;
   });
-  const std::string path = quietly([&] { return fixture.folder.write("netscape", sequence); });
+  const std::string path = bypass([&] { return fixture.folder.write("netscape", sequence); });
   const unsigned long hash = SSL_cert_hash(path.c_str(), "N");
-  const bool partly_copied = OPENSSL_VERSION_NUMBER < 0x10100000L;  // 1.0 hashes such a name, too
+  const bool partly_copied = OPENSSL_VERSION_NUMBER < 0x10100000L;  // and is hashed by 1.0
   return hash == 0 ? 0 : hash == 0x83c37723 || partly_copied ? 1 : kWrong;
 }
 
 long converted(Fixture &fixture) {
   const int result = SSL_cert_der2pem(kDer, fixture.fresh.c_str());
-  return result == 0 && quietly([&] { return read_file(fixture.fresh); }).size() != 1273 ? kWrong
-                                                                                         : result;
+  return result == 0 && bypass([&] { return read_file(fixture.fresh); }).size() != 1273 ? kWrong
+                                                                                        : result;
 }
 
 long content(Fixture &fixture) {
@@ -86,7 +86,7 @@ TEST(Faults, Tls) {
       {"fingerprint", {0, -1}, fingerprint},
       {"Netscape sequence", {1, 0}, netscape},
       {"PEM from DER", {0, -1}, converted},
-      // OpenSSL allocates by the ten thousand here.
+      // OpenSSL makes tens of thousands of allocations here.
       {"client context", {1, 0}, context, false},
       {"handshake", {1, 0}, handshake, false},
       {"links", {2, 1, 0}, links, false},

@@ -1,5 +1,5 @@
-// Faults in what is stored: files and their database, results of traceroute, manufacturing data,
-// the certificate blob, the configuration store.
+// Faults in stored data: ordered files, traceroute results, manufacturing data, the certificate
+// blob and the configuration store.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -25,10 +25,10 @@ namespace {
 constexpr int kSize = sizeof Fixture::kText - 1;
 
 std::string content(const std::string &path) {
-  return quietly([&] { return read_file(path); });
+  return bypass([&] { return read_file(path); });
 }
 
-// How many of three questions about what is there get a yes.
+// How many of three existence checks succeed.
 long questions(Fixture &fixture) {
   return dir_exists(fixture.directory) + uf_path_exists(fixture.a.c_str()) +
          (file_access("%s", R_OK, fixture.a.c_str()) == 0);
@@ -53,9 +53,9 @@ long mapped_file(Fixture &fixture) {
 }
 
 long link_target(Fixture &fixture) {
-  quietly([&] { return symlink(fixture.a.c_str(), fixture.fresh.c_str()); });
+  bypass([&] { return symlink(fixture.a.c_str(), fixture.fresh.c_str()); });
   const int result = file_delete(fixture.fresh.c_str());
-  const bool gone = quietly([&] { return access(fixture.a.c_str(), F_OK); }) != 0;
+  const bool gone = bypass([&] { return access(fixture.a.c_str(), F_OK); }) != 0;
   return (result == 0) == gone ? result : kWrong;
 }
 
@@ -63,7 +63,7 @@ long written_text(Fixture &fixture) {
   return file_create_write("%s", Fixture::kText, fixture.fresh.c_str());
 }
 
-// A database that cannot be read counts as none; a lack of memory later on costs no settings.
+// An unreadable database counts as missing; later allocation failures must not lose settings.
 long synchronised(Fixture &fixture) {
   const auto is_listed = [](const char *name) { return name[1] == '\0' ? 1 : 0; };  // "a" and "b"
   const int result = of_sync_dbfile(is_listed, fixture.directory, ".order");
@@ -98,7 +98,7 @@ TEST(Faults, Files) {
           {"attribute", {kSize, -1}, attribute}});
 }
 
-// Whether the manufacturing file is whole, with these bytes in it.
+// Whether the manufacturing file has its full size and contains these bytes.
 bool stored(const Fixture &fixture, std::size_t offset, const void *data, std::size_t size) {
   const std::string file = content(fixture.mfg_file);
   return file.size() == 0x20000 && std::memcmp(file.data() + offset, data, size) == 0;
@@ -112,14 +112,15 @@ long record(Fixture &fixture) {
   return result != 0 || stored(fixture, 0x1FF00, bytes, sizeof bytes) ? result : kWrong;
 }
 
-// What stops the start-up half-way is logged.
+// Failures that interrupt initialisation are logged.
 long start_up(Fixture &fixture) {
-  quietly([&] { return truncate(fixture.mfg_file.c_str(), 0); });
+  bypass([&] { return truncate(fixture.mfg_file.c_str(), 0); });
   mfg_init();
   return stored(fixture, 0, "", 0) || !fixture.system.log().empty() ? 0 : kWrong;
 }
 
-// The result is that of the last of two writes, so that a success need not mean that all is stored.
+// The result is that of the last of two writes, so success does not imply that everything is
+// stored.
 long calibration(Fixture &) {
   const unsigned char data[] = "calibration";
   unsigned char read[sizeof data];
@@ -155,7 +156,7 @@ TEST(Faults, Manufacturing) {
           {"loaded blob", {0, -1, CCERT_NO_MEMORY}, loaded_blob}});
 }
 
-// The calls on shared memory are answered: a segment of the test's own. Counts the failures.
+// Puts a buffer in place of the shared segment. Counts the failures.
 long segment(Fixture &fixture) {
   static char memory[NVRAM_SEGMENT_SIZE];
   for (const char *call : {"ftok", "shmget", "shmdt", "shmctl"})
@@ -178,7 +179,7 @@ long segment(Fixture &fixture) {
 }
 
 TEST(Faults, Segment) {
-  // Without an identifier or an address, three or four of the steps fail together.
+  // Without an identifier or an address, three or four steps fail together.
   inject({{"segment", {0, 1, 2, 3, 4}, segment}});
 }
 

@@ -1,4 +1,4 @@
-// Faults in processes, message queues, the network families and the system helpers.
+// Faults in processes, message queues, the network families and system helpers.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@
 namespace talvera::test {
 namespace {
 
-// The child is collected here: a handler would run in the middle of the double.
+// Reaps the child here: a SIGCHLD handler would interrupt the double.
 long started(Fixture &) {
   sigset_t set;
   sigemptyset(&set);
@@ -30,21 +30,21 @@ long started(Fixture &) {
   pid_t pid = 0;
   const int result = process_start(&pid, "/bin/true", arguments, nullptr);
   int status = 0;
-  if (result == 0) quietly([&] { return waitpid(pid, &status, 0); });
+  if (result == 0) bypass([&] { return waitpid(pid, &status, 0); });
   std::signal(SIGCHLD, SIG_DFL);
   sigprocmask(SIG_UNBLOCK, &set, nullptr);
   return (result == 0) == (pid != 0) && status == 0 ? result : kWrong;
 }
 
 long pid_file(Fixture &fixture) {
-  return process_get_from_file(quietly([&] { return fixture.folder.write("pid", "1"); }).c_str());
+  return process_get_from_file(bypass([&] { return fixture.folder.write("pid", "1"); }).c_str());
 }
 
 long queued_signal(Fixture &) {
   return process_queue_signal(getpid(), 0, {});
 }
 
-// Restores the factory state: finds process 77, and stops it, which ends on its first signal.
+// Restores the factory state: finds process 77 and stops it with the first signal.
 long factory_state(Fixture &fixture) {
   fixture.system.answer("kill", 0);
   fixture.system.fail("kill", ESRCH).always();
@@ -62,7 +62,7 @@ long helpers(Fixture &fixture) {
   return get_sysuptime() > 0 ? result : -1;
 }
 
-// One message through a queue.
+// Sends one message through a queue.
 long message_queue(Fixture &fixture) {
   ipc_msgq *receiver = ipc_msgq_createByName(fixture.fresh.c_str());
   ipc_msgq *sender = ipc_msgq_GetByName(fixture.fresh.c_str());
@@ -72,7 +72,7 @@ long message_queue(Fixture &fixture) {
     result = ipc_msgq_send(sender, Fixture::kText, sizeof text);
   if (result == 0) result = ipc_msgq_receive(receiver, text, sizeof text);
   for (ipc_msgq *queue : {receiver, sender}) {
-    if (queue != nullptr) quietly([=] { return close(queue->fd); });
+    if (queue != nullptr) bypass([=] { return close(queue->fd); });
     std::free(queue);
   }
   return result < 0 || std::strcmp(text, Fixture::kText) == 0 ? result : kWrong;
@@ -94,9 +94,9 @@ long interface_name(Fixture &) {
 
 long probe(Fixture &) {
   static const char *const path = std::getenv("PATH");
-  quietly([] { return setenv("PATH", "/nonexistent", 1); });
+  bypass([] { return setenv("PATH", "/nonexistent", 1); });
   const int result = netu_arping_test("lo", "127.0.0.1");
-  quietly([] { return setenv("PATH", path, 1) + (waitpid(-1, nullptr, 0) > 0); });
+  bypass([] { return setenv("PATH", path, 1) + (waitpid(-1, nullptr, 0) > 0); });
   return result;
 }
 
@@ -119,7 +119,7 @@ long packet_log(Fixture &) {
   return result;
 }
 
-// A message of subsystem 1, type 1, whose handler has a table too large for the stack.
+// A message of subsystem 1, type 1, whose handler needs an attribute table too large for the stack.
 long dispatch(Fixture &) {
   nfnetlink_handle *handle = nfnetlink_open();
   nfnetlink_subsys *subsys = nfnetlink_subsys_open(handle, 1, 2, 4);

@@ -1,4 +1,4 @@
-// The configuration store in real System V shared memory, used by processes at the same time.
+// The configuration store in real System V shared memory, used by concurrent processes.
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/wait.h>
@@ -20,7 +20,7 @@ std::string get(const std::string &name) {
   return value != nullptr ? value : "none";
 }
 
-// Sets each name in turn, under a lock, and looks whether it is as it was left.
+// Sets each name in turn under a lock, and checks that its value has not changed since.
 bool hammer(const char *path, const std::string &prefix) {
   FILE *const turn = std::fopen(path, "r");
   bool well = true;
@@ -36,13 +36,13 @@ bool hammer(const char *path, const std::string &prefix) {
   return well && std::fclose(turn) == 0;
 }
 
-// Two writers take turns by a lock of their own; a reader needs none to stay unharmed.
+// Two writers share a lock of their own; a reader without a lock must not crash.
 TEST(SharedStore, SerialisedWritersLoseNothing) {
   const TempDir directory;
   const std::string path = directory.write("store", "");
   ASSERT_GE(nvram_init(path.c_str(), NVRAM_SEGMENT_SIZE), 0);
   nvram_hash = nvram_attach(path.c_str());
-  // Names of the two writers meet in the same chains.
+  // The writers' names share chains.
   const std::function<bool()> works[] = {[&] { return hammer(path.c_str(), "Aa."); },
                                          [&] { return hammer(path.c_str(), "BB."); },
                                          [] {

@@ -1,4 +1,4 @@
-// Runs the tests in the place of a program that this module is preloaded into.
+// Runs the tests in place of the program that preloads this module.
 #include <dlfcn.h>
 #include <openssl/crypto.h>
 #include <openssl/opensslv.h>
@@ -10,9 +10,9 @@ int main(int argc, char **argv);
 
 namespace {
 
-// The headers that all was compiled with, and the code that runs, must be of one version.
+// Headers and code must be of the same OpenSSL version.
 int checked_main(int argc, char **argv, char **) {
-  unsetenv("LD_PRELOAD");  // is not for the programs that the tests run
+  unsetenv("LD_PRELOAD");  // not for programs that the tests run
   std::printf("%s\n", SSLeay_version(SSLEAY_VERSION));
   if (SSLeay() != OPENSSL_VERSION_NUMBER) {
     std::printf("but compiled for %s\n", OPENSSL_VERSION_TEXT);
@@ -27,7 +27,7 @@ int checked_main(int argc, char **argv, char **) {
 using Main = int(int, char **, char **);
 using Start = int(Main *, int, char **, void (*)(), void (*)(), void (*)(), void *);
 
-// The C library's start of every program.
+// The C library's entry point of every program.
 extern "C" int __libc_start_main(Main *, int argc, char **argv, void (*init)(), void (*fini)(),
                                  void (*loader_fini)(), void *stack_end) {
   auto *const start = reinterpret_cast<Start *>(dlsym(RTLD_NEXT, "__libc_start_main"));

@@ -9,7 +9,7 @@
 namespace talvera::test {
 
 template <>
-struct Form<in_addr> {
+struct Codec<in_addr> {
   static void read(in_addr &address, const Value &value) {
     if (inet_pton(AF_INET, value.bytes.c_str(), &address) != 1) throw TableError("no address");
   }

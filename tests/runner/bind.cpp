@@ -1,4 +1,4 @@
-// Calls and their outcome; the registries.
+// Calls, their outcomes, and the registries.
 #include "runner/bind.h"
 
 namespace talvera::test {
@@ -44,8 +44,8 @@ std::int64_t Call::size_beside() const {
   throw TableError("no buffer beside #");
 }
 
-Guarded &Call::memory(std::size_t size, std::size_t alignment) {
-  return *memory_.emplace_back(std::make_unique<Guarded>(size, alignment));
+GuardedBuffer &Call::memory(std::size_t size, std::size_t alignment) {
+  return *memory_.emplace_back(std::make_unique<GuardedBuffer>(size, alignment));
 }
 
 void Call::run(const std::function<void()> &call, bool is_directive) {
@@ -68,7 +68,7 @@ bool Call::keep(const void *result) {
 std::string Call::pointer(const void *p, bool is_text) {
   if (p == nullptr) return "null";
   const auto *const address = static_cast<const char *>(p);
-  constexpr std::uintptr_t kNoMemory = 4096;  // there is none below
+  constexpr std::uintptr_t kNoMemory = 4096;  // nothing is mapped below
   const auto number = reinterpret_cast<std::uintptr_t>(p);
   if (number < kNoMemory) return std::to_string(number);
   for (std::size_t i = 0; i < memory_.size(); ++i) {
@@ -113,11 +113,11 @@ Memory::Memory(Call &call, const Value &value, std::size_t size, std::size_t ali
       break;
     }
     default: {
-      if (value.kind == Value::kNumber && size == 0) {  // in place of an address
+      if (value.kind == Value::kNumber && size == 0) {  // a number in place of an address
         data_ = reinterpret_cast<char *>(value.number);
         return;
       }
-      Guarded &block = call.memory(std::max(size, size == 0 ? value.size : 0), alignment);
+      GuardedBuffer &block = call.memory(std::max(size, size == 0 ? value.size : 0), alignment);
       data_ = block.data();
       block_ = &block;
       if (null && value.kind == Value::kUnset) std::memset(data_, 0, block.size());
@@ -133,7 +133,7 @@ bool Memory::changed() const {
 
 std::string Memory::written() const {
   const std::string content = block_->content();
-  return content.substr(0, content.find_last_not_of(Guarded::kFill) + 1);
+  return content.substr(0, content.find_last_not_of(GuardedBuffer::kFill) + 1);
 }
 
 }  // namespace talvera::test

@@ -1,12 +1,12 @@
-// Bindings: what makes a function callable from a table. The argument types tell how each argument
-// is read, kept and shown.
+// Bindings make functions callable from tables. The argument types determine how each argument is
+// parsed, stored and shown.
 //
 //   BIND(getnum, get_number, stod);            // functions of plain types
-//   BIND_AS(walk, [](list_obj *list) {...});   // what takes a few steps, under a name of its own
-//   DIRECTIVE(time, [](long now) {...});       // prepares something: nobody's call, no outcome
+//   BIND_AS(walk, [](list_obj *list) {...});   // a named function of several steps
+//   DIRECTIVE(time, [](long now) {...});       // arranges or inspects; not a call
 //   SYMBOLS(list_comparator_int8_t, kTable);   // functions and objects that arguments may name
-//   CONSTANTS(MFG_INFO_SIZE, SIGTERM);         // likewise numbers
-//   FIELDS(datetime, &R::second, ...);         // what a table's (1 2 3) stands for in a record
+//   CONSTANTS(MFG_INFO_SIZE, SIGTERM);         // numbers that arguments may name
+//   FIELDS(datetime, &R::second, ...);         // the members of a record, (1 2 3) in a table
 #pragma once
 
 #include <concepts>
@@ -23,7 +23,7 @@
 
 namespace talvera::test {
 
-// A call of a function: its arguments, the memory that they need, its outcome.
+// A call of a function: its arguments, their memory and its outcome.
 class Call {
  public:
   Call(Session &session, std::vector<Value> values)
@@ -34,29 +34,29 @@ class Call {
   const Value &take();
   [[nodiscard]] bool has_more() const { return next_ < values_.size(); }
   [[nodiscard]] const Value *peek() const { return has_more() ? &values_[next_] : nullptr; }
-  // The size that "#" as the argument taken last stands for.
+  // The value of "#" as the last taken argument.
   [[nodiscard]] std::int64_t size_beside() const;
-  // Memory until the outcome is known.
-  Guarded &memory(std::size_t size, std::size_t alignment);
+  // Memory that lives as long as the call.
+  GuardedBuffer &memory(std::size_t size, std::size_t alignment);
 
-  // Under what name the session keeps the pointer that the call gives; keep() does so.
+  // Sets the name under which keep() stores a returned pointer in the session.
   void name_result(const std::string &name) { object_ = name; }
   bool keep(const void *result);
   void run(const std::function<void()> &call, bool is_directive);
   [[nodiscard]] bool crashed() const { return crashed_; }
   void print(const std::string &token) { tokens_.push_back(token); }
-  void failed() { failed_ = true; }  // its errno counts
-  // A pointer: into the memory of an argument ("@4", "@2:4" for the second one's) or an object of
-  // the session ("$name"), to a text if it is one, or just "new".
+  void failed() { failed_ = true; }  // its outcome includes errno
+  // Formats a pointer: into the memory of an argument ("@4", "@2:4" for the second), an object of
+  // the session ("$name"), a text, or otherwise "new".
   [[nodiscard]] std::string pointer(const void *p, bool is_text);
-  // All that came of it.
+  // The complete outcome.
   std::string outcome();
 
  private:
   Session &session_;
   std::vector<Value> values_;
   std::size_t next_ = 0;
-  std::vector<std::unique_ptr<Guarded>> memory_;
+  std::vector<std::unique_ptr<GuardedBuffer>> memory_;
   std::vector<std::string> tokens_;
   std::string object_;
   bool crashed_ = false, failed_ = false, is_directive_ = false;
@@ -76,25 +76,24 @@ concept Integer = std::integral<T> || std::is_enum_v<T>;
 template <typename T>
 concept Byte = std::integral<T> && sizeof(T) == 1;
 
-// The members of a record, in the order of a table's (1 2 3).
+// The members of a record, in the order of (1 2 3) in a table.
 template <typename T>
 inline constexpr auto kFields = nullptr;
 template <typename T>
-concept Fielded = !std::is_null_pointer_v<std::remove_const_t<decltype(kFields<T>)>>;
-// Other types are read and shown by specializations of this: void read(T &, const Value &) and
-// std::string show(const T &).
+concept HasFields = !std::is_null_pointer_v<std::remove_const_t<decltype(kFields<T>)>>;
+// Other types specialize this: void read(T &, const Value &) and std::string show(const T &).
 template <typename T>
-struct Form;
+struct Codec;
 template <typename T>
-concept Formed = requires {
-  sizeof(Form<T>);
+concept HasCodec = requires {
+  sizeof(Codec<T>);
 };
 template <typename T>
 concept Readable =
-    Integer<T> || std::floating_point<T> || std::is_pointer_v<T> || Fielded<T> || Formed<T>;
+    Integer<T> || std::floating_point<T> || std::is_pointer_v<T> || HasFields<T> || HasCodec<T>;
 
 std::int64_t to_number(Call &call, const Value &value);
-// What a pointer within an array or a record leads to.
+// The target of a pointer inside an array or a record.
 char *memory_of(Call &call, const Value &value);
 
 template <typename T>
@@ -111,7 +110,7 @@ void read(Call &call, const Value &value, T &result) {
     std::memcpy(result, value.bytes.data(), value.bytes.size());
   } else if constexpr (std::is_pointer_v<T>) {
     result = reinterpret_cast<T>(memory_of(call, value));
-  } else if constexpr (Fielded<T>) {
+  } else if constexpr (HasFields<T>) {
     std::size_t i = 0;
     std::apply(
         [&](auto... members) {
@@ -120,15 +119,15 @@ void read(Call &call, const Value &value, T &result) {
         },
         kFields<T>);
   } else {
-    Form<T>::read(result, value);
+    Codec<T>::read(result, value);
   }
 }
 
-// "_" when all bytes are as before the call.
+// "_" if no byte has changed.
 template <typename T>
 std::string show(Call &call, const T &value) {
   const std::string_view bytes(reinterpret_cast<const char *>(&value), sizeof value);
-  if (sizeof value > 1 && bytes.find_first_not_of(Guarded::kFill) == bytes.npos) return "_";
+  if (sizeof value > 1 && bytes.find_first_not_of(GuardedBuffer::kFill) == bytes.npos) return "_";
   if constexpr (Integer<T>) {
     return std::to_string(value);
   } else if constexpr (std::floating_point<T>) {
@@ -142,13 +141,13 @@ std::string show(Call &call, const T &value) {
     return is_text ? in_quotes(std::string(text) + '\0') : in_quotes(bytes, true);
   } else if constexpr (std::is_pointer_v<T>) {
     return call.pointer(reinterpret_cast<const void *>(value), Byte<std::remove_pointer_t<T>>);
-  } else if constexpr (Fielded<T>) {
+  } else if constexpr (HasFields<T>) {
     std::string text;
     std::apply([&](auto... members) { ((text += ' ' + show(call, value.*members)), ...); },
                kFields<T>);
     return '(' + text.substr(1) + ')';
   } else {
-    return Form<T>::show(value);
+    return Codec<T>::show(value);
   }
 }
 
@@ -169,7 +168,7 @@ class Arg {
   T value_;
 };
 
-// A bare word, or the text of a literal.
+// A bare word, or the content of a literal.
 template <>
 class Arg<const std::string &> {
  public:
@@ -194,20 +193,19 @@ class Arg<Call &> {
   Call &call_;
 };
 
-// Memory of an argument: of a literal, an object, or a symbol.
+// Memory of an argument: a literal, an object or a symbol.
 class Memory {
  public:
-  // What is at `at` afterwards is shown when it has changed.
   Memory(Call &call, const Value &value, std::size_t size, std::size_t alignment, bool null);
   [[nodiscard]] char *data() const { return data_; }
   [[nodiscard]] bool changed() const;
-  [[nodiscard]] const Guarded *block() const { return block_; }
-  // The content up to the last byte that was written.
+  [[nodiscard]] const GuardedBuffer *block() const { return block_; }
+  // The content up to the last written byte.
   [[nodiscard]] std::string written() const;
 
  private:
   char *data_ = nullptr;
-  const Guarded *block_ = nullptr;
+  const GuardedBuffer *block_ = nullptr;
   std::string before_;
 };
 
@@ -216,14 +214,14 @@ class Arg<T *> {
   using Target = std::remove_cv_t<T>;
   static constexpr bool kBytes = std::is_void_v<Target> || Byte<Target>;
   static constexpr bool kCode = std::is_function_v<Target>;
-  static constexpr bool kElements = !kBytes && !kCode;  // records or numbers, or an array of them
+  static constexpr bool kElements = !kBytes && !kCode;  // numbers, records or arrays of them
   static constexpr bool kShown = [] {
     if constexpr (!kElements || std::is_const_v<T>) {
       return false;
     } else {
       return Integer<Target> || std::floating_point<Target> || std::is_pointer_v<Target> ||
-             Fielded<Target> || requires(Target t) {
-        Form<Target>::show(t);
+             HasFields<Target> || requires(Target t) {
+        Codec<Target>::show(t);
       };
     }
   }();
@@ -235,7 +233,7 @@ class Arg<T *> {
         memory_(call, value_, size_of_one() * count_, alignment(), std::is_pointer_v<Target>) {
     if constexpr (kElements && Readable<Target>) {
       if (memory_.block() == nullptr || value_.kind == Value::kObject) return;
-      if (!Fielded<Target> && value_.kind == Value::kRecord) {
+      if (!HasFields<Target> && value_.kind == Value::kRecord) {
         for (std::size_t i = 0; i < count_; ++i)
           read(call, value_.fields[i], pass_elements()[i]);
       } else if (value_.kind != Value::kBytes || !value_.bytes.empty()) {
@@ -254,7 +252,7 @@ class Arg<T *> {
     if constexpr (kBytes && !std::is_const_v<T>) {
       if (memory_.changed()) call.print(in_quotes(memory_.written(), !std::same_as<Target, char>));
     } else if constexpr (kShown) {
-      // Named records have their own way to be shown.
+      // Named records are shown by other means.
       if (memory_.data() == nullptr || (value_.kind == Value::kObject && std::is_class_v<Target>)) {
         return;
       }
@@ -268,7 +266,7 @@ class Arg<T *> {
 
  private:
   static std::size_t elements(const Value &value) {
-    if (!kElements || Fielded<Target>) return 1;
+    if (!kElements || HasFields<Target>) return 1;
     if (value.kind == Value::kRecord) return value.fields.size();
     return value.kind == Value::kBytes && value.bytes.empty() ? value.size : 1;
   }
@@ -287,19 +285,19 @@ class Arg<T *> {
   Memory memory_;
 };
 
-// Bytes that a function hands out by address and length; no argument of the row. They are freed if
-// they are the caller's.
+// Bytes that a function returns by address and length, which take no argument in the row; freed if
+// owned by the caller.
 template <bool kOwned>
-struct HandedOut {
+struct OutBytes {
   static inline auto *const kUntouched = reinterpret_cast<unsigned char *>(0x10);
   unsigned char *data = kUntouched;
   unsigned length = 99;
 };
 template <bool kOwned>
-class Arg<HandedOut<kOwned> &> {
+class Arg<OutBytes<kOwned> &> {
  public:
   explicit Arg(Call &) {}
-  HandedOut<kOwned> &pass() { return value_; }
+  OutBytes<kOwned> &pass() { return value_; }
   void print(Call &call) {
     const bool untouched = value_.data == value_.kUntouched;
     if (untouched || value_.data == nullptr) {
@@ -311,12 +309,12 @@ class Arg<HandedOut<kOwned> &> {
   }
 
  private:
-  HandedOut<kOwned> value_;
+  OutBytes<kOwned> value_;
 };
 
 // ---- Calls ------------------------------------------------------------------------------------
 
-// A result, and what is to be told besides.
+// A result with additional text.
 struct Result {
   long value;
   std::string text = {};

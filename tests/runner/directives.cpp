@@ -1,4 +1,4 @@
-// What rows can arrange and ask beside the library's functions.
+// Directives, which arrange and inspect.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 namespace talvera::test {
 namespace {
 
-// fail read EINTR after 2 times 3: the calls that are left alone, and those that are hit.
+// fail read EINTR after 2 times 3: skips two calls, then applies to three.
 void arrange(Call &call, Arrangement &arrangement) {
   while (call.has_more()) {
     const std::string word = call.take().bytes;
@@ -28,7 +28,7 @@ SystemDouble &system(Call &call) {
   return call.session().system;
 }
 
-// Names must outlive their use by the double.
+// The double keeps pointers to names, so they must outlive it.
 const char *kept(const std::string &name) {
   static std::set<std::string> names;
   return names.insert(name).first->c_str();
@@ -66,7 +66,7 @@ DIRECTIVE(file, [](const std::string &path, const std::string &content) {
   std::fwrite(content.data(), 1, content.size(), file);
   std::fclose(file);
 });
-// pad name "<tmp>/file" 255: "$name" is this path with as many slashes more as make it that long.
+// pad name "<tmp>/file" 255: "$name" is this path, padded with slashes to that length.
 DIRECTIVE(pad,
           [](Call &call, const std::string &name, const std::string &path, std::size_t length) {
             if (path.size() > length) throw TableError("path too long");
@@ -77,32 +77,32 @@ DIRECTIVE(pad,
 DIRECTIVE(shell, [](const std::string &command) {
   if (std::system(command.c_str()) != 0) throw TableError("command failed");
 });
-// The group's calls meet a process without standard input, whose next descriptor is 0.
-struct WithoutInput : Pinned {
+// Runs the group without standard input, so that the next descriptor is 0.
+struct WithoutInput : NonCopyable {
   int saved = dup(STDIN_FILENO);
   WithoutInput() { close(STDIN_FILENO); }
   ~WithoutInput() {
     const bool left_open = fcntl(STDIN_FILENO, F_GETFD) != -1;
     dup2(saved, STDIN_FILENO);
-    if (!left_open) close(saved);  // else it counts as a descriptor left open
+    if (!left_open) close(saved);  // otherwise it stays, and counts as a leaked descriptor
   }
 };
 DIRECTIVE(close_input, [](Call &call) { call.session().state<WithoutInput>(); });
-// open "<tmp>/file": for reading and writing, at the lowest descriptor that is free.
+// open "<tmp>/file": opens for reading and writing at the lowest free descriptor.
 DIRECTIVE(open, [](const std::string &path) {
   if (open(path.c_str(), O_RDWR) < 0) throw TableError("cannot open " + path);
 });
 DIRECTIVE(close, [](int fd) { return close(fd); });
-// Signals come every 5 ms, whose handler was installed without SA_RESTART.
+// Raises a signal every 5 ms, whose handler was installed without SA_RESTART.
 DIRECTIVE(interrupt, [](Call &call) { call.session().interrupted = true; });
-// buffer name [16]: "$name" is this memory until the group's end.
+// buffer name [16]: "$name" is this buffer until the end of the group.
 DIRECTIVE(buffer, [](Call &call, const std::string &name) {
   const Value &value = call.take();
   const auto &object = call.session().object(name, value.size, 1, false);
   value.bytes.copy(object.data, value.bytes.size());
 });
-// only time64: the rest of the group is for machines of that kind. Those of MIPS have error numbers
-// of their own.
+// only time64: skips the rest of the group on other machines. "host" excludes MIPS, whose error
+// numbers differ.
 DIRECTIVE(only, [](Call &call, const std::string &kind) {
   bool glibc = true, host = true, sanitized = false;
 #ifdef __UCLIBC__
@@ -124,19 +124,19 @@ DIRECTIVE(only, [](Call &call, const std::string &kind) {
   call.session().skipped = !kinds.at(kind);
 });
 
-// ---- Questions --------------------------------------------------------------------------------
+// ---- Inspection -------------------------------------------------------------------------------
 
-// trace kill usleep: later rows show these calls as they are made; "trace all" shows all.
+// trace kill usleep: later rows show these calls; "trace all" shows all.
 DIRECTIVE(trace, [](Call &call) {
   while (call.has_more())
     call.session().traced.insert(call.take().bytes);
 });
-// Log lines are shown no more.
+// Stops showing log lines.
 DIRECTIVE(silence, [](Call &call) { call.session().silent = true; });
-// How often a call was made in this group.
+// The number of times that a call was made in this group.
 DIRECTIVE(count,
           [](Call &call, const std::string &name) { return system(call).count(kept(name)); });
-// errno after the call before.
+// errno after the previous call.
 DIRECTIVE(errno, [](Call &call) {
   const int error = call.session().error;
   return error == 0 ? std::string("0") : error_name(error);

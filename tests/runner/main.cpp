@@ -1,8 +1,8 @@
 // Runs tables: tables [--update] TABLE...
 //
-// A row is a call and, after "->", its outcome. Rows up to a blank line are a group: they share a
-// system double and named objects. See docs/testing.md. With --update the outcomes that differ are
-// written into the tables, to be reviewed.
+// A row is a call and, after "->", its outcome. Rows up to a blank line form a group and share a
+// system double and named objects. See docs/testing.md. --update writes outcomes that differ into
+// the tables, for review.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -15,7 +15,7 @@
 #include "runner/bind.h"
 
 extern "C" {
-// Of the sanitizers, where they are linked.
+// Provided by the sanitizers, if linked.
 __attribute__((weak)) void __sanitizer_set_report_fd(void *fd);
 __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 const char *__asan_default_options() {
@@ -29,18 +29,18 @@ const char *__ubsan_default_options() {
 namespace talvera::test {
 namespace {
 
-char place[512];  // of the row that runs
+char location[512];  // of the current row
 
-// The first word of a text, and the rest.
+// Splits a text into its first word and the rest.
 std::pair<std::string, std::string> first_word(const std::string &text) {
   const std::size_t space = std::min(text.find(' '), text.size());
   return {text.substr(0, space), trimmed(text.substr(space))};
 }
 
-// A call with its outcome; the text of a call without a function's name repeats the one before.
+// A parsed call. A call without a function name repeats the previous step's functions.
 struct Step {
-  std::vector<std::string> names;  // of one function
-  std::string object;              // which the result is called from then on
+  std::vector<std::string> names;  // aliases of one function
+  std::string object;              // name for the result, if any
   std::string arguments;
 };
 
@@ -51,7 +51,7 @@ class Table {
   void run() {
     read_lines();
     for (Line &line : lines_) {
-      std::snprintf(place, sizeof place, "FAILED %s:%zu\n", path_.c_str(), line.number);
+      std::snprintf(location, sizeof location, "FAILED %s:%zu\n", path_.c_str(), line.number);
       const std::string text = trimmed(line.text);
       if (text.empty()) {
         end_group();
@@ -76,8 +76,8 @@ class Table {
     std::string text, in_file;
   };
 
-  // A line that begins with a blank continues the one above, after a backslash without a
-  // blank between.
+  // A line that begins with a blank continues the previous one; after a backslash, without a blank
+  // between them.
   void read_lines() {
     std::ifstream in(path_);
     std::size_t number = 0;
@@ -98,7 +98,7 @@ class Table {
     }
   }
 
-  // A row as it goes into the file: a long one as several lines.
+  // Wraps a long row for the file.
   static std::string wrapped(const std::string &row) {
     constexpr std::size_t kWidth = 100;
     std::string text;
@@ -143,12 +143,12 @@ class Table {
 
   void fail(const std::string &what, const std::string &expected, const std::string &got) {
     ++failures_;
-    std::fprintf(report(), "%s  %s\n  %s\n  %s\n", place, what.c_str(), expected.c_str(),
+    std::fprintf(report(), "%s  %s\n  %s\n  %s\n", location, what.c_str(), expected.c_str(),
                  got.c_str());
     std::fflush(report());
   }
 
-  // Runs a call with all of its choices, under each of its names; these must agree.
+  // Runs a call with all its choices under each of its names, which must agree.
   std::string outcome(const std::string &text) {
     try {
       if (text.starts_with("let ")) return define(trimmed(text.substr(4)));
@@ -159,7 +159,7 @@ class Table {
         for (const std::string &choice : expand_braces(session_->substituted(step_.arguments)))
           outcomes.push_back(outcome(name, choice));
         if (std::all_of(outcomes.begin(), outcomes.end(), [](const auto &o) { return o.empty(); }))
-          return {};  // arrangements
+          return {};  // directives
         const bool simple = std::none_of(outcomes.begin(), outcomes.end(), [](const auto &o) {
           return o.find(' ') != std::string::npos;
         });
@@ -183,7 +183,7 @@ class Table {
     return call.outcome();
   }
 
-  // let name value: "$name" is that text from then on.
+  // let name value: "$name" expands to the value.
   std::string define(const std::string &text) {
     const auto [name, value] = first_word(text);
     session_->values[name] = session_->substituted(value);
@@ -209,9 +209,9 @@ class Table {
 
   void end_group() {
     if (!session_) return;
-    const std::string complaint = session_->complaint();
+    const std::string problem = session_->problem();
     session_.reset();
-    if (!complaint.empty()) fail("the group that ends here leaves", complaint, "");
+    if (!problem.empty()) fail("the group that ends here leaves", problem, "");
   }
 
   std::string path_;
@@ -226,10 +226,10 @@ class Table {
 int run_all(int argc, char *argv[]) {
   capture_output();
   if (__sanitizer_set_report_fd != nullptr) {
-    const long own = fcntl(fileno(report()), F_DUPFD_CLOEXEC, 100);  // they may close it
+    const long own = fcntl(fileno(report()), F_DUPFD_CLOEXEC, 100);  // a call may close it
     __sanitizer_set_report_fd(reinterpret_cast<void *>(own));
     __sanitizer_set_death_callback([] {
-      if (write(fileno(report()), place, std::strlen(place)) < 0) return;
+      if (write(fileno(report()), location, std::strlen(location)) < 0) return;
     });
   }
   bool update = false;

@@ -1,4 +1,4 @@
-// Secrets in the memory that the library frees.
+// Detects secrets in memory that the library frees.
 #ifdef __SANITIZE_ADDRESS__
 #include <malloc.h>
 
@@ -6,7 +6,7 @@
 
 #include "runner/bind.h"
 
-// Of the sanitizers' run-time library, for which GCC has no header.
+// From the sanitizers' run-time library, for which GCC has no header.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *,
                                                                              std::size_t),
                                                          void (*free_hook)(const volatile void *));
@@ -14,7 +14,7 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(con
 namespace talvera::test {
 namespace {
 
-struct Secrets : Pinned {
+struct Secrets : NonCopyable {
   ~Secrets() { all.clear(); }
   static inline std::vector<std::string> all;
 };
@@ -27,8 +27,8 @@ void look_for_secrets(const volatile void *block) {
     if (memmem(bytes, malloc_usable_size(bytes), secret.data(), secret.size()) != nullptr) ++freed;
 }
 
-// secret b"bytes": "secrets_freed" tells in how many freed blocks they were since it was asked
-// last.
+// secret b"bytes": "secrets_freed" returns the number of freed blocks that contained them since the
+// last query.
 DIRECTIVE(secret, [](Call &call) {
   static const int installed = __sanitizer_install_malloc_and_free_hooks(
       [](const volatile void *, std::size_t) {}, look_for_secrets);

@@ -1,4 +1,4 @@
-// The state of a group of rows, and what its calls leave behind.
+// The state of a group of rows and the side effects of its calls.
 #include "runner/session.h"
 
 #include <fcntl.h>
@@ -23,15 +23,14 @@ pid_t runner = 0;
 constexpr std::array kCaught = {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGALRM};
 constexpr unsigned kLongestGroup = 60;  // seconds
 
-// Leaves digits where the call's variables will be: what is not initialised, or not terminated,
-// shows.
-[[gnu::noinline]] void soil_stack() {
+// Fills the stack below with digits, so that uninitialised or unterminated variables show.
+[[gnu::noinline]] void poison_stack() {
   char bytes[4096];
   std::memset(bytes, '9', sizeof bytes);
   asm volatile("" : : "r"(bytes) : "memory");
 }
 
-// A crash is an outcome, unless it is that of a child process.
+// A crash is an outcome, except in a child process.
 void leave_call(int signal) {
   if (signal == SIGALRM && interrupting != 0) return;
   if (in_call != 0 && getpid() == runner) siglongjmp(before_call, signal);
@@ -40,9 +39,9 @@ void leave_call(int signal) {
 }
 
 std::FILE *own_output = nullptr;
-std::array<int, 2> captured = {-1, -1};  // files behind standard output and error
+std::array<int, 2> captured = {-1, -1};  // files that capture standard output and error
 
-// What has come since the last time.
+// Returns and discards what the file has captured.
 std::string taken(int fd) {
   std::string text;
   char buffer[4096];
@@ -54,7 +53,7 @@ std::string taken(int fd) {
   return text;
 }
 
-// A call as it is, unless that could not be read: then as a text.
+// A call in brackets, quoted if it would be ambiguous.
 std::string in_brackets(const std::string &call) {
   const std::string text = in_quotes(call + '\0');
   const bool plain = text == '"' + call + '"' && call.find('\'') == call.npos;
@@ -93,7 +92,7 @@ std::FILE *report() {
   return own_output;
 }
 
-Session::Session() : quiet_(std::in_place), descriptors_(open_descriptors()) {
+Session::Session() : bypass_(std::in_place), descriptors_(open_descriptors()) {
   alarm(kLongestGroup);
 }
 
@@ -114,8 +113,8 @@ std::string Session::protect(const std::function<void()> &call) {
   const int signal = sigsetjmp(before_call, 1);
   if (signal == 0) {
     in_call = 1;
-    quiet_.reset();
-    soil_stack();
+    bypass_.reset();
+    poison_stack();
     interrupting = interrupted ? 1 : 0;
     constexpr itimerval kOften = {{0, 5000}, {0, 5000}};
     if (interrupted) setitimer(ITIMER_REAL, &kOften, nullptr);
@@ -125,7 +124,7 @@ std::string Session::protect(const std::function<void()> &call) {
   error = errno;
   if (interrupted) alarm(kLongestGroup);
   interrupting = 0;
-  quiet_.emplace();
+  bypass_.emplace();
   in_call = 0;
   return signal == 0         ? ""
          : signal == SIGSEGV ? "SIGSEGV"
@@ -158,7 +157,7 @@ std::vector<std::string> Session::effects() {
   return found;
 }
 
-std::string Session::complaint() {
+std::string Session::problem() {
   states_.clear();
   for (const auto &[name, object] : objects)
     if (object.memory != nullptr && !object.memory->intact()) return "bytes around $" + name;
@@ -219,7 +218,7 @@ Session::Object &Session::object(const std::string &name, std::size_t size, std:
                                  bool null) {
   const auto found = objects.find(name);
   if (found != objects.end()) return found->second;
-  auto memory = std::make_unique<Guarded>(size, alignment);
+  auto memory = std::make_unique<GuardedBuffer>(size, alignment);
   if (null) std::fill_n(memory->data(), size, '\0');
   char *const data = memory->data();
   return objects[name] = {std::move(memory), data};

@@ -1,4 +1,4 @@
-// A group of rows: the system double that its calls meet, the objects that it has named.
+// A group of rows: its system double and named objects.
 #pragma once
 
 #include <functional>
@@ -9,43 +9,43 @@
 #include <string>
 #include <vector>
 
-#include "runner/guarded.h"
+#include "runner/guarded_buffer.h"
 #include "runner/value.h"
 #include "support/system_double.h"
 #include "support/temp_dir.h"
 
 namespace talvera::test {
 
-class Session : Pinned {
+class Session : NonCopyable {
  public:
   Session();
   ~Session();
 
-  // Makes the library's call: with errno clear, seen by the double. Gives the name of the signal
-  // that it raised, or an empty text.
+  // Makes a call of the library with errno cleared, intercepted by the double. Returns the name of
+  // the signal that it raised, or an empty string.
   std::string protect(const std::function<void()> &call);
-  // What came of the calls beside their results: output, log lines, calls that are traced.
+  // Side effects of the calls: output, log lines, traced calls.
   std::vector<std::string> effects();
-  // Ends the group and tells what is wrong then; empty when nothing is.
-  std::string complaint();
+  // Ends the group; returns a description of a failed check, or an empty string.
+  std::string problem();
 
-  // A row's text with <tmp> and <flash> as the paths of the group's folder and of the platform's
-  // flash partition, and $NAME, if it names a value, as that; and back for <tmp>, <flash> and
-  // errors.
+  // substituted() expands <tmp> and <flash> to the paths of the group's folder and of the flash
+  // partition, and $NAME to the value of that name. shown() reverses <tmp> and <flash>, and
+  // abbreviates error messages.
   std::string substituted(const std::string &text);
   std::string shown(std::string text);
-  // A traced call, with addresses as the objects' names.
+  // A traced call, with the objects' names for their addresses.
   std::string shown_call(const std::string &call);
   const TempDir &folder();
 
-  // An object of the group; made at its first mention.
+  // An object of the group, created on first use.
   struct Object {
-    std::unique_ptr<Guarded> memory;  // null: somebody else's
+    std::unique_ptr<GuardedBuffer> memory;  // null if not owned
     char *data;
   };
   Object &object(const std::string &name, std::size_t size, std::size_t alignment, bool null);
 
-  // What a binding keeps until the group's end: made at the first use.
+  // State of a binding until the end of the group, created on first use.
   template <typename T>
   T &state() {
     static const char kKey = 0;
@@ -56,26 +56,26 @@ class Session : Pinned {
 
   SystemDouble system;
   std::map<std::string, Object> objects;
-  std::map<std::string, std::string> values;  // of "let"
+  std::map<std::string, std::string> values;  // defined by "let"
   std::set<std::string> traced;
-  std::map<std::string, std::optional<std::string>> variables;  // what they were before the group
-  bool skipped = false;      // the rest of the group is for other machines
-  bool silent = false;       // log lines are not shown
-  bool interrupted = false;  // signals come while the library runs
+  std::map<std::string, std::optional<std::string>> variables;  // values before the group
+  bool skipped = false;      // the rest of the group does not apply to this machine
+  bool silent = false;       // do not show log lines
+  bool interrupted = false;  // raise signals while the library runs
   int error = 0;             // errno after the last call
 
  private:
-  std::optional<Quiet> quiet_;
+  std::optional<Bypass> bypass_;
   std::map<const void *, std::shared_ptr<void>> states_;
   std::optional<TempDir> folder_;
   std::size_t calls_seen_ = 0, lines_seen_ = 0;
   int descriptors_;
 };
 
-// Leads standard output and error of this process to files; the runner's own output goes to
+// Redirects standard output and error of this process to files; the runner itself writes to
 // report().
 void capture_output();
-// Whether the library runs: not the runner or a directive.
+// Whether a call of the library is running, not the runner or a directive.
 bool in_library();
 std::FILE *report();
 

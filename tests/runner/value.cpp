@@ -1,4 +1,4 @@
-// Reading and showing values.
+// Parsing and formatting of values.
 #include "runner/value.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace {
 
 // ---- Texts ------------------------------------------------------------------------------------
 
-// The end of a literal in quotes, or of a bracketed part, that begins at `at`.
+// The end of the quoted literal or bracketed part that begins at `at`.
 std::size_t end_of_part(std::string_view text, std::size_t at) {
   if (text[at] == '"' || text[at] == '\'') {
     const char quote = text[at];
@@ -94,7 +94,7 @@ class Parser {
     return static_cast<char>(std::strtoul(digits.c_str(), nullptr, 16));
   }
 
-  // A literal from its opening quote on.
+  // A literal, from its opening quote.
   std::string literal(bool hex) {
     const char quote = peek();
     std::string bytes;
@@ -110,7 +110,7 @@ class Parser {
     return bytes;
   }
 
-  // u16(1), be32(2): an integer in this machine's byte order, or the most significant byte first.
+  // u16(1), be32(2): an integer in native or big-endian byte order.
   std::string integer(const std::string &type) {
     ++at_;  // "("
     const auto value = static_cast<std::uint64_t>(
@@ -148,7 +148,7 @@ class Parser {
     return result;
   }
 
-  // Parts of a text, one right after the other; or a number, or a name.
+  // Concatenated parts of a buffer; or a number or a name.
   void parts(Value &result) {
     const std::size_t start = at_;
     bool terminated = false;
@@ -221,7 +221,7 @@ class Parser {
   std::size_t at_ = 0;
 };
 
-// The choices of a brace's inside.
+// The choices inside a brace.
 std::vector<std::string> choices(const std::string &inside) {
   std::vector<std::string> found;
   for (const std::string &choice : split(inside, ",")) {
@@ -259,7 +259,7 @@ void expand(const std::string &done, const std::string &rest, const std::string 
     expand(before + choice, after, first != nullptr ? first : &choice, found);
 }
 
-// A character within a literal.
+// A character inside a literal.
 std::string code_of(char c, bool hex) {
   static const std::map<char, std::string> escapes = {{'\0', "\\0"}, {'\n', "\\n"}, {'\t', "\\t"},
                                                       {'\r', "\\r"}, {'"', "\\\""}, {'\\', "\\\\"}};
@@ -270,7 +270,7 @@ std::string code_of(char c, bool hex) {
   return code;
 }
 
-// Names and values, from a list that is text and code at once.
+// A list of names, as text and as values.
 #define NAMED(...) \
 #__VA_ARGS__, {  \
     __VA_ARGS__    \

@@ -1,4 +1,4 @@
-// Values in a table: how they are written and shown.
+// Values in tables: parsing and formatting.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace talvera::test {
 
-// A row that makes no sense; its text becomes the row's outcome.
+// A malformed row; the message becomes its outcome.
 struct TableError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -24,45 +24,45 @@ struct Value {
     kBytes,   // "text"  b"bytes"  x"00FF"  u16(1)be32(2)  "a"*300  "begin"[16]  [16]
     kNull,    // null
     kUnset,   // _
-    kSize,    // #  #-1: the size of the buffer in the argument before (or else after) it
+    kSize,    // #  #-1: the size of the preceding (or else following) buffer
     kName,    // SIGTERM  list_comparator_int8_t
     kObject,  // $list
     kRecord,  // (1 2 3)
   };
   Kind kind = kUnset;
-  std::int64_t number = 0;  // of kNumber; what is added to kSize
+  std::int64_t number = 0;  // of kNumber; offset from kSize
   double real = 0;
-  std::string bytes;     // content with its terminator; the name of kName and kObject
-  std::size_t size = 0;  // bytes of the buffer that holds the content
+  std::string bytes;     // content including a terminator; name of kName or kObject
+  std::size_t size = 0;  // size of the buffer that holds the content
   std::vector<Value> fields = {};
 };
 
 std::vector<Value> parse_values(std::string_view text);
 
-// All texts that come of {a, b} and {1..9}; {=} is the first brace's choice once more.
+// Expands {a, b} and {1..9} to all combinations; {=} repeats the choice of the first brace.
 std::vector<std::string> expand_braces(const std::string &text);
 
-// Splits at a separator that stands outside of quotes, parentheses and braces.
+// Splits at separators outside quotes, parentheses and braces.
 std::vector<std::string> split(std::string_view text, std::string_view separator);
 std::string trimmed(std::string_view text);
 
-// Bytes as a table writes them: "text" with a terminator, b"bytes" without one; with `prefer_hex`
-// as x"00FF" when a byte is not printable.
+// Formats bytes: "text" with a terminator, b"bytes" without one, and, with `prefer_hex`, x"00FF" if
+// a byte is not printable.
 std::string in_quotes(std::string_view bytes, bool prefer_hex = false);
 
-// Runs of equal tokens, or of equal pairs and triples, as token*2 or (one two)*2; the others as
-// they are, with `separator` between.
+// Joins tokens with `separator`, with runs of equal tokens, pairs or triples as token*2 or (one
+// two)*2.
 std::string collapsed(const std::vector<std::string> &tokens, const char *separator);
 
-// "EIO"; the number of an unusual error.
+// "EIO", or the number of an unknown error.
 std::string error_name(int error);
-// A text with the messages of the C library's errors as <EIO>.
+// Replaces the C library's error messages with <EIO> and the like.
 std::string with_error_names(std::string text);
 
-// A list of names as a map to their values.
+// Maps a list of names to their values.
 std::map<std::string, std::int64_t> named(const char *list,
                                           std::initializer_list<std::int64_t> values);
-// Constants that rows may name: errors, limits, and those of CONSTANTS().
+// Constants available to rows: errors, limits, and those of CONSTANTS().
 std::map<std::string, std::int64_t> &constants();
 std::int64_t constant(const std::string &name);
 

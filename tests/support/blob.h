@@ -1,4 +1,4 @@
-// Client certificate blobs, made field by field.
+// Builders of client certificate blobs.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,14 @@ struct BlobItem {
   std::uint32_t flags = 0;
 };
 
-// The field at an offset. Of the header: 8 total length, 12 count; of the first item: 20 offset, 24
-// length, 28 type; of the second one from 36 on.
+// Stores a field at an offset. Header: 8 total length, 12 count. First item: 20 offset, 24 length,
+// 28 type; the second item starts at 36.
 inline void put_field(char *blob, std::size_t offset, std::uint32_t value) {
   for (int shift = 24; shift >= 0; shift -= 8)
     blob[offset++] = static_cast<char>(value >> shift);
 }
 
-// A blob that keeps every rule.
+// A valid blob.
 inline std::string make_blob(const std::vector<BlobItem> &items) {
   std::string blob("\x0E\x0C\x0A\x08\x02\x04\x06\x07");
   blob.resize(20 + 16 * items.size());

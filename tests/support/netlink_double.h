@@ -1,6 +1,6 @@
-// A double of the kernel's netlink sockets. While one lives, netlink sockets lead to it: it keeps
-// what is sent and gives out the datagrams that a test has lined up. A receive with none left fails
-// with EAGAIN. All the calls can be made to fail through the SystemDouble as well.
+// A double of the kernel's netlink sockets. While one exists, netlink sockets use it: it records
+// sent messages and delivers the datagrams that a test has queued. A receive from an empty queue
+// fails with EAGAIN. Calls can also fail through the SystemDouble.
 #pragma once
 
 #include <sys/socket.h>
@@ -16,20 +16,20 @@
 
 namespace talvera::test {
 
-struct NetlinkDouble : Pinned {
+struct NetlinkDouble : NonCopyable {
   NetlinkDouble();
   ~NetlinkDouble();
 
-  static constexpr std::uint32_t kPortId = 4711;  // what the kernel gives to a socket
+  static constexpr std::uint32_t kPortId = 4711;  // assigned to every socket
 
   struct Datagram {
     std::string bytes;
     std::uint32_t port_id;
   };
-  std::deque<Datagram> queue;  // to receive
+  std::deque<Datagram> queue;  // datagrams to receive
   std::vector<std::string> sent;
   sockaddr_nl bound{};       // the address of the last bind
-  bool acknowledge = false;  // every request is answered at once, after what is lined up
+  bool acknowledge = false;  // acknowledge each request at once, after the queued datagrams
   socklen_t address_size = sizeof(sockaddr_nl);  // as getsockname() reports it
 };
 

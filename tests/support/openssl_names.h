@@ -1,4 +1,4 @@
-// Names that OpenSSL 1.0 lacks, for tests that run on every version.
+// Functions that OpenSSL 1.0 lacks, for tests that run on every version.
 #pragma once
 
 #include <openssl/ssl.h>

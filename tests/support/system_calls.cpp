@@ -1,4 +1,4 @@
-// The system calls of the double: memory, files, processes, logs; and the platform that they meet.
+// The double's system calls: memory, files, processes and logs, and the platform behind them.
 #include "support/system_calls.h"
 
 #include <dirent.h>
@@ -29,7 +29,7 @@ int driver_fd = -1;
 
 int open_anywhere(const char *path, int flags, mode_t mode) {
   static auto *const next = real<int(const char *, int, ...)>("open");
-  const Quiet quiet;
+  const Bypass guard;
   const auto resolved =
       active_double() != nullptr ? active_double()->platform().resolve(path, flags) : std::nullopt;
   if (!resolved) return next(redirected(path), flags, mode);
@@ -38,26 +38,26 @@ int open_anywhere(const char *path, int flags, mode_t mode) {
   return fd;
 }
 
-// Nothing is ever mounted for real.
+// Calls the platform of the active double; nothing is really mounted.
 template <typename Call>
 int on_platform(Call call) {
-  const Quiet quiet;
+  const Bypass guard;
   if (active_double() != nullptr) return call(active_double()->platform());
   errno = EPERM;
   return -1;
 }
 
-// While a double lives, calls that succeed may still change errno, as POSIX allows; these do.
-int with_spoilt_errno(int result) {
-  if (result != -1) spoil_errno();
+// Changes errno as a successful call may under POSIX, while a double exists.
+int clobbering_errno(int result) {
+  if (result != -1) clobber_errno();
   return result;
 }
 
 int outcome_of_closing(const char *call, int result) {
-  return intercept<int>(call, -1, [=] { return with_spoilt_errno(result); });
+  return intercept<int>(call, -1, [=] { return clobbering_errno(result); });
 }
 
-// The argument that a call may have after those that it names.
+// The optional argument after the named ones.
 #define LAST_ARGUMENT(type, name, before)    \
   std::va_list arguments;                    \
   va_start(arguments, before);               \
@@ -77,7 +77,7 @@ CALL(void *, realloc, (void *block, std::size_t size), (block, size), 0);
 CALL(char *, strdup, (const char *text), (text), 0);
 CALL(char *, strndup, (const char *text, std::size_t size), (text, size), 0);
 
-// By way of the real malloc(): a C library's own calloc() may call the malloc() that is in front.
+// Uses the real malloc(): a C library's calloc() may call the interposed malloc().
 extern "C" void *calloc(std::size_t count, std::size_t size) noexcept {
   static auto *const next = real<void *(std::size_t)>("malloc");
   return intercept<void *>("calloc", 0, [=]() -> void * {
@@ -90,7 +90,7 @@ extern "C" void *calloc(std::size_t count, std::size_t size) noexcept {
 CALL(void *, mmap, (void *at, std::size_t size, int protection, int flags, int fd, off_t from),
      (at, size, protection, flags, fd, from), -1);
 CALL_AS(int, munmap, (void *at, std::size_t size), (at, size), -1,
-        [=] { return with_spoilt_errno(next(at, size)); });
+        [=] { return clobbering_errno(next(at, size)); });
 RECORDED(key_t, ftok, (const char *path, int project), (path, project), -1, "%s %d", path, project);
 RECORDED(int, shmget, (key_t key, std::size_t size, int flags), (key, size, flags), -1,
          "%#x %zu %#o", static_cast<unsigned>(key), size, static_cast<unsigned>(flags));
@@ -126,7 +126,7 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
   });
 }
 
-// What is closed is gone whatever the call then says.
+// The descriptor is closed even if the call reports a failure.
 extern "C" int close(int fd) {
   static auto *const next = real<int(int)>("close");
   if (fd == driver_fd) driver_fd = -1;
@@ -160,7 +160,7 @@ CALL(int, scandir, (const char *path, dirent ***list, Filter filter, Compare com
      (path, list, filter, compare), -1);
 CALL_AS(FILE *, fopen, (const char *path, const char *mode), (path, mode), 0,
         [=] { return next(redirected(path), mode); });
-#pragma weak select  // a test may have one of its own
+#pragma weak select  // a test may define its own
 CALL(int, select, (int count, fd_set *in, fd_set *out, fd_set *other, timeval *timeout),
      (count, in, out, other, timeout), -1);
 
@@ -174,7 +174,7 @@ RECORDED_AS(int, mount,
             });
 RECORDED_AS(int, umount2, (const char *target, int flags), (target, flags), -1,
             record("umount2 %s %d", target, flags), [=] {
-              return with_spoilt_errno(
+              return clobbering_errno(
                   on_platform([=](auto &platform) { return platform.unmount(target); }));
             });
 
@@ -193,7 +193,7 @@ RECORDED(pid_t, waitpid, (pid_t pid, int *status, int options), (pid, status, op
          pid, options);
 RECORDED(int, usleep, (useconds_t microseconds), (microseconds), -1, "%u", microseconds);
 
-// A child takes its records with it: it shows them on standard error.
+// A child prints its log on standard error before it exits.
 extern "C" void _exit(int status) {
   if (active_double() != nullptr) {
     for (const LogLine &line : active_double()->log())
@@ -203,7 +203,7 @@ extern "C" void _exit(int status) {
   __builtin_unreachable();
 }
 
-// ---- Time, logs and the system's values ---------------------------------------------------------
+// ---- Time, logs and the system database ---------------------------------------------------------
 
 extern "C" time_t time(time_t *result) noexcept {
   static auto *const next = real<time_t(time_t *)>("time");
@@ -229,7 +229,7 @@ extern "C" void syslog(int priority, const char *format, ...) {
   va_start(arguments, format);
   record_log("syslog", LOG_PRI(priority), format, arguments);
   va_end(arguments);
-  spoil_errno();
+  clobber_errno();
 }
 
 extern "C" int printf(const char *format, ...) {
@@ -237,7 +237,7 @@ extern "C" int printf(const char *format, ...) {
   va_start(arguments, format);
   const int length = std::vprintf(format, arguments);
   va_end(arguments);
-  return with_spoilt_errno(length);
+  return clobbering_errno(length);
 }
 
 extern "C" int fprintf(FILE *stream, const char *format, ...) {
@@ -245,11 +245,11 @@ extern "C" int fprintf(FILE *stream, const char *format, ...) {
   va_start(arguments, format);
   const int length = std::vfprintf(stream, format, arguments);
   va_end(arguments);
-  return with_spoilt_errno(length);
+  return clobbering_errno(length);
 }
 
-// What printf() becomes when its text is a whole line.
-CALL_AS(int, puts, (const char *text), (text), EOF, [=] { return with_spoilt_errno(next(text)); });
+// GCC turns a printf() of a whole line into puts().
+CALL_AS(int, puts, (const char *text), (text), EOF, [=] { return clobbering_errno(next(text)); });
 
 extern "C" void sdb_log(int level, const char *format, ...) {
   std::va_list arguments;
@@ -260,7 +260,7 @@ extern "C" void sdb_log(int level, const char *format, ...) {
 
 extern "C" int sdb_get(const char *key, char *buffer, std::size_t size) {
   return intercept<int>("sdb_get", -1, [=] {
-    const Quiet quiet;
+    const Bypass guard;
     const SystemDouble *const system = active_double();
     if (system == nullptr || !system->values.contains(key) || size == 0) return ENOENT;
     std::snprintf(buffer, size, "%s", system->values.at(key).c_str());

@@ -1,10 +1,10 @@
-// How system calls of the double are defined, each by its result, name, parameters, arguments, and
-// result when it fails:
+// Macros that define the double's system calls by result type, name, parameters, arguments and
+// failure value:
 //
 //   CALL(int, fstat, (int fd, struct stat *status), (fd, status), -1);
 //   RECORDED(int, usleep, (useconds_t time), (time), -1, "%u", time);
 //
-// CALL_AS() and RECORDED_AS() do something else in place of the call; there `next` is the real one.
+// CALL_AS() and RECORDED_AS() replace the call with a function, in which `next` is the real call.
 #pragma once
 
 #include <cstdint>
@@ -14,27 +14,28 @@
 
 namespace talvera::test {
 
-// Adds a line to calls() or log(), if a double is there.
+// Appends a line to calls() or log() of the active double, if any.
 __attribute__((format(printf, 1, 2))) void record(const char *format, ...);
 void record_log(const char *channel, int level, const char *format, std::va_list arguments);
 
-// While a double lives, calls that succeed may still change errno, as POSIX allows; these do.
-void spoil_errno();
+// Changes errno as a successful call may under POSIX, while a double exists.
+void clobber_errno();
 
-// Where redirect() has sent a path, or the path itself.
+// The target to which redirect() maps a path, or the path itself.
 const char *redirected(const char *path);
 
-// The next definition of a function after the test program's own.
+// The definition of a function after the test program's own.
 void *next_definition(const char *name);
 template <typename Function>
 Function *real(const char *name) {
   return reinterpret_cast<Function *>(next_definition(name));
 }
 
-// What becomes of a call, which is counted; errno is set for a failure.
+// Counts a call and returns its outcome; sets errno for a failure.
 Outcome outcome_of(const char *call);
 
-// Makes the call unless it is to be replaced; one that moves bytes takes the most that it may move.
+// Makes the call unless its outcome replaces it. A transfer takes the maximum number of bytes as
+// its argument.
 template <typename Result, typename Call>
 Result intercept(const char *name, long failure, Call call) {
   const Outcome outcome = outcome_of(name);

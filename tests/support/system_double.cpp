@@ -1,4 +1,4 @@
-// The double's state: arranged outcomes, counts and records.
+// The double's state: arrangements, counts and records.
 #include "support/system_double.h"
 
 #include <dirent.h>
@@ -14,9 +14,9 @@ namespace talvera::test {
 namespace {
 
 SystemDouble *active = nullptr;
-bool noticing = true;  // off while the double itself allocates
+bool intercepting = true;  // off while the double itself allocates
 
-// The text of a log line or a record; errno stays.
+// Formats a log line or record; preserves errno.
 std::string formatted(const char *format, std::va_list arguments) {
   char text[2048];
   std::vsnprintf(text, sizeof text, format, arguments);
@@ -25,10 +25,10 @@ std::string formatted(const char *format, std::va_list arguments) {
 
 }  // namespace
 
-Quiet::Quiet() : noticing_(std::exchange(noticing, false)) {}
+Bypass::Bypass() : intercepting_(std::exchange(intercepting, false)) {}
 
-Quiet::~Quiet() {
-  noticing = noticing_;
+Bypass::~Bypass() {
+  intercepting = intercepting_;
 }
 
 std::ostream &operator<<(std::ostream &out, const LogLine &line) {
@@ -67,22 +67,22 @@ Outcome SystemDouble::outcome_of(const char *call) {
   for (std::size_t i = 0; i < arranged_; ++i) {
     Arrangement &arranged = arrangements_[i];
     if (arranged.left == 0 || std::strcmp(arranged.call, call) != 0) continue;
-    if (arranged.skipped > 0) {  // what comes after it decides
+    if (arranged.skipped > 0) {  // the next matching arrangement decides
       --arranged.skipped;
       continue;
     }
     if (arranged.left > 0) --arranged.left;
     if (arranged.event == nullptr) return arranged.outcome;
-    const Quiet quiet;
+    const Bypass guard;
     arranged.event();
   }
   return {};
 }
 
 int open_descriptors() {
-  const Quiet quiet;
+  const Bypass guard;
   DIR *directory = opendir("/proc/self/fd");
-  int found = -3;  // ".", ".." and the listing's own
+  int found = -3;  // ".", ".." and the descriptor of the directory itself
   while (readdir(directory) != nullptr)
     ++found;
   closedir(directory);
@@ -92,19 +92,19 @@ int open_descriptors() {
 // ---- For the definitions of system calls --------------------------------------------------------
 
 Outcome outcome_of(const char *call) {
-  if (active == nullptr || !noticing) return {};
+  if (active == nullptr || !intercepting) return {};
   const Outcome outcome = active->outcome_of(call);
   if (outcome.kind == Outcome::kFailure) errno = static_cast<int>(outcome.value);
   return outcome;
 }
 
-void spoil_errno() {
-  if (active != nullptr && noticing) errno = ESPIPE;
+void clobber_errno() {
+  if (active != nullptr && intercepting) errno = ESPIPE;
 }
 
 void record(const char *format, ...) {
-  if (active == nullptr || !noticing) return;
-  const Quiet quiet;
+  if (active == nullptr || !intercepting) return;
+  const Bypass guard;
   const int error = errno;
   std::va_list arguments;
   va_start(arguments, format);
@@ -115,7 +115,7 @@ void record(const char *format, ...) {
 
 void record_log(const char *channel, int level, const char *format, std::va_list arguments) {
   if (active == nullptr) return;
-  const Quiet quiet;
+  const Bypass guard;
   const int error = errno;
   active->logged.push_back({channel, level, formatted(format, arguments)});
   errno = error;
@@ -123,7 +123,7 @@ void record_log(const char *channel, int level, const char *format, std::va_list
 
 const char *redirected(const char *path) {
   if (active == nullptr) return path;
-  const Quiet quiet;
+  const Bypass guard;
   const auto redirection = active->redirections.find(path);
   return redirection != active->redirections.end() ? redirection->second.c_str() : path;
 }
@@ -131,7 +131,7 @@ const char *redirected(const char *path) {
 void *next_definition(const char *name) {
   const int error = errno;
   void *definition = dlsym(RTLD_NEXT, name);
-  if (definition == nullptr) definition = dlsym(RTLD_DEFAULT, name);  // the program's, before ours
+  if (definition == nullptr) definition = dlsym(RTLD_DEFAULT, name);  // in the preloaded program
   errno = error;
   return definition;
 }

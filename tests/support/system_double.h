@@ -1,15 +1,15 @@
-// A double of the operating system for tests. The test program defines the system calls that the
-// library makes; its definitions win over libc's. While a SystemDouble lives, calls can be made to
-// fail, and what the library did is recorded; otherwise, and unless told, calls go through.
+// A double of the operating system. The test program defines the system calls that the library
+// makes; its definitions take precedence over libc's. While a SystemDouble exists, it records calls
+// and can make them fail; all other calls pass through.
 //
 //   SystemDouble system;
-//   system.fail("read", EINTR);            // the next read fails, once
+//   system.fail("read", EINTR);            // the next read fails
 //   system.fail("malloc", ENOMEM).after(2).times(3);
-//   system.answer("kill", 0).always();     // every kill gives 0 and signals nobody
-//   system.shorten("write", 100);          // the next write takes at most 100 bytes
+//   system.answer("kill", 0).always();     // every kill returns 0 and sends no signal
+//   system.shorten("write", 100);          // the next write transfers at most 100 bytes
 //   EXPECT_EQ(system.calls(), Texts({"umount2 /mfg 2"}));
 //
-// Each call is a row in system_calls.cpp, system_sockets.cpp or system_tls.cpp.
+// Each call is defined in system_calls.cpp, system_sockets.cpp or system_tls.cpp.
 #pragma once
 
 #include <array>
@@ -38,13 +38,13 @@ struct LogLine {
 };
 std::ostream &operator<<(std::ostream &out, const LogLine &line);
 
-// What becomes of a call.
+// What happens to a call.
 struct Outcome {
   enum { kGoThrough, kFailure, kResult, kShort } kind = kGoThrough;
-  long value = 0;  // errno, result or greatest size
+  long value = 0;  // errno, result or maximum size
 };
 
-// An arrangement; it holds for the next call alone, unless told otherwise.
+// An arrangement applies to the next call only, unless modified.
 struct Arrangement {
   const char *call;
   Outcome outcome;
@@ -67,39 +67,40 @@ struct Count {
   int calls;
 };
 
-class SystemDouble : Pinned {
+class SystemDouble : NonCopyable {
  public:
   SystemDouble();
   ~SystemDouble();
 
-  // The call is not made: it fails with an error, or gives a result.
+  // Replaces a call: it fails with an error or returns a result.
   Arrangement &fail(const char *call, int error) {
     return arrange({call, {Outcome::kFailure, error}});
   }
   Arrangement &answer(const char *call, long result) {
     return arrange({call, {Outcome::kResult, result}});
   }
-  // The call is made for at most `bytes` bytes.
+  // The call transfers at most `bytes` bytes.
   Arrangement &shorten(const char *call, long bytes) {
     return arrange({call, {Outcome::kShort, bytes}});
   }
-  // Right before the call something else happens; what becomes of the call is as told besides.
+  // Runs `event` just before the call, whose outcome other arrangements decide.
   Arrangement &before(const char *call, void (*event)()) { return arrange({call, {}, event}); }
   Arrangement &arrange(const Arrangement &arrangement) {
     return arrangements_.at(arranged_++) = arrangement;
   }
-  // Takes back all of these that are left.
+  // Cancels all arrangements.
   void forget() { arranged_ = 0; }
 
   void set_time(std::time_t now) { time = now; }
-  // What sdb_get() gives for a key; all other keys are unknown (ENOENT).
+  // Sets the value that sdb_get() returns for a key; other keys are unknown (ENOENT).
   void set_value(const std::string &key, const std::string &value) { values[key] = value; }
-  // Opens of `path`, if it is exactly that, open `target` instead; likewise the command of a pipe.
+  // Opens of exactly `path` open `target` instead, and likewise for the command of a pipe.
   void redirect(const std::string &path, const std::string &target) { redirections[path] = target; }
 
-  // The recorded calls (those whose arguments matter), each as its name and arguments.
+  // The recorded calls, each as its name and arguments. Only calls whose arguments matter are
+  // recorded.
   [[nodiscard]] const Texts &calls() const { return recorded; }
-  // How often a call was made, recorded or not, since the double was made; all that were.
+  // How often a call was made since construction, recorded or not; and the counts of all calls.
   int &count(const char *call);
   [[nodiscard]] std::span<const Count> counts() const { return {counts_.data(), counted_}; }
   [[nodiscard]] const std::vector<LogLine> &log() const { return logged; }
@@ -117,7 +118,7 @@ class SystemDouble : Pinned {
   std::map<std::string, std::string> values, redirections;
 
  private:
-  // Plain arrays: a look at the outcome of malloc must not itself allocate.
+  // Arrays, because looking up the outcome of malloc must not allocate.
   std::array<Arrangement, 32> arrangements_;
   std::size_t arranged_ = 0;
   std::array<Count, 96> counts_;
@@ -126,25 +127,25 @@ class SystemDouble : Pinned {
   host::Platform platform_;
 };
 
-// Descriptors that this process has open.
+// The number of open descriptors of this process.
 int open_descriptors();
 
-// The double that lives, or null.
+// The existing double, or null.
 SystemDouble *active_double();
 
-// While one lives, calls go through, neither counted nor recorded: for what the test itself does.
-class Quiet : Pinned {
+// For its lifetime, calls pass through uncounted and unrecorded: for the test's own calls.
+class Bypass : NonCopyable {
  public:
-  Quiet();
-  ~Quiet();
+  Bypass();
+  ~Bypass();
 
  private:
-  bool noticing_;
+  bool intercepting_;
 };
 
 template <typename Call>
-auto quietly(Call call) {
-  const Quiet quiet;
+auto bypass(Call call) {
+  const Bypass guard;
   return call();
 }
 

@@ -1,4 +1,4 @@
-// Sockets of the system double, with the netlink double in place of those of its family.
+// The double's socket calls; netlink sockets use the netlink double.
 #include <sys/socket.h>
 
 #include <linux/netlink.h>
@@ -21,7 +21,7 @@ bool is_netlink(int fd) {
   return active != nullptr && fd >= 0 && fd == netlink_fd;
 }
 
-// The kernel's answer to a request: no error.
+// The kernel's acknowledgement of a request.
 std::string acknowledgement(const std::string &request) {
   struct {
     nlmsghdr header;
@@ -45,14 +45,14 @@ int netlink_name(sockaddr *address, socklen_t *size) {
 }
 
 ssize_t netlink_send(const void *buffer, std::size_t size) {
-  const Quiet quiet;
+  const Bypass guard;
   active->sent.emplace_back(static_cast<const char *>(buffer), size);
   if (active->acknowledge) active->queue.push_back({acknowledgement(active->sent.back()), 0});
   return static_cast<ssize_t>(size);
 }
 
 ssize_t netlink_receive(void *buffer, std::size_t size, sockaddr *sender, socklen_t *sender_size) {
-  const Quiet quiet;
+  const Bypass guard;
   if (active->queue.empty()) {
     errno = EAGAIN;
     return -1;

@@ -1,4 +1,4 @@
-// OpenSSL calls of the system double: those whose failure the library has an answer for.
+// The double's OpenSSL calls: those whose failure the library handles.
 #include <openssl/rand.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>

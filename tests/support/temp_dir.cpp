@@ -1,4 +1,4 @@
-// Directories for tests, made in /tmp.
+// Temporary directories for tests.
 #include "support/temp_dir.h"
 
 #include <ftw.h>

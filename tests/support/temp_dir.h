@@ -1,4 +1,4 @@
-// A directory of a test's own, removed with all that is in it.
+// A temporary directory, removed with its content.
 #pragma once
 
 #include <string>
@@ -6,20 +6,20 @@
 
 namespace talvera::test {
 
-// What is not copied.
-struct Pinned {
-  Pinned() = default;
-  Pinned(const Pinned &) = delete;
-  Pinned &operator=(const Pinned &) = delete;
+// Base of classes that cannot be copied.
+struct NonCopyable {
+  NonCopyable() = default;
+  NonCopyable(const NonCopyable &) = delete;
+  NonCopyable &operator=(const NonCopyable &) = delete;
 };
 
-class TempDir : Pinned {
+class TempDir : NonCopyable {
  public:
   TempDir();
   ~TempDir();
 
   [[nodiscard]] const std::string &path() const { return path_; }
-  // The path of something in the directory.
+  // The path of an entry of the directory.
   [[nodiscard]] std::string operator/(std::string_view name) const;
   // Writes a file in the directory and returns its path.
   std::string write(std::string_view name, std::string_view content) const;
@@ -28,7 +28,7 @@ class TempDir : Pinned {
   std::string path_;
 };
 
-// A file's content; empty when it cannot be read.
+// A file's content; empty if it cannot be read.
 std::string read_file(const std::string &path);
 
 }  // namespace talvera::test

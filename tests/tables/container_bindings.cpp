@@ -1,4 +1,4 @@
-// Bindings of lists, checks and digests. What a list stores is a number in place of an address.
+// Bindings of lists, checksums and digests. Lists store numbers in place of addresses.
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
@@ -19,11 +19,11 @@ int sign(int value) {
   return (value > 0) - (value < 0);
 }
 
-// ---- Comparators and the like -----------------------------------------------------------------
+// ---- Callbacks --------------------------------------------------------------------------------
 
 int comparisons;
 
-// The greatest results that there are.
+// Returns extreme results.
 int by_number(const void *a, const void *b) {
   ++comparisons;
   return number(a) == number(b) ? 0 : number(a) < number(b) ? INT_MAX : INT_MIN;
@@ -48,10 +48,10 @@ SYMBOLS(by_number, by_tens, never_equal, two_below, exceeds, doubled);
 // ---- Lists ------------------------------------------------------------------------------------
 
 bool is_unmade(const list_obj &list) {
-  return reinterpret_cast<const char *>(&list)[0] == Guarded::kFill;
+  return reinterpret_cast<const char *>(&list)[0] == GuardedBuffer::kFill;
 }
 
-// The data, if every link, the count, the middle and the spare records are in order.
+// The data, if all links, the count, the middle and the spare records are consistent.
 std::string shown(const list_obj &list) {
   if (is_unmade(list)) return "_";
   if (list.head == nullptr) return "none";
@@ -76,14 +76,14 @@ std::string shown(const list_obj &list) {
 struct Destroy {
   void operator()(list_obj *list) const {
     if (!is_unmade(*list)) list_destroy(list);
-    std::memset(list, Guarded::kFill, sizeof *list);
+    std::memset(list, GuardedBuffer::kFill, sizeof *list);
   }
 };
 
 }  // namespace
 
-// A list of its own, (by_tens 1 2) with comparator and data; one of the group, $list; or, as _,
-// memory that is no list yet. It is shown when it has changed.
+// A temporary list, (by_tens 1 2) with comparator and data; an object of the group, $list; or
+// uninitialised memory, _. Shown when changed.
 template <typename T>
 requires std::same_as<std::remove_const_t<T>, list_obj>
 class Arg<T *> {
@@ -134,15 +134,15 @@ BIND(list_init, list_concat, list_attributes_comparator, list_attributes_seeker,
 BIND_AS(list_destroy, [](list_obj *list) { Destroy()(list); });
 BIND_AS(attributes, [](Call &call, const list_obj *list) { return show(call, list->attrs); });
 
-// Whether the shared generator of random numbers stands where this seed puts it.
+// Whether the shared random number generator is in the state after this seed.
 BIND_AS(is_seeded, [](unsigned seed) {
   const long drawn = random();
   srandom(seed);
   return drawn == random();
 });
 
-// Looks up a position while all links are cut but those between two elements; these are counted
-// from the head, which is 0.
+// Looks up a position while only the links between two elements, counted from the head (0), are
+// intact.
 BIND_AS(get_within, [](list_obj *list, unsigned first, unsigned last, unsigned position) {
   std::vector<std::pair<list_elem *, list_elem>> saved;
   for (list_elem *element = list->head; element != nullptr; element = element->next)
@@ -180,7 +180,7 @@ BIND_AS(sorts, [](list_comparator_fn comparator, int size, int direction, int st
   return std::string(sorted == expected ? "unsorted" : "lost");
 });
 
-// ---- Ready-made comparators, meters and hash computers ----------------------------------------
+// ---- Predefined comparators, meters and hash functions ----------------------------------------
 
 #define TYPE(type)                                                              \
   BIND_AS(list_comparator_##type,                                               \
@@ -202,14 +202,14 @@ BIND(list_meter_int8_t, list_meter_uint8_t, list_meter_int16_t, list_meter_uint1
 BIND_AS(list_comparator_string,
         [](const char *a, const char *b) { return sign(list_comparator_string(a, b)); });
 
-// ---- Checks and digests -----------------------------------------------------------------------
+// ---- Checksums and digests --------------------------------------------------------------------
 
 const unsigned char *bytes(const std::string &text) {
   return reinterpret_cast<const unsigned char *>(text.data());
 }
 
 BIND(crc32_be, crc32_le, crc16_be, crc16_le, crc8);
-// As checks are published: hexadecimal, exclusive-or'ed at the end.
+// Published check values: hexadecimal, with the final exclusive-or.
 BIND_AS(check,
         [](decltype(crc8) *crc, unsigned start, const std::string &text, unsigned inversion) {
           char digits[9];

@@ -7,18 +7,18 @@ FIELDS(tr_hop, &R::host, &R::address, &R::times, &R::status);
 namespace talvera::test {
 namespace {
 
-// The work file of one kind, for the test name "t".
+// Creates a work file of the test "t".
 void prepare(Call &call, const std::string &kind, const std::string &content) {
   const TempDir &folder = call.session().folder();
   call.session().system.redirect("/tmp/t-" + kind, folder.write(kind, content));
 }
 
 BIND(ipdiag_tr_makeparam, ipdiag_tr_formatout, ipdiag_tr_resptime, ipdiag_tr_err);
-// Result, count and rows of a table in which `before` is in all texts of a row.
+// Result, count and rows; every text of a row initially contains `before`.
 BIND_AS(hops, [](Call &call, int rows, const std::string &before, const std::string &content) {
   prepare(call, "out", content);
   const auto size = static_cast<std::size_t>(rows < 0 ? 0 : rows);
-  const Guarded &table = call.memory(size * sizeof(tr_hop), alignof(tr_hop));
+  const GuardedBuffer &table = call.memory(size * sizeof(tr_hop), alignof(tr_hop));
   auto *const hops = reinterpret_cast<tr_hop *>(table.data());
   for (std::size_t i = 0; i < size; ++i)
     for (char *field : {hops[i].host, hops[i].address, hops[i].times})

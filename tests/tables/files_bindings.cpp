@@ -28,7 +28,7 @@ SYMBOLS(listed, pictures);
 
 // ---- Sets -------------------------------------------------------------------------------------
 
-// A set of a folder's files or, if a name is given, of a database. It is freed.
+// A set from a folder's files or, if a name is given, from a database; freed afterwards.
 struct Loaded {
   static inline of_files_info *const kUntouched = reinterpret_cast<of_files_info *>(0x10);
   of_files_info *set = kUntouched;
@@ -41,7 +41,7 @@ struct Loaded {
   ~Loaded() {
     if (result == 0) of_free_files_info(&set);
   }
-  // Its version, and each item as it would be in a file.
+  // The version, and each item in the format of the file.
   Result shown() {
     if (result != 0) return {result, set == nullptr ? "null" : set == kUntouched ? "" : "set"};
     std::string text = static_cast<void *>(set->items) != set + 1 ? "in another block" : "";
@@ -61,7 +61,7 @@ BIND_AS(of_init_files_info,
 BIND_AS(of_deserialize, [](of_filter filter, const char *dir, const char *name, int create) {
   return Loaded(filter, dir, name, create).shown();
 });
-// The set of a file of this content.
+// Reads a set from a file with this content.
 BIND_AS(read, [](Call &call, const std::string &content) {
   const TempDir &folder = call.session().folder();
   folder.write(".order", content);
@@ -72,7 +72,7 @@ BIND_AS(save, [](Call &call, const std::string &content, const char *dir, const 
   const Loaded loaded(listed, call.session().folder().path().c_str(), "from");
   return of_serialize(loaded.set, dir, name);
 });
-// With a filter that accepts its calls from one number to below another.
+// Lists with a filter that accepts a range of its calls.
 BIND_AS(list_fickle, [](const char *dir, int from, int to) {
   calls = 0;
   accept_from = from;
@@ -85,13 +85,13 @@ BIND_AS(list_fickle, [](const char *dir, int from, int to) {
 std::string index(const of_files_info *set, const of_file_info *item) {
   return item != nullptr ? std::to_string(item - set->items) : "none";
 }
-// The indexes of the items that are found by a name and by an order.
+// The indices of the items found by name and by order.
 BIND_AS(find, [](const char *dir, const char *name, int order) {
   const Loaded loaded(listed, dir, ".order");
   return index(loaded.set, of_get_file_info_from_name(loaded.set, name)) + ' ' +
          index(loaded.set, of_get_file_info_from_order(loaded.set, order));
 });
-// move (ORDERS) INDEX ORDER: the result and the orders of all items afterwards.
+// move (ORDERS) INDEX ORDER: the result and all orders.
 BIND_AS(move, [](Call &call) -> Result {
   std::vector<of_file_info> items;
   for (const Value &order : call.take().fields)
@@ -106,9 +106,9 @@ BIND_AS(move, [](Call &call) -> Result {
   return {result, orders};
 });
 
-// ---- A pass over a folder -----------------------------------------------------------------------
+// ---- Synchronisation ----------------------------------------------------------------------------
 
-// sync, sync CONTENT: with this list or the one that is there, which is then shown.
+// sync, sync CONTENT: synchronises the existing or this list, and shows it.
 BIND_AS(sync, [](Call &call) {
   const TempDir &folder = call.session().folder();
   if (call.has_more()) folder.write(".order", call.take().bytes.c_str());
@@ -116,7 +116,7 @@ BIND_AS(sync, [](Call &call) {
   return std::to_string(result) + ' ' + in_quotes(read_file(folder / ".order") + '\0');
 });
 
-// As it is defined: one move after the other.
+// The reference implementation: one move after the other.
 void move_one_by_one(of_files_info *current, of_files_info *saved) {
   for (const bool known_ones : {true, false}) {
     for (int i = 0; i < current->count; ++i) {
@@ -130,13 +130,13 @@ void move_one_by_one(of_files_info *current, of_files_info *saved) {
   }
 }
 
-// Some names share their first 31 characters, which are all that a list holds.
+// Some names share their first 31 characters, which are all that a list stores.
 std::string name(unsigned number) {
   return std::string(number % 3 == 0 ? 29 : 3, 'n') + std::to_string(100 + number);
 }
 
-// The first of many random lists that is not changed as the moves change it. They have some of the
-// files and some others, and orders in and out of range, many more than once.
+// The first of many random lists for which the result differs from sequential moves. Lists contain
+// some of the files and others, with orders in and out of range and many duplicates.
 BIND_AS(list_that_differs, []() -> std::string {
   std::mt19937 random(11);
   const auto below = [&random](unsigned limit) { return static_cast<int>(random() % limit); };

@@ -78,12 +78,11 @@ BIND_AS(uf_free_dirent_list, [](Call &call) {
 
 // ---- Files --------------------------------------------------------------------------------------
 
-BIND_AS(uf_readall, [](const char *dir, const char *name, HandedOut<true> &to) {
+BIND_AS(uf_readall, [](const char *dir, const char *name, OutBytes<true> &to) {
   return uf_readall(dir, name, &to.data, &to.length);
 });
 
-// The record: size and last byte, which it overwrites if it may; and what is left of it when it is
-// closed.
+// Size and last byte of the record, which is overwritten if writable; checks the closed record.
 BIND_AS(filemap_open, [](const char *path, int flags, int protection) -> Result {
   filemap file = {7, nullptr, nullptr, 7};
   const int result = filemap_open(path, &file, flags, protection);

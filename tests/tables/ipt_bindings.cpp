@@ -15,7 +15,7 @@ struct RuleDeleter {
 };
 using RulePtr = std::unique_ptr<ipt_rule, RuleDeleter>;
 
-// Fields from the numbers and texts that come next in a row; those that are missing stay.
+// Fields from the following numbers and texts of a row; missing ones keep their values.
 template <Integer T>
 void fill(Call &call, T &field) {
   const Value *const next = call.peek();
@@ -34,8 +34,8 @@ void fill_all(Call &call, T &...fields) {
 // Adds the rest of a row to a rule:
 //   param ITEM NEGATION "value" OPTION "option value"    match ITEM NEGATION OPTION "option value"
 //   argument "of the command"    target NUMBER "argument"    mask NUMBER
-// and, as no function of the library would: field NUMBER "value" in the item before. The result is
-// the item that came last.
+// field NUMBER "value" changes the previous item as no library function would. Returns the last
+// item.
 ipt_param *extend(Call &call, ipt_rule *rule) {
   ipt_param *last = nullptr;
   while (call.has_more()) {
@@ -70,10 +70,10 @@ RulePtr rule_of(Call &call) {
   return rule;
 }
 
-// COUNT words of the command line, from word FIRST on, or the result of a failure. The buffer holds
-// a terminated text either way.
+// COUNT words of the command line from word FIRST on, or the result of a failure. Checks that the
+// buffer is terminated.
 std::string words(Call &call, const ipt_rule *rule, std::size_t first, std::size_t count) {
-  const Guarded &buffer = call.memory(IPT_LINE_SIZE, 1);
+  const GuardedBuffer &buffer = call.memory(IPT_LINE_SIZE, 1);
   const int result = ipt_make_rule_string(rule, buffer.data());
   if (strnlen(buffer.data(), IPT_LINE_SIZE) == IPT_LINE_SIZE) return "unterminated";
   if (result != 0) return std::to_string(result);
@@ -94,7 +94,7 @@ BIND_AS(words, [](Call &call, std::size_t first, std::size_t count) {
   return words(call, rule_of(call).get(), first, count);
 });
 BIND_AS(line, [](Call &call, const ipt_rule *rule) { return words(call, rule, 0, SIZE_MAX); });
-// Whether the last item was added, with nothing but zeros between its fields.
+// Whether the last item was added with zero padding.
 BIND_AS(add, [](Call &call, ipt_rule *rule) {
   const ipt_param *const item = extend(call, rule);
   return item != nullptr && std::memcmp(&item->negation + 1, "\0\0", 3) == 0;
@@ -102,13 +102,13 @@ BIND_AS(add, [](Call &call, ipt_rule *rule) {
 BIND_AS(iterate, [](ipt_rule *rule) {
   return list_iterator_start(rule->params) + list_iterator_start(rule->matches);
 });
-// Compared with the rest of the row, which must have the same result the other way round.
+// Compares with the rest of the row, in both directions.
 BIND_AS(compare, [](Call &call, const ipt_rule *rule) {
   const RulePtr other = rule_of(call);
   const int result = ipt_rule_compare(rule, other.get());
   return ipt_rule_compare(other.get(), rule) == result ? result : -1;
 });
-// The command line of a rule that a function makes.
+// The command line of a rule from a library function.
 template <typename... A>
 auto made_by(ipt_rule *(*make)(A...)) {
   return [=](Call &call, A... arguments) {

@@ -1,4 +1,4 @@
-// Bindings of the manufacturing store, the platform device and the client certificate blob.
+// Bindings of the manufacturing data, the platform device and the client certificate blob.
 #include <cstdlib>
 
 #include "runner/bind.h"
@@ -25,9 +25,9 @@ void patch(Call &call, std::size_t offset, const std::string &bytes) {
   std::fwrite(content.data(), 1, content.size(), file);
   std::fclose(file);
 }
-// flash 0x1C000 b"bytes": puts them into the factory file, which is erased elsewhere.
+// flash 0x1C000 b"bytes": writes them to an otherwise erased manufacturing file.
 DIRECTIVE(flash, [](Call &call, std::size_t offset) { patch(call, offset, call.take().bytes); });
-// record b"bytes": an info record that begins with them, its checksum right.
+// record b"bytes": writes an info record that begins with them and has a valid checksum.
 DIRECTIVE(record, [](Call &call) {
   std::string record = call.take().bytes;
   record.resize(256);
@@ -38,17 +38,17 @@ DIRECTIVE(record, [](Call &call) {
   record[255] = static_cast<char>(-sum);
   patch(call, kRecord, record);
 });
-// All of the file.
+// The content of the file.
 DIRECTIVE(stored, [](Call &call) {
   return in_quotes(read_file(call.session().system.platform().flash_directory() + "/mfg.dat"),
                    true);
 });
-// Somebody else mounts the partition.
+// Mounts the partition from outside the library.
 DIRECTIVE(mount, [](Call &call) {
   call.session().system.platform().mount("mtd:mfg", "/mfg", "jffs2", 0);
 });
 DIRECTIVE(is_mounted, [](Call &call) { return call.session().system.platform().mounted(); });
-// What the driver has: calibration and identity.
+// The driver's calibration and identity.
 DIRECTIVE(give_driver, [](Call &call) {
   const std::string &bytes = call.take().bytes;
   call.session().system.platform().calibration.emplace(bytes.begin(), bytes.end());
@@ -71,13 +71,13 @@ CONSTANTS(TVRA_WLCAL_SET);
 
 BIND(mfg_init, mfg_info_read, mfg_info_write, mfg_get_macaddr, mfg_num_macaddr, mfg_wlcal_get,
      mfg_wlcal_set, mfg_wlcal_clear, tvra_open, tvra_close, tvra_ioctl);
-// Of the record as it is read.
+// The serial number of the record as read.
 BIND_AS(read_serial, [] {
   unsigned char record[MFG_INFO_SIZE];
   mfg_info_read(record);
   return std::string(reinterpret_cast<const char *>(record + MFG_INFO_SERIAL));
 });
-// For the outcome of a write, whatever the record.
+// The outcome of a write of any record.
 BIND_AS(write_zeros, [] {
   unsigned char record[MFG_INFO_SIZE] = {};
   return mfg_info_write(record);
@@ -94,12 +94,12 @@ Result slot_get(unsigned char **data, std::uint32_t length, std::uint32_t slot) 
 BIND_AS(mfg_ccert_get, [](unsigned char *data, std::uint32_t length, std::uint32_t slot) {
   return slot_get(data != nullptr ? &data : nullptr, length, slot);
 });
-// With an address that holds none.
+// With a pointer to null.
 BIND_AS(mfg_ccert_get_nowhere, [](std::uint32_t length, std::uint32_t slot) {
   unsigned char *nowhere = nullptr;
   return slot_get(&nowhere, length, slot);
 });
-// Without a length, and without all.
+// Without a length, and without a structure.
 BIND_AS(mfg_ccert_get_null, [](bool all) {
   mfg_ccert_get_info info = {nullptr, nullptr, 1};
   return mfg_ccert_get(all ? nullptr : &info);
@@ -123,10 +123,9 @@ DIRECTIVE(blob, [](Call &call, const std::string &name) {
   const std::string blob = make_blob(items);
   blob.copy(call.session().object(name, blob.size(), 1, false).data, blob.size());
 });
-// A copy of a blob, in memory of its size, with the fields changed that the row lists: OFFSET
-// VALUE.
-Guarded &changed(Call &call, const unsigned char *blob) {
-  Guarded &copy = call.memory(ccert_extract_certblob_total_length(blob), 1);
+// A copy of a blob, in a buffer of exactly its size, with fields changed: OFFSET VALUE.
+GuardedBuffer &changed(Call &call, const unsigned char *blob) {
+  GuardedBuffer &copy = call.memory(ccert_extract_certblob_total_length(blob), 1);
   std::memcpy(copy.data(), blob, copy.size());
   while (call.has_more()) {
     const auto offset = static_cast<std::size_t>(to_number(call, call.take()));
@@ -135,12 +134,12 @@ Guarded &changed(Call &call, const unsigned char *blob) {
   return copy;
 }
 BIND_AS(install, [](Call &call, unsigned slot, const unsigned char *blob) {
-  const Guarded &copy = changed(call, blob);
+  const GuardedBuffer &copy = changed(call, blob);
   return ccert_install_cert_blob(reinterpret_cast<unsigned char *>(copy.data()), slot);
 });
-// Puts it into a slot and loads it: result, location, number of items.
+// Writes a blob to a slot and loads it: result, location, number of items.
 Result load(Call &call, unsigned slot, const std::string &blob) {
-  quietly([&] { patch(call, kSlots[slot], blob); });
+  bypass([&] { patch(call, kSlots[slot], blob); });
   const int result = ccert_init();
   return {result,
           std::to_string(ccert_get_location()) + ' ' + std::to_string(ccert_get_data_count())};
@@ -148,7 +147,7 @@ Result load(Call &call, unsigned slot, const std::string &blob) {
 BIND_AS(load, [](Call &call, unsigned slot, const unsigned char *blob) {
   return load(call, slot, changed(call, blob).content());
 });
-// As load, but another blob takes its place after its size is known, before it is read.
+// Like load, but another blob replaces it between the reads of its size and content.
 std::function<void()> rewrite;
 BIND_AS(load_rewritten, [](Call &call, const unsigned char *blob, const unsigned char *after) {
   rewrite = [&, after] { patch(call, kSlots[1], changed(call, after).content()); };
@@ -157,15 +156,15 @@ BIND_AS(load_rewritten, [](Call &call, const unsigned char *blob, const unsigned
 });
 
 BIND_AS(ccert_get_client_cert,
-        [](HandedOut<false> &to) { return ccert_get_client_cert(&to.data, &to.length); });
+        [](OutBytes<false> &to) { return ccert_get_client_cert(&to.data, &to.length); });
 BIND_AS(ccert_get_client_private_key,
-        [](HandedOut<true> &to) { return ccert_get_client_private_key(&to.data, &to.length); });
-BIND_AS(ccert_get_ccertblob, [](unsigned slot, HandedOut<true> &to) {
+        [](OutBytes<true> &to) { return ccert_get_client_private_key(&to.data, &to.length); });
+BIND_AS(ccert_get_ccertblob, [](unsigned slot, OutBytes<true> &to) {
   return ccert_get_ccertblob(&to.length, &to.data, slot);
 });
-// The key of a blob of one item, with the error that is left after a success.
-BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags, HandedOut<true> &to) {
-  quietly([&] { load(call, 1, make_blob({{call.take().bytes, type, flags}})); });
+// The key of a blob with one item, and errno after success.
+BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags, OutBytes<true> &to) {
+  bypass([&] { load(call, 1, make_blob({{call.take().bytes, type, flags}})); });
   errno = 0;
   const int result = ccert_get_client_private_key(&to.data, &to.length);
   const int error = errno;
@@ -173,9 +172,9 @@ BIND_AS(key_of, [](Call &call, std::uint32_t type, std::uint32_t flags, HandedOu
   errno = error;
   return Result{result, result == 0 && error != 0 ? error_name(error) : ""};
 });
-// By way of its item it is the same.
+// Access through the item must agree.
 BIND_AS(ccert_get_data_from_index,
-        [](unsigned index, HandedOut<false> &to, std::uint32_t *type,
+        [](unsigned index, OutBytes<false> &to, std::uint32_t *type,
            std::uint32_t *flags) -> Result {
           const int result = ccert_get_data_from_index(index, &to.data, &to.length, type, flags);
           const ccert_toc_item *const item = ccert_get_toc_item_from_index(index);
@@ -185,8 +184,8 @@ BIND_AS(ccert_get_data_from_index,
           return {result, same ? "" : "differs"};
         });
 
-// By its first item: the words before the table of contents, and the data of its items, whose
-// offsets count from there.
+// The loaded blob that contains an item: header words and item data, whose offsets count from the
+// header.
 BIND_AS(copy_of, [](const ccert_toc_item *items) {
   const char *const start = reinterpret_cast<const char *>(items) - 12;
   std::uint32_t words[3];

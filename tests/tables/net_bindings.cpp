@@ -35,7 +35,7 @@ constexpr const char *kFiles[] = {
     "tx-errored-bytes", "rx-errored-bytes", "tx-dropped-bytes", "rx-dropped-bytes"};
 BIND(netu_ifstat_get, netu_alloc_linuxif_stats, netu_free_linuxif_stats, netu_init_linuxif_stats,
      netu_update_linuxif_stats, netu_reset_linuxif_stats, netu_get_linuxif_stat);
-// Files "<tmp>/rx_packets" and so on for wan7; the first `count` hold numbers from `first` on.
+// Creates "<tmp>/rx_packets" and so on for wan7; the first `count` contain numbers from `first` on.
 DIRECTIVE(counters, [](Call &call, int first, int count) {
   const TempDir &folder = call.session().folder();
   for (const char *file : kFiles) {
@@ -44,7 +44,7 @@ DIRECTIVE(counters, [](Call &call, int first, int count) {
     if (count-- > 0) folder.write(file, std::to_string(first++) + '\n');
   }
 });
-// What a text in the file of the first counter is read as.
+// The first counter, parsed from this text.
 BIND_AS(counter, [](Call &call, const std::string &text) {
   call.session().folder().write(kFiles[0], text);
   netu_linuxif_stats stats;
@@ -55,13 +55,13 @@ BIND_AS(counter, [](Call &call, const std::string &text) {
 // ---- The ARP probe ----------------------------------------------------------------------------
 
 BIND(netu_arping_test);
-// With "<tmp>/arping", which must be in the PATH, as a script of these commands.
+// Probes with a script of these commands as "<tmp>/arping", which must be in the PATH.
 BIND_AS(arping, [](Call &call, const std::string &commands) {
   const std::string script = call.session().folder().write("arping", "#!/bin/sh\n" + commands);
   chmod(script.c_str(), 0700);
   return netu_arping_test("wan7", "192.0.2.9");
 });
-// Beside a child that has ended, whose status is not the probe's to take.
+// Probes beside an ended child, whose status the probe must not take.
 BIND_AS(probe_beside_child, [] {
   const pid_t other = fork();
   if (other == 0) _exit(1);
@@ -70,8 +70,8 @@ BIND_AS(probe_beside_child, [] {
   const int result = netu_arping_test("wan7", "192.0.2.9");
   return std::to_string(result) + (waitpid(other, nullptr, 0) == other ? "" : " other taken");
 });
-// A probe that has ended before it is waited for, `collected` or not; the handler for SIGCHLD
-// collects every child that it is told of.
+// Probes with a child that has ended before the wait, `collected` or not; the SIGCHLD handler reaps
+// every child.
 std::string probe_that_has_ended(Call &call, bool collected) {
   static bool unblock;
   unblock = collected;
@@ -90,7 +90,7 @@ std::string probe_that_has_ended(Call &call, bool collected) {
   std::signal(SIGCHLD, SIG_DFL);
   return std::to_string(result) + (sigismember(&mask, SIGCHLD) == 0 ? "" : " blocked");
 }
-// With a handler of the program's own.
+// With a handler of the program.
 BIND_AS(probe_beside_reaper, [](Call &call) {
   std::signal(SIGCHLD, [](int) {
     while (waitpid(-1, nullptr, WNOHANG) > 0) {
@@ -98,7 +98,7 @@ BIND_AS(probe_beside_reaper, [](Call &call) {
   });
   return probe_that_has_ended(call, false);
 });
-// With the library's, as when it runs in another thread, and collects the child there.
+// With the library's reaper, as if it ran in another thread.
 BIND_AS(probe_collected_elsewhere, [](Call &call) {
   char name[] = "true";
   char *const arguments[] = {name, nullptr};

@@ -1,4 +1,4 @@
-// Bindings of netlink and the packet log, with a double of the kernel.
+// Bindings of netlink and the packet log, with the kernel's double.
 #include <unistd.h>
 
 #include <deque>
@@ -18,14 +18,14 @@ FIELDS(nlattr, &R::nla_len, &R::nla_type);
 namespace talvera::test {
 namespace {
 
-// What a group's rows share, and what handlers do.
+// State of a group of rows and of its handlers.
 struct Netlink {
   NetlinkDouble kernel;
   nfnetlink_handle *handle = nullptr;
   nfnetlink_log *log = nullptr;
   nfnetlink_subsys *subsys = nullptr;
-  const char *dispatched = nullptr;  // start of the bytes that are
-  std::deque<int> answers;           // of handlers; 1 when there is none left
+  const char *dispatched = nullptr;  // start of the dispatched bytes
+  std::deque<int> answers;           // results of the next handlers; then 1
 
   ~Netlink() {
     if (log != nullptr) {
@@ -46,7 +46,7 @@ Netlink &netlink(Call &call) {
   return call.session().state<Netlink>();
 }
 
-// A record among bytes.
+// A record at a position in bytes.
 template <typename Record>
 std::string shown(Call &call, const char *bytes) {
   Record record;
@@ -57,24 +57,24 @@ std::string shown(Call &call, const char *bytes) {
 // ---- The kernel -------------------------------------------------------------------------------
 
 DIRECTIVE(kernel, [](Call &call) { netlink(call); });
-// The kernel, with "$h" as a handle.
+// Creates the kernel, and "$h" as a handle.
 DIRECTIVE(netlink, [](Call &call) {
   Netlink &netlink = test::netlink(call);
   netlink.handle = nfnetlink_open();
   call.session().objects["h"] = {nullptr, reinterpret_cast<char *>(netlink.handle)};
 });
-// From now on requests are acknowledged (1) or not (0).
+// Enables (1) or disables (0) acknowledgements.
 DIRECTIVE(acknowledge, [](Call &call, int on) { netlink(call).kernel.acknowledge = on != 0; });
 DIRECTIVE(address_size,
           [](Call &call, unsigned size) { netlink(call).kernel.address_size = size; });
-// arrives BYTES, arrives BYTES PORT: a datagram, which is the kernel's unless told otherwise.
+// arrives BYTES, arrives BYTES PORT: queues a datagram, by default from the kernel.
 DIRECTIVE(arrives, [](Call &call) {
   const std::string bytes = call.take().bytes;
   const std::int64_t port_id = call.has_more() ? call.take().number : 0;
   netlink(call).kernel.queue.push_back({bytes, static_cast<std::uint32_t>(port_id)});
 });
-// What was sent: the header, and of a configuration request the general header, the attribute's
-// header, and its payload with the end.
+// The last sent message: its header, and for a configuration request also the general header,
+// attribute header and payload.
 DIRECTIVE(sent, [](Call &call) {
   std::vector<std::string> parts;
   for (const std::string &bytes : std::exchange(netlink(call).kernel.sent, {})) {
@@ -85,7 +85,7 @@ DIRECTIVE(sent, [](Call &call) {
   }
   return parts.empty() ? "nothing" : collapsed(parts, " ");
 });
-// The address bound last, and the fields of a handle.
+// The last bound address, and the fields of a handle.
 DIRECTIVE(bound, [](Call &call) { return netlink(call).kernel.bound; });
 DIRECTIVE(fields, [](nfnetlink_handle *handle) { return *handle; });
 
@@ -95,7 +95,7 @@ BIND(nfnetlink_open, nfnetlink_close, nfnetlink_rebind, nfnetlink_subsys_open,
 DIRECTIVE(message, [](Call &call, const char *message, unsigned size) {
   return shown<nlmsghdr>(call, message) + ' ' + in_quotes({message + 16, size - 16});
 });
-// Sends a request of the handle's sequence number.
+// Sends a request with the handle's sequence number.
 BIND_AS(send_wait_ack, [](nfnetlink_handle *handle) {
   const nlmsghdr request = {16, 0x401, 5, handle->sequence, 0};
   return nfnetlink_send_wait_ack(handle, &request);
@@ -103,7 +103,7 @@ BIND_AS(send_wait_ack, [](nfnetlink_handle *handle) {
 
 // ---- Subsystems and dispatch --------------------------------------------------------------------
 
-// The slots in use, each with its index.
+// The slots in use, with their indices.
 DIRECTIVE(slots, [](Call &call, nfnetlink_handle *handle) {
   std::string text;
   for (int i = 0; i < NFNETLINK_SUBSYSTEMS; ++i) {
@@ -113,8 +113,7 @@ DIRECTIVE(slots, [](Call &call, nfnetlink_handle *handle) {
   return text.empty() ? "none" : text;
 });
 
-// Shown as [handler OFFSET TYPE@OFFSET...], of the message and its attributes in what is
-// dispatched.
+// Shown as [handler OFFSET TYPE@OFFSET...], offsets of the message and its attributes.
 int handler(const nlmsghdr *message, const nlattr *const *attributes, void *data) {
   auto &netlink = *static_cast<Netlink *>(data);
   const auto *start = reinterpret_cast<const char *>(message);
@@ -134,7 +133,7 @@ int closing_handler(const nlmsghdr *, const nlattr *const *, void *data) {
 }
 SYMBOLS(handler, closing_handler);
 
-// subsystem ID CALLBACKS: a handle's, "$s". callback TYPE HANDLER ATTRIBUTES: what it calls.
+// subsystem ID CALLBACKS opens one, "$s". callback TYPE HANDLER ATTRIBUTES registers a callback.
 DIRECTIVE(subsystem, [](Call &call, unsigned id, unsigned callbacks) {
   netlink(call).subsys = nfnetlink_subsys_open(netlink(call).handle, id, callbacks, 0);
   call.session().objects["s"] = {nullptr, reinterpret_cast<char *>(netlink(call).subsys)};
@@ -144,19 +143,19 @@ DIRECTIVE(callback,
             call.session().traced.insert("handler");
             netlink(call).subsys->callbacks[type] = {function, &netlink(call), attributes};
           });
-// The results of the next calls of handlers.
+// Sets the results of the next handlers.
 DIRECTIVE(answers, [](Call &call) {
   while (call.has_more())
     netlink(call).answers.push_back(static_cast<int>(call.take().number));
 });
-// unpack BYTES, unpack BYTES LENGTH: from memory of just these bytes.
+// unpack BYTES, unpack BYTES LENGTH: dispatches exactly these bytes.
 BIND_AS(unpack, [](Call &call) {
   Netlink &netlink = test::netlink(call);
   int length;
   {
-    const Quiet quiet;
+    const Bypass guard;
     const std::string &bytes = call.take().bytes;
-    const Guarded &memory = call.memory(bytes.size(), 1);
+    const GuardedBuffer &memory = call.memory(bytes.size(), 1);
     bytes.copy(memory.data(), bytes.size());
     netlink.dispatched = memory.data();
     length = static_cast<int>(call.has_more() ? call.take().number
@@ -179,8 +178,8 @@ BIND_AS(nfnetlink_log_close, [](Call &call, nfnetlink_log *log) {
   netlink(call).handle = nullptr;
   return nfnetlink_log_close(log);
 });
-// The kernel that acknowledges, with "$log" as a handle and "$h" as that of its socket; requests
-// count from 1001 on.
+// Creates a kernel that acknowledges, "$log" as a handle and "$h" as that of its socket; the first
+// request is 1001.
 DIRECTIVE(log, [](Call &call) {
   Netlink &netlink = test::netlink(call);
   call.session().system.set_time(1000);
@@ -190,7 +189,7 @@ DIRECTIVE(log, [](Call &call) {
   call.session().objects["log"] = {nullptr, reinterpret_cast<char *>(netlink.log)};
   call.session().objects["h"] = {nullptr, reinterpret_cast<char *>(netlink.handle)};
 });
-// The bound groups' numbers, the newest first.
+// The numbers of the bound groups, newest first.
 DIRECTIVE(groups, [](nfnetlink_log *log) {
   std::string text;
   for (const nfnetlink_log_group *group = log->groups; group != nullptr; group = group->next)
@@ -198,8 +197,8 @@ DIRECTIVE(groups, [](nfnetlink_log *log) {
         (text.empty() ? "" : " ") + std::to_string(group->number) + (group->log == log ? "" : "?");
   return text.empty() ? "none" : text;
 });
-// Shown as [packet GROUP OFFSET TEXT...], with the offset of the general header and the payloads of
-// the types 1, 17, 65537, and 0, 2, 18, 65536.
+// Shown as [packet GROUP OFFSET TEXT...]: offset of the general header, payloads of types 1, 17,
+// 65537 and 0, 2, 18, 65536.
 int packet_handler(nfnetlink_log_group *group, const nfgenmsg *header,
                    const nlattr *const *attributes, void *data) {
   auto &netlink = *static_cast<Netlink *>(data);

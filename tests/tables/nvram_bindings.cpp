@@ -7,13 +7,13 @@
 namespace talvera::test {
 namespace {
 
-// An entry as it lies in the table, its texts without the NULs that fill their fields.
+// An entry of the table, without the NUL padding of its texts.
 struct Entry {
   char name[NVRAM_NAME_SIZE], value[NVRAM_VALUE_SIZE];
   std::uint8_t used, next[2];
 };
 
-// The library's variables are at the group's end what they were before any call.
+// Restores the library's variables at the end of the group.
 struct Variables {
   static inline const std::int32_t kShmid = nvram_shmid;
   ~Variables() {
@@ -37,7 +37,7 @@ BIND_AS(get, [](const char *name) {
   const char *const value = nvram_get(name);
   return value == nullptr ? "none" : in_quotes({value, strnlen(value, NVRAM_VALUE_SIZE)});
 });
-// Sets a pair to its own value from the character `from` on.
+// Sets a pair to its own value from character `from` on.
 BIND_AS(set_own,
         [](const char *name, int from) { return nvram_set(name, nvram_get(name) + from); });
 BIND_AS(lines_shown, [](Call &call) {
@@ -51,7 +51,7 @@ BIND_AS(lines_shown, [](Call &call) {
   return lines;
 });
 
-// A table of no pairs, "$store"; or whatever is taken for one.
+// Creates an empty table, "$store", or sets the table's address.
 DIRECTIVE(store, [](Call &call) {
   call.session().state<Variables>();
   nvram_hash = call.has_more() ? reinterpret_cast<void *>(to_number(call, call.take()))
@@ -63,7 +63,7 @@ DIRECTIVE(shmid, [](Call &call, int id) {
 });
 DIRECTIVE(variables,
           [] { return std::to_string(nvram_shmid) + (nvram_hash == nullptr ? " null" : " set"); });
-// put INDEX NAME VALUE USED NEXT: an entry as somebody else has left it.
+// put INDEX NAME VALUE USED NEXT: writes an entry as another program might.
 DIRECTIVE(put,
           [](int index, const std::string &name, const std::string &value, int used, int next) {
             Entry &entry = entries()[index];
@@ -79,7 +79,7 @@ DIRECTIVE(entry, [](int index) {
   return shown(entry.name, sizeof entry.name) + ' ' + shown(entry.value, sizeof entry.value) + ' ' +
          std::to_string(entry.used) + ' ' + std::to_string(entry.next[0] << 8 | entry.next[1]);
 });
-// The indexes of the entries in use.
+// The indices of the entries in use.
 DIRECTIVE(used, [] {
   std::string found;
   for (int i = 0; i < NVRAM_ENTRIES; ++i)

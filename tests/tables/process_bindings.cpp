@@ -29,7 +29,7 @@ BIND_AS(process_queue_signal, [](pid_t pid, int signal, std::uintptr_t word) {
   value.sival_ptr = reinterpret_cast<void *>(word);
   return process_queue_signal(pid, signal, value);
 });
-// The reaper goes again, as it would disturb what waits for its own children.
+// Uninstalls the reaper, which would reap other children.
 int start(pid_t *pid, const char *path, char *const *argv, char *const *env) {
   const int result = process_start(pid, path, argv, env);
   std::signal(SIGCHLD, SIG_DFL);
@@ -37,7 +37,7 @@ int start(pid_t *pid, const char *path, char *const *argv, char *const *env) {
 }
 BIND_AS(process_start, start);
 
-// A child that has ended and that nobody has collected.
+// An ended child that has not been reaped.
 pid_t ended_child() {
   const pid_t pid = fork();
   if (pid == 0) std::_Exit(0);
@@ -48,8 +48,8 @@ pid_t ended_child() {
 bool is_collected(pid_t pid) {
   return kill(pid, 0) != 0 && errno == ESRCH;
 }
-// The reaper collects a child that has ended, and the one that it was installed for, in ten
-// seconds; by itself it does nothing at other signals, restarts what it interrupts and keeps errno.
+// Whether the reaper collects an ended child and its own within ten seconds, ignores other signals,
+// restarts calls and preserves errno.
 BIND_AS(reaper_collects, [](char *const *argv) {
   const pid_t earlier = ended_child();
   pid_t started = 0;
@@ -67,10 +67,10 @@ BIND_AS(reaper_collects, [](char *const *argv) {
   return errno == E2BIG && left && is_collected(later) && is_collected(earlier) &&
          is_collected(started) && (reaper.sa_flags & SA_RESTART) != 0;
 });
-// Takes the child's way, in a child: shows its exit status, and by way of the double its log.
+// Runs the child's branch in a child: shows its exit status and, through the double, its log.
 BIND_AS(child_ends, [](Call &call, const char *path, char *const *argv, char *const *env) {
   const pid_t child = [] {
-    const Quiet quiet;
+    const Bypass guard;
     return fork();
   }();
   if (child == 0) {
@@ -80,7 +80,7 @@ BIND_AS(child_ends, [](Call &call, const char *path, char *const *argv, char *co
     _exit(result);
   }
   int status = 0;
-  const Quiet quiet;
+  const Bypass guard;
   waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 });
@@ -94,13 +94,13 @@ BIND_AS(waits_a_second, [](pid_t pid) {
 
 BIND(ipc_msgq_create, ipc_msgq_createByName, ipc_msgq_GetByName, ipc_msgq_send, ipc_msgq_receive,
      ipc_msgq_msg_count, ipc_msgq_delete, ipc_msgq_close);
-// The library ends no queue.
+// Closes and frees a queue, which no library function does.
 BIND_AS(end_queue, [](ipc_msgq *queue) {
-  const Quiet quiet;
+  const Bypass guard;
   close(queue->fd);
   std::free(queue);
 });
-// The record has a socket that does not wait, and the whole address: zeros after the name.
+// Whether the record has a non-blocking socket and the address, padded with zeros.
 BIND_AS(is_queue_of, [](ipc_msgq *queue, const char *name) {
   char path[sizeof queue->address.sun_path] = {};
   std::strcpy(path, name);

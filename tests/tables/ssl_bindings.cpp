@@ -1,5 +1,5 @@
-// Bindings of the TLS family: certificates, certificate files, the client context. They want
-// host/sandbox around them, for the library's fixed paths below /var.
+// Bindings of the TLS family: certificates, certificate files, the client context. The library's
+// fixed paths below /var require host/sandbox.
 #include <dirent.h>
 #include <fcntl.h>
 #include <openssl/err.h>
@@ -17,7 +17,7 @@
 #include "talvera/ssl.h"
 
 extern "C" {
-// Of the sanitizers, where they are linked.
+// Provided by the sanitizers, if linked.
 __attribute__((weak)) int __asan_address_is_poisoned(const volatile void *at);
 __attribute__((weak)) void __lsan_disable();
 __attribute__((weak)) void __lsan_enable();
@@ -26,8 +26,8 @@ __attribute__((weak)) void __lsan_enable();
 namespace talvera::test {
 namespace {
 
-// A distribution's configuration that refuses what OpenSSL 1.0 accepted. It is read when OpenSSL is
-// first used, so it has to be named before. The machine's own roots would hide what is tested.
+// A configuration that rejects what OpenSSL 1.0 accepted. OpenSSL reads it on first use, so it must
+// be named before. Ignores the machine's own roots.
 [[maybe_unused]] const int configured = setenv("OPENSSL_CONF", TALVERA_STRICT_CONFIGURATION, 1);
 [[maybe_unused]] const int no_machine_roots = setenv("SSL_CERT_FILE", "/nowhere", 1);
 
@@ -49,8 +49,8 @@ void empty_directory() {
     remove((std::string(kVar) + '/' + name).c_str());
 }
 
-// The folders that the library has in /var, gone with the group.
-struct Var : Pinned {
+// The library's folders in /var, removed at the end of the group.
+struct Var : NonCopyable {
   Var() {
     for (const char *path : {"/var/tmp", "/var/etc"})
       mkdir(path, 0777);
@@ -62,14 +62,14 @@ struct Var : Pinned {
     unlink(kDownloaded);
   }
 };
-// tls: an empty CA directory; a product variant, and network time.
+// tls: an empty CA directory, a product variant and network time.
 DIRECTIVE(tls, [](Call &call) {
   call.session().state<Var>();
   call.session().values["product"] = kProduct;
   call.session().system.set_value("system.sku", "1");
   call.session().system.set_value("ip.ntp.time-acquired", "1");
 });
-// The CA directory's names, each with where its link leads.
+// The names in the CA directory, with the targets of links.
 DIRECTIVE(links, [](Call &call) {
   std::string all;
   for (const std::string &name : names_in(kVar)) {
@@ -95,7 +95,7 @@ X509 *decoded(const std::string &der) {
   const auto *bytes = reinterpret_cast<const unsigned char *>(der.data());
   return d2i_X509(nullptr, &bytes, static_cast<long>(der.size()));
 }
-// The key of a root that the product trusts, and of all certificates here.
+// The key of a root that the product trusts, used for all certificates here.
 EVP_PKEY *root_key() {
   std::FILE *const file = std::fopen((kProduct + "/06-brio.key.pem").c_str(), "r");
   EVP_PKEY *const key = PEM_read_PrivateKey(file, nullptr, nullptr, nullptr);
@@ -113,9 +113,9 @@ void set_time(ASN1_TIME *time, const std::string &text) {
       text.size() == std::strlen("YYMMDDhhmmssZ") ? V_ASN1_UTCTIME : V_ASN1_GENERALIZEDTIME;
 }
 
-// issue NAME WORD VALUE...: "<tmp>/NAME.pem" and "<tmp>/NAME.der", and "$NAME" as its bytes. Words
-// are attributes of the subject, dates (from, until), the name's issuer (by), who signs (stranger),
-// the digest (digest) and extensions. It is the same, byte for byte, in every run.
+// issue NAME WORD VALUE...: creates "<tmp>/NAME.pem", "<tmp>/NAME.der" and "$NAME", the same in
+// every run. Words are attributes of the subject, dates (from, until), name of the issuer (by),
+// foreign key (stranger), digest and extensions.
 DIRECTIVE(issue, [](Call &call, const std::string &name) {
   X509 *const made = X509_new();
   X509 *issuer = decoded(read_file(kProduct + "/06-brio.der"));
@@ -166,7 +166,7 @@ DIRECTIVE(issue, [](Call &call, const std::string &name) {
   EVP_PKEY_free(key);
   EVP_PKEY_free(other);
 });
-// netscape PATH b"header" $NAME: a Netscape sequence of header and certificate.
+// netscape PATH b"header" $NAME: writes a Netscape sequence of header and certificate.
 DIRECTIVE(netscape, [](Call &call, const std::string &path) {
   const auto der = [](char tag, const std::string &content) {
     const std::size_t size = content.size();
@@ -184,7 +184,7 @@ DIRECTIVE(netscape, [](Call &call, const std::string &path) {
 // ---- Files and fields ---------------------------------------------------------------------------
 
 BIND(SSL_cert_rehash, SSL_cert_hash, SSL_cert_fingerprint, SSL_IsCertValidFormat);
-// Without errno, which is OpenSSL's.
+// Not errno, which OpenSSL changes.
 BIND_AS(SSL_cert_der2pem, [](const char *der_path, const char *pem_path) {
   return std::to_string(SSL_cert_der2pem(der_path, pem_path));
 });
@@ -200,15 +200,15 @@ BIND_AS(uc_get_common_name, field<uc_get_common_name>);
 BIND_AS(uc_get_serial_number, field<uc_get_serial_number>);
 BIND_AS(uc_get_organization_name, field<uc_get_organization_name>);
 BIND_AS(uc_get_organizational_unit_name, field<uc_get_organizational_unit_name>);
-// Of a certificate of the call's own, since it is used up: the date is released, by the plain
-// free(), and the rest of it is lost.
+// Uses a certificate of its own, because a query consumes it: frees the date with free(), and loses
+// the rest.
 std::string date(int (*read)(X509 *, char *, int), const unsigned char *der, long length,
                  char *buffer, int size) {
-  std::optional<Quiet> quiet(std::in_place);
+  std::optional<Bypass> guard(std::in_place);
   if (__lsan_disable != nullptr) __lsan_disable();
   X509 *const certificate = uc_make_x509(der, length);
   if (__lsan_enable != nullptr) __lsan_enable();
-  quiet.reset();
+  guard.reset();
   const void *const at =
       read == uc_get_notbefore ? X509_get_notBefore(certificate) : X509_get_notAfter(certificate);
   const int result = read(certificate, buffer, size);
@@ -222,7 +222,7 @@ BIND_AS(uc_get_notafter, [](const unsigned char *der, long length, char *buffer,
   return date(uc_get_notafter, der, length, buffer, size);
 });
 
-BIND_AS(uc_get_cert_data_from_file, [](HandedOut<true> &to, const char *folder, const char *name) {
+BIND_AS(uc_get_cert_data_from_file, [](OutBytes<true> &to, const char *folder, const char *name) {
   const int size = uc_get_cert_data_from_file(&to.data, folder, name);
   to.length = static_cast<unsigned>(size);
   return size;
@@ -234,7 +234,7 @@ DIRECTIVE(queue_errors, [] {
   for (const int reason : {101, 102})
     ERR_put_error(ERR_LIB_USER, 0, reason, "table", 1);
 });
-// What is in the queue, which is emptied.
+// Empties the error queue and returns its content.
 DIRECTIVE(queued, [] {
   std::string reasons;
   while (const unsigned long error = ERR_get_error())
@@ -259,7 +259,7 @@ std::string roots_of(SSL_CTX *context) {
   return std::to_string(found.size()) + (others > 0 ? "+" + std::to_string(others) : "");
 }
 
-// What a context does not take that 1.0 took.
+// What a context rejects that OpenSSL 1.0 accepted.
 std::string refused_by(SSL_CTX *context) {
   std::string words;
   const auto refuse = [&words](bool refused, const char *word) {
@@ -268,7 +268,7 @@ std::string refused_by(SSL_CTX *context) {
   const auto options = SSL_CTX_get_options(context);
   refuse((options & SSL_OP_LEGACY_SERVER_CONNECT) == 0, "legacy");
   refuse((options & (SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2)) != 0, "version");
-#if OPENSSL_VERSION_NUMBER >= 0x10101000L  // which began to take such a configuration
+#if OPENSSL_VERSION_NUMBER >= 0x10101000L  // first version with this configuration
   refuse(SSL_CTX_get_security_level(context) > 0, "weak");
   refuse(SSL_CTX_get_min_proto_version(context) != 0, "old");
   refuse(SSL_CTX_get_max_proto_version(context) != 0, "new");
@@ -282,14 +282,13 @@ std::string refused_by(SSL_CTX *context) {
   return words;
 }
 
-// A context in a line: protocol, roots of the product and others, identity, modes, and what is not
-// as it was in 1.0.
+// A context: protocol, roots of the product and others, identity, modes, and differences from 1.0.
 std::string described(SSL_CTX *context) {
   if (context == nullptr) return "null";
   SSL *const ssl = SSL_new(context);
   std::string text = std::string(SSL_get_version(ssl)) + ' ' + roots_of(context);
   SSL_free(ssl);
-  // A certificate is found by its key, so ask for both.
+  // A certificate is found by its key, so both are needed.
   EVP_PKEY *const key = SSL_CTX_get0_privatekey(context);
   if (key != nullptr && encoded(key, i2d_PrivateKey) == read_file(kProduct + "/client-key.der"))
     text += " key";
@@ -305,17 +304,17 @@ std::string described(SSL_CTX *context) {
 }
 std::string initialized(const char *version) {
   SSL_CTX *const context = SSL_initialize(version);
-  const Quiet quiet;
+  const Bypass guard;
   const std::string text = described(context);
   SSL_CTX_free(context);
   return text;
 }
 BIND_AS(SSL_initialize, initialized);
-// What is logged of the roots for a product variant.
+// The roots logged for a product variant.
 BIND_AS(roots_of_sku, [](Call &call, const std::string &sku) {
   call.session().system.set_value("system.sku", sku);
   initialized("tls1");
-  call.session().effects();  // not all of the log
+  call.session().effects();  // discard the rest of the log
   std::string line;
   for (const LogLine &logged : call.session().system.log())
     if (logged.text.find("Installed") != std::string::npos) line = logged.text;
@@ -333,7 +332,7 @@ BIND_AS(own_context, [] {
   return std::string("strict");
 #endif
 });
-// Into a context without certificates: the results, and how many there are afterwards.
+// Loads a certificate into an empty context: the results, and the number of certificates.
 BIND_AS(SSL_Load_Cert, [](const unsigned char *der, long size) {
   SSL_CTX *const context = SSL_CTX_new(SSLv23_client_method());
   const int first = SSL_Load_Cert(context, der, size), second = SSL_Load_Cert(context, der, size);

@@ -1,4 +1,4 @@
-// Bindings of the handshake: scripted steps and waits, peers that misbehave, a real server.
+// Bindings of the handshake: scripted steps and waits, misbehaving peers, a real server.
 #include <fcntl.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
@@ -23,8 +23,8 @@
 namespace talvera::test {
 namespace {
 
-// What the monotonic clock shows: seconds more than it is, after it ran so many times as fast;
-// until the group ends.
+// Until the end of the group, the monotonic clock is ahead by some seconds and runs at a multiple
+// of its speed.
 struct Clock {
   ~Clock() {
     offset = 0;
@@ -40,8 +40,8 @@ bool is_blocking(int fd) {
 }  // namespace
 }  // namespace talvera::test
 
-// "answer select 1" ends a wait after 7 seconds, "answer select 2" with an exceptional condition,
-// too. A wait without a limit, such as for a message, is an ordinary call of the double.
+// "answer select 1" ends a wait after 7 seconds, "answer select 2" also with an exceptional
+// condition. A wait without a limit is an ordinary call of the double.
 extern "C" int select(int count, fd_set *in, fd_set *out, fd_set *other, timeval *timeout) {
   using namespace talvera::test;
   static auto *const next = real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>("select");
@@ -84,12 +84,12 @@ CONSTANTS(SSL_ERROR_NONE, SSL_ERROR_SSL, SSL_ERROR_WANT_READ, SSL_ERROR_WANT_WRI
           SSL_ERROR_WANT_X509_LOOKUP, SSL_ERROR_SYSCALL, SSL_ERROR_ZERO_RETURN, FD_SETSIZE);
 CONSTANTS(TLS1_VERSION, TLS1_1_VERSION, TLS1_2_VERSION, DTLS1_VERSION);
 
-// step -1 SSL_ERROR_WANT_READ: what SSL_connect() gives next, and what SSL_get_error() says of it.
+// step -1 SSL_ERROR_WANT_READ: the next results of SSL_connect() and SSL_get_error().
 DIRECTIVE(step, [](Call &call, long result, long error) {
   call.session().system.answer("SSL_connect", result);
   call.session().system.answer("SSL_get_error", error);
 });
-// slow 9: the next step takes so many seconds.
+// slow 9: the next step takes 9 seconds.
 DIRECTIVE(slow, [](Call &call, long seconds) {
   static long duration;
   duration = seconds;
@@ -101,12 +101,12 @@ DIRECTIVE(clock_speed, [](Call &call, long speed) {
   Clock::speed = speed;
 });
 
-// One end of a connection; at the other a child process that does something.
-class Peer : Pinned {
+// One end of a connection; a child process has the other.
+class Peer : NonCopyable {
  public:
   template <typename Serve>
   Peer(int type, Serve serve) {
-    const Quiet quiet;
+    const Bypass guard;
     if (socketpair(AF_UNIX, type, 0, ends_) != 0) throw TableError("no sockets");
     child_ = fork();
     if (child_ == 0) {
@@ -117,7 +117,7 @@ class Peer : Pinned {
     close(ends_[1]);
   }
   ~Peer() {
-    const Quiet quiet;
+    const Bypass guard;
     close(ends_[0]);
     kill(child_, SIGKILL);
     waitpid(child_, nullptr, 0);
@@ -131,7 +131,7 @@ class Peer : Pinned {
 
 volatile sig_atomic_t pipe_signals;
 
-// The handshake of a plain client: the result, how the descriptor is left, and what should not be.
+// A plain client's handshake: the result, the descriptor's mode, and anomalies.
 std::string shake_hands(int fd) {
   SSL_library_init();
   SSL_CTX *const context = SSL_CTX_new(TLSv1_2_client_method());
@@ -146,7 +146,7 @@ std::string shake_hands(int fd) {
   sigset_t pending, blocked;
   sigpending(&pending);
   sigprocmask(SIG_SETMASK, nullptr, &blocked);
-  const Quiet quiet;
+  const Bypass guard;
   std::string text = std::to_string(result) + (is_blocking(fd) ? " blocking" : " non-blocking");
   if (result == 0 && error != 0 && SSL_get_error(ssl, -1) == SSL_ERROR_SYSCALL)
     text += ' ' + error_name(error);
@@ -161,7 +161,7 @@ std::string shake_hands(int fd) {
   SSL_CTX_free(context);
   return text;
 }
-// handshake: with scripted steps; handshake 1024: at that descriptor.
+// handshake: with scripted steps; handshake 1024: on that descriptor.
 BIND_AS(handshake, [](Call &call) {
   const Peer peer(SOCK_STREAM, [](int) { pause(); });
   if (!call.has_more()) return shake_hands(peer.fd());
@@ -175,7 +175,7 @@ BIND_AS(handshake, [](Call &call) {
   close(high);
   return text;
 });
-// handshake_with b"bytes" 1000: a peer that sends these bytes so many times, and then waits.
+// handshake_with b"bytes" 1000: a peer that sends these bytes 1000 times and then waits.
 BIND_AS(handshake_with, [](const std::string &bytes, int times) {
   const Peer peer(SOCK_STREAM, [&](int fd) {
     for (int i = 0; i < times; ++i)
@@ -184,7 +184,7 @@ BIND_AS(handshake_with, [](const std::string &bytes, int times) {
   });
   return shake_hands(peer.fd());
 });
-// With one that has closed the connection, and, "pending", a SIGPIPE before.
+// With a peer that has closed the connection; "pending": with a SIGPIPE pending before.
 BIND_AS(handshake_with_nobody, [](Call &call) {
   int ends[2];
   socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
@@ -217,7 +217,7 @@ const SSL_METHOD *server_method(int version) {
   }
 }
 
-// Binds an object to a connected socket, with datagrams for DTLS.
+// Binds an object to a connected socket; DTLS uses datagrams.
 void attach(SSL *ssl, int fd, int version) {
   if (version != DTLS1_VERSION) {
     SSL_set_fd(ssl, fd);
@@ -229,11 +229,11 @@ void attach(SSL *ssl, int fd, int version) {
   SSL_set_bio(ssl, datagrams, datagrams);
 }
 
-// A server with a certificate, or, without one, an anonymous one; with all that is old. It asks for
-// the client's certificate, signed with SHA-512 if possible.
+// A server that accepts all old protocols, with a certificate or anonymous. It requests the
+// client's certificate, signed with SHA-512 if possible.
 SSL_CTX *server_context(const std::string &chain, int version) {
   SSL_CTX *const context = SSL_CTX_new(server_method(version));
-  // The strict configuration is there for the client alone.
+  // The strict configuration is for the client only.
   SSL_CTX_set_security_level(context, 0);
   SSL_CTX_set1_sigalgs_list(context, "RSA+SHA256:RSA+SHA1");
   SSL_CTX_clear_options(context, SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2);
@@ -249,7 +249,7 @@ SSL_CTX *server_context(const std::string &chain, int version) {
   return context;
 }
 
-// Sends the client's certificate back, and goes without a word.
+// Sends the client's certificate back, and closes without close_notify.
 void serve(int fd, SSL_CTX *context, int version) {
   SSL *const ssl = SSL_new(context);
   attach(ssl, fd, version);
@@ -261,8 +261,8 @@ void serve(int fd, SSL_CTX *context, int version) {
   pause();
 }
 
-// A client of the library's context, connected to a server, or not.
-class Connection : Pinned {
+// A client with the library's context, connected to a server or not.
+class Connection : NonCopyable {
  public:
   Connection(Call &call, const char *word, SSL_CTX *server, int version,
              SSL_SESSION *session = nullptr, const std::string &trusted = {})
@@ -274,7 +274,7 @@ class Connection : Pinned {
     if (session != nullptr) SSL_set_session(ssl, session);
     if (!trusted.empty()) trust(trusted);
     is_open = SSL_Nblk_connect(ssl, server_.fd()) == 1;
-    call.session().effects();  // are shown elsewhere
+    call.session().effects();  // shown elsewhere
   }
   ~Connection() {
     SSL_free(ssl);
@@ -282,7 +282,7 @@ class Connection : Pinned {
     ERR_clear_error();
   }
 
-  // What the server sends, and how that ends.
+  // What the server sends, and how the connection ends.
   std::string received() {
     int off = 0;
     ioctl(server_.fd(), FIONBIO, &off);
@@ -296,7 +296,7 @@ class Connection : Pinned {
   }
 
  private:
-  // A store of the program's own; versions that cannot tell which it is get the context's.
+  // A store that the program sets; versions that cannot report it use the context's.
   void trust(const std::string &certificate) {
 #ifdef SSL_get0_verify_cert_store
     X509_STORE *const store = X509_STORE_new();
@@ -319,9 +319,8 @@ std::string pem_of(Call &call, const std::string &certificate) {
   return certificate.empty() ? "" : call.session().folder() / (certificate + ".pem");
 }
 
-// judge NAME "name": of a server with the certificate NAME, the judgement for another name.
-// "resumed" judges the session when it is resumed, "trusting NAME" with a store of the program's
-// own.
+// judge NAME "name": verifies a server with the certificate NAME. "resumed" verifies its resumed
+// session, "trusting NAME" uses a store of the program.
 BIND_AS(judge, [](Call &call, const std::string &certificate, const char *name) {
   SSL_CTX *const server = server_context(pem_of(call, certificate), TLS1_2_VERSION);
   SSL_SESSION *session = nullptr;
@@ -330,7 +329,7 @@ BIND_AS(judge, [](Call &call, const std::string &certificate, const char *name) 
   if (word == "resumed") {
     const Connection first(call, "tls1.2", server, TLS1_2_VERSION);
     session = SSL_get1_session(first.ssl);
-    SSL_set_shutdown(first.ssl, SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);  // or it is void
+    SSL_set_shutdown(first.ssl, SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);  // or it is invalid
   } else if (word == "trusting") {
     trusted = pem_of(call, call.take().bytes);
   }
@@ -346,8 +345,8 @@ BIND_AS(judge, [](Call &call, const std::string &certificate, const char *name) 
   SSL_CTX_free(server);
   return result;
 });
-// connect "tls1.1" TLS1_1_VERSION NAME: with a server of this version, what is spoken, and what the
-// server has got.
+// connect "tls1.1" TLS1_1_VERSION NAME: the protocol used with a server of this version, and the
+// certificate that the server got.
 BIND_AS(connect, [](Call &call, const char *word, int version, const std::string &certificate) {
   SSL_CTX *const server = server_context(pem_of(call, certificate), version);
   Connection connection(call, word, server, version);

@@ -32,7 +32,7 @@ BIND_AS(decode_in_place, [](char *text) {
   const int result = base64_decode(text, size, reinterpret_cast<unsigned char *>(text), &size);
   return std::to_string(result) + ' ' + in_quotes({text, size});
 });
-// All tokens of a text, and what is left of the cursor.
+// All tokens of a text, and the final cursor.
 BIND_AS(token_extract, [](Call &call, char *text) {
   std::string tokens;
   char *cursor = text;

@@ -1,4 +1,4 @@
-// Bindings of seconds, dates, clocks and zones.
+// Bindings of time conversions, clocks and zones.
 #include "runner/bind.h"
 #include "talvera/time.h"
 
@@ -11,8 +11,8 @@ BIND(stod, seconds_to_datetime, dtos, datetime_to_seconds, UDA_DaysInMonth, get_
      ValiDateProc, is_valid_date, get_sysuptime, KS_GetTimeSeconds, get_utctime, KS_getUTCtime,
      get_datetime, GN_Sec2DayHrMinSecStr, ytt_get_noontime, get_gmt_offset, get_dow, powi);
 
-// Writes with every size up to one that is large enough, into a buffer that holds `before`: the
-// whole length is the result, the text is cut to fit, and nothing is touched beyond.
+// Writes with every size up to a sufficient one into a buffer that contains `before`: the result
+// must be the whole length, the text truncated to fit, and nothing written beyond.
 template <typename Write>
 std::string with_all_sizes(Call &call, const char *before, Write write) {
   std::string whole(255, '\0');
@@ -20,7 +20,7 @@ std::string with_all_sizes(Call &call, const char *before, Write write) {
   const int length = write(whole.data(), whole.size());
   whole = whole.c_str();
   for (std::size_t size = 0; size <= whole.size() + 1; ++size) {
-    Guarded &out = call.memory(std::max(size, std::strlen(before) + 1), 1);
+    GuardedBuffer &out = call.memory(std::max(size, std::strlen(before) + 1), 1);
     std::strcpy(out.data(), before);
     const std::string rest = out.content().substr(size);
     const std::string cut = size == 0 ? "" : whole.substr(0, size - 1) + '\0';
@@ -54,7 +54,7 @@ BIND_AS(get_soap_datetimestr, [](Call &call, const char *clock_set) {
   });
 });
 
-// The characters that count as part of an offset: at its start, and at its end.
+// The characters that may be part of an offset: at its start and at its end.
 BIND_AS(offset_characters, [] {
   std::string starting, ending;
   for (int code = 1; code < 256; ++code) {
@@ -68,7 +68,7 @@ BIND_AS(offset_characters, [] {
   return in_quotes(starting) + ' ' + in_quotes(ending);
 });
 
-// Every day there and back, against the C library: the first one that differs, or none.
+// Converts every day in both directions: the first difference from the C library, or none.
 BIND_AS(day_that_differs, [] {
   constexpr std::int32_t kDay = 86400, kDays = INT32_MAX / kDay;
   for (std::int32_t day = 0; day <= kDays; ++day) {

@@ -1,4 +1,4 @@
-// Memory of an exact size that notices what is touched beyond it.
+// Guarded buffers, which detect accesses beyond their exact size.
 #pragma once
 
 #include <cstddef>
@@ -8,22 +8,22 @@
 
 namespace talvera::test {
 
-// An inaccessible page follows it, so that a byte too many is a crash also within the C library
-// (where an alignment above 1 asks for it, up to alignment - 1 filled bytes come between); the
-// filled bytes before it must keep.
-class Guarded : Pinned {
+// An inaccessible page follows the buffer, so that an overrun crashes even inside the C library.
+// Alignment above 1 may leave up to alignment - 1 filled bytes between them. The filled bytes
+// before the buffer must not change.
+class GuardedBuffer : NonCopyable {
  public:
   static constexpr char kFill = '\xA5';
   static constexpr std::size_t kLargest = 512 * 1024;
 
-  Guarded(std::size_t size, std::size_t alignment);
-  ~Guarded();
+  GuardedBuffer(std::size_t size, std::size_t alignment);
+  ~GuardedBuffer();
 
   [[nodiscard]] char *data() const { return data_; }
   [[nodiscard]] std::size_t size() const { return size_; }
   [[nodiscard]] std::string content() const { return {data_, size_}; }
   [[nodiscard]] bool holds(const void *p) const { return p >= data_ && p <= data_ + size_; }
-  // Whether nothing was written around it.
+  // Whether the bytes around the buffer are unchanged.
   [[nodiscard]] bool intact() const;
 
  private:
