@@ -28,6 +28,14 @@ bool read_int(const char *&text, std::int32_t &value) {
 
 }  // namespace
 
+const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text) {
+  if (text == nullptr || *text != '!') return text;
+  if (bit < 8) mask = static_cast<std::uint8_t>(mask | 1U << bit);
+  while (*++text == ' ') {
+  }
+  return text;
+}
+
 bool is_protocol(const char *text) {
   if (text == nullptr || *text == '\0') return false;
   for (const char *name : {"tcp", "udp", "icmp", "ALL"}) {
@@ -42,10 +50,7 @@ using namespace talvera::ipt;
 
 extern "C" void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *text,
                                   const char **result) {
-  *result = text;
-  if (text == nullptr || *text != '!') return;
-  if (bit < 8) *mask = static_cast<uint8_t>(*mask | 1U << bit);
-  *result = text + 1 + std::strspn(text + 1, " ");
+  *result = skip_negation(bit, *mask, text);
 }
 
 extern "C" char *ipt_make_protocol_value(const char *text) {
