@@ -88,10 +88,8 @@ extern "C" ipt_rule *ipt_rule_init(void) {
   RulePtr rule(ipt_simplerule_init());
   if (rule == nullptr) return nullptr;
   rule->params = make_list();
-  if (rule->params == nullptr) return nullptr;
   rule->matches = make_list();
-  if (rule->matches == nullptr) return nullptr;
-  return rule.release();
+  return rule->params != nullptr && rule->matches != nullptr ? rule.release() : nullptr;
 }
 
 extern "C" void ipt_rule_free(ipt_rule *rule) {
