@@ -17,7 +17,8 @@ namespace {
 constexpr int kProject = 1;  // project id for ftok()
 constexpr int kMode = 0600;
 
-int find_segment(const char *path, unsigned int size, int flags) {
+[[gnu::noinline]] int find_segment(const char *path, unsigned int size, int flags) {
+  if (path == nullptr) return fail(EINVAL);
   const key_t key = ftok(path, kProject);
   return key != -1 ? shmget(key, size, flags) : -1;
 }
@@ -32,19 +33,19 @@ int control_attached(int command, struct shmid_ds *status) {
 using namespace talvera::nvram;
 
 extern "C" int nvram_init(const char *path, unsigned int size) {
-  if (path == nullptr || size == 0) return talvera::fail(EINVAL);
+  if (size == 0) return talvera::fail(EINVAL);
   return find_segment(path, size, IPC_CREAT | kMode);
 }
 
 extern "C" int nvram_open(const char *path) {
-  return path != nullptr ? find_segment(path, 0, kMode) : talvera::fail(EINVAL);
+  return find_segment(path, 0, kMode);
 }
 
 TALVERA_ALIAS(nvram_id, nvram_open);
 
 extern "C" void *nvram_attach(const char *path) {
   if (path == nullptr) {
-    errno = EINVAL;
+    (void)talvera::fail(EINVAL);
     return nullptr;
   }
   return shmat(nvram_open(path), nullptr, 0);
