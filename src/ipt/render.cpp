@@ -92,7 +92,7 @@ bool command_section(const ipt_rule &rule, Line &line) {
 // item's name is always written, what follows it only if it fits; the name is deducted last, and
 // the section fails if it exceeds the remaining space.
 bool append_items(Line &line, const list_obj *list, Table names, const char *format) {
-  if (item_count(list) == 0) return true;
+  if (list == nullptr) return true;  // as in rules for commands without items
   for (const list_elem *element = list->head->next; element != list->tail;
        element = element->next) {
     const Item &item = item_of(element);
