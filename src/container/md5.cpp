@@ -70,25 +70,25 @@ template <typename Mix>
   w = x + std::rotl(Mix::add(w + added, x, y, z), shift);
 }
 
-// The message word at an index modulo 16.
-[[gnu::always_inline]] inline std::uint32_t word_at(const Block &block, unsigned index) {
+// The message word at an index modulo 16: by byte offset, which takes fewer instructions.
+[[gnu::always_inline]] inline std::uint32_t word_at(const Block &block, std::size_t index) {
   const void *const word = reinterpret_cast<const char *>(block) + 4 * index % kBlockSize;
   return *static_cast<const std::uint32_t *>(word);
 }
 
 // Round `Number`, counted from 0: 16 steps with four alternating shifts. The message words are
 // taken from index `First` in strides.
-template <typename Mix, unsigned Number, unsigned First, unsigned Stride, int S1, int S2, int S3,
-          int S4>
+template <typename Mix, std::size_t Number, std::size_t First, std::size_t Stride, int S1, int S2,
+          int S3, int S4>
 [[gnu::always_inline]] inline void round(State &state, const Block &block) {
   auto &[a, b, c, d] = state;
-  const std::uint32_t *const sines = &kSines[std::size_t{16} * Number];
+  const std::uint32_t *const sines = &kSines[16 * Number];
   // Unrolled for speed, so that offsets and sines become constants; not when optimising for size.
 #ifndef __OPTIMIZE_SIZE__
 #pragma GCC unroll 4
 #endif
-  for (unsigned i = 0; i < 16; i += 4) {
-    const unsigned word = First + Stride * i;
+  for (std::size_t i = 0; i < 16; i += 4) {
+    const std::size_t word = First + Stride * i;
     step<Mix>(a, b, c, d, word_at(block, word) + sines[i], S1);
     step<Mix>(d, a, b, c, word_at(block, word + Stride) + sines[i + 1], S2);
     step<Mix>(c, d, a, b, word_at(block, word + 2 * Stride) + sines[i + 2], S3);
