@@ -32,13 +32,13 @@ void join(list_elem *left, list_elem *right) {
   right->prev = left;
 }
 
-// Removes `count` elements after `before`: recycles or frees them, and frees their data if the list
-// owns copies.
-void drop_after(list_obj &list, list_elem *before, std::uint32_t count) {
-  list.count -= count;
-  for (; count > 0; --count) {
+// Removes the elements between two: recycles or frees them, and frees their data if the list owns
+// copies.
+void drop_between(list_obj &list, list_elem *before, list_elem *after) {
+  while (before->next != after) {
     list_elem *const element = before->next;
     before->next = element->next;
+    --list.count;
     if (list.attrs.copy_data != 0) std::free(element->data);
     if (list.spare_count < LIST_SPARES_MAX) {
       list.spares[list.spare_count++] = element;
@@ -46,7 +46,7 @@ void drop_after(list_obj &list, list_elem *before, std::uint32_t count) {
       std::free(element);
     }
   }
-  before->next->prev = before;
+  after->prev = before;
 }
 
 void insert_between(list_elem *left, list_elem *element, list_elem *right) {
@@ -118,7 +118,7 @@ void remove_element(list_obj &list, list_elem *element, std::uint32_t position) 
   } else {
     if (position >= half) list.mid = list.mid->prev;
   }
-  drop_after(list, element->prev, 1);
+  drop_between(list, element->prev, element->next);
 }
 
 void *extract_element(list_obj &list, list_elem *element, std::uint32_t position) {
@@ -247,13 +247,13 @@ extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) 
   const std::uint32_t middle = middle_position(left);
   list->mid = element_at(*list, middle < first ? middle : middle + removed);
 
-  drop_after(*list, element->prev, removed);
+  drop_between(*list, element->prev, forward(element, removed));
   return 0;
 }
 
 extern "C" int list_clear(list_obj *list) {
   if (list->iterating != 0) return talvera::fail(EBUSY);
-  drop_after(*list, list->head, list->count);
+  drop_between(*list, list->head, list->tail);
   list->mid = nullptr;
   return 0;
 }
