@@ -49,8 +49,10 @@ enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 // characters, or 63 and a name when it fails, and no section follows one that ends after
 // character 191.
 struct Line {
+  explicit Line(char *buf) : end(buf) {}
+
   char *end;
-  std::size_t room;  // characters left in the section
+  std::size_t room = 0;  // characters left in the section
 };
 
 // Appends a format in which each "%" stands for the next word; null counts as empty. A text that
@@ -167,7 +169,7 @@ extern "C" const char *ipt_target_string(uint32_t target) {
 }
 
 extern "C" int ipt_make_rule_string(const ipt_rule *rule, char *buf) {
-  Line line{buf, 0};
+  Line line(buf);
   const int result = rule != nullptr ? append_all(*rule, line) : IPT_RULE_FAILED;
   *line.end = '\0';
   return result;
