@@ -7,8 +7,8 @@
  *  that arrives in pieces. The caller chooses the initial value and any final inversion; none is
  *  applied inside, and a length of 0 returns the running value (truncated to its width).
  *
- *  The functions work byte by byte with a table of 256 entries, those of 16 bits without a table,
- *  which suits the target's small caches. No function keeps state or fails.
+ *  The functions work byte by byte with a table of 256 entries, which suits the target's small
+ *  caches. No function keeps state or fails.
  *  @{ */
 #ifndef TALVERA_CRC_H
 #define TALVERA_CRC_H

@@ -1,5 +1,4 @@
-// Cyclic redundancy checks: of 32 and 8 bits bytewise with tables built at compile time, of 16 bits
-// without tables.
+// Cyclic redundancy checks, computed bytewise with tables built at compile time.
 #include "talvera/crc.h"
 
 #include <array>
@@ -30,38 +29,25 @@ constexpr Table<Word> table_msb_first(Word polynomial) {
 }
 
 // Entry i is the CRC of byte i, least significant bit first, for a reflected polynomial.
-constexpr Table<std::uint32_t> table_lsb_first(std::uint32_t reflected) {
-  Table<std::uint32_t> table{};
-  for (std::uint32_t i = 0; i < table.size(); ++i) {
+template <std::unsigned_integral Word>
+constexpr Table<Word> table_lsb_first(Word reflected) {
+  Table<Word> table{};
+  for (unsigned i = 0; i < table.size(); ++i) {
     std::uint32_t crc = i;
     for (int bit = 0; bit < 8; ++bit) {
       const bool low = (crc & 1) != 0;
       crc = crc >> 1 ^ (low ? reflected : 0U);
     }
-    table[i] = crc;
+    table[i] = static_cast<Word>(crc);
   }
   return table;
 }
 
 constexpr Table<std::uint32_t> kCrc32Be = table_msb_first<std::uint32_t>(0x04C11DB7);
-constexpr Table<std::uint32_t> kCrc32Le = table_lsb_first(0xEDB88320);
+constexpr Table<std::uint32_t> kCrc32Le = table_lsb_first<std::uint32_t>(0xEDB88320);
+constexpr Table<std::uint16_t> kCrc16Be = table_msb_first<std::uint16_t>(0x1021);
+constexpr Table<std::uint16_t> kCrc16Le = table_lsb_first<std::uint16_t>(0x8408);
 constexpr Table<std::uint8_t> kCrc8 = table_msb_first<std::uint8_t>(0xD5);
-
-// The CRC of two bytes by x^16 + x^12 + x^5 + 1, most significant bit first. The polynomial has so
-// few terms that shifts are shorter and faster than a table. They compute the quotient, and from it
-// the remainder.
-[[gnu::always_inline]] inline unsigned crc16_msb_first(unsigned bits) {
-  unsigned quotient = bits ^ bits >> 4;
-  quotient ^= quotient >> 8 ^ bits >> 11;
-  return quotient ^ quotient << 5 ^ quotient << 12;
-}
-
-// The same, least significant bit first.
-[[gnu::always_inline]] inline unsigned crc16_lsb_first(unsigned bits) {
-  unsigned quotient = bits ^ bits << 4;
-  quotient = (quotient ^ quotient << 8 ^ bits << 11) & 0xFFFF;
-  return quotient ^ quotient >> 5 ^ quotient >> 12;
-}
 
 // Applies `step` to each byte. Written as a do-while loop for a single branch per byte.
 template <typename Word, typename Step>
@@ -93,27 +79,16 @@ extern "C" uint32_t crc32_le(uint32_t crc, const unsigned char *data, unsigned i
 }
 
 extern "C" unsigned int crc16_be(unsigned int crc, const unsigned char *data, unsigned int length) {
-  const unsigned char *const end = data + length;
-  if (length % 2 != 0) crc = crc << 8 ^ crc16_msb_first((crc >> 8 & 0xFF) ^ *data++);
-  crc &= 0xFFFF;
-  if (length < 2) return crc;
-  do {
-    crc = crc16_msb_first(crc ^ data[0] << 8 ^ data[1]) & 0xFFFF;
-    data += 2;
-  } while (data != end);
-  return crc;
+  return fold(data, length, static_cast<std::uint16_t>(crc),
+              [](std::uint16_t value, unsigned char byte) {
+                return static_cast<std::uint16_t>(kCrc16Be[byte ^ value >> 8] ^ value << 8);
+              });
 }
 
 extern "C" unsigned int crc16_le(unsigned int crc, const unsigned char *data, unsigned int length) {
-  const unsigned char *const end = data + length;
-  crc &= 0xFFFF;
-  if (length % 2 != 0) crc = crc >> 8 ^ crc16_lsb_first((crc ^ *data++) << 8);
-  if (length < 2) return crc;
-  do {
-    crc = crc16_lsb_first(crc ^ data[0] ^ data[1] << 8);
-    data += 2;
-  } while (data != end);
-  return crc;
+  return fold(data, length, crc & 0xFFFF, [](unsigned int value, unsigned char byte) {
+    return kCrc16Le[(value ^ byte) & 0xFF] ^ value >> 8;
+  });
 }
 
 extern "C" unsigned int crc8(unsigned int crc, const unsigned char *data, unsigned int length) {
