@@ -29,9 +29,20 @@ struct Entry {
 };
 static_assert(sizeof(Entry) == NVRAM_ENTRY_SIZE && alignof(Entry) == 1);
 
-void link(Entry &entry, int next) {
-  store_be16(entry.next, static_cast<std::uint16_t>(next));
-}
+// Locks the segment in memory during an operation. The unlock preserves the operation's errno.
+class Pin {
+ public:
+  Pin() {
+    if (nvram_shmid >= 0) nvram_lock();
+  }
+  ~Pin() {
+    if (nvram_shmid < 0) return;
+    const ErrnoSaver saver;
+    nvram_unlock();
+  }
+  Pin(const Pin &) = delete;
+  Pin &operator=(const Pin &) = delete;
+};
 
 // The attached table, or null. A program may have stored the failure value of shmat(), -1.
 Entry *table() {
@@ -39,52 +50,69 @@ Entry *table() {
                                                            : nullptr;
 }
 
+// A name with its length and hash, computed in one pass.
+class Name {
+ public:
+  explicit Name(const char *text) : text_(text) {
+    const char *end = text;
+    // The signedness of char does not affect the bucket: it cancels out modulo 256.
+    for (; *end != '\0'; ++end)
+      hash_ = hash_ * 31 + static_cast<std::uint8_t>(*end);
+    length_ = static_cast<std::size_t>(end - text);
+  }
+
+  [[nodiscard]] int bucket() const { return static_cast<int>(hash_ % kBuckets) + kFirstBucket; }
+  // Compares the terminator too if it fits the field, so that a longer stored name does not match.
+  [[nodiscard]] bool matches(const Entry &entry) const {
+    return std::memcmp(entry.name, text_, std::min<std::size_t>(length_ + 1, NVRAM_NAME_SIZE)) == 0;
+  }
+  [[nodiscard]] const char *text() const { return text_; }
+
+ private:
+  const char *text_;
+  std::size_t length_;
+  std::uint32_t hash_ = 0;
+};
+
+void link(Entry &entry, int next) {
+  store_be16(entry.next, static_cast<std::uint16_t>(next));
+}
+
 // The next entry of the chain; null at the end and for a corrupt link that leads out of the table.
-[[gnu::noinline]] Entry *next_of(Entry *entries, const Entry &entry) {
+Entry *next_of(Entry *entries, const Entry &entry) {
   const unsigned int index = load_be16(entry.next);  // a negative index is too large, too
   if (index == 0 || index >= NVRAM_ENTRIES) return nullptr;
   return entries[index].used != 0 ? entries + index : nullptr;
 }
 
-// Looks up a name. Locks the segment in memory as long as it exists; the unlock preserves errno.
-class Lookup {
+// Iterates over the chain of a bucket. Ends after as many steps as the table has entries, in case a
+// corrupt chain is circular.
+class Chain {
  public:
-  [[gnu::noinline]] explicit Lookup(const char *name);
-  [[gnu::noinline]] ~Lookup() {
-    if (nvram_shmid < 0) return;
-    const ErrnoSaver saver;
-    nvram_unlock();
+  Chain(Entry *entries, int bucket) : entries_(entries), entry_(entries + bucket) {
+    if (entry_->used == 0) entry_ = nullptr;
   }
-  Lookup(const Lookup &) = delete;
-  Lookup &operator=(const Lookup &) = delete;
 
-  Entry *entries = table();
-  Entry *bucket = nullptr;    // of the name; null without a table or a name
-  Entry *entry = nullptr;     // of the name, if there is one
-  Entry *previous = nullptr;  // the entry before it, or the last of the chain if there is none
-  // Steps left on the chain: as many as the table has entries, in case a corrupt chain is circular.
-  int left = NVRAM_ENTRIES;
+  [[nodiscard]] Entry *entry() const { return entry_; }        // null past the end
+  [[nodiscard]] Entry *previous() const { return previous_; }  // null at the first entry
+  [[nodiscard]] bool is_circular() const { return left_ == 0; }
+  void advance() {
+    previous_ = entry_;
+    entry_ = --left_ > 0 ? next_of(entries_, *entry_) : nullptr;
+  }
+  // Advances to the entry of a name; null if there is none.
+  [[gnu::noinline]] Entry *find(const Name &name) {
+    while (entry_ != nullptr && !name.matches(*entry_))
+      advance();
+    return entry_;
+  }
+
+ private:
+  Entry *entries_;
+  Entry *entry_;
+  Entry *previous_ = nullptr;
+  int left_ = NVRAM_ENTRIES;
 };
-
-Lookup::Lookup(const char *name) {
-  if (nvram_shmid >= 0) nvram_lock();
-  if (entries == nullptr || name == nullptr) return;
-  std::uint32_t hash = 0;
-  // The signedness of char does not affect the bucket: it cancels out modulo 256.
-  const auto *const start = reinterpret_cast<const std::uint8_t *>(name);
-  const std::uint8_t *end = start;
-  for (; *end != 0; ++end)
-    hash = hash * 31 + *end;
-  bucket = entries + kFirstBucket + hash % kBuckets;
-  // Compares the terminator too if it fits the field, so that a longer stored name does not match.
-  const auto size = std::min<std::size_t>(end - start + 1, NVRAM_NAME_SIZE);
-  Entry *next = bucket->used != 0 ? bucket : nullptr;
-  while (next != nullptr && std::memcmp(next->name, name, size) != 0) {
-    previous = next;
-    next = --left > 0 ? next_of(entries, *next) : nullptr;
-  }
-  entry = next;
-}
 
 // Copies at most `size` characters and pads with NULs, without a terminator at full length. The
 // text may be part of the field.
@@ -92,6 +120,13 @@ Lookup::Lookup(const char *name) {
   const std::size_t length = strnlen(text, size);
   std::memmove(field, text, length);
   std::memset(field + length, 0, size - length);
+}
+
+void fill(Entry &entry, const Name &name, const char *value) {
+  store_text(entry.name, sizeof entry.name, name.text());
+  store_text(entry.value, sizeof entry.value, value);
+  link(entry, 0);
+  entry.used = 1;
 }
 
 // Names and values remain in released entries.
@@ -105,6 +140,18 @@ int free_overflow_entry(const Entry *entries) {
   for (int index = kFirstOverflow; index < NVRAM_ENTRIES; ++index) {
     if (entries[index].used == 0) return index;
   }
+  return 0;
+}
+
+int append(Entry *entries, Entry &last, const Name &name, const char *value) {
+  const int index = free_overflow_entry(entries);
+  if (index == 0) {
+    std::fputs("NVRAM runs out of space!\n", stderr);
+    errno = ENOMEM;
+    return NVRAM_FULL;
+  }
+  fill(entries[index], name, value);
+  link(last, index);
   return 0;
 }
 
@@ -122,47 +169,43 @@ void remove_first(Entry *entries, Entry &bucket) {
 using namespace talvera::nvram;
 
 extern "C" char *nvram_get(const char *name) {
-  const Lookup found(name);
-  return found.entry != nullptr ? found.entry->value : nullptr;
+  const Pin pin;
+  Entry *entries = table();
+  if (entries == nullptr || name == nullptr) return nullptr;
+  const Name wanted(name);
+  Entry *found = Chain(entries, wanted.bucket()).find(wanted);
+  return found != nullptr ? found->value : nullptr;
 }
 
 extern "C" int nvram_set(const char *name, const char *value) {
-  const Lookup found(name);
-  if (found.bucket == nullptr || value == nullptr) return talvera::fail(EINVAL);
-  if (found.left == 0) return talvera::fail(ELOOP);
-  Entry *entry = found.entry;
-  int index = 0;
-  if (found.entry == nullptr) {
-    entry = found.bucket;
-    if (found.previous != nullptr) {
-      index = free_overflow_entry(found.entries);
-      if (index == 0) {
-        std::fputs("NVRAM runs out of space!\n", stderr);
-        (void)talvera::fail(ENOMEM);
-        return NVRAM_FULL;
-      }
-      entry = found.entries + index;
-    }
-    store_text(entry->name, sizeof entry->name, name);
+  const Pin pin;
+  Entry *entries = table();
+  if (entries == nullptr || name == nullptr || value == nullptr) return talvera::fail(EINVAL);
+  const Name wanted(name);
+  Chain chain(entries, wanted.bucket());
+  if (Entry *found = chain.find(wanted)) {
+    store_text(found->value, sizeof found->value, value);
+    return 0;
   }
-  store_text(entry->value, sizeof entry->value, value);
-  if (found.entry == nullptr) {
-    link(*entry, 0);
-    entry->used = 1;
-    if (found.previous != nullptr) link(*found.previous, index);  // to a complete entry
-  }
+  if (chain.is_circular()) return talvera::fail(ELOOP);
+  if (chain.previous() != nullptr) return append(entries, *chain.previous(), wanted, value);
+  fill(entries[wanted.bucket()], wanted, value);
   return 0;
 }
 
 extern "C" int nvram_unset(const char *name) {
-  const Lookup found(name);
-  if (found.bucket == nullptr) return talvera::fail(EINVAL);
-  if (found.entry == nullptr) return 0;
-  if (found.previous == nullptr) {
-    remove_first(found.entries, *found.entry);
+  const Pin pin;
+  Entry *entries = table();
+  if (entries == nullptr || name == nullptr) return talvera::fail(EINVAL);
+  const Name wanted(name);
+  Chain chain(entries, wanted.bucket());
+  Entry *found = chain.find(wanted);
+  if (found == nullptr) return 0;
+  if (chain.previous() == nullptr) {
+    remove_first(entries, *found);
   } else {
-    std::memcpy(found.previous->next, found.entry->next, sizeof found.entry->next);
-    release(*found.entry);
+    std::memcpy(chain.previous()->next, found->next, sizeof found->next);
+    release(*found);
   }
   return 0;
 }
@@ -171,10 +214,9 @@ extern "C" void nvram_show_all(void) {
   Entry *entries = table();
   if (entries == nullptr) return;
   for (int bucket = kFirstBucket; bucket < kFirstOverflow; ++bucket) {
-    const Entry *entry = entries[bucket].used != 0 ? entries + bucket : nullptr;
-    for (int left = NVRAM_ENTRIES; entry != nullptr && left > 0; --left) {
-      std::printf("%.*s: %.*s\n", NVRAM_NAME_SIZE, entry->name, NVRAM_VALUE_SIZE, entry->value);
-      entry = next_of(entries, *entry);
+    for (Chain chain(entries, bucket); chain.entry() != nullptr; chain.advance()) {
+      const Entry &entry = *chain.entry();
+      std::printf("%.*s: %.*s\n", NVRAM_NAME_SIZE, entry.name, NVRAM_VALUE_SIZE, entry.value);
     }
   }
 }

@@ -17,8 +17,7 @@ namespace {
 constexpr int kProject = 1;  // project id for ftok()
 constexpr int kMode = 0600;
 
-[[gnu::noinline]] int find_segment(const char *path, unsigned int size, int flags) {
-  if (path == nullptr) return fail(EINVAL);
+int find_segment(const char *path, unsigned int size, int flags) {
   const key_t key = ftok(path, kProject);
   return key != -1 ? shmget(key, size, flags) : -1;
 }
@@ -33,19 +32,19 @@ int control_attached(int command, struct shmid_ds *status) {
 using namespace talvera::nvram;
 
 extern "C" int nvram_init(const char *path, unsigned int size) {
-  if (size == 0) return talvera::fail(EINVAL);
+  if (path == nullptr || size == 0) return talvera::fail(EINVAL);
   return find_segment(path, size, IPC_CREAT | kMode);
 }
 
 extern "C" int nvram_open(const char *path) {
-  return find_segment(path, 0, kMode);
+  return path != nullptr ? find_segment(path, 0, kMode) : talvera::fail(EINVAL);
 }
 
 TALVERA_ALIAS(nvram_id, nvram_open);
 
 extern "C" void *nvram_attach(const char *path) {
   if (path == nullptr) {
-    (void)talvera::fail(EINVAL);
+    errno = EINVAL;
     return nullptr;
   }
   return shmat(nvram_open(path), nullptr, 0);
