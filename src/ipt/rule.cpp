@@ -18,48 +18,50 @@ static_assert(sizeof(void *) != 4 || (sizeof(ipt_rule) == 36 && sizeof(ipt_param
 constexpr std::uint32_t kParamItems = IPT_PARAM_FRAGMENT + 1;
 constexpr std::uint32_t kMatchItems = IPT_MATCH_TOS + 1;
 
+// Differences between parameters and matches.
+struct ItemKind {
+  std::uint32_t count;  // number of item numbers
+  const char *label;    // in messages about a list or a number
+  const char *name;     // in messages about an item
+};
+
 list_obj *make_list() {
   MallocPtr<list_obj> list(static_cast<list_obj *>(std::calloc(1, sizeof(list_obj))));
   if (list == nullptr || list_init(list.get()) < 0) return nullptr;
   return list.release();
 }
 
-// A heap copy of an item, appended to the list in `slot`, which is created if missing. Null on
-// failure, which is logged unless it is of the copy.
-void *append_copy(list_obj **slot, std::uint32_t valid_items, const char *kind,
-                  const ipt_param &item) {
-  if (*slot == nullptr) *slot = make_list();
-  // Messages about a list or a number have "param", those about an item "parameter".
-  const char *message = "ipt: can't initialize %.5s list for item %d";
-  if (*slot != nullptr && item.item >= valid_items) {
-    message = "ipt: invalid %.5s item specified";
-  } else if (*slot != nullptr) {
-    MallocPtr<ipt_param> added(static_cast<ipt_param *>(std::calloc(1, sizeof(ipt_param))));
-    if (added == nullptr) return nullptr;
-    // Copied field by field so that the padding stays zero.
-    added->item = item.item;
-    added->negation = item.negation;
-    added->value = item.value;
-    added->option = item.option;
-    added->option_value = item.option_value;
-    if (list_append(*slot, added.get()) >= 0) return added.release();
-    message = "ipt: failed to add a %s to rule";
-  }
-  sdb_log(SDB_LOG_INFO, message, kind, static_cast<int>(item.item));
-  return nullptr;
-}
-
-// Appends an item to the list in `slot`, unless that is null. Takes ownership of the item's
+// Appends an item to the list in `slot`, which is created if missing. Takes ownership of the item's
 // strings, even on failure. Returns the heap copy that the list now holds, or null.
-void *add_item(list_obj **slot, std::uint32_t valid_items, const char *kind,
-               const ipt_param &item) {
-  void *const added = slot != nullptr ? append_copy(slot, valid_items, kind, item) : nullptr;
-  if (added == nullptr) {
-    const ErrnoSaver saver;
-    std::free(item.value);
-    std::free(item.option_value);
+void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
+  MallocPtr<char> value(item.value);
+  MallocPtr<char> option_value(item.option_value);
+  if (slot == nullptr) return nullptr;
+  if (*slot == nullptr) *slot = make_list();
+  if (*slot == nullptr) {
+    sdb_log(SDB_LOG_INFO, "ipt: can't initialize %s list for item %d", kind.label,
+            static_cast<int>(item.item));
+    return nullptr;
   }
-  return added;
+  if (item.item >= kind.count) {
+    sdb_log(SDB_LOG_INFO, "ipt: invalid %s item specified", kind.label);
+    return nullptr;
+  }
+  MallocPtr<ipt_param> added(static_cast<ipt_param *>(std::calloc(1, sizeof(ipt_param))));
+  if (added == nullptr) return nullptr;
+  // Copied field by field so that the padding stays zero.
+  added->item = item.item;
+  added->negation = item.negation;
+  added->value = item.value;
+  added->option = item.option;
+  added->option_value = item.option_value;
+  if (list_append(*slot, added.get()) < 0) {
+    sdb_log(SDB_LOG_INFO, "ipt: failed to add a %s to rule", kind.name);
+    return nullptr;
+  }
+  (void)value.release();
+  (void)option_value.release();
+  return added.release();
 }
 
 void free_items(list_obj *list) {
@@ -104,14 +106,14 @@ extern "C" void ipt_rule_free(ipt_rule *rule) {
 
 extern "C" ipt_param *ipt_rule_add_param(ipt_rule *rule, uint32_t item, uint8_t negation,
                                          char *value, uint32_t option, char *option_value) {
-  return static_cast<ipt_param *>(add_item(rule != nullptr ? &rule->params : nullptr, kParamItems,
-                                           "parameter",
+  return static_cast<ipt_param *>(add_item(rule != nullptr ? &rule->params : nullptr,
+                                           {kParamItems, "param", "parameter"},
                                            {item, negation, value, option, option_value}));
 }
 
 extern "C" ipt_match *ipt_rule_add_match(ipt_rule *rule, uint32_t item, uint8_t negation,
                                          uint32_t option, char *option_value) {
-  return static_cast<ipt_match *>(add_item(rule != nullptr ? &rule->matches : nullptr, kMatchItems,
-                                           "match",
+  return static_cast<ipt_match *>(add_item(rule != nullptr ? &rule->matches : nullptr,
+                                           {kMatchItems, "match", "match"},
                                            {item, negation, nullptr, option, option_value}));
 }
