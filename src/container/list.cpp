@@ -27,19 +27,26 @@ list_elem *take_element(list_obj &list) {
   return allocate_element();
 }
 
-// Recycles or frees an element, and frees its datum if the list owns a copy.
-void drop_element(list_obj &list, list_elem *element) {
-  if (list.attrs.copy_data != 0) std::free(element->data);
-  if (list.spare_count < LIST_SPARES_MAX) {
-    list.spares[list.spare_count++] = element;
-  } else {
-    std::free(element);
-  }
-}
-
 void join(list_elem *left, list_elem *right) {
   left->next = right;
   right->prev = left;
+}
+
+// Removes the elements between two: recycles or frees them, and frees their data if the list owns
+// copies.
+void drop_between(list_obj &list, list_elem *before, list_elem *after) {
+  while (before->next != after) {
+    list_elem *const element = before->next;
+    before->next = element->next;
+    --list.count;
+    if (list.attrs.copy_data != 0) std::free(element->data);
+    if (list.spare_count < LIST_SPARES_MAX) {
+      list.spares[list.spare_count++] = element;
+    } else {
+      std::free(element);
+    }
+  }
+  after->prev = before;
 }
 
 void insert_between(list_elem *left, list_elem *element, list_elem *right) {
@@ -54,36 +61,39 @@ std::uint32_t middle_position(std::uint32_t count) {
 // The element at a position, reached from the nearest of head, middle and tail. Position -1, also
 // in an empty list, is the head sentinel, after which an insertion at 0 goes.
 list_elem *element_at(const list_obj &list, std::uint32_t position) {
-  const std::uint64_t count = list.count;
-  const std::uint32_t steps_from_head = position + 1;
-  const std::uint64_t quarters = std::uint64_t{4} * steps_from_head;
-  if (quarters <= count) return forward(list.head, steps_from_head);
-  if (quarters < 2 * count) return backward(list.mid, middle_position(list.count) - position);
-  if (quarters <= 3 * count) return forward(list.mid, position - middle_position(list.count));
-  return backward(list.tail, list.count - position);
+  const std::uint32_t from_head = position + 1;
+  const std::uint32_t from_tail = list.count - position;
+  list_elem *start = list.mid;
+  std::uint32_t steps = position - middle_position(list.count);  // negative when they lead back
+  if (from_head <= list.count / 4) {
+    start = list.head;
+    steps = from_head;
+  } else if (from_tail <= list.count / 4) {
+    start = list.tail;
+    steps = 0 - from_tail;
+  }
+  return static_cast<std::int32_t>(steps) < 0 ? backward(start, 0 - steps) : forward(start, steps);
 }
 
-// Replaces a datum with a heap copy; false when memory runs out.
-bool copy(const list_obj &list, void *&data) {
+// A heap copy of a datum; null when memory runs out.
+[[gnu::always_inline]] inline void *copy(const list_obj &list, const void *data) {
   const std::uint32_t size = list.attrs.meter(data);
-  void *const block = std::malloc(size);
-  if (size > 0) {  // malloc(0) may return null
-    if (block == nullptr) return false;
-    std::memcpy(block, data, size);
-  }
-  data = block;
-  return true;
+  void *const block = std::malloc(size > 0 ? size : 1);
+  return block != nullptr ? std::memcpy(block, data, size) : nullptr;
 }
 
 // Inserts a datum at `position`, after the element `left`.
-int insert_after(list_obj &list, list_elem *left, const void *data, std::uint32_t position) {
+[[gnu::noinline]] int insert_after(list_obj &list, list_elem *left, const void *data,
+                                   std::uint32_t position) {
   if (list.iterating != 0) return fail(EBUSY);
   void *stored = const_cast<void *>(data);
-  const bool copies = list.attrs.copy_data != 0 && data != nullptr;
-  if (copies && !copy(list, stored)) return -1;
+  if (list.attrs.copy_data != 0 && data != nullptr) {
+    stored = copy(list, data);
+    if (stored == nullptr) return -1;
+  }
   list_elem *element = take_element(list);
   if (element == nullptr) {
-    if (copies) std::free(stored);
+    if (list.attrs.copy_data != 0) std::free(stored);
     return fail(ENOMEM);
   }
   element->data = stored;
@@ -108,9 +118,7 @@ void remove_element(list_obj &list, list_elem *element, std::uint32_t position) 
   } else {
     if (position >= half) list.mid = list.mid->prev;
   }
-  join(element->prev, element->next);
-  drop_element(list, element);
-  --list.count;
+  drop_between(list, element->prev, element->next);
 }
 
 void *extract_element(list_obj &list, list_elem *element, std::uint32_t position) {
@@ -126,13 +134,6 @@ int set_attribute(list_obj *list, Function list_attrs::*attribute, Function valu
   return 0;
 }
 
-// Frees everything that an empty list without spare records owns.
-void free_frame(const list_obj &list) {
-  std::free(list.spares);
-  std::free(list.head);
-  std::free(list.tail);
-}
-
 }  // namespace
 }  // namespace talvera::container
 
@@ -142,16 +143,21 @@ extern "C" int list_init(list_obj *list) {
   if (list == nullptr) return talvera::fail(EINVAL);
   srandom(static_cast<unsigned>(std::time(nullptr)));
   *list = {};
-  list->head = allocate_element();
-  list->tail = allocate_element();
-  list->spares = static_cast<list_elem **>(std::malloc(LIST_SPARES_MAX * sizeof(list_elem *)));
-  if (list->head == nullptr || list->tail == nullptr || list->spares == nullptr) {
-    free_frame(*list);
-    *list = {};
+  list_elem *const head = allocate_element();
+  list_elem *const tail = allocate_element();
+  auto *const spares =
+      static_cast<list_elem **>(std::malloc(LIST_SPARES_MAX * sizeof(list_elem *)));
+  if (head == nullptr || tail == nullptr || spares == nullptr) {
+    std::free(spares);
+    std::free(tail);
+    std::free(head);
     return talvera::fail(ENOMEM);
   }
-  *list->head = {nullptr, list->tail, nullptr};
-  *list->tail = {nullptr, nullptr, list->head};
+  *head = {nullptr, tail, nullptr};
+  *tail = {nullptr, nullptr, head};
+  list->head = head;
+  list->tail = tail;
+  list->spares = spares;
   return 0;
 }
 
@@ -162,7 +168,9 @@ extern "C" void list_destroy(list_obj *list) {
   while (list->spare_count > 0) {
     std::free(list->spares[--list->spare_count]);
   }
-  free_frame(*list);
+  std::free(list->spares);
+  std::free(list->head);
+  std::free(list->tail);
 }
 
 extern "C" int list_attributes_comparator(list_obj *list, list_comparator_fn comparator) {
@@ -239,36 +247,22 @@ extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) 
   const std::uint32_t middle = middle_position(left);
   list->mid = element_at(*list, middle < first ? middle : middle + removed);
 
-  list_elem *before = element->prev;
-  for (std::uint32_t i = 0; i < removed; ++i) {
-    list_elem *next = element->next;
-    drop_element(*list, element);
-    element = next;
-  }
-  join(before, element);
-  list->count = left;
+  drop_between(*list, element->prev, forward(element, removed));
   return 0;
 }
 
 extern "C" int list_clear(list_obj *list) {
   if (list->iterating != 0) return talvera::fail(EBUSY);
-  list_elem *element = list->head->next;
-  while (element != list->tail) {
-    list_elem *next = element->next;
-    drop_element(*list, element);
-    element = next;
-  }
-  join(list->head, list->tail);
+  drop_between(*list, list->head, list->tail);
   list->mid = nullptr;
-  list->count = 0;
   return 0;
 }
 
 extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
-  if (first == nullptr || second == nullptr || destination == nullptr) return talvera::fail(EINVAL);
+  if (first == nullptr || second == nullptr) return talvera::fail(EINVAL);
   if (destination == first || destination == second) return talvera::fail(EINVAL);
-  if (list_init(destination) != 0) return -1;
-  const std::uint32_t count = first->count + second->count;
+  if (list_init(destination) != 0) return -1;  // also when null
+  const std::uint32_t middle = middle_position(first->count + second->count);
   list_elem *last = destination->head;
   for (const list_obj *source : {first, second}) {
     for (const list_elem *from = source->head->next; from != source->tail; from = from->next) {
@@ -280,7 +274,7 @@ extern "C" int list_concat(const list_obj *first, const list_obj *second, list_o
       }
       element->data = from->data;
       join(last, element);
-      if (destination->count++ == middle_position(count)) destination->mid = element;
+      if (destination->count++ == middle) destination->mid = element;
       last = element;
     }
   }

@@ -6,15 +6,15 @@
 namespace talvera::container {
 namespace {
 
-// The extreme datum: each later datum whose comparison satisfies `replaces` becomes the candidate,
-// so that the earliest of equals wins.
-template <typename Replaces>
-void *extreme(const list_obj &list, Replaces replaces) {
+// The greatest or smallest datum: each later datum that the comparator places beyond the candidate
+// replaces it, so that the earliest of equals wins.
+void *extreme(const list_obj &list, bool greatest) {
   if (list.attrs.comparator == nullptr || list.count == 0) return nullptr;
   const list_elem *element = list.head->next;
   void *candidate = element->data;
   while ((element = element->next) != list.tail) {
-    if (replaces(list.attrs.comparator(candidate, element->data))) candidate = element->data;
+    const int order = list.attrs.comparator(candidate, element->data);
+    if (order != 0 && (order > 0) == greatest) candidate = element->data;
   }
   return candidate;
 }
@@ -61,11 +61,11 @@ extern "C" void *list_seek(const list_obj *list, const void *indicator) {
 }
 
 extern "C" void *list_get_max(const list_obj *list) {
-  return extreme(*list, [](int order) { return order > 0; });
+  return extreme(*list, true);
 }
 
 extern "C" void *list_get_min(const list_obj *list) {
-  return extreme(*list, [](int order) { return order < 0; });
+  return extreme(*list, false);
 }
 
 extern "C" uint32_t list_hash(const list_obj *list) {

@@ -25,7 +25,7 @@ class Sorter {
   Sorter(list_comparator_fn comparator, int direction)
       : comparator_(comparator), sign_((direction > 0) - (direction < 0)) {}
 
-  void sort(Range range) const;
+  void sort(list_elem *first, list_elem *last, std::uint32_t size) const;
 
  private:
   // Positive if a belongs before b.
@@ -88,11 +88,13 @@ void Sorter::selection_sort(Range range) const {
 }
 
 // Recurses only into the smaller part, which limits the recursion depth to log2(size).
-void Sorter::sort(Range range) const {
+// Takes the members of a range as separate arguments, which need no copy in memory.
+void Sorter::sort(list_elem *first, list_elem *last, std::uint32_t size) const {
+  Range range{first, last, size};
   while (range.size >= kShortRange) {
     auto [smaller, larger] = partition(range);
     if (smaller.size > larger.size) std::swap(smaller, larger);
-    sort(smaller);
+    sort(smaller.first, smaller.last, smaller.size);
     range = larger;
   }
   if (range.size >= 2) selection_sort(range);
@@ -107,6 +109,6 @@ extern "C" int list_sort(list_obj *list, int direction) {
   if (list->iterating != 0) return talvera::fail(EBUSY);
   if (list->attrs.comparator == nullptr) return talvera::fail(EINVAL);
   const Sorter sorter(list->attrs.comparator, direction);
-  sorter.sort({list->head->next, list->tail->prev, list->count});
+  sorter.sort(list->head->next, list->tail->prev, list->count);
   return 0;
 }

@@ -16,26 +16,40 @@ T value_of(const void *data) {
   return *static_cast<const T *>(data);
 }
 
-// Positive if a is smaller, as lists expect.
+// Positive if a is smaller, as lists expect; 0 if one of them is not a number.
 template <typename T>
 int compare(const void *a, const void *b) {
-  return (value_of<T>(a) < value_of<T>(b)) - (value_of<T>(a) > value_of<T>(b));
+  const T x = value_of<T>(a);
+  const T y = value_of<T>(b);
+  if (std::is_integral_v<T> && sizeof(T) > 4) {  // shorter where such a comparison takes two
+    if (x < y) return 1;
+    return x == y ? 0 : -1;
+  }
+  return (x < y) - (x > y);
 }
 
-// Converts to a signed 32-bit integer; for floating point, C leaves out-of-range values undefined,
-// so they saturate and NaN gives 0.
+// The low 32 bits of an integer, which is sign-extended if it is shorter and signed.
 template <typename T>
 std::uint32_t hash_number(const void *data) {
-  const T value = value_of<T>(data);
-  if constexpr (std::is_floating_point_v<T>) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    if (std::isnan(value)) return 0;
-    if (value >= T{2147483648}) return static_cast<std::uint32_t>(Limits::max());
-    if (value <= T{-2147483648}) return static_cast<std::uint32_t>(Limits::min());
-    return static_cast<std::uint32_t>(static_cast<std::int32_t>(value));
-  } else {
-    return static_cast<std::uint32_t>(value);
-  }
+  return static_cast<std::uint32_t>(value_of<T>(data));
+}
+
+// Converts to a signed 32-bit integer. C leaves out-of-range values undefined: they saturate here,
+// and NaN gives 0.
+template <>
+std::uint32_t hash_number<double>(const void *data) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const auto value = value_of<double>(data);
+  if (std::isnan(value)) return 0;
+  if (value >= Limits::max()) return static_cast<std::uint32_t>(Limits::max());
+  if (value <= Limits::min()) return static_cast<std::uint32_t>(Limits::min());
+  return static_cast<std::uint32_t>(static_cast<std::int32_t>(value));
+}
+
+template <>
+std::uint32_t hash_number<float>(const void *data) {
+  const double value = value_of<float>(data);
+  return list_hashcomputer_double(&value);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "ipt/rule_ptr.h"
 #include "ipt/user_input.h"
 #include "talvera/ipt.h"
 
@@ -18,57 +17,40 @@ constexpr unsigned kOptionValueBit = 3;
 
 constexpr std::size_t kTargetSize = 32;  // "host:ports" and terminator
 
-// Strips a leading "!", setting its bit in the mask.
-const char *strip_negation(unsigned bit, std::uint8_t &mask, const char *text) {
-  const char *rest = nullptr;
-  ipt_parse_neg_val(bit, &mask, text, &rest);
-  return rest;
+// Adds a parameter with a copy of `value`, which may be null. Takes ownership of `option_value`.
+bool add_param(ipt_rule *rule, std::uint32_t item, std::uint8_t mask, const char *value,
+               std::uint32_t option, char *option_value) {
+  char *const copy = value != nullptr ? strdup(value) : nullptr;
+  const bool added = ipt_rule_add_param(rule, item, mask, copy, option, option_value) != nullptr;
+  return added && (copy != nullptr || value == nullptr);
 }
 
-// Builds a rule. A failure is remembered until the end; strings passed to the rule are never
-// leaked.
-class RuleBuilder {
- public:
-  [[nodiscard]] bool failed() const { return failed_; }
+bool add_destination(ipt_rule *rule, const char *destination) {
+  std::uint8_t mask = 0;
+  destination = skip_negation(kValueBit, mask, destination);
+  return add_param(rule, IPT_PARAM_DESTINATION, mask, destination, IPT_OPTION_NONE, nullptr);
+}
 
-  // A heap copy to pass to the rule; null for null.
-  char *copy(const char *text) {
-    if (text == nullptr) return nullptr;
-    char *copied = strdup(text);
-    if (copied == nullptr) failed_ = true;
-    return copied;
+// Adds a match with a copy of `value`.
+bool add_match(ipt_rule *rule, std::uint32_t item, std::uint8_t mask, std::uint32_t option,
+               const char *value) {
+  char *const copy = strdup(value);
+  return ipt_rule_add_match(rule, item, mask, option, copy) != nullptr && copy != nullptr;
+}
+
+// Completes a rule of the table "nat", or frees it if a part of it is missing.
+ipt_rule *finish(ipt_rule *rule, bool complete, std::uint32_t command, std::uint32_t chain,
+                 std::uint32_t target) {
+  if (!complete) {
+    ipt_rule_free(rule);
+    return nullptr;
   }
-
-  void add_param(std::uint32_t item, std::uint8_t mask, char *value, std::uint32_t option,
-                 char *option_value) {
-    if (ipt_rule_add_param(rule_.get(), item, mask, value, option, option_value) == nullptr) {
-      failed_ = true;
-    }
-  }
-
-  void add_match(std::uint32_t item, std::uint8_t mask, std::uint32_t option, char *option_value) {
-    if (ipt_rule_add_match(rule_.get(), item, mask, option, option_value) == nullptr) {
-      failed_ = true;
-    }
-  }
-
-  // All canned rules belong to the table "nat".
-  ipt_rule *finish(std::uint32_t command, std::uint32_t chain, std::uint32_t target,
-                   const char *target_argument) {
-    if (failed_) return nullptr;
-    rule_->target_argument = copy(target_argument);
-    if (failed_) return nullptr;
-    rule_->table = IPT_TABLE_NAT;
-    rule_->chain = chain;
-    rule_->command = command;
-    rule_->target = target;
-    return rule_.release();
-  }
-
- private:
-  RulePtr rule_{ipt_rule_init()};
-  bool failed_ = rule_ == nullptr;
-};
+  rule->table = IPT_TABLE_NAT;
+  rule->chain = chain;
+  rule->command = command;
+  rule->target = target;
+  return rule;
+}
 
 }  // namespace
 }  // namespace talvera::ipt
@@ -79,49 +61,47 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
                                            const char *protocol, const char *external_port,
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
-  RuleBuilder builder;
+  ipt_rule *rule = ipt_rule_init();
   // The protocol's "!" sets a bit that is never rendered: a negated protocol intentionally comes
   // out without its "!".
   std::uint8_t mask = 0;
-  protocol = strip_negation(kNothingBit, mask, protocol);
-  char *port = ipt_make_port_value(strip_negation(kOptionValueBit, mask, external_port));
-  if (port == nullptr) return nullptr;
-  char *protocol_value = builder.copy(is_protocol(protocol) ? protocol : nullptr);
-  builder.add_param(IPT_PARAM_PROTOCOL, mask, protocol_value, IPT_OPTION_DPORT, port);
-  mask = 0;
-  destination = strip_negation(kValueBit, mask, destination);
-  builder.add_param(IPT_PARAM_DESTINATION, mask, builder.copy(destination), IPT_OPTION_NONE,
-                    nullptr);
-  builder.add_match(IPT_MATCH_STATE, 0, IPT_OPTION_STATE, builder.copy("NEW,ESTABLISHED,RELATED"));
-  if (builder.failed()) return nullptr;
-
-  char range[kTargetSize] = "";
-  if (ipt_calc_portrange(port, internal_port, range, sizeof range) != 0) return nullptr;
+  protocol = skip_negation(kNothingBit, mask, protocol);
+  char *port = ipt_make_port_value(skip_negation(kOptionValueBit, mask, external_port));
+  char ports[1 + kTargetSize];
+  ports[0] = ':';
+  ports[1] = '\0';
+  const bool complete =
+      port != nullptr &&
+      add_param(rule, IPT_PARAM_PROTOCOL, mask, is_protocol(protocol) ? protocol : nullptr,
+                IPT_OPTION_DPORT, port) &&
+      add_destination(rule, destination) &&
+      add_match(rule, IPT_MATCH_STATE, 0, IPT_OPTION_STATE, "NEW,ESTABLISHED,RELATED") &&
+      ipt_calc_portrange(port, internal_port, ports + 1, kTargetSize) == 0;
   char target[kTargetSize];
-  const char *colon = range[0] != '\0' ? ":" : "";
-  if (std::snprintf(target, sizeof target, "%s%s%s", internal_host, colon, range) < 0) {
-    return nullptr;
+  const char *const suffix = ports[1] != '\0' ? ports : "";
+  if (complete && std::snprintf(target, sizeof target, "%s%s", internal_host, suffix) >= 0) {
+    rule->target_argument = strdup(target);
   }
-  return builder.finish(command, IPT_CHAIN_PREROUTING, IPT_TARGET_DNAT, target);
+  return finish(rule, complete && rule->target_argument != nullptr, command, IPT_CHAIN_PREROUTING,
+                IPT_TARGET_DNAT);
 }
 
 extern "C" ipt_rule *ipt_make_nat_onoff_rule(uint32_t command, const char *interface) {
   if (interface == nullptr) return nullptr;
-  RuleBuilder builder;
-  builder.add_param(IPT_PARAM_OUT_INTERFACE, 0, builder.copy(interface), IPT_OPTION_NONE, nullptr);
-  return builder.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
+  ipt_rule *rule = ipt_rule_init();
+  const bool complete =
+      add_param(rule, IPT_PARAM_OUT_INTERFACE, 0, interface, IPT_OPTION_NONE, nullptr);
+  return finish(rule, complete, command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE);
 }
 
 extern "C" ipt_rule *ipt_make_maplist_rule(uint32_t command, const char *destination,
                                            const char *source_range) {
   if (destination == nullptr || source_range == nullptr) return nullptr;
-  RuleBuilder builder;
+  ipt_rule *rule = ipt_rule_init();
   std::uint8_t mask = 0;
-  destination = strip_negation(kValueBit, mask, destination);
-  builder.add_param(IPT_PARAM_DESTINATION, mask, builder.copy(destination), IPT_OPTION_NONE,
-                    nullptr);
-  mask = 0;
-  source_range = strip_negation(kOptionValueBit, mask, source_range);
-  builder.add_match(IPT_MATCH_IPRANGE, mask, IPT_OPTION_SRC_RANGE, builder.copy(source_range));
-  return builder.finish(command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE, nullptr);
+  source_range = skip_negation(kOptionValueBit, mask, source_range);
+  const bool complete =
+      add_destination(rule, destination) &&
+      add_match(rule, IPT_MATCH_IPRANGE, mask, IPT_OPTION_SRC_RANGE, source_range);
+  return finish(rule, complete, command, IPT_CHAIN_POSTROUTING, IPT_TARGET_MASQUERADE);
 }

@@ -21,7 +21,7 @@ extern "C" int captiveportal_make_addrbuf(const char *records, char *buf, size_t
                                           unsigned int index) {
   const char *const start = records + kRecordSize * index;
   char record[kRecordSize + 1] = {};  // zero after the end of the text
-  std::memcpy(record, start, strnlen(start, kRecordSize));
+  std::strncpy(record, start, kRecordSize);
 
   const int prefix_length = std::atoi(record + kAddressDigits);
   record[kAddressDigits] = '\0';

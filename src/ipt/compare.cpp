@@ -18,10 +18,16 @@ bool same_item(const Item &a, const Item &b) {
          same_text(a.value, b.value) && same_text(a.option_value, b.option_value);
 }
 
-bool same_items(const list_obj *a, const list_obj *b) {
-  if (item_count(a) != item_count(b)) return false;
-  for (std::uint32_t i = 0; i < item_count(a); ++i) {
-    if (!same_item(item_at(a, i), item_at(b, i))) return false;
+bool same_items(const list_obj *list_a, const list_obj *list_b) {
+  std::uint32_t left = item_count(list_a);
+  if (left != item_count(list_b)) return false;
+  if (left == 0) return true;
+  const list_elem *a = list_a->head;
+  const list_elem *b = list_b->head;
+  for (; left > 0; --left) {
+    a = a->next;
+    b = b->next;
+    if (!same_item(item_of(a), item_of(b))) return false;
   }
   return true;
 }

@@ -30,16 +30,11 @@ static_assert(sizeof(Item) == sizeof(ipt_param) && sizeof(Item) == sizeof(ipt_ma
 
 // A null list counts as empty: rules for commands without items have none.
 inline std::uint32_t item_count(const list_obj *list) {
-  return list == nullptr ? 0 : list_size(list);
+  return list == nullptr ? 0 : list->count;
 }
 
-inline const Item &as_item(const void *data) {
-  return *static_cast<const Item *>(data);
-}
-
-// REQUIRES: position < item_count(list)
-inline const Item &item_at(const list_obj *list, std::uint32_t position) {
-  return as_item(list_get_at(list, position));
+inline const Item &item_of(const list_elem *element) {
+  return *static_cast<const Item *>(element->data);
 }
 
 }  // namespace talvera::ipt

@@ -17,12 +17,14 @@ struct NameTables {
   // The NUL-terminated name of `number` in a table; null if the table has no such number.
   [[nodiscard]] const char *name(std::size_t table, std::uint32_t number) const {
     const std::uint32_t first = firsts[table];
-    return number < firsts[table + 1] - first ? text.data() + starts[first + number] : nullptr;
+    return number < firsts[table + 1] - first ? &text[texts[table] + starts[first + number]]
+                                              : nullptr;
   }
 
-  std::array<char, Size> text;
-  std::array<std::uint16_t, kMaxNames> starts;
+  std::array<std::uint16_t, kMaxTables> texts;  // where the names of each table begin
   std::array<std::uint8_t, kMaxTables> firsts;  // index of the first name of each table
+  std::array<std::uint8_t, kMaxNames> starts;   // of each name in its table
+  std::array<char, Size> text;
 };
 
 // Builds the tables from NUL-terminated names; a line feed ends each table.
@@ -36,11 +38,12 @@ consteval NameTables<Size> name_tables(const char (&names)[Size]) {
   for (const char c : names) {
     if (c == '\n') {
       tables.firsts[++table] = count;
+      tables.texts[table] = static_cast<std::uint16_t>(start);
       continue;
     }
     tables.text[used++] = c;
     if (c != '\0') continue;
-    tables.starts[count++] = static_cast<std::uint16_t>(start);
+    tables.starts[count++] = static_cast<std::uint8_t>(start - tables.texts[table]);
     start = used;
   }
   return tables;

@@ -3,216 +3,52 @@
 
 #include <array>
 #include <cctype>
-#include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <iterator>
 
 #include "talvera/ipt.h"
 
 namespace talvera::ipt {
 namespace {
 
-struct Protocol {
-  char name[16];
-  std::uint8_t number;
-};
-
-// By first letter; within a letter in lookup order.
-constexpr Protocol kProtocols[] = {
-    // a
-    {"ARGUS", 13},
-    {"AH", 51},
-    {"AX.25", 93},
-    {"ARIS", 104},
-    {"A/N", 107},
-    // b
-    {"BBN-RCC-MON", 10},
-    {"BNA", 49},
-    {"BR-SAT-MON", 76},
-    // c
-    {"CBT", 7},
-    {"CHAOS", 16},
-    {"CFTP", 62},
-    {"CPNX", 72},
-    {"CPHB", 73},
-    {"Compaq-Peer", 110},
-    {"CRTP", 126},
-    {"CRUDP", 127},
-    // d
-    {"DCN-MEAS", 19},
-    {"DCCP", 33},
-    {"DDP", 37},
-    {"DSR", 48},
-    {"DGP", 86},
-    {"DDX", 116},
-    // e
-    {"EGP", 8},
-    {"EMCON", 14},
-    {"ESP", 50},
-    {"EIGRP", 88},
-    {"ETHERIP", 97},
-    {"ENCAP", 98},
-    // f
-    {"FIRE", 125},
-    {"FC", 133},
-    // g
-    {"GGP", 3},
-    {"GRE", 47},
-    {"GMTP", 100},
-    // h
-    {"HOPOPT", 0},
-    {"HMP", 20},
-    {"HIP", 139},
-    // i
-    {"ICMP", 1},
-    {"IGMP", 2},
-    {"IPINIP", 4},
-    {"IPv4", 4},
-    {"IGP", 9},
-    {"IRTP", 28},
-    {"ISO-TP4", 29},
-    {"IDPR", 35},
-    {"IDPR-CMTP", 38},
-    {"IL", 40},
-    {"IPv6", 41},
-    {"IPv6-Route", 43},
-    {"IPv6-Frag", 44},
-    {"IDRP", 45},
-    {"I-NLSP", 52},
-    {"IPv6-ICMP", 58},
-    {"IPv6-NoNxt", 59},
-    {"IPv6-Opts", 60},
-    {"IPPC", 67},
-    {"IPCV", 71},
-    {"ISO-IP", 80},
-    {"IPTM", 84},
-    {"IPIP", 94},
-    {"IFMP", 101},
-    {"IPComp", 108},
-    {"IPX-in-IP", 111},
-    {"IATP", 117},
-    {"ISIS-OVER-IPV4", 124},
-    {"IPLT", 129},
-    // k
-    {"KRYPTOLAN", 65},
-    // l
-    {"LEAF-1", 25},
-    {"LEAF-2", 26},
-    {"LARP", 91},
-    {"L2TP", 115},
-    // m
-    {"MUX", 18},
-    {"MFE-NSP", 31},
-    {"MERIT-INP", 32},
-    {"MOBILE", 55},
-    {"MTP", 92},
-    {"MICP", 95},
-    {"Mobility-Header", 135},
-    {"MPLS-in-IP", 137},
-    {"manet", 138},
-    // n
-    {"NVP-II", 11},
-    {"NETBLT", 30},
-    {"NARP", 54},
-    {"NSFNET-IGP", 85},
-    // o
-    {"OSPF", 89},
-    {"OSPFIGP", 89},
-    // p
-    {"PUP", 12},
-    {"PRM", 21},
-    {"PVP", 75},
-    {"PNNI", 102},
-    {"PIM", 103},
-    {"PGM", 113},
-    {"PTP", 123},
-    {"PIPE", 131},
-    // q
-    {"QNX", 106},
-    // r
-    {"RDP", 27},
-    {"RSVP", 46},
-    {"RVD", 66},
-    {"RSVP-E2E-IGNORE", 134},
-    {"ROHC", 142},
-    {"Reserved", 255},
-    // s
-    {"ST", 5},
-    {"SDRP", 42},
-    {"SWIPE", 53},
-    {"SKIP", 57},
-    {"SAT-EXPAK", 64},
-    {"SAT-MON", 69},
-    {"SUN-ND", 77},
-    {"SECURE-VMTP", 82},
-    {"Sprite-RPC", 90},
-    {"SCC-SP", 96},
-    {"SCPS", 105},
-    {"SNP", 109},
-    {"STP", 118},
-    {"SRP", 119},
-    {"SMP", 121},
-    {"SM", 122},
-    {"SSCOPMCE", 128},
-    {"SPS", 130},
-    {"SCTP", 132},
-    {"Shim6", 140},
-    // t
-    {"TCP", 6},
-    {"TRUNK-1", 23},
-    {"TRUNK-2", 24},
-    {"TP++", 39},
-    {"TLSP", 56},
-    {"TTP", 84},
-    {"TCF", 87},
-    // u
-    {"UDP", 17},
-    {"UTI", 120},
-    {"UDPLite", 136},
-    // v
-    {"VISA", 70},
-    {"VMTP", 81},
-    {"VINES", 83},
-    {"VRRP", 112},
-    // w
-    {"WSN", 74},
-    {"WB-MON", 78},
-    {"WB-EXPAK", 79},
-    {"WESP", 141},
-    // x
-    {"XNET", 15},
-    {"XNS-IDP", 22},
-    {"XTP", 36},
-    // no letter
-    {"3PC", 34},
-    {"-252", 143},
-};
-
-constexpr std::size_t kPackedSize = [] {
-  std::size_t size = 0;
-  for (const Protocol &protocol : kProtocols)
-    size += std::string_view(protocol.name).size() + 2;
-  return size;
-}();
-
-// The stored form of the table: for each protocol its number, its name and a NUL. Pointers would be
-// larger and need a load-time relocation each.
-constexpr std::array<char, kPackedSize> kPacked = [] {
-  std::array<char, kPackedSize> packed{};
-  auto *end = packed.begin();
-  for (const Protocol &protocol : kProtocols) {
-    *end++ = static_cast<char>(protocol.number);
-    for (const char c : std::string_view(protocol.name))
-      *end++ = c;
-    ++end;
-  }
-  return packed;
-}();
-
-// The initial by which lookups skip entries: a letter, or NUL for all else.
-char initial(char lower_case) {
-  return lower_case >= 'a' && lower_case <= 'z' ? lower_case : '\0';
-}
+// The NUL-terminated names of the numbers from 0, empty for unassigned numbers; then the names of
+// kOtherNumbers. Pointers to names would be larger and need a load-time relocation each.
+constexpr char kNames[] =
+    // 0
+    "HOPOPT\0ICMP\0IGMP\0GGP\0IPINIP\0ST\0TCP\0CBT\0EGP\0IGP\0"
+    // 10
+    "BBN-RCC-MON\0NVP-II\0PUP\0ARGUS\0EMCON\0XNET\0CHAOS\0UDP\0MUX\0DCN-MEAS\0"
+    // 20
+    "HMP\0PRM\0XNS-IDP\0TRUNK-1\0TRUNK-2\0LEAF-1\0LEAF-2\0RDP\0IRTP\0ISO-TP4\0"
+    // 30
+    "NETBLT\0MFE-NSP\0MERIT-INP\0DCCP\0"
+    "3PC\0IDPR\0XTP\0DDP\0IDPR-CMTP\0TP++\0"
+    // 40
+    "IL\0IPv6\0SDRP\0IPv6-Route\0IPv6-Frag\0IDRP\0RSVP\0GRE\0DSR\0BNA\0"
+    // 50
+    "ESP\0AH\0I-NLSP\0SWIPE\0NARP\0MOBILE\0TLSP\0SKIP\0IPv6-ICMP\0IPv6-NoNxt\0"
+    // 60
+    "IPv6-Opts\0\0CFTP\0\0SAT-EXPAK\0KRYPTOLAN\0RVD\0IPPC\0\0SAT-MON\0"
+    // 70
+    "VISA\0IPCV\0CPNX\0CPHB\0WSN\0PVP\0BR-SAT-MON\0SUN-ND\0WB-MON\0WB-EXPAK\0"
+    // 80
+    "ISO-IP\0VMTP\0SECURE-VMTP\0VINES\0IPTM\0NSFNET-IGP\0DGP\0TCF\0EIGRP\0OSPF\0"
+    // 90
+    "Sprite-RPC\0LARP\0MTP\0AX.25\0IPIP\0MICP\0SCC-SP\0ETHERIP\0ENCAP\0\0"
+    // 100
+    "GMTP\0IFMP\0PNNI\0PIM\0ARIS\0SCPS\0QNX\0A/N\0IPComp\0SNP\0"
+    // 110
+    "Compaq-Peer\0IPX-in-IP\0VRRP\0PGM\0\0L2TP\0DDX\0IATP\0STP\0SRP\0"
+    // 120
+    "UTI\0SMP\0SM\0PTP\0ISIS-OVER-IPV4\0FIRE\0CRTP\0CRUDP\0SSCOPMCE\0IPLT\0"
+    // 130
+    "SPS\0PIPE\0SCTP\0FC\0RSVP-E2E-IGNORE\0Mobility-Header\0UDPLite\0MPLS-in-IP\0manet\0HIP\0"
+    // 140
+    "Shim6\0WESP\0ROHC\0-252\0"
+    // others
+    "IPv4\0TTP\0OSPFIGP\0Reserved\0none\0";
+constexpr unsigned kNumbers = 144;
+constexpr std::array<std::uint8_t, 5> kOtherNumbers = {4, 84, 89, 255, 0};
 
 }  // namespace
 }  // namespace talvera::ipt
@@ -221,16 +57,14 @@ using namespace talvera::ipt;
 
 extern "C" int wkp_prot_from_name(const char *name) {
   if (name == nullptr) return -1;
-  if (strcasecmp(name, "none") == 0) return 0;
-  const char wanted = initial(static_cast<char>(std::tolower(static_cast<unsigned char>(name[0]))));
-  for (const char *entry = kPacked.begin(); entry != kPacked.end();) {
-    const char *const candidate = entry + 1;
-    if (initial(static_cast<char>(*candidate | 0x20)) == wanted &&
-        strcasecmp(candidate, name) == 0) {
-      return static_cast<std::uint8_t>(*entry);
+  const int initial = std::tolower(static_cast<unsigned char>(name[0]));
+  unsigned number = 0;
+  for (const char *candidate = kNames; candidate != std::end(kNames) - 1; ++number) {
+    // Most names differ in the first character.
+    if ((*candidate | 0x20) == initial && strcasecmp(candidate, name) == 0) {
+      return static_cast<int>(number < kNumbers ? number : kOtherNumbers[number - kNumbers]);
     }
-    entry = candidate;
-    while (*entry++ != '\0') {
+    while (*candidate++ != '\0') {
     }
   }
   return -1;

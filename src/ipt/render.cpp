@@ -39,86 +39,82 @@ const char *name_of(Table table, std::uint32_t number) {
   return kNames.name(table, number);
 }
 
-constexpr std::size_t kSectionSize = 64;       // size of a section including a terminator
+constexpr std::size_t kSectionLength = 63;     // characters of a section
 constexpr std::size_t kMaxBeforeTarget = 191;  // characters before the target section
-static_assert(kMaxBeforeTarget + kSectionSize <= IPT_LINE_SIZE);
+static_assert(kMaxBeforeTarget + kSectionLength < IPT_LINE_SIZE);
 
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
-// The line in the caller's buffer. It cannot overflow: a section adds at most 63 characters, or 63
-// and a name when it fails, and no section follows one that ends after character 191.
+// The end of the line in the caller's buffer. It cannot overflow: a section adds at most 63
+// characters, or 63 and a name when it fails, and no section follows one that ends after
+// character 191.
 struct Line {
-  explicit Line(char *buf) : start(buf), end(buf) {}
+  explicit Line(char *buf) : end(buf) {}
 
-  void append(const char *text, std::size_t length) {
-    std::memcpy(end, text, length);
-    end += length;
-  }
-  [[nodiscard]] std::size_t length() const { return static_cast<std::size_t>(end - start); }
-
-  char *start;
   char *end;
+  std::size_t room = 0;  // characters left in the section
 };
 
-// Appends the concatenated words; null counts as empty. A section that does not fit is omitted.
-bool append_section(Line &line, std::initializer_list<const char *> words) {
-  char section[kSectionSize];
-  std::size_t room = kSectionSize - 1;
-  char *end = section;
-  for (const char *word : words) {
-    if (word == nullptr) continue;
-    const std::size_t length = std::strlen(word);
-    if (length > room) return false;
-    std::memcpy(end, word, length);
-    end += length;
-    room -= length;
+// Appends a format in which each "%" stands for the next word; null counts as empty. A text that
+// does not fit into the section is omitted.
+[[gnu::noinline]] bool append(Line &line, const char *format, const char *first,
+                              const char *second = nullptr, const char *third = nullptr) {
+  const char *const words[] = {first, second, third};
+  const char *const *word = words;
+  char *end = line.end;
+  const char *const limit = end + line.room;
+  for (; *format != '\0'; ++format) {
+    const bool is_word = *format == '%';
+    const char *text = is_word ? *word++ : format;
+    if (text == nullptr) continue;
+    for (; *text != '\0'; ++text) {
+      if (end == limit) return false;
+      *end++ = *text;
+      if (!is_word) break;
+    }
   }
-  line.append(section, kSectionSize - 1 - room);
+  line.room = static_cast<std::size_t>(limit - end);
+  line.end = end;
   return true;
 }
 
 bool table_section(const ipt_rule &rule, Line &line) {
   const char *const table = name_of(kTables, rule.table);
-  return table != nullptr && append_section(line, {"iptables -t ", table});
+  return table != nullptr && append(line, "iptables -t %", table);
 }
 
 bool command_section(const ipt_rule &rule, Line &line) {
   const char *const command = name_of(kCommands, rule.command);
   const char *const chain = name_of(kChains, rule.chain);
   return command != nullptr && chain != nullptr &&
-         append_section(line, {" -", command, " ", chain, " ", rule.command_argument});
-}
-
-// Appends " text", or " ! text" if negated, unless it does not fit.
-void append_if_fits(Line &line, std::size_t &room, const char *text, int negated) {
-  if (text == nullptr) return;
-  const std::size_t blank = negated != 0 ? 3 : 1;
-  const std::size_t length = std::strlen(text);
-  if (blank + length >= room) return;
-  line.append(" ! ", blank);
-  line.append(text, length);
-  room -= blank + length;
+         append(line, " -% % %", command, chain, rule.command_argument);
 }
 
 // Appends the section of parameters or of matches. The items share the space of the section: an
 // item's name is always written, what follows it only if it fits; the name is deducted last, and
 // the section fails if it exceeds the remaining space.
-bool append_items(Line &line, const list_obj *list, Table names, const char *dash) {
-  std::size_t room = kSectionSize;
-  for (std::uint32_t i = 0; i < item_count(list); ++i) {
-    const Item &item = item_at(list, i);
+bool append_items(Line &line, const list_obj *list, Table names, const char *format) {
+  if (list == nullptr) return true;  // as in rules for commands without items
+  for (const list_elem *element = list->head->next; element != list->tail;
+       element = element->next) {
+    const Item &item = item_of(element);
     const char *const name = name_of(names, item.item);
     const char *const option = name_of(kOptions, item.option);
     if (name == nullptr || option == nullptr) return false;
-    const char *const before = line.end;
-    line.append(dash, std::strlen(dash));
-    line.append(name, std::strlen(name));
-    const auto length = static_cast<std::size_t>(line.end - before);
-    if (names == kParams) append_if_fits(line, room, item.value, item.negation & IPT_NEGATE_VALUE);
-    if (*option != '\0') append_if_fits(line, room, option, item.negation & IPT_NEGATE_OPTION);
-    append_if_fits(line, room, item.option_value, item.negation & IPT_NEGATE_OPTION_VALUE);
-    if (room <= length) return false;
-    room -= length;
+    const std::size_t room = line.room;
+    line.room = kSectionLength;
+    append(line, format, name);
+    const std::size_t length = kSectionLength - line.room;
+    line.room = room;
+    const char *const words[] = {names == kParams ? item.value : nullptr,
+                                 *option != '\0' ? option : nullptr, item.option_value};
+    unsigned negated = item.negation / IPT_NEGATE_VALUE;
+    for (const char *word : words) {
+      if (word != nullptr) append(line, negated % 2 != 0 ? " ! %" : " %", word);
+      negated /= 2;
+    }
+    if (line.room < length) return false;
+    line.room -= length;
   }
   return true;
 }
@@ -127,8 +123,8 @@ bool target_section(const ipt_rule &rule, Line &line) {
   if (rule.target == IPT_TARGET_NONE) return true;
   const char *const target = name_of(kTargets, rule.target);
   const bool translates = rule.target == IPT_TARGET_DNAT || rule.target == IPT_TARGET_SNAT;
-  return target != nullptr && append_section(line, {" -j ", target, " ", translates ? "--to" : "",
-                                                    " ", rule.target_argument});
+  return target != nullptr &&
+         append(line, " -j % % %", target, translates ? "--to" : nullptr, rule.target_argument);
 }
 
 bool append_step(int step, const ipt_rule &rule, Line &line) {
@@ -138,9 +134,9 @@ bool append_step(int step, const ipt_rule &rule, Line &line) {
     case kCommand:
       return command_section(rule, line);
     case kParameters:
-      return append_items(line, rule.params, kParams, " -");
+      return append_items(line, rule.params, kParams, " -%");
     case kMatchModules:
-      return append_items(line, rule.matches, kMatches, " -m ");
+      return append_items(line, rule.matches, kMatches, " -m %");
     default:
       return target_section(rule, line);
   }
@@ -153,9 +149,12 @@ int failure(int error, int step) {
 
 // Returns 0 or, after logging, IPT_RULE_FAILED; the line is not yet terminated.
 int append_all(const ipt_rule &rule, Line &line) {
+  const char *const start = line.end;
   for (int step = kTable; step <= kTarget; ++step) {
+    line.room = kSectionLength;
     if (!append_step(step, rule, line)) return failure(-1, step);
-    if (step < kTarget && line.length() > kMaxBeforeTarget) return failure(-2, step + 1);
+    const auto length = static_cast<std::size_t>(line.end - start);
+    if (step < kTarget && length > kMaxBeforeTarget) return failure(-2, step + 1);
   }
   return 0;
 }

@@ -66,14 +66,12 @@ void *add_item(list_obj **slot, const ItemKind &kind, const ipt_param &item) {
 
 void free_items(list_obj *list) {
   if (list == nullptr) return;
-  list_iterator_stop(list);  // the caller may have left an iteration open
-  list_iterator_start(list);
-  while (list_iterator_hasnext(list) != 0) {
-    void *const data = list_iterator_next(list);
-    const Item &item = as_item(data);
+  for (const list_elem *element = list->head->next; element != list->tail;
+       element = element->next) {
+    const Item &item = item_of(element);
     std::free(item.value);
     std::free(item.option_value);
-    std::free(data);
+    std::free(element->data);
   }
   list_destroy(list);
   std::free(list);
@@ -92,10 +90,8 @@ extern "C" ipt_rule *ipt_rule_init(void) {
   RulePtr rule(ipt_simplerule_init());
   if (rule == nullptr) return nullptr;
   rule->params = make_list();
-  if (rule->params == nullptr) return nullptr;
   rule->matches = make_list();
-  if (rule->matches == nullptr) return nullptr;
-  return rule.release();
+  return rule->params != nullptr && rule->matches != nullptr ? rule.release() : nullptr;
 }
 
 extern "C" void ipt_rule_free(ipt_rule *rule) {

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 
+#include "internal/ascii.h"
 #include "internal/fail.h"
 #include "internal/integer32.h"
 #include "talvera/ipt.h"
@@ -17,20 +17,21 @@ namespace {
 
 enum PortInput { kNoPort = -1, kPlainNumber = 1, kNumberAndMore = 2 };
 
-// Parses a number like "%d" and advances past it.
-bool read_int(const char *&text, std::int32_t &value) {
-  const Integer32 number = parse_integer32(text, 10);
-  if (number.end == text) return false;
-  text = number.end;
-  value = number.as_signed;
-  return true;
-}
+constexpr char kProtocols[][5] = {"tcp", "udp", "icmp", "ALL"};
 
 }  // namespace
 
+const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text) {
+  if (text == nullptr || *text != '!') return text;
+  if (bit < 8) mask = static_cast<std::uint8_t>(mask | 1U << bit);
+  while (*++text == ' ') {
+  }
+  return text;
+}
+
 bool is_protocol(const char *text) {
   if (text == nullptr || *text == '\0') return false;
-  for (const char *name : {"tcp", "udp", "icmp", "ALL"}) {
+  for (const char *name : kProtocols) {
     if (std::strcmp(text, name) == 0) return true;
   }
   return ipt_check_port_input(text) == kPlainNumber;
@@ -42,10 +43,7 @@ using namespace talvera::ipt;
 
 extern "C" void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *text,
                                   const char **result) {
-  *result = text;
-  if (text == nullptr || *text != '!') return;
-  if (bit < 8) *mask = static_cast<uint8_t>(*mask | 1U << bit);
-  *result = text + 1 + std::strspn(text + 1, " ");
+  *result = skip_negation(bit, *mask, text);
 }
 
 extern "C" char *ipt_make_protocol_value(const char *text) {
@@ -54,9 +52,11 @@ extern "C" char *ipt_make_protocol_value(const char *text) {
 
 extern "C" int ipt_check_port_input(const char *text) {
   if (text == nullptr) return kNoPort;
-  const std::size_t digits = std::strspn(text, "0123456789");
-  if (text[digits] == '\0') return kPlainNumber;
-  return digits > 0 ? kNumberAndMore : kNoPort;
+  const char *end = text;
+  while (talvera::digit_value(*end) < 10)
+    ++end;
+  if (*end == '\0') return kPlainNumber;
+  return end != text ? kNumberAndMore : kNoPort;
 }
 
 extern "C" char *ipt_make_port_value(const char *text) {
@@ -78,12 +78,14 @@ extern "C" int ipt_calc_portrange(const char *external, int internal_port, char 
     return 0;
   }
   if (kind == kNoPort || std::strchr(external, ':') == nullptr) return talvera::fail(EINVAL);
-  std::int32_t low = 0;
-  std::int32_t high = 0;
-  if (!read_int(external, low)) return talvera::fail(EINVAL);
-  if (low == internal_port) return 0;
-  if (*external++ != ':' || !read_int(external, high)) return talvera::fail(EINVAL);
-  const std::uint32_t ports = static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low);
+  const talvera::Integer32 low = talvera::parse_integer32(external, 10);
+  if (low.as_signed == internal_port) return 0;
+  if (*low.end != ':') return talvera::fail(EINVAL);
+  const char *const second = low.end + 1;
+  const talvera::Integer32 high = talvera::parse_integer32(second, 10);
+  if (high.end == second) return talvera::fail(EINVAL);
+  const std::uint32_t ports =
+      static_cast<std::uint32_t>(high.as_signed) - static_cast<std::uint32_t>(low.as_signed);
   const auto last = static_cast<std::int32_t>(static_cast<std::uint32_t>(internal_port) + ports);
   std::snprintf(buf, size, "%d-%d", internal_port, static_cast<int>(last));
   return 0;

@@ -1,7 +1,13 @@
 // Validation of user input for the canned rules.
 #pragma once
 
+#include <cstdint>
+
 namespace talvera::ipt {
+
+// Skips a leading "!" and the spaces after it, setting bit number `bit` of the mask. Null stays
+// null.
+const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text);
 
 // Whether a text is a valid argument of "-p".
 bool is_protocol(const char *text);
