@@ -38,7 +38,7 @@ void set_date(datetime &date, std::int32_t days) {
 }
 
 bool is_gregorian_leap_year(int year) {
-  return year % 4 == 0 && (year % 25 != 0 || year % 16 == 0);
+  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
 }
 
 }  // namespace
