@@ -11,16 +11,16 @@ constexpr bool is_blank(char c) {
 
 // Space, tab, line feed, vertical tab, form feed, carriage return.
 constexpr bool is_space(char c) {
-  return c == ' ' || static_cast<std::uint8_t>(c - '\t') <= '\r' - '\t';
+  return c == ' ' || static_cast<std::uint32_t>(c) - '\t' <= '\r' - '\t';
 }
 
 // Value of a decimal digit or a letter (10 to 35 in either case), the digits of bases up to 36; 255
 // for any other character. Inlined because a call would cost more.
-[[gnu::always_inline]] constexpr std::uint8_t digit_value(char c) {
-  const auto digit = static_cast<std::uint8_t>(c - '0');
+[[gnu::always_inline]] constexpr std::uint32_t digit_value(char c) {
+  const std::uint32_t digit = static_cast<std::uint32_t>(c) - '0';
   if (digit < 10) return digit;
-  const auto letter = static_cast<std::uint8_t>((c | 0x20) - 'a');
-  return letter < 26 ? static_cast<std::uint8_t>(letter + 10) : 255;
+  const std::uint32_t letter = (c & 0xDF) - 'A';
+  return letter < 26 ? letter + 10 : 255;
 }
 
 inline constexpr char kHexDigits[] = "0123456789abcdef";

@@ -21,24 +21,28 @@ struct Integer32 {
   const char *p = skip_spaces(text);
   const bool negative = *p == '-';
   if (negative || *p == '+') ++p;
-  if ((base == 0 || base == 16) && *p == '0' && (p[1] | 0x20) == 'x' && is_hex_digit(p[2])) {
-    base = 16;
-    p += 2;
-  } else if (base == 0) {
-    base = *p == '0' ? 8 : 10;
+  if ((base | 16) == 16 && *p == '0') {  // base 0 or 16
+    end = p + 1;                         // of the number, if no digit follows the "x"
+    if ((p[1] | 0x20) == 'x') {
+      base = 16;
+      p += 2;
+    } else if (base == 0) {
+      base = 8;
+    }
   }
+  if (base == 0) base = 10;
   std::uint32_t magnitude = 0;
-  bool overflow = false;
+  std::uint32_t overflow = 0;
   for (unsigned digit; (digit = digit_value(*p)) < base; end = ++p) {
     const std::uint64_t value = std::uint64_t{magnitude} * base + digit;
-    overflow |= value > UINT32_MAX;
+    overflow |= static_cast<std::uint32_t>(value >> 32);
     magnitude = static_cast<std::uint32_t>(value);
   }
-  if (overflow) magnitude = UINT32_MAX;
+  if (overflow != 0) magnitude = UINT32_MAX;
   // The largest magnitude of a signed number with this sign.
   const std::uint32_t limit = INT32_MAX + std::uint32_t{negative};
   const std::uint32_t clamped = magnitude < limit ? magnitude : limit;
-  return {end, negative && !overflow ? 0U - magnitude : magnitude,
+  return {end, negative && overflow == 0 ? 0U - magnitude : magnitude,
           static_cast<std::int32_t>(negative ? 0U - clamped : clamped)};
 }
 

@@ -25,9 +25,8 @@ TALVERA_ALIAS(strcatdest, str_cat);
 extern "C" char *str_ncat(char *dst, const char *src, int n) {
   const std::size_t limit = n > 0 ? static_cast<std::size_t>(n) : 0;
   const std::size_t kept = strnlen(dst, limit);
-  const std::size_t added = strnlen(src, limit - kept);
-  std::memcpy(dst + kept, src, added);
-  char *const end = dst + kept + added;
+  void *const after = memccpy(dst + kept, src, '\0', limit - kept);
+  char *const end = after != nullptr ? static_cast<char *>(after) - 1 : dst + limit;
   *end = '\0';  // truncates text that already exceeded the limit
   return end;
 }
@@ -52,7 +51,9 @@ extern "C" int string_toupper(char *s) {
 
 extern "C" void put_str(char *buf, int *length, const char *str) {
   if (length == nullptr || str == nullptr) return;
-  const std::size_t added = std::strlen(str);
-  if (buf != nullptr) std::memcpy(buf + *length, str, added + 1);
-  *length += static_cast<int>(added);
+  if (buf == nullptr) {
+    *length += static_cast<int>(std::strlen(str));
+  } else {
+    *length = static_cast<int>(stpcpy(buf + *length, str) - buf);
+  }
 }

@@ -12,50 +12,56 @@ namespace {
 
 constexpr char kDelimiterPriority[] = " -/";
 
-bool is_quote(char c) {
-  return c == '"' || c == '\'';
+// Moves past the quote that opens a word; returns it, or 0.
+[[gnu::always_inline]] inline char take_quote(char *&p) {
+  return *p == '"' || *p == '\'' ? *p++ : '\0';
 }
 
-// The end of a quoted word: the closing quote or the terminator.
-char *quoted_end(char *p, char quote) {
-  while (*p != '\0' && *p != quote)
-    ++p;
-  return p;
+// The end of a word: the closing quote if it is quoted, otherwise white space, or the terminator.
+[[gnu::always_inline]] inline char *word_end(char *word, char quote) {
+  return quote != '\0' ? strchrnul(word, quote) : skip_nonspace(word);
 }
 
-// Splits a string at any character of a set, like strtok_r().
-class Tokenizer {
+// A set of characters, which includes the terminator.
+class CharacterSet {
  public:
-  Tokenizer(char *s, const char *delimiters) : position_(s) {
-    for (; *delimiters != '\0'; ++delimiters)
-      add(*delimiters);
+  explicit CharacterSet(const char *characters) {
+    do {
+      const auto byte = static_cast<std::uint8_t>(*characters);
+      bits_[byte / 32] |= 1U << byte % 32;
+    } while (*characters++ != '\0');
   }
 
-  // The next token, terminated in place; null at the end.
-  char *next() {
-    while (*position_ != '\0' && contains(*position_))
-      ++position_;
-    if (*position_ == '\0') return nullptr;
-    char *const token = position_;
-    while (*position_ != '\0' && !contains(*position_))
-      ++position_;
-    if (*position_ != '\0') *position_++ = '\0';
-    return token;
+  [[nodiscard]] bool contains(char c) const {
+    const auto byte = static_cast<std::uint8_t>(c);
+    return (bits_[byte / 32] >> byte % 32 & 1U) != 0;
   }
 
  private:
-  void add(char c) {
-    const auto byte = static_cast<std::uint8_t>(c);
-    set_[byte / 32] |= 1U << byte % 32;
-  }
-  [[nodiscard]] bool contains(char c) const {
-    const auto byte = static_cast<std::uint8_t>(c);
-    return (set_[byte / 32] >> byte % 32 & 1U) != 0;
-  }
-
-  char *position_;
-  std::uint32_t set_[8] = {};  // one bit per byte value
+  std::uint32_t bits_[8] = {};
 };
+
+// Splits a string at delimiters like strtok_r(). Clears `slots` entries of `argv`, then stores up
+// to `slots` + 1 tokens. Returns the first token that is not stored; null at the end of the string,
+// or without looking further once `enough` tokens are stored (-1: never).
+char *split(char *s, const char *delimiters, int *argc, char *argv[], int slots, int enough) {
+  *argc = 0;
+  std::fill_n(argv, slots, nullptr);
+  const CharacterSet ends(delimiters);
+  char *p = skip_space(s);
+  while (*argc != enough) {
+    for (; ends.contains(*p); ++p) {
+      if (*p == '\0') return nullptr;
+    }
+    char *const token = p;
+    while (!ends.contains(*p))
+      ++p;
+    if (*p != '\0') *p++ = '\0';
+    if (*argc > slots) return token;
+    argv[(*argc)++] = token;
+  }
+  return nullptr;
+}
 
 }  // namespace
 }  // namespace talvera::text
@@ -65,35 +71,27 @@ using namespace talvera::text;
 extern "C" char *token_extract(char **cursor) {
   char *token = skip_space(*cursor);
   if (*token == '\0') return nullptr;
-  char *const end = is_quote(*token) ? quoted_end(token + 1, *token) : skip_nonspace(token);
-  if (is_quote(*token)) ++token;
+  const char quote = take_quote(token);
+  char *end = word_end(token, quote);
   if (*end == '\0') {
-    *cursor = nullptr;
+    end = nullptr;
   } else {
-    *end = '\0';
-    *cursor = end + 1;
+    *end++ = '\0';
   }
+  *cursor = end;
   return token;
 }
 
 extern "C" void str_to_args(char *s, int *argc, char *argv[20]) {
   *argc = 0;
   std::fill_n(argv, ARGS_SLOTS, nullptr);
-  char *p = skip_space(s);
-  while (*argc < ARGS_SLOTS && *p != '\0') {
-    char *end;
-    if (is_quote(*p)) {
-      argv[*argc] = p + 1;
-      end = quoted_end(p + 1, *p);
-      if (*end != '\0')
-        *end++ = '\0';  // intentionally, the next character is the separator, whatever it is
-    } else {
-      argv[*argc] = p;
-      end = skip_nonspace(p);
-    }
-    if (*end != '\0') *end++ = '\0';
-    p = skip_space(end);
-    ++*argc;
+  for (char *p = skip_space(s); *argc < ARGS_SLOTS && *p != '\0'; p = skip_space(p)) {
+    const char quote = take_quote(p);
+    argv[(*argc)++] = p;
+    p = word_end(p, quote);
+    // Intentionally, the character after a closing quote is the separator, whatever it is.
+    if (quote != '\0' && *p != '\0') *p++ = '\0';
+    if (*p != '\0') *p++ = '\0';
   }
 }
 
@@ -105,24 +103,10 @@ extern "C" const char *str_get_delim(const char *s) {
 }
 
 extern "C" char *str_to_args_by_delim(char *s, const char *delims, int *argc, char *argv[]) {
-  *argc = 0;
-  std::fill_n(argv, ARGS_SLOTS, nullptr);
-  Tokenizer tokens(skip_space(s), delims);
-  while (*argc < ARGS_SLOTS) {
-    char *const token = tokens.next();
-    if (token == nullptr) break;
-    argv[(*argc)++] = token;
-  }
-  return nullptr;
+  return split(s, delims, argc, argv, ARGS_SLOTS, ARGS_SLOTS);
 }
 
 extern "C" char *str_to_args_by_delim1(char *s, const char *delims, int *argc, char *argv[],
                                        int max) {
-  *argc = 0;
-  std::fill_n(argv, std::max(max, 0), nullptr);
-  Tokenizer tokens(skip_space(s), delims);
-  char *token;
-  while ((token = tokens.next()) != nullptr && *argc <= max)
-    argv[(*argc)++] = token;
-  return token;
+  return split(s, delims, argc, argv, max, -1);
 }

@@ -31,72 +31,22 @@ std::uint8_t symbol(char c) {
   return kSymbols[static_cast<std::uint8_t>(c)];
 }
 
-// Encodes a group of three bytes, the upper ones of `group`, as four characters.
-void write_characters(std::uint32_t group, char *out) {
-  out[0] = kAlphabet[group >> 26];
-  out[1] = kAlphabet[group >> 20 & 63];
-  out[2] = kAlphabet[group >> 14 & 63];
-  out[3] = kAlphabet[group >> 8 & 63];
-}
-
-// Decodes up to `groups` groups of four characters, stopping at one with padding or a skipped
-// character; returns the number decoded.
-std::size_t decode_values(const char *in, std::size_t groups, unsigned char *out) {
-  for (std::size_t done = 0; done < groups; ++done, in += 4, out += 3) {
+// Decodes groups of four characters from `in` to `end`, stopping at one with padding or a skipped
+// character; returns where it stopped and advances `out`.
+const char *decode_values(const char *in, const char *end, unsigned char *&out) {
+  for (; in != end; in += 4, out += 3) {
     const std::uint32_t a = symbol(in[0]);
     const std::uint32_t b = symbol(in[1]);
     const std::uint32_t c = symbol(in[2]);
     const std::uint32_t d = symbol(in[3]);
-    if ((a | b | c | d) >= kPad) return done;
+    if ((a | b | c | d) >= kPad) break;
     const std::uint32_t group = a << 18 | b << 12 | c << 6 | d;
     out[0] = static_cast<unsigned char>(group >> 16);
     out[1] = static_cast<unsigned char>(group >> 8);
     out[2] = static_cast<unsigned char>(group);
   }
-  return groups;
+  return in;
 }
-
-// Collects symbols into groups of 24 bits and writes their bytes.
-class Decoder {
- public:
-  Decoder(unsigned char *out, std::size_t capacity) : out_(out), capacity_(capacity) {}
-
-  [[nodiscard]] std::size_t written() const { return written_; }
-  [[nodiscard]] bool is_complete() const { return collected_ == 0; }
-
-  // Decodes leading whole groups without padding or skipped characters; returns the number of
-  // characters consumed.
-  std::size_t take_whole_groups(const char *in, std::size_t length) {
-    if (collected_ != 0 || bytes_per_group_ != 3) return 0;
-    const std::size_t groups =
-        decode_values(in, std::min(length / 4, (capacity_ - written_) / 3), out_ + written_);
-    written_ += 3 * groups;
-    return 4 * groups;
-  }
-
-  // Adds a value or a pad; false when it completes a group that does not fit.
-  bool take(std::uint8_t value) {
-    if (value == kPad) {
-      value = 0;
-      if (bytes_per_group_ > 1) --bytes_per_group_;
-    }
-    group_ = group_ << 6 | value;
-    if (++collected_ < 4) return true;
-    if (capacity_ - written_ < bytes_per_group_) return false;
-    for (unsigned i = 0; i < bytes_per_group_; ++i)
-      out_[written_++] = static_cast<unsigned char>(group_ >> (16 - 8 * i));
-    collected_ = 0;
-    return true;
-  }
-
- private:
-  unsigned char *out_;
-  std::size_t capacity_;
-  std::size_t written_ = 0;
-  std::uint32_t group_ = 0;       // symbols collected so far, in the lower 24 bits
-  unsigned collected_ = 0;        // number of symbols in group_
-  unsigned bytes_per_group_ = 3;  // reduced by each pad, intentionally for all later groups too
-};
 
 }  // namespace
 }  // namespace talvera::text
@@ -112,16 +62,24 @@ extern "C" int base64_encode(const unsigned char *data, unsigned int length, cha
     *size = needed;
     return talvera::fail(ENOSPC);
   }
-  std::size_t rest = length;
-  for (; rest > 3; rest -= 3, data += 3, buf += 4)
-    write_characters(talvera::load_be32(data), buf);
-  if (rest > 0) {
-    std::uint32_t last = std::uint32_t{data[0]} << 24;
-    if (rest > 1) last |= std::uint32_t{data[1]} << 16;
-    if (rest > 2) last |= std::uint32_t{data[2]} << 8;
-    write_characters(last, buf);
-    if (rest < 3) buf[3] = '=';
-    if (rest < 2) buf[2] = '=';
+  // The upper three bytes of each word; so the last group is left even if it is whole.
+  for (; length > 3; length -= 3, data += 3, buf += 4) {
+    const std::uint32_t group = talvera::load_be32(data);
+    buf[0] = kAlphabet[group >> 26];
+    buf[1] = kAlphabet[group >> 20 & 63];
+    buf[2] = kAlphabet[group >> 14 & 63];
+    buf[3] = kAlphabet[group >> 8 & 63];
+  }
+  if (length > 0) {
+    std::uint32_t group = data[0] << 16;
+    if (length > 1) group |= data[1] << 8;
+    if (length > 2) group |= data[2];
+    buf[0] = kAlphabet[group >> 18];
+    buf[1] = kAlphabet[group >> 12 & 63];
+    buf[2] = kAlphabet[group >> 6 & 63];
+    buf[3] = kAlphabet[group & 63];
+    if (length < 3) buf[3] = '=';
+    if (length < 2) buf[2] = '=';
     buf += 4;
   }
   *buf = '\0';
@@ -132,14 +90,32 @@ extern "C" int base64_encode(const unsigned char *data, unsigned int length, cha
 extern "C" int base64_decode(const char *text, unsigned int length, unsigned char *buf,
                              unsigned int *size) {
   if (text == nullptr || buf == nullptr || size == nullptr) return talvera::fail(EINVAL);
-  Decoder decoder(buf, *size);
-  for (std::size_t i = 0; i < length;) {
-    i += decoder.take_whole_groups(text + i, length - i);
-    if (i == length) break;
-    const std::uint8_t value = symbol(text[i++]);
-    if (value != kSkipped && !decoder.take(value)) return talvera::fail(ENOSPC);
+  const char *const end = text + length;
+  unsigned char *out = buf;
+  std::uint32_t group = 0;   // values collected for the next group, in the lower bits
+  unsigned collected = 0;    // number of them
+  unsigned group_bytes = 3;  // reduced by each pad, intentionally for all later groups too
+  while (text != end) {
+    if (collected == 0 && group_bytes == 3) {
+      const std::size_t room = *size - static_cast<std::size_t>(out - buf);
+      const std::size_t groups = std::min(static_cast<std::size_t>(end - text) / 4, room / 3);
+      text = decode_values(text, text + 4 * groups, out);
+      if (text == end) break;
+    }
+    std::uint8_t value = symbol(*text++);
+    if (value == kSkipped) continue;
+    if (value == kPad) {
+      value = 0;
+      if (group_bytes > 1) --group_bytes;
+    }
+    group = group << 6 | value;
+    if (++collected < 4) continue;
+    if (*size - static_cast<std::size_t>(out - buf) < group_bytes) return talvera::fail(ENOSPC);
+    collected = 0;
+    for (unsigned i = 0; i < group_bytes; ++i, group <<= 8)
+      *out++ = static_cast<unsigned char>(group >> 16);
   }
-  if (!decoder.is_complete()) return talvera::fail(EINVAL);
-  *size = static_cast<unsigned int>(decoder.written());
+  if (collected != 0) return talvera::fail(EINVAL);
+  *size = static_cast<unsigned int>(out - buf);
   return 0;
 }

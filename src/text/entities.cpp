@@ -24,17 +24,16 @@ constexpr std::uint32_t kDangerous = [] {
 }();
 
 [[gnu::always_inline]] inline bool is_dangerous(char c) {
-  const std::uint32_t distance = static_cast<std::uint8_t>(c) - std::uint32_t{'"'};
+  const std::uint32_t distance = static_cast<std::uint32_t>(c) - '"';
   return distance < 32 && (kDangerous >> distance & 1) != 0;
 }
 
 char *write_reference(char *out, char c) {
-  const auto byte = static_cast<std::uint8_t>(c);
   out[0] = '&';
   out[1] = '#';
   out[2] = 'x';
-  out[3] = kHexDigits[byte >> 4];
-  out[4] = kHexDigits[byte & 15];
+  out[3] = static_cast<char>('0' + (c >> 4));  // all dangerous characters are below 0x40
+  out[4] = kHexDigits[c & 15];
   out[5] = ';';
   return out + kReferenceSize;
 }

@@ -1,8 +1,6 @@
 // Parsing of MAC addresses entered by users.
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <span>
 
 #include "internal/ascii.h"
 #include "talvera/encode.h"
@@ -10,6 +8,7 @@
 namespace talvera::text {
 namespace {
 
+constexpr unsigned kMacSize = 6;
 constexpr unsigned char kGroupBit = 1;  // of the first byte (IEEE 802)
 
 // Value of a hexadecimal digit; the caller has checked that it is one.
@@ -34,26 +33,21 @@ const char *take_group(const char *p, unsigned char *byte) {
   return skip_spaces(p);
 }
 
-// Parses six groups; false if the text is anything else.
-bool take_address(const char *p, std::span<unsigned char, 6> mac) {
-  char separator = '\0';
-  for (unsigned i = 0; i < 6; ++i) {
+// Parses six groups and nothing else.
+int validate(const char *p, bool allow_zero, bool allow_multicast, unsigned char *mac) {
+  unsigned all = 0;
+  char separator = ':';
+  for (unsigned i = 0;; ++p) {
     p = take_group(p, &mac[i]);
-    if (p == nullptr) return false;
-    if (i == 0) separator = *p;
-    if (i == 5) break;
-    if (*p != separator || (*p != ':' && *p != '-')) return false;
-    ++p;
+    if (p == nullptr) return MACADDR_MALFORMED;
+    all |= mac[i];
+    if (++i == kMacSize) break;
+    if (i == 1 && *p == '-') separator = '-';
+    if (*p != separator) return MACADDR_MALFORMED;
   }
-  return *p == '\0';
-}
-
-int validate(const char *s, bool allow_zero, bool allow_multicast,
-             std::span<unsigned char, 6> mac) {
-  if (s == nullptr || !take_address(s, mac)) return MACADDR_MALFORMED;
+  if (*p != '\0') return MACADDR_MALFORMED;
   if ((mac[0] & kGroupBit) != 0 && !allow_multicast) return MACADDR_MULTICAST;
-  const bool zero = std::ranges::all_of(mac, [](unsigned char byte) { return byte == 0; });
-  return zero && !allow_zero ? MACADDR_ZERO : 0;
+  return all == 0 && !allow_zero ? MACADDR_ZERO : 0;
 }
 
 }  // namespace
@@ -64,7 +58,7 @@ using namespace talvera::text;
 extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                              unsigned char mac[6]) {
   const int result =
-      validate(s, allow_zero != 0, allow_multicast != 0, std::span<unsigned char, 6>(mac, 6));
+      s != nullptr ? validate(s, allow_zero != 0, allow_multicast != 0, mac) : MACADDR_MALFORMED;
   std::printf("Parse MAC error %d\n", result);  // intentionally also for 0
   return result;
 }

@@ -52,25 +52,20 @@ extern "C" int strtol_range(long *value, const char *s, long min, long max) {
 }
 
 extern "C" char *range_to_portstr(char *buf, unsigned int low, unsigned int high, int delim) {
-  const auto first = static_cast<std::uint16_t>(low);
-  const auto last = static_cast<std::uint16_t>(high);
+  const unsigned first = low & 0xFFFF;
+  const unsigned last = high & 0xFFFF;
   if (last < first || buf == nullptr || static_cast<signed char>(delim) < 32) return nullptr;
-  if (first == last) {
-    std::snprintf(buf, kPortRangeSize, "%hu", first);
-  } else {
-    std::snprintf(buf, kPortRangeSize, "%hu%c%hu", first, delim, last);
-  }
+  std::snprintf(buf, kPortRangeSize, first == last ? "%u" : "%u%c%u", first, delim, last);
   return buf;
 }
 
 extern "C" int atm_parse_vi(const char *s, int index, int *vpi, int *vci) {
   char words[kCircuitListSize];
-  const std::size_t length = strnlen(s, kCircuitListSize - 1);
-  std::memcpy(words, s, length);
-  words[length] = '\0';
+  words[0] = '\0';
+  std::strncat(words, s, kCircuitListSize - 1);
   int count;
   char *word[ARGS_SLOTS];
   str_to_args(words, &count, word);
-  if (index < 0 || index >= count) return ARGS_ERROR_INVALID_VI;
+  if (static_cast<unsigned>(index) >= static_cast<unsigned>(count)) return ARGS_ERROR_INVALID_VI;
   return parse_circuit(word[index], vpi, vci) ? 0 : ARGS_ERROR_INVALID_VI;
 }

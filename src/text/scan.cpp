@@ -16,25 +16,21 @@ bool below_33(char c) {
   return static_cast<signed char>(c) < 33;
 }
 
-// Returned for a null string. The array is constant because callers have nothing to write in it.
+// Returned for a null string. It is constant because callers have nothing to write in it.
 char *static_empty() {
-  static constexpr char kEmpty[] = "";
-  return const_cast<char *>(kEmpty);
+  return const_cast<char *>("");
 }
 
-// Parses the escape sequence that starts with the "^" at `p` and returns its end. `*byte` is 0 for
-// an invalid escape.
+// Parses an escape sequence after its "^" and returns its end. `*byte` is 0 for an invalid escape.
 char *take_escape(char *p, char *byte) {
-  *byte = *++p;
-  if (*byte == '\0') return p;
-  ++p;
-  if (*byte != 'x' && *byte != 'X') return p;
+  *byte = *p;
+  if (*p == '\0') return p;
+  if ((*p++ | 0x20) != 'x') return p;
 
-  unsigned value = 0;
-  int digits = 0;
-  for (; digits < 2 && is_hex_digit(*p); ++digits)
+  unsigned value = 1;  // shifted to 0x100 by two digits
+  while (value < 0x100 && is_hex_digit(*p))
     value = value * 16 + digit_value(*p++);
-  *byte = digits == 2 ? static_cast<char>(value) : '\0';
+  *byte = value < 0x100 ? '\0' : static_cast<char>(value);
   return p;
 }
 
@@ -71,17 +67,17 @@ TALVERA_ALIAS(skipnonwhitespace, skip_nonblank);
 extern "C" char *getword(char *s, char *buf, int size) {
   if (size < 1) return s;
   char *p = skip_blank(s);
-  char *const word = p;
   while (!below_33(*p)) {
     *buf++ = *p++;
     // Checked after the copy: size 1 still stores a character and the terminator.
-    if (p - word >= size - 1) {
-      *buf = '\0';
-      return skip_blank(skip_nonblank(p));
+    if (--size <= 1) {
+      p = skip_nonblank(p);
+      break;
     }
   }
   *buf = '\0';
-  return *p == '\0' ? p : skip_blank(p + 1);
+  if (*p != '\0') ++p;
+  return skip_blank(p);
 }
 TALVERA_ALIAS(get_word, getword);
 
@@ -90,23 +86,24 @@ extern "C" char *getstring(char *s, char *buf, int size, int delim) {
   bool quoted = *p == '"';
   if (quoted) ++p;
 
-  int length = 0;
-  while (*p != '\0') {
-    if (*p == static_cast<char>(delim) || length >= size) break;
-    if (*p == '^') {
-      p = take_escape(p, &buf[length]);
-      if (buf[length] != '\0') ++length;
-    } else if (*p == '"') {
+  while (*p != '\0' && *p != static_cast<char>(delim) && size > 0) {
+    char c = *p++;
+    if (c == '"') {
       quoted = !quoted;
-      ++p;
-    } else if (!quoted && talvera::is_blank(*p)) {
+      continue;
+    }
+    if (!quoted && talvera::is_blank(c)) {
       p = skip_blank(p);
       break;
-    } else {
-      buf[length++] = *p++;
     }
+    if (c == '^') {
+      p = take_escape(p, &c);
+      if (c == '\0') continue;
+    }
+    *buf++ = c;
+    --size;
   }
-  buf[length] = '\0';  // intentionally buf[size] after `size` characters
+  *buf = '\0';  // intentionally buf[size] after `size` characters
   return p;
 }
 TALVERA_ALIAS(get_string, getstring);

@@ -11,12 +11,12 @@
 namespace talvera::text {
 namespace {
 
-// Copies the token at `s`, which ends at white space, and returns its end; null if it does not fit.
-template <std::size_t Size>
-char *copy_token(char *s, char (&token)[Size]) {
+// Copies the token at `s`, which ends at white space, and returns its end. Leaves the copy empty if
+// it does not fit, which is no address.
+char *copy_token(char *s, char *token, std::size_t size) {
   char *const end = skip_nonspace(s);
-  const auto length = static_cast<std::size_t>(end - s);
-  if (length >= Size) return nullptr;
+  auto length = static_cast<std::size_t>(end - s);
+  if (length >= size) length = 0;
   std::memcpy(token, s, length);
   token[length] = '\0';
   return end;
@@ -29,16 +29,16 @@ using namespace talvera::text;
 
 extern "C" char *getip(char *s, struct in_addr *addr) {
   char token[INET_ADDRSTRLEN];
-  char *const end = copy_token(s, token);
-  return end != nullptr && inet_pton(AF_INET, token, addr) == 1 ? end : s;
+  char *const end = copy_token(s, token, sizeof token);
+  return inet_pton(AF_INET, token, addr) == 1 ? end : s;
 }
 TALVERA_ALIAS(get_ip, getip);
 
 extern "C" char *get_mac(char *s, struct ether_addr *mac) {
   char token[20];
   ether_addr address;
-  char *const end = copy_token(s, token);
-  if (end == nullptr || ether_aton_r(token, &address) == nullptr) return s;
+  char *const end = copy_token(s, token, sizeof token);
+  if (ether_aton_r(token, &address) == nullptr) return s;
   *mac = address;
   return end;
 }

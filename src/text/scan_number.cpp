@@ -13,39 +13,24 @@ namespace talvera::text {
 namespace {
 
 bool is_x(char c) {
-  return c == 'x' || c == 'X';
+  return (c | 0x20) == 'x';
 }
 
-// Scans a number for all getnum() variants, modulo 2^32.
-char *take_number(char *s, std::uint32_t *value, int base) {
-  char *p = skip_blank(s);
-  *value = 0;
-  const bool negative = *p == '-';
-  if (negative) {
-    ++p;
-  } else if (*p != '\0' && p[1] == '+') {
-    return s;  // intentional: a "+" as the second character makes the number invalid
+// Converts a whole string. The type's greatest value must come from exactly its own text, not from
+// an overflow.
+int validate(char *s, unsigned long *value, bool is_signed) {
+  strip_trailing_white(s);
+  const Integer32 number = parse_integer32(s, 10);
+  const char *greatest_text = "4294967295";
+  std::uint32_t greatest = UINT32_MAX;
+  *value = number.as_unsigned;
+  if (is_signed) {
+    greatest_text = "2147483647";
+    greatest = INT32_MAX;
+    *value = static_cast<std::uint32_t>(number.as_signed);
   }
-  if ((base == 0 || base == 16) && *p == '0' && is_x(p[1])) {
-    base = 16;
-    p += 2;
-  }
-
-  const char *const digits = p;
-  std::uint32_t number = 0;
-  for (int digit; (digit = digit_value(*p)) < base && digit < 36; ++p)
-    number = number * static_cast<std::uint32_t>(base) + static_cast<std::uint32_t>(digit);
-  if (p == digits) return s;
-  *value = negative ? 0U - number : number;
-  return p;
-}
-
-// Checks that a conversion consumed the whole text and that the type's greatest value comes from
-// exactly the text `greatest`, not from an overflow. 0, or -1 with errno set.
-[[gnu::noinline]] int validate(const char *text, const char *end, bool is_greatest,
-                               const char *greatest) {
   const bool valid =
-      *end == '\0' && (!is_greatest || std::strcmp(skip_spaces(text), greatest) == 0);
+      *number.end == '\0' && (*value != greatest || std::strcmp(skip_space(s), greatest_text) == 0);
   return valid ? 0 : fail(EINVAL);
 }
 
@@ -55,10 +40,26 @@ char *take_number(char *s, std::uint32_t *value, int base) {
 using namespace talvera::text;
 
 extern "C" char *getnum(char *s, unsigned long *value, int base) {
-  std::uint32_t number;
-  char *const end = take_number(s, &number, base);
-  *value = number;
-  return end;
+  char *p = skip_blank(s);
+  *value = 0;
+  const bool negative = *p == '-';
+  if (negative) {
+    ++p;
+  } else if (*p != '\0' && p[1] == '+') {
+    return s;  // intentional: a "+" as the second character makes the number invalid
+  }
+  if ((base | 16) == 16 && *p == '0' && is_x(p[1])) {  // base 0 or 16
+    base = 16;
+    p += 2;
+  }
+
+  const char *const digits = p;
+  std::uint32_t number = 0;  // wraps
+  for (int digit; (digit = talvera::digit_value(*p)) < base && digit < 36; ++p)
+    number = number * static_cast<std::uint32_t>(base) + static_cast<std::uint32_t>(digit);
+  if (p == digits) return s;
+  *value = negative ? 0U - number : number;
+  return p;
 }
 TALVERA_ALIAS(get_number, getnum);
 
@@ -68,41 +69,36 @@ extern "C" char *gethex(char *s, unsigned long *value) {
 TALVERA_ALIAS(get_hex, gethex);
 
 extern "C" char *getlong(char *s, long *value) {
-  std::uint32_t number;
-  char *const end = take_number(s, &number, 10);
-  *value = static_cast<std::int32_t>(number);
+  char *const end = getnum(s, reinterpret_cast<unsigned long *>(value), 10);
+  *value = static_cast<std::int32_t>(*value);  // extends the sign where long has 64 bits
   return end;
 }
 TALVERA_ALIAS(get_long, getlong);
 
 extern "C" char *getint(char *s, int *value) {
-  std::uint32_t number;
-  char *const end = take_number(s, &number, 10);
+  unsigned long number;
+  char *const end = getnum(s, &number, 10);
   *value = static_cast<int>(number);
   return end;
 }
 TALVERA_ALIAS(get_int, getint);
 
 extern "C" char *getushort(char *s, unsigned short *value) {
-  std::uint32_t number;
-  char *const end = take_number(s, &number, 10);
+  unsigned long number;
+  char *const end = getnum(s, &number, 10);
   *value = static_cast<unsigned short>(number);
   return end;
 }
 TALVERA_ALIAS(get_ushort, getushort);
 
 extern "C" int ValidateUlong(char *s, unsigned long *value) {
-  strip_trailing_white(s);
-  const talvera::Integer32 number = talvera::parse_integer32(s, 10);
-  *value = number.as_unsigned;
-  return validate(s, number.end, *value == UINT32_MAX, "4294967295");
+  return validate(s, value, false);
 }
 
 extern "C" int ValidateLong(char *s, long *value) {
-  strip_trailing_white(s);
-  const talvera::Integer32 number = talvera::parse_integer32(s, 10);
-  *value = number.as_signed;
-  return validate(s, number.end, *value == INT32_MAX, "2147483647");
+  const int result = validate(s, reinterpret_cast<unsigned long *>(value), true);
+  *value = static_cast<std::int32_t>(*value);  // extends the sign where long has 64 bits
+  return result;
 }
 
 extern "C" int isxstring(const char *s) {

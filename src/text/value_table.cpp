@@ -15,14 +15,15 @@ std::span<const ust_entry> entries(const ust_table &table) {
   return {table.entries, table.count};
 }
 
-// The index of the first matching entry, or -1. A plain loop is smaller than std::find_if(), which
-// is unrolled four times.
-template <typename Match>
-int first_index(const ust_table &table, Match match) {
-  for (const ust_entry &entry : entries(table)) {
-    if (match(entry)) return static_cast<int>(&entry - table.entries);
+// The index of the first entry whose name compares equal, or -1.
+int first_index(const ust_table &table, const char *name, int compare(const char *, const char *)) {
+  if (table.count == 0) return -1;
+  const ust_entry *entry = table.entries;
+  const ust_entry *const end = entry + table.count;
+  while (compare(entry->name, name) != 0) {
+    if (++entry == end) return -1;
   }
-  return -1;
+  return static_cast<int>(entry - table.entries);
 }
 
 }  // namespace
@@ -31,12 +32,17 @@ int first_index(const ust_table &table, Match match) {
 using namespace talvera::text;
 
 extern "C" const char *ust_lookup_name_by_value(const ust_table *table, int value) {
-  const int index = ust_lookup_index_by_value(table, value);
-  return index >= 0 ? table->entries[index].name : nullptr;
+  for (const ust_entry &entry : entries(*table)) {
+    if (entry.value == value) return entry.name;
+  }
+  return nullptr;
 }
 
 extern "C" int ust_lookup_index_by_value(const ust_table *table, int value) {
-  return first_index(*table, [=](const ust_entry &entry) { return entry.value == value; });
+  for (const ust_entry &entry : entries(*table)) {
+    if (entry.value == value) return static_cast<int>(&entry - table->entries);
+  }
+  return -1;
 }
 
 extern "C" int ust_lookup_value_by_index(const ust_table *table, unsigned int index) {
@@ -44,13 +50,11 @@ extern "C" int ust_lookup_value_by_index(const ust_table *table, unsigned int in
 }
 
 extern "C" int ust_lookup_index_by_name(const ust_table *table, const char *name) {
-  return first_index(*table,
-                     [=](const ust_entry &entry) { return std::strcmp(entry.name, name) == 0; });
+  return first_index(*table, name, std::strcmp);
 }
 
 extern "C" int ust_lookup_index_by_name_i(const ust_table *table, const char *name) {
-  return first_index(*table,
-                     [=](const ust_entry &entry) { return strcasecmp(entry.name, name) == 0; });
+  return first_index(*table, name, strcasecmp);
 }
 
 extern "C" unsigned int ust_longest_strlen(const ust_table *table) {

@@ -1,5 +1,5 @@
 // Conversion between seconds and calendar dates, month lengths and date validation.
-#include <array>
+#include <algorithm>
 #include <cstdint>
 
 #include "internal/alias.h"
@@ -11,18 +11,16 @@ namespace {
 constexpr std::int32_t kDaySeconds = 86400;
 constexpr int kMonths = 12;
 
-// Day of the year on which each month starts, then the length of the year; for common and leap
-// years.
-using MonthStarts = std::array<std::uint16_t, kMonths + 1>;
-constexpr std::array<MonthStarts, 2> kMonthStarts{{
-    {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
-    {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366},
-}};
+// Days missing at the end of February if that had 30 days. 32-bit seconds reach only years around
+// 2000, which is a leap year both with and without the century rule, so that `year % 4` suffices.
+std::uint32_t february_gap(std::uint32_t year) {
+  return year % 4 == 0 ? 1 : 2;
+}
 
-// 32-bit seconds reach only years around 2000, which is a leap year both with and without the
-// century rule, so that `year % 4` suffices.
-const MonthStarts &month_starts(std::uint32_t year) {
-  return kMonthStarts[year % 4 == 0];
+// Day of the year on which a month (1 to 13) starts if February has 30 days: then month lengths
+// alternate so regularly that a line fits them.
+std::uint32_t month_start(std::uint32_t month) {
+  return (489 * month - 481) / 16;
 }
 
 // Sets year, month and day from a day count since 1970-01-01 that is not before 1969.
@@ -30,16 +28,12 @@ void set_date(datetime &date, std::int32_t days) {
   // Counting from 1969, the fourth of every four years (1461 days) is the leap year.
   const auto since_1969 = static_cast<std::uint32_t>(days + 365);
   const std::uint32_t years = (since_1969 * 4 + 3) / 1461;
-  const std::uint32_t day_of_year = since_1969 - years * 1461 / 4;
   const std::uint32_t year = 1969 + years;
-
-  // Months are at most 32 days long, and month starts lag less than a month behind multiples of 32:
-  // the quotient is the month or the one before it.
-  const MonthStarts &starts = month_starts(year);
-  std::uint32_t month = day_of_year / 32;
-  if (day_of_year >= starts[month + 1]) ++month;
-  date.day = static_cast<std::int32_t>(day_of_year - starts[month] + 1);
-  date.month = static_cast<std::int32_t>(month + 1);
+  std::uint32_t day_of_year = since_1969 - years * 1461 / 4;
+  if (day_of_year + february_gap(year) >= month_start(3)) day_of_year += february_gap(year);
+  const std::uint32_t month = (67 * day_of_year + 2075) / 2048;  // the inverse of month_start()
+  date.day = static_cast<std::int32_t>(day_of_year - month_start(month) + 1);
+  date.month = static_cast<std::int32_t>(month);
   date.year = static_cast<std::int32_t>(year);
 }
 
@@ -54,10 +48,12 @@ using namespace talvera::time;
 
 extern "C" void stod(int32_t seconds, struct datetime *dt) {
   if (dt == nullptr) return;
+  const std::int32_t minutes = seconds / 60;
+  const std::int32_t hours = minutes / 60;
   const std::int32_t days = seconds / kDaySeconds;
   dt->second = seconds % 60;
-  dt->minute = seconds / 60 % 60;
-  dt->hour = seconds / 3600 % 24;
+  dt->minute = minutes % 60;
+  dt->hour = hours % 24;
   dt->weekday = (days + 5) % 7;  // intentionally the numbering of the public header
   if (days < -365) {
     // The only year before 1970 is 1969; earlier days count down from its first day.
@@ -74,7 +70,10 @@ extern "C" uint32_t dtos(const struct datetime *dt) {
   const auto year = static_cast<std::uint32_t>(dt->year);
   const auto leap_days = static_cast<std::uint32_t>(static_cast<std::int32_t>(year - 1969) / 4);
   std::uint32_t days = (year - 1970) * 365 + leap_days;
-  if (dt->month > 1) days += month_starts(year)[dt->month <= kMonths ? dt->month - 1 : kMonths];
+  if (dt->month > 1) {
+    days += month_start(static_cast<std::uint32_t>(std::min(dt->month, kMonths + 1)));
+    if (dt->month > 2) days -= february_gap(year);
+  }
   days += static_cast<std::uint32_t>(dt->day) - 1;
   return ((days * 24 + static_cast<std::uint32_t>(dt->hour)) * 60 +
           static_cast<std::uint32_t>(dt->minute)) *
@@ -85,15 +84,14 @@ TALVERA_ALIAS(datetime_to_seconds, dtos);
 
 extern "C" unsigned int UDA_DaysInMonth(int month, int year) {
   if (month < 1 || month > kMonths) return 0;
-  const MonthStarts &starts = kMonthStarts[is_gregorian_leap_year(year)];
-  return static_cast<unsigned int>(starts[month] - starts[month - 1]);
+  if (month == 2) return is_gregorian_leap_year(year) ? 29 : 28;
+  return 30 + ((month ^ month >> 3) & 1);  // 31 and 30 alternate, from August in the other order
 }
 TALVERA_ALIAS(get_daysinmonth, UDA_DaysInMonth);
 
 // Intentionally without a lower bound on the day.
 extern "C" int ValiDateProc(int month, int day, int year) {
-  if (month < 1 || month > kMonths) return 0;
-  if (day > static_cast<int>(UDA_DaysInMonth(month, year))) return 0;
-  return year >= 0 && year < 2070 ? 1 : 0;
+  const auto days = static_cast<int>(UDA_DaysInMonth(month, year));
+  return days != 0 && day <= days && year >= 0 && year < 2070 ? 1 : 0;
 }
 TALVERA_ALIAS(is_valid_date, ValiDateProc);

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <ctime>
 #include <type_traits>
-#include <utility>
 
 #include "internal/alias.h"
 #include "internal/local_time.h"
@@ -48,22 +47,23 @@ extern "C" void get_datetime(struct datetime *dt) {
 
 extern "C" int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) {
   if (seconds < 0) seconds = 0;
-  return std::snprintf(buf, kDurationTextSize, "%02d:%02d:%02d:%02d", seconds / kDaySeconds,
-                       seconds % kDaySeconds / 3600, seconds % 3600 / 60, seconds % 60);
+  const int32_t minutes = seconds / 60;
+  const int32_t hours = minutes / 60;
+  return std::snprintf(buf, kDurationTextSize, "%02d:%02d:%02d:%02d", hours / 24, hours % 24,
+                       minutes % 60, seconds % 60);
 }
 
 extern "C" time_t ytt_get_noontime(unsigned int which, uint8_t recheck) {
   std::tm local;
   if (!talvera::local_time(time(nullptr), local)) return -1;
-  const int hour = std::exchange(local.tm_hour, kNoonHour);
-  auto noon = static_cast<Seconds>(mktime(&local));
   // Intentionally, a recheck tests the current hour and so applies the day shift only during the
   // noon hour.
-  if (recheck == 0 || hour == kNoonHour) {
-    if (which == 0) noon -= kDaySeconds;
-    if (which == 2) noon += kDaySeconds;
+  int32_t shift = 0;
+  if (which <= 2 && (recheck == 0 || local.tm_hour == kNoonHour)) {
+    shift = (static_cast<int32_t>(which) - 1) * kDaySeconds;
   }
-  return static_cast<std::time_t>(noon);
+  local.tm_hour = kNoonHour;
+  return static_cast<std::time_t>(static_cast<Seconds>(mktime(&local)) + shift);
 }
 
 extern "C" long get_gmt_offset(time_t t) {

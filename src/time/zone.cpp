@@ -1,12 +1,10 @@
 // Time zone strings and the SOAP date-time.
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <span>
-#include <string_view>
+#include <utility>
 
 #include "internal/local_time.h"
 #include "talvera/time.h"
@@ -14,63 +12,58 @@
 namespace talvera::time {
 namespace {
 
-constexpr std::string_view kUnitedStatesRule = ",M3.2.0/2,M11.1.0/2";
-constexpr char kUnknownTime[] = "0001-01-01T00:00:00Z";
+constexpr char kOffsetCharacters[] = "+-0123456789:";
+constexpr char kUnitedStatesRule[] = ",M3.2.0/2,M11.1.0/2";
 
-// The three parts of a zone string.
-struct Zone {
-  explicit Zone(const char *text)
-      : name(text, std::strcspn(text, kOffsetCharacters)),
-        after_name(text + name.size()),
-        offset(after_name, std::strspn(after_name, kOffsetCharacters)),
-        daylight_name(after_name + offset.size()) {}
+// Counts every character and stores those that fit, like snprintf().
+struct Output {
+  char *text;
+  std::size_t size;
+  std::size_t length = 0;
 
-  static constexpr char kOffsetCharacters[] = "+-0123456789:";
-  std::string_view name;
-  const char *after_name;  // offset and daylight-saving name
-  std::string_view offset;
-  std::string_view daylight_name;
+  [[gnu::always_inline]] void put(char c) {
+    if (length + 1 < size) text[length] = c;
+    ++length;
+  }
 };
 
-// Copies as much as fits; source and destination may overlap.
-void put(std::span<char> room, std::size_t at, std::string_view text) {
-  if (at >= room.size()) return;
-  std::memmove(room.data() + at, text.data(), std::min(text.size(), room.size() - at));
-}
-
-// Concatenates the pieces like snprintf(). Head and tail may be parts of `out`, the head at its
-// start: the tail is moved first, after the final end of head and sign, before anything else is
-// written.
-int join(char *out, std::size_t size, std::string_view head, std::string_view sign,
-         std::string_view tail, std::string_view rule) {
-  const std::size_t length = head.size() + sign.size() + tail.size() + rule.size();
-  if (size > 0) {
-    const std::span room{out, size - 1};
-    put(room, head.size() + sign.size(), tail);
-    put(room, 0, head);
-    put(room, head.size(), sign);
-    put(room, length - rule.size(), rule);
-    out[std::min(length, size - 1)] = '\0';
+// Rewrites a zone string as a TZ value for a country, or without one, a TZ value without a rule as
+// a zone string. Writes like snprintf(), also in place.
+int rewrite(const char *zone, const char *country, char *buf, std::size_t size) {
+  std::size_t name_length = std::strcspn(zone, kOffsetCharacters);
+  const char *rest = zone + name_length;
+  const char *const daylight_name = rest + std::strspn(rest, kOffsetCharacters);
+  char sign = '\0';            // to be inserted between name and rest
+  const char *rule = nullptr;  // to be appended to a rest that is not empty
+  if (country != nullptr) {
+    if (*rest != '\0' && *rest != '+' && *rest != '-') sign = '+';
+    if (*daylight_name != '\0' && std::strcmp(country, "us") == 0) rule = kUnitedStatesRule;
+  } else if (*rest == '+') {
+    ++rest;
+  } else if (*rest == '-') {
+    // Intentionally, for a zone east of Greenwich only the sign remains before the daylight-saving
+    // name.
+    name_length = 0;
+    sign = '-';
+    rest = daylight_name;
   }
-  return static_cast<int>(length);
-}
 
-// The date-time's suffix for the offset from UTC; its sign is that of the whole hours.
-class OffsetText {
- public:
-  explicit OffsetText(long seconds_east) {
-    if (seconds_east == 0) {
-      std::snprintf(text_, sizeof text_, "Z");
-    } else {
-      std::snprintf(text_, sizeof text_, "%+.2ld:%.2ld", seconds_east / 3600,
-                    std::labs(seconds_east % 3600 / 60));
+  Output out{buf, size};
+  while (out.length < name_length)
+    out.put(zone[out.length]);
+  // In place, a sign moves the rest by one character: the next one is read before each is written.
+  for (char next = sign != '\0' ? sign : *rest++; next != '\0';) {
+    const char c = next;
+    next = *rest++;
+    if (next == '\0' && rule != nullptr) {
+      rest = std::exchange(rule, nullptr);
+      next = *rest++;
     }
+    out.put(c);
   }
-  [[nodiscard]] const char *c_str() const { return text_; }
-
- private:
-  char text_[32];
-};
+  if (size > 0) buf[out.length < size ? out.length : size - 1] = '\0';
+  return static_cast<int>(out.length);
+}
 
 }  // namespace
 }  // namespace talvera::time
@@ -78,34 +71,26 @@ class OffsetText {
 using namespace talvera::time;
 
 extern "C" int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size) {
-  if (*zone == '\0' || *country == '\0') return join(buf, size, "UNK", "", "", "");
-  const Zone parts(zone);
-  const bool has_offset = !parts.offset.empty();
-  const bool has_sign = has_offset && (parts.offset.front() == '-' || parts.offset.front() == '+');
-  const bool has_rule =
-      has_offset && !parts.daylight_name.empty() && std::strcmp(country, "us") == 0;
-  return join(buf, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
-              has_rule ? kUnitedStatesRule : "");
+  if (*zone == '\0' || *country == '\0') zone = "UNK";
+  return rewrite(zone, country, buf, size);
 }
 
 extern "C" int convert_tz_from_posix(char *tz, char *buf, size_t size) {
   // Written only if there is a rule to cut: without one, the caller's string may be a constant.
   if (char *rule = std::strchr(tz, ',')) *rule = '\0';
-  const Zone parts(tz);
-  // Intentionally, for a zone east of Greenwich only the sign remains before the daylight-saving
-  // name.
-  if (parts.offset.starts_with('-')) return join(buf, size, "", "-", parts.daylight_name, "");
-  const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
-  return join(buf, size, parts.name, "", parts.after_name + sign_length, "");
+  return rewrite(tz, nullptr, buf, size);
 }
 
 extern "C" int get_soap_datetimestr(const char *clock_set, char *buf, size_t size) {
   std::tm now;
   if (std::strcmp(clock_set, "1") != 0 || !talvera::local_time(time(nullptr), now)) {
-    return std::snprintf(buf, size, "%s", kUnknownTime);
+    return std::snprintf(buf, size, "0001-01-01T00:00:00Z");
   }
-  const OffsetText offset(now.tm_gmtoff);
-  return std::snprintf(buf, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
-                       now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
-                       offset.c_str());
+  // The sign of the offset from UTC is that of its whole hours.
+  const long east = now.tm_gmtoff;
+  return std::snprintf(
+      buf, size,
+      east == 0 ? "%4d-%02d-%02dT%02d:%02d:%02dZ" : "%4d-%02d-%02dT%02d:%02d:%02d%+.2ld:%.2ld",
+      now.tm_year + 1900, now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
+      east / 3600, std::labs(east % 3600 / 60));
 }
