@@ -1,11 +1,9 @@
 // Counters of an interface and their changes since the last reset.
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 #include "internal/integer32.h"
 #include "talvera/netu.h"
@@ -63,8 +61,10 @@ extern "C" int netu_update_linuxif_stats(const char *ifname, netu_linuxif_stats 
 }
 
 extern "C" int netu_reset_linuxif_stats(netu_linuxif_stats *stats) {
-  std::copy(std::begin(stats->current), std::end(stats->current), stats->base);
-  std::fill(std::begin(stats->delta), std::end(stats->delta), 0);
+  for (unsigned i = 0; i < NETU_STAT_COUNT; ++i) {
+    stats->base[i] = stats->current[i];
+    stats->delta[i] = 0;
+  }
   return 0;
 }
 
