@@ -29,9 +29,8 @@ void reap_children(int signal) {
 
 // Interrupted system calls restart; children that are merely stopped raise no signal.
 void install_reaper() {
-  struct sigaction action = {};
+  struct sigaction action = {};  // no further signals blocked
   action.sa_handler = reap_children;
-  sigemptyset(&action.sa_mask);
   action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
   sigaction(SIGCHLD, &action, nullptr);
 }
@@ -40,8 +39,10 @@ void install_reaper() {
 bool set_variable(const char *assignment) {
   const char *equals = std::strchr(assignment, '=');
   if (equals == nullptr) return true;
-  const MallocPtr<char> name(strndup(assignment, static_cast<std::size_t>(equals - assignment)));
-  return name != nullptr && setenv(name.get(), equals + 1, 1) == 0;
+  char *name = strndup(assignment, static_cast<std::size_t>(equals - assignment));
+  const bool set = name != nullptr && setenv(name, equals + 1, 1) == 0;
+  std::free(name);
+  return set;
 }
 
 // Runs in the child. Every failure intentionally exits with status 0.
@@ -68,7 +69,8 @@ extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], c
     return error;
   }
   if (child == 0) {
-    if (setpgid(getpid(), getpid()) != 0) {
+    const pid_t self = getpid();
+    if (setpgid(self, self) != 0) {
       const int error = errno;
       syslog(LOG_ERR, "child setpgid() error %d", error);
       return error;  // intentionally returns in the child, which continues in the caller's code
