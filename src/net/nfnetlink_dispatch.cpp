@@ -3,6 +3,7 @@
 // Lengths are untrusted: each is checked against the remaining bytes before anything is read. The
 // buffer may be unaligned, so headers are read with unaligned loads.
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -62,19 +63,21 @@ int call_handler(const nfnetlink_callback &callback, Bytes message, std::uint32_
 // The result of a complete message of `length` bytes.
 int message_result(const nfnetlink_handle &handle, Bytes message, std::uint32_t length) {
   if (length < kGeneralHeaderEnd) return fail(EBADMSG);
-  const unsigned type = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_type));
+  const unsigned kind = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_type));
   const auto flags = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_flags));
-  if (type == NLMSG_ERROR || (type == NLMSG_DONE && (flags & NLM_F_MULTI) != 0)) {
+  if (kind == NLMSG_ERROR || (kind == NLMSG_DONE && (flags & NLM_F_MULTI) != 0)) {
     const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
     if (error == 0) return 0;
     fail(error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO);
     return kContinue;
   }
 
-  if (type >= NFNETLINK_SUBSYSTEMS << 8) return fail(EOPNOTSUPP);
-  const nfnetlink_subsys &subsys = handle.subsystems[type >> 8];
-  if ((type & 0xFFU) >= subsys.callback_count) return fail(EOPNOTSUPP);
-  const nfnetlink_callback &callback = subsys.callbacks[type & 0xFFU];
+  const unsigned id = kind >> 8;
+  const unsigned type = kind & 0xFFU;
+  if (id >= NFNETLINK_SUBSYSTEMS) return fail(EOPNOTSUPP);
+  const nfnetlink_subsys &subsys = handle.subsystems[id];
+  if (type >= subsys.callback_count) return fail(EOPNOTSUPP);
+  const nfnetlink_callback &callback = subsys.callbacks[type];
   if (callback.attribute_count == 0 || callback.handler == nullptr) return kContinue;
   return call_handler(callback, message, length);
 }
@@ -117,13 +120,14 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<Bytes>(first);
   while (length >= kAttributeHeaderSize) {
-    const auto item_length = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
-    if (!is_complete(length, item_length, kAttributeHeaderSize)) break;
-    const int type =
-        talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & kTypeMask;
+    const auto header = std::bit_cast<nlattr>(talvera::load_unaligned<std::uint32_t>(at));
+    if (!is_complete(length, header.nla_len, kAttributeHeaderSize)) break;
+    // Type 0 wraps and is beyond every table, too.
+    const unsigned index = (header.nla_type & kTypeMask) - 1U;
     const void *start = at;
-    if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
-    if (!advance(at, length, item_length, kAttributeHeaderSize)) break;
+    if (index < static_cast<unsigned>(table_size))
+      table[index] = static_cast<const nlattr *>(start);
+    if (!advance(at, length, header.nla_len, kAttributeHeaderSize)) break;
   }
   return 0;
 }
