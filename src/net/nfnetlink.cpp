@@ -40,7 +40,8 @@ int read_local(nfnetlink_handle &handle) {
 }  // namespace
 
 int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int flags) {
-  sockaddr_nl sender{};
+  sockaddr_nl sender;
+  sender.nl_pid = 0;
   socklen_t sender_size = sizeof sender;
   const ssize_t received = recvfrom(handle.fd, buffer, length, flags,
                                     reinterpret_cast<sockaddr *>(&sender), &sender_size);

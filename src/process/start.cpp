@@ -35,20 +35,15 @@ void install_reaper() {
   sigaction(SIGCHLD, &action, nullptr);
 }
 
-// Sets an environment variable from a "NAME=value" string; skips a string without '='.
-bool set_variable(const char *assignment) {
-  const char *equals = std::strchr(assignment, '=');
-  if (equals == nullptr) return true;
-  char *name = strndup(assignment, static_cast<std::size_t>(equals - assignment));
-  const bool set = name != nullptr && setenv(name, equals + 1, 1) == 0;
-  std::free(name);
-  return set;
-}
-
-// Runs in the child. Every failure intentionally exits with status 0.
+// Runs in the child, with variables from strings "NAME=value"; skips strings without '='. Every
+// failure intentionally exits with status 0.
 [[noreturn]] void exec_child(const char *path, char *const argv[], char *const env[]) {
   for (; env != nullptr && *env != nullptr; ++env) {
-    if (!set_variable(*env)) _exit(0);
+    const char *equals = std::strchr(*env, '=');
+    if (equals == nullptr) continue;
+    char *name = strndup(*env, static_cast<std::size_t>(equals - *env));
+    if (name == nullptr || setenv(name, equals + 1, 1) != 0) _exit(0);
+    std::free(name);
   }
   execv(path, argv);
   syslog(LOG_ERR, "failed to start process '%s' - %s", path, sdb_strerror(errno));
