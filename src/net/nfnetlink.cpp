@@ -97,9 +97,9 @@ extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, uns
   subsys->subscriptions = subscriptions;
   subsys->id = index;
   subsys->callback_count = count;
-  // At least one entry: calloc() of 0 entries may return null, and the slot would count as free.
-  subsys->callbacks = static_cast<nfnetlink_callback *>(
-      std::calloc(count != 0 ? count : 1U, sizeof(nfnetlink_callback)));
+  // One entry more: calloc() of 0 entries may return null, and the slot would count as free.
+  subsys->callbacks =
+      static_cast<nfnetlink_callback *>(std::calloc(count + 1U, sizeof(nfnetlink_callback)));
   if (subsys->callbacks == nullptr || nfnetlink_rebind(handle) != 0) {
     nfnetlink_subsys_close(subsys);
     return nullptr;

@@ -35,20 +35,6 @@ int report(const char *format) {
   return fail(error);
 }
 
-// A record with the queue's address but no socket; null if the path cannot hold the name.
-ipc_msgq *make_record(const char *name) {
-  const std::size_t length = name != nullptr ? std::strlen(name) : 0;
-  if (name == nullptr || length >= sizeof(sockaddr_un::sun_path)) {
-    fail(name == nullptr ? EINVAL : ENAMETOOLONG);
-    return nullptr;
-  }
-  auto *queue = static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq)));
-  if (queue == nullptr) return nullptr;
-  queue->address.sun_family = AF_UNIX;
-  std::memcpy(queue->address.sun_path, name, length + 1);
-  return queue;
-}
-
 // A non-blocking local datagram socket; negative on failure.
 int open_socket() {
   const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
@@ -60,9 +46,15 @@ int open_socket() {
 
 // A queue whose socket is bound to its name if `bound`; null on failure.
 ipc_msgq *open_queue(const char *name, bool bound) {
-  ipc_msgq *queue = make_record(name);
+  if (name == nullptr) {
+    fail(EINVAL);
+    return nullptr;
+  }
+  auto *queue = static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq)));
   if (queue == nullptr) return nullptr;
-  queue->fd = open_socket();
+  queue->address.sun_family = AF_UNIX;
+  const void *copied = memccpy(queue->address.sun_path, name, '\0', sizeof(sockaddr_un::sun_path));
+  queue->fd = copied != nullptr ? open_socket() : fail(ENAMETOOLONG);
   if (queue->fd >= 0) {
     if (!bound || bind(queue->fd, address_of(*queue), kAddressLength) == 0) return queue;
     report("bind failed:%d:%s\n");
