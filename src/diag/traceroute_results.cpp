@@ -40,6 +40,14 @@ std::FILE *open_work_file(const char *name, const char *kind) {
   return std::fopen(path, "r");
 }
 
+// Reads the first line of a work file. Returns 1, or 0 if the file is empty, or -1 with errno set
+// if it cannot be opened.
+int read_first_line(const char *name, const char *kind, char *line, std::size_t size) {
+  const FilePtr file(open_work_file(name, kind));
+  if (file == nullptr) return -1;
+  return read_line(file.get(), line, size) ? 1 : 0;
+}
+
 // Extracts the header's first text in parentheses into a zeroed buffer.
 void take_destination(const char *header, char (&destination)[kDestinationSize]) {
   const char *open = std::strchr(header, '(');
@@ -90,20 +98,6 @@ void take_hop(tr_hop &hop, char *line) {
   if (used > 0 && hop.times[used - 1] == ',') hop.times[used - 1] = '\0';
 }
 
-enum class Value { kTime, kError };
-
-// Stores the value of a work file's first line; an empty file has none. Returns -1 with errno set
-// if the file cannot be opened.
-[[gnu::noinline]] int read_value(const char *name, std::int32_t *value, Value kind) {
-  const bool timed = kind == Value::kTime;
-  const FilePtr file(open_work_file(name, timed ? "status" : "err"));
-  if (file == nullptr) return -1;
-  char line[kErrorLineSize];
-  if (read_line(file.get(), line, timed ? kStatusLineSize : kErrorLineSize))
-    *value = timed ? decimal32(line) : std::strstr(line, "bad address") == nullptr;
-  return 0;
-}
-
 }  // namespace
 }  // namespace talvera::diag
 
@@ -129,9 +123,15 @@ extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t 
 }
 
 extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
-  return read_value(name, time, Value::kTime);
+  char line[kStatusLineSize];
+  const int lines = read_first_line(name, "status", line, sizeof line);
+  if (lines > 0) *time = talvera::decimal32(line);
+  return lines < 0 ? -1 : 0;
 }
 
 extern "C" int ipdiag_tr_err(const char *name, std::int32_t *code) {
-  return read_value(name, code, Value::kError);
+  char line[kErrorLineSize];
+  const int lines = read_first_line(name, "err", line, sizeof line);
+  if (lines > 0) *code = std::strstr(line, "bad address") != nullptr ? 0 : 1;
+  return lines < 0 ? -1 : 0;
 }

@@ -45,10 +45,10 @@ extern "C" unsigned char *netu_atoe(const char *text, unsigned char *mac) {
 
 extern "C" int netu_ifindex2name(unsigned int index, char *name) {
   if (name == nullptr) return talvera::fail(EINVAL);
-  ifreq request;
-  request.ifr_ifindex = static_cast<int>(index);
   const talvera::UniqueFd any(socket(AF_INET, SOCK_DGRAM, 0));
   if (!any.valid()) return -1;
+  ifreq request;
+  request.ifr_ifindex = static_cast<int>(index);
   if (ioctl(any.get(), SIOCGIFNAME, &request) < 0) return -1;
   std::strncpy(name, request.ifr_name, IFNAMSIZ);
   return 0;

@@ -21,67 +21,70 @@ constexpr unsigned kMessageTypes = 2;  // packets, and configuration, which need
 static_assert(sizeof(nfnetlink_log) == 3 * sizeof(void *));
 static_assert(offsetof(nfnetlink_log_group, handler) == 3 * sizeof(void *));
 
-// A configuration request, with room for the largest payload and its padding.
-struct Request {
-  nlmsghdr header;
-  nfgenmsg general;
-  nlattr attribute;
-  std::uint8_t payload[8];
+// An attribute of a request, with up to 6 bytes of payload.
+struct Attribute {
+  nlattr header;
+  std::uint8_t payload[6];
 };
-static_assert(sizeof(Request) == 32);
 
-// A request of one attribute, without its `size` bytes of payload and what configure() sets.
-Request make_request(std::uint8_t family, std::uint16_t group, std::uint16_t type,
-                     std::uint16_t size) {
-  Request request{};
-  request.header.nlmsg_len = offsetof(Request, payload) + NLMSG_ALIGN(size);
-  request.general = {family, NFNETLINK_V0, htons(group)};
-  request.attribute.nla_len = sizeof(nlattr) + size;
-  request.attribute.nla_type = type;
-  return request;
-}
+// The subject of a request: an address family or a group.
+struct Subject {
+  std::uint8_t family;
+  std::uint16_t group;
+};
 
-// Waits for the kernel's answer after packets have ended the wait for it. The kernel answers within
-// the send call, so its answer is queued after them; left there, it would be taken for the answer
-// to the next request. False with errno unchanged if there is none; otherwise `result` is 0 for an
-// acknowledgement, with errno unchanged, and -1 with errno set for an error reply.
-bool queued_answer(nfnetlink_handle &netlink, int &result) {
+// The kernel's answer to the last request after packets have ended the wait for it. The kernel
+// answers within the send call, so its answer is queued after them; left there, it would be taken
+// for the answer to the next request. Returns 0 for an acknowledgement, -1 with errno set for an
+// error reply, and kNoAnswer otherwise; preserves errno unless it returns -1.
+constexpr int kNoAnswer = 1;
+int queued_answer(nfnetlink_handle &netlink) {
   const int error = errno;
-  WaitEnd end;
-  int tries = 4096;  // bounded in case it is lost while packets keep coming
-  do {
-    result = wait_for_answer(netlink, MSG_DONTWAIT, end) != 0 ? -1 : 0;
+  for (int tries = 4096; tries > 0;
+       --tries) {  // bounded in case it is lost while packets keep coming
+    WaitEnd end;
+    const int result = wait_for_answer(netlink, MSG_DONTWAIT, end);
+    if (end == WaitEnd::kAnswer) {
+      if (result != 0) return -1;
+      errno = error;
+      return 0;
+    }
     // Lost packets and datagrams from other senders may precede the answer.
     if (end == WaitEnd::kReceiveFailure && errno != ENOBUFS && errno != ENOMSG) break;
-  } while (end != WaitEnd::kAnswer && --tries > 0);
-  if (end != WaitEnd::kAnswer || result == 0) errno = error;
-  return end == WaitEnd::kAnswer;
+  }
+  errno = error;
+  return kNoAnswer;
 }
 
 // Which result counts when packets have ended the wait for an acknowledgement: that of the wait, or
 // the kernel's answer.
 enum class ResultFrom { kWait, kAnswer };
 
-int configure(nfnetlink_handle &netlink, Request &request, ResultFrom source) {
-  request.header.nlmsg_type = NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG;
-  request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_ACK;
-  request.header.nlmsg_seq = ++netlink.sequence;
+int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute,
+              ResultFrom source) {
+  const nlmsghdr header = {sizeof header, NFNL_SUBSYS_ULOG << 8 | NFULNL_MSG_CONFIG,
+                           NLM_F_REQUEST | NLM_F_ACK, ++netlink.sequence, 0};
+  const nfgenmsg general = {subject.family, NFNETLINK_V0, htons(subject.group)};
+  struct {
+    nlmsghdr header;
+    std::uint8_t rest[16];
+  } request{};
+  if (nfnetlink_msg_pack(&request.header, &header, sizeof header) != 0 ||
+      nfnetlink_msg_pack(&request.header, &general, sizeof general) != 0 ||
+      nfnetlink_msg_pack(&request.header, &attribute, attribute.header.nla_len) != 0) {
+    return -1;
+  }
   if (nfnetlink_send(&netlink, &request.header) < 0) return -1;
   WaitEnd end;
   const int result = wait_for_answer(netlink, 0, end);
   if (end == WaitEnd::kAnswer || end == WaitEnd::kForeignSequence) return result;
-  int answer;
-  const bool answered = queued_answer(netlink, answer);
-  return answered && source == ResultFrom::kAnswer ? answer : result;
+  const int answer = queued_answer(netlink);
+  return source == ResultFrom::kWait || answer == kNoAnswer ? result : answer;
 }
 
-// Sends a command for a group, whose result is the kernel's answer, or for an address family.
-int command(const nfnetlink_log *log, std::uint8_t code, std::uint8_t family, std::uint16_t group) {
+int command(nfnetlink_log *log, std::uint8_t code, Subject subject, ResultFrom source) {
   if (log == nullptr) return fail(EINVAL);
-  Request request = make_request(family, group, NFULA_CFG_CMD, 1);
-  request.payload[0] = code;
-  return configure(*log->netlink, request,
-                   code <= NFULNL_CFG_CMD_UNBIND ? ResultFrom::kAnswer : ResultFrom::kWait);
+  return configure(*log->netlink, subject, {{sizeof(nlattr) + 1, NFULA_CFG_CMD}, {code}}, source);
 }
 
 nfnetlink_log_group *find_group(const nfnetlink_log &log, std::uint16_t number) {
@@ -111,9 +114,10 @@ extern "C" nfnetlink_log *nfnetlink_log_open() {
   nfnetlink_handle *netlink = nfnetlink_open();
   if (netlink == nullptr) return nullptr;
   nfnetlink_subsys *subsys = nfnetlink_subsys_open(netlink, NFNL_SUBSYS_ULOG, kMessageTypes, 0);
-  auto *log = static_cast<nfnetlink_log *>(subsys != nullptr ? std::malloc(sizeof(nfnetlink_log))
-                                                             : nullptr);
+  auto *log = subsys != nullptr ? static_cast<nfnetlink_log *>(std::malloc(sizeof(nfnetlink_log)))
+                                : nullptr;
   if (log == nullptr) {
+    const talvera::ErrnoSaver saver;
     nfnetlink_close(netlink);
     return nullptr;
   }
@@ -133,30 +137,30 @@ extern "C" int nfnetlink_log_close(nfnetlink_log *log) {
 }
 
 extern "C" int nfnetlink_log_bind_pf(nfnetlink_log *log, unsigned int family) {
-  return command(log, NFULNL_CFG_CMD_PF_BIND, static_cast<std::uint8_t>(family), 0);
+  return command(log, NFULNL_CFG_CMD_PF_BIND, {static_cast<std::uint8_t>(family), 0},
+                 ResultFrom::kWait);
 }
 
 extern "C" int nfnetlink_log_unbind_pf(nfnetlink_log *log, unsigned int family) {
-  return command(log, NFULNL_CFG_CMD_PF_UNBIND, static_cast<std::uint8_t>(family), 0);
+  return command(log, NFULNL_CFG_CMD_PF_UNBIND, {static_cast<std::uint8_t>(family), 0},
+                 ResultFrom::kWait);
 }
 
 extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, unsigned int group) {
   const auto number = static_cast<std::uint16_t>(group);
   if (log == nullptr || find_group(*log, number) != nullptr) {
-    talvera::fail(log == nullptr ? EINVAL : EBUSY);
+    errno = log == nullptr ? EINVAL : EBUSY;
     return nullptr;
   }
-  auto *node = static_cast<nfnetlink_log_group *>(std::calloc(1, sizeof(nfnetlink_log_group)));
+  talvera::MallocPtr<nfnetlink_log_group> node(
+      static_cast<nfnetlink_log_group *>(std::calloc(1, sizeof(nfnetlink_log_group))));
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (command(log, NFULNL_CFG_CMD_BIND, 0, number) != 0) {
-    talvera::free_block(node);
-    return nullptr;
-  }
+  if (command(log, NFULNL_CFG_CMD_BIND, {0, number}, ResultFrom::kAnswer) != 0) return nullptr;
   node->next = log->groups;
-  log->groups = node;
-  return node;
+  log->groups = node.get();
+  return node.release();
 }
 
 extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
@@ -170,7 +174,7 @@ extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
   if (group == nullptr) return talvera::fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (command(log, NFULNL_CFG_CMD_UNBIND, 0, group->number) < 0) return -1;
+  if (command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, ResultFrom::kAnswer) < 0) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;
@@ -183,10 +187,11 @@ extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
 extern "C" int nfnetlink_log_setmode(nfnetlink_log_group *group, unsigned int mode,
                                      std::uint32_t range) {
   if (group == nullptr) return talvera::fail(EINVAL);
-  Request request = make_request(0, group->number, NFULA_CFG_MODE, 6);
-  talvera::store_be32(request.payload, range);
-  request.payload[4] = static_cast<std::uint8_t>(mode);
-  return configure(*group->log->netlink, request, ResultFrom::kWait) < 0 ? -1 : 0;
+  Attribute attribute = {{sizeof attribute, NFULA_CFG_MODE}, {}};
+  talvera::store_be32(attribute.payload, range);
+  attribute.payload[4] = static_cast<std::uint8_t>(mode);
+  return configure(*group->log->netlink, {0, group->number}, attribute, ResultFrom::kWait) < 0 ? -1
+                                                                                               : 0;
 }
 
 extern "C" const void *nfnetlink_log_nfa_get_ptr(const nlattr *const *attributes,

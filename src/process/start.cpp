@@ -29,8 +29,9 @@ void reap_children(int signal) {
 
 // Interrupted system calls restart; children that are merely stopped raise no signal.
 void install_reaper() {
-  struct sigaction action = {};  // no further signals blocked
+  struct sigaction action = {};
   action.sa_handler = reap_children;
+  sigemptyset(&action.sa_mask);
   action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
   sigaction(SIGCHLD, &action, nullptr);
 }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 
 #include "talvera/process.h"
@@ -17,23 +18,26 @@ namespace {
 
 constexpr pid_t kLowestPid = 2;
 constexpr useconds_t kPollInterval = 100'000;  // microseconds
-constexpr long kSecond = 1'000'000'000;        // nanoseconds
 constexpr int kPollsPerSecond = 10;
 constexpr int kTermSeconds = 3;
 constexpr int kKillSeconds = 1;
 constexpr std::size_t kCommandLineSize = 1024;
 
+// Microseconds of the monotonic clock, modulo 2^32.
+std::uint32_t monotonic_time() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint32_t>(now.tv_sec) * 1'000'000 +
+         static_cast<std::uint32_t>(now.tv_nsec) / 1000;
+}
+
 // Sleeps for a full poll interval, resuming after signals.
 void sleep_poll_interval() {
-  timespec end;
-  clock_gettime(CLOCK_MONOTONIC, &end);
+  const std::uint32_t end = monotonic_time() + kPollInterval;
   if (usleep(kPollInterval) == 0) return;
-  end.tv_nsec += kPollInterval * 1000L;
-  if (end.tv_nsec >= kSecond) {
-    end.tv_nsec -= kSecond;
-    ++end.tv_sec;
-  }
-  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+  for (std::int32_t left; (left = static_cast<std::int32_t>(end - monotonic_time())) > 0;) {
+    const timespec rest = {0, left * 1000L};
+    nanosleep(&rest, nullptr);
   }
 }
 
