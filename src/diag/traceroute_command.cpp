@@ -1,11 +1,12 @@
 // The command line of traceroute, built in a buffer with unusual space accounting.
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
-#include "internal/fail.h"
 #include "talvera/ipdiag.h"
 
 namespace talvera::diag {
@@ -27,19 +28,8 @@ class CommandLine {
     room_ -= written_;
   }
 
-  [[gnu::noinline]] void append_switch(bool wanted, const char *text) {
-    if (wanted && static_cast<std::int32_t>(room_) >= 4) append("%s", text);
-  }
-  [[gnu::noinline]] void append_number(char letter, int number, std::uint32_t least_room) {
-    if (number > 0 && room_ >= least_room) append(" -%c %d", letter, number);
-  }
-  // Appends `before` and `text` if both fit.
-  [[gnu::noinline]] void append_text(const char *before, const char *text) {
-    if (std::strlen(text) + std::strlen(before) < room_) append("%s%s", before, text);
-  }
-  void append_length(int length) {
-    if (length > 0 && room_ >= 6) append(" %d", length);
-  }
+  [[nodiscard]] std::uint32_t room() const { return room_; }
+  [[nodiscard]] bool takes_switch() const { return static_cast<std::int32_t>(room_) >= 4; }
 
  private:
   char *buffer_;
@@ -48,6 +38,12 @@ class CommandLine {
 };
 
 constexpr char kProgram[] = "traceroute";
+
+struct NumberOption {
+  char letter;
+  std::uint8_t least_room;
+};
+constexpr NumberOption kNumberOptions[] = {{'q', 9}, {'m', 9}, {'w', 9}, {'t', 9}, {'p', 7}};
 
 }  // namespace
 }  // namespace talvera::diag
@@ -58,20 +54,25 @@ extern "C" int ipdiag_tr_makeparam(const char *host, const char *ifname, std::in
                                    std::int32_t max_hops, std::int32_t wait, std::int32_t tos,
                                    std::uint16_t port, std::int32_t icmp, std::int32_t packet_len,
                                    char *buf, std::uint16_t ipv6, std::uint32_t size) {
-  if (host == nullptr) return talvera::fail(EINVAL);
+  if (host == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
   if (size < sizeof kProgram) return 0;  // too small for the name and its terminator
 
   CommandLine line(buf, size);
-  line.append("%s", kProgram);
-  line.append_switch(ipv6 != 0, " -6");
-  line.append_switch(icmp != 0, " -I");
-  if (ifname != nullptr && *ifname != '\0') line.append_text(" -i ", ifname);
-  line.append_number('q', queries, 9);
-  line.append_number('m', max_hops, 9);
-  line.append_number('w', wait, 9);
-  line.append_number('t', tos, 9);
-  line.append_number('p', port, 7);
-  line.append_text(" ", host);
-  line.append_length(packet_len);
+  line.append(kProgram);
+  if (ipv6 != 0 && line.takes_switch()) line.append(" -6");
+  if (icmp != 0 && line.takes_switch()) line.append(" -I");
+  if (ifname != nullptr && *ifname != '\0' && std::strlen(ifname) + 4 < line.room())
+    line.append(" -i %s", ifname);
+  const std::int32_t numbers[] = {queries, max_hops, wait, tos, port};
+  for (std::size_t i = 0; i < std::size(kNumberOptions); ++i) {
+    const NumberOption &option = kNumberOptions[i];
+    if (numbers[i] > 0 && line.room() >= option.least_room)
+      line.append(" -%c %d", option.letter, numbers[i]);
+  }
+  if (std::strlen(host) + 1 < line.room()) line.append(" %s", host);
+  if (packet_len > 0 && line.room() >= 6) line.append(" %d", packet_len);
   return 0;
 }

@@ -1,4 +1,5 @@
 // Parsing of traceroute's work files: hops, response time, kind of error.
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -23,38 +24,35 @@ constexpr std::size_t kDestinationSize = 20;
 static_assert(sizeof(tr_hop) == 348 && offsetof(tr_hop, address) == 257 &&
               offsetof(tr_hop, status) == 280 && offsetof(tr_hop, times) == 284);
 
-struct Marker {
-  char text[3];
-  tr_status status;
-};
-constexpr Marker kMarkers[] = {
-    {"!H", TR_HOST_UNREACHABLE},     {"!N", TR_NETWORK_UNREACHABLE},
-    {"!P", TR_PROTOCOL_UNREACHABLE}, {"!S", TR_SOURCE_ROUTE_FAILED},
-    {"!F", TR_FRAGMENTATION_NEEDED},
-};
+// The letters after '!' in markers, by status. No token contains a space.
+constexpr char kMarkers[] = "NHP FS";
+static_assert(TR_NETWORK_UNREACHABLE == 0 && TR_HOST_UNREACHABLE == 1 &&
+              TR_PROTOCOL_UNREACHABLE == 2 && TR_FRAGMENTATION_NEEDED == 4 &&
+              TR_SOURCE_ROUTE_FAILED == 5);
 
 std::FILE *open_work_file(const char *name, const char *kind) {
   char path[kWorkPathSize];
   const int length = std::snprintf(path, sizeof path, "/tmp/%s-%s", name, kind);
   if (length < 0 || static_cast<std::size_t>(length) >= sizeof path) {
-    errno = ENAMETOOLONG;
+    fail(ENAMETOOLONG);
     return nullptr;
   }
   return std::fopen(path, "r");
 }
 
-// Copies with truncation and terminates.
-template <std::size_t Size>
-void copy(char (&to)[Size], const char *from, std::size_t length) {
-  if (length >= Size) length = Size - 1;
-  std::memcpy(to, from, length);
-  to[length] = '\0';
+// Reads the first line of a work file. Returns 1, or 0 if the file is empty, or -1 with errno set
+// if it cannot be opened.
+int read_first_line(const char *name, const char *kind, char *line, std::size_t size) {
+  const FilePtr file(open_work_file(name, kind));
+  if (file == nullptr) return -1;
+  return read_line(file.get(), line, size) ? 1 : 0;
 }
 
-// Extracts the header's first text in parentheses.
+// Extracts the header's first text in parentheses into a zeroed buffer.
 void take_destination(const char *header, char (&destination)[kDestinationSize]) {
   const char *open = std::strchr(header, '(');
-  if (open != nullptr) copy(destination, open + 1, std::strcspn(open + 1, ")\n"));
+  if (open == nullptr) return;
+  std::memcpy(destination, open + 1, std::min(std::strcspn(open + 1, ")\n"), kDestinationSize - 1));
 }
 
 bool is_time(const char *token) {
@@ -71,32 +69,29 @@ void append_time(tr_hop &hop, const char *token) {
 }
 
 // A marker may be followed by the end of the line or by details.
-void take_marker(tr_hop &hop, const char *token) {
-  for (const Marker &marker : kMarkers) {
-    if (std::strncmp(token, marker.text, 2) == 0) hop.status = marker.status;
-  }
+void take_marker(tr_hop &hop, char letter) {
+  const char *marker = letter != '\0' ? std::strchr(kMarkers, letter) : nullptr;
+  if (marker != nullptr) hop.status = static_cast<tr_status>(marker - kMarkers);
 }
 
 // Token 1, the hop number, is ignored.
 void take_token(tr_hop &hop, int number, const char *token) {
   if (number == 1 || *token == '*') return;
-  if (number == 2) {
-    copy(hop.host, token, std::strlen(token));
-  } else if (number == 3) {
-    copy(hop.address, token, std::strlen(token));
+  if (number <= 3) {
+    char *const text = number == 2 ? hop.host : hop.address;
+    const std::size_t last = (number == 2 ? sizeof hop.host : sizeof hop.address) - 1;
+    if (memccpy(text, token, '\0', last) == nullptr) text[last] = '\0';  // truncated
+  } else if (*token == '!') {
+    take_marker(hop, token[1]);
   } else if (is_time(token)) {
     append_time(hop, token);
-  } else {
-    take_marker(hop, token);
   }
 }
 
 void take_hop(tr_hop &hop, char *line) {
-  char *rest;
   int number = 0;
-  for (const char *token = strtok_r(line, ")( ", &rest); token != nullptr;
-       token = strtok_r(nullptr, ")( ", &rest)) {
-    take_token(hop, ++number, token);
+  while (const char *token = strsep(&line, ")( ")) {
+    if (*token != '\0') take_token(hop, ++number, token);
   }
   if (number == 0) return;
   const std::size_t used = strnlen(hop.times, sizeof hop.times);
@@ -119,27 +114,24 @@ extern "C" int ipdiag_tr_formatout(const char *name, tr_hop *hops, std::int32_t 
   if (talvera::read_line(file.get(), line, sizeof line)) take_destination(line, destination);
 
   std::int32_t rows = 0;
-  while (rows < max_rows && talvera::read_line(file.get(), line, sizeof line))
-    take_hop(hops[rows++], line);
+  for (; rows < max_rows && talvera::read_line(file.get(), line, sizeof line); ++rows)
+    take_hop(*hops++, line);
   *count = rows;
   if (rows < max_rows) return 0;
-  const tr_hop &last = hops[rows - 1];
+  const tr_hop &last = hops[-1];
   return std::strncmp(last.address, destination, sizeof last.address) != 0 ? 1 : 0;
 }
 
 extern "C" int ipdiag_tr_resptime(const char *name, std::int32_t *time) {
-  const talvera::FilePtr file(open_work_file(name, "status"));
-  if (file == nullptr) return -1;
   char line[kStatusLineSize];
-  if (talvera::read_line(file.get(), line, sizeof line)) *time = talvera::decimal32(line);
-  return 0;
+  const int lines = read_first_line(name, "status", line, sizeof line);
+  if (lines > 0) *time = talvera::decimal32(line);
+  return lines < 0 ? -1 : 0;
 }
 
 extern "C" int ipdiag_tr_err(const char *name, std::int32_t *code) {
-  const talvera::FilePtr file(open_work_file(name, "err"));
-  if (file == nullptr) return -1;
   char line[kErrorLineSize];
-  if (talvera::read_line(file.get(), line, sizeof line))
-    *code = std::strstr(line, "bad address") != nullptr ? 0 : 1;
-  return 0;
+  const int lines = read_first_line(name, "err", line, sizeof line);
+  if (lines > 0) *code = std::strstr(line, "bad address") != nullptr ? 0 : 1;
+  return lines < 0 ? -1 : 0;
 }

@@ -3,8 +3,6 @@
 
 #include <signal.h>
 
-#include "internal/owners.h"
-
 namespace talvera {
 
 // Blocks a signal in this thread for its lifetime.
@@ -16,14 +14,11 @@ class SignalBlock {
     sigaddset(&blocked, signal);
     sigprocmask(SIG_BLOCK, &blocked, &former_);
   }
-  ~SignalBlock() {
-    const ErrnoSaver saver;
-    restore();
-  }
+  ~SignalBlock() { restore(); }
   SignalBlock(const SignalBlock &) = delete;
   SignalBlock &operator=(const SignalBlock &) = delete;
 
-  // Unblocks early, for a child before exec.
+  // Unblocks early, for a child before exec. Cannot fail, and so leaves errno unchanged.
   void restore() const { sigprocmask(SIG_SETMASK, &former_, nullptr); }
 
  private:

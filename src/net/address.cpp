@@ -8,19 +8,34 @@
 namespace talvera::net {
 namespace {
 
+enum class Part { kNetwork, kBroadcast, kHost };
+
 bool parse(const char *text, std::uint32_t &address) {
-  return text != nullptr && inet_pton(AF_INET, text, &address) == 1;
+  return text != nullptr && inet_pton(AF_INET, text, &address) > 0;
 }
 
-// Stores `combine` of both addresses in `result` if both are valid.
-template <typename Combine>
-int calculate(const char *address_text, const char *mask_text, std::uint32_t *result,
-              Combine combine) {
+// Stores a part of the address in `result` if address and mask are valid.
+[[gnu::always_inline]] inline int calculate(const char *address_text, const char *mask_text,
+                                            std::uint32_t *result, Part part) {
   std::uint32_t address;
   std::uint32_t mask;
   if (!parse(address_text, address) || !parse(mask_text, mask)) return NETU_INVALID_ADDRESS;
-  *result = combine(address, mask);
+  if (part != Part::kNetwork) mask = ~mask;
+  *result = part == Part::kBroadcast ? address | mask : address & mask;
   return 0;
+}
+
+// For the parts that are needed less often.
+[[gnu::noinline]] int calculate_rare(const char *address, const char *mask, std::uint32_t *result,
+                                     Part part) {
+  return calculate(address, mask, result, part);
+}
+
+// `scratch` has room for an address of either family.
+int convert(const char *text, void *result, int family) {
+  in6_addr scratch;
+  if (text == nullptr) return 0;
+  return inet_pton(family, text, result != nullptr ? result : &scratch);
 }
 
 }  // namespace
@@ -29,21 +44,21 @@ int calculate(const char *address_text, const char *mask_text, std::uint32_t *re
 using namespace talvera::net;
 
 extern "C" int netu_calc_network(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate(address, mask, result, [](auto a, auto m) { return a & m; });
+  return calculate(address, mask, result, Part::kNetwork);
 }
 
 extern "C" int netu_calc_broadcast(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate(address, mask, result, [](auto a, auto m) { return a | ~m; });
+  return calculate_rare(address, mask, result, Part::kBroadcast);
 }
 
 extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate(address, mask, result, [](auto a, auto m) { return a & ~m; });
+  return calculate_rare(address, mask, result, Part::kHost);
 }
 
 // Intentionally counts all set bits, even of a mask that is not contiguous.
 extern "C" unsigned int netu_calc_subnet_prefix(const char *mask) {
   std::uint32_t rest;
-  if (!parse(mask, rest)) return 0;
+  if (netu_atoipv4(mask, &rest) != 1) return 0;
   // Not std::popcount(), which needs a table of 256 bytes on the target.
   unsigned int bits = 0;
   for (; rest != 0; rest &= rest - 1)
@@ -59,17 +74,13 @@ extern "C" std::uint32_t netu_subnet_mask_from_prefix(unsigned int prefix) {
 extern "C" int netu_is_empty_ip4addr(const char *address) {
   if (address == nullptr || *address == '\0') return 1;
   std::uint32_t number;
-  return parse(address, number) && number == INADDR_ANY ? 1 : 0;
+  return netu_atoipv4(address, &number) == 1 && number == INADDR_ANY ? 1 : 0;
 }
 
 extern "C" int netu_atoipv4(const char *address, void *result) {
-  in_addr scratch;
-  if (address == nullptr) return 0;
-  return inet_pton(AF_INET, address, result != nullptr ? result : &scratch);
+  return convert(address, result, AF_INET);
 }
 
 extern "C" int netu_atoipv6(const char *address, void *result) {
-  in6_addr scratch;
-  if (address == nullptr) return 0;
-  return inet_pton(AF_INET6, address, result != nullptr ? result : &scratch);
+  return convert(address, result, AF_INET6);
 }

@@ -26,12 +26,11 @@ constexpr int kAnswered = 1;  // arping's exit status when another host has the 
 // The exit status of a child that the reaper, in another thread, has collected or is about to
 // record.
 int reaped_exit(pid_t child) {
-  int code = process::recorded_exit(child);
-  for (int tries = 100; code == process::kUnknownExit && tries > 0; --tries) {
+  for (int tries = 100;; --tries) {
+    const int code = process::recorded_exit(child);
+    if (code != process::kUnknownExit || tries == 0) return code;
     usleep(1000);
-    code = process::recorded_exit(child);
   }
-  return code;
 }
 
 // Waits for this child only. Returns its exit status, kKilled, or kUnknownExit.

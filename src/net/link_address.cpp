@@ -4,9 +4,9 @@
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
+#include "internal/ascii.h"
 #include "internal/fail.h"
 #include "internal/integer32.h"
 #include "internal/owners.h"
@@ -23,8 +23,13 @@ constexpr int kMacSize = 6;
 using namespace talvera::net;
 
 extern "C" char *netu_etoa(const unsigned char *mac, char *buf) {
-  std::snprintf(buf, NETU_MAC_TEXT_SIZE, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
-                mac[3], mac[4], mac[5]);
+  char *p = buf;
+  for (int i = 0; i < kMacSize; ++i) {
+    *p++ = talvera::kHexDigits[mac[i] >> 4];
+    *p++ = talvera::kHexDigits[mac[i] & 0xF];
+    *p++ = ':';
+  }
+  p[-1] = '\0';
   return buf;
 }
 
@@ -42,7 +47,7 @@ extern "C" int netu_ifindex2name(unsigned int index, char *name) {
   if (name == nullptr) return talvera::fail(EINVAL);
   const talvera::UniqueFd any(socket(AF_INET, SOCK_DGRAM, 0));
   if (!any.valid()) return -1;
-  ifreq request{};
+  ifreq request;
   request.ifr_ifindex = static_cast<int>(index);
   if (ioctl(any.get(), SIOCGIFNAME, &request) < 0) return -1;
   std::strncpy(name, request.ifr_name, IFNAMSIZ);

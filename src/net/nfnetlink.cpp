@@ -1,6 +1,5 @@
 // Netfilter netlink: handles, subsystems, sending and receiving messages.
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -31,32 +30,22 @@ int bind_local(const nfnetlink_handle &handle) {
   return bind(handle.fd, reinterpret_cast<const sockaddr *>(&handle.local), sizeof handle.local);
 }
 
-// Reads the port id that the kernel assigned.
-bool read_local(nfnetlink_handle &handle) {
+// Reads the port id that the kernel assigned. Returns 0, or -1 with errno set.
+int read_local(nfnetlink_handle &handle) {
   socklen_t length = sizeof handle.local;
-  if (getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) != 0) {
-    return false;
-  }
-  if (length == sizeof handle.local) return true;
-  errno = EINVAL;
-  return false;
-}
-
-// Intentionally leaves descriptor 0 open, which counts as no socket.
-void close_socket(int fd) {
-  const ErrnoSaver saver;
-  if (fd != 0) close(fd);
+  if (getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) != 0) return -1;
+  return length == sizeof handle.local ? 0 : fail(EINVAL);
 }
 
 }  // namespace
 
 int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int flags) {
-  sockaddr_nl sender{};
+  sockaddr_nl sender;
+  sender.nl_pid = 0;
   socklen_t sender_size = sizeof sender;
   const ssize_t received = recvfrom(handle.fd, buffer, length, flags,
                                     reinterpret_cast<sockaddr *>(&sender), &sender_size);
-  if (received < 0) return -1;
-  if (sender.nl_pid != 0) return fail(ENOMSG);
+  if (received >= 0 && sender.nl_pid != 0) return fail(ENOMSG);
   return static_cast<int>(received);
 }
 
@@ -65,26 +54,26 @@ int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int fla
 using namespace talvera::net;
 
 extern "C" nfnetlink_handle *nfnetlink_open() {
-  talvera::MallocPtr<nfnetlink_handle> handle(
-      static_cast<nfnetlink_handle *>(std::calloc(1, sizeof(nfnetlink_handle))));
+  auto *handle = static_cast<nfnetlink_handle *>(std::calloc(1, sizeof(nfnetlink_handle)));
   if (handle == nullptr) return nullptr;
-  handle->fd = socket(AF_NETLINK, SOCK_RAW, NETLINK_NETFILTER);
-  if (handle->fd < 0) return nullptr;
   handle->local.nl_family = AF_NETLINK;
   handle->peer.nl_family = AF_NETLINK;
-  if (bind_local(*handle) != 0 || !read_local(*handle)) {
-    close_socket(handle->fd);
+  handle->fd = socket(AF_NETLINK, SOCK_RAW, NETLINK_NETFILTER);
+  if (handle->fd < 0 || bind_local(*handle) != 0 || read_local(*handle) != 0) {
+    nfnetlink_close(handle);
     return nullptr;
   }
   handle->sequence = static_cast<std::uint32_t>(time(nullptr));
-  return handle.release();
+  return handle;
 }
 
 extern "C" int nfnetlink_rebind(nfnetlink_handle *handle) {
   if (handle == nullptr) return talvera::fail(EINVAL);
   const std::uint32_t former = handle->local.nl_groups;
+  std::uint32_t groups = former;
   for (const nfnetlink_subsys &subsys : handle->subsystems)
-    handle->local.nl_groups |= subsys.subscriptions;
+    groups |= subsys.subscriptions;
+  handle->local.nl_groups = groups;
   if (bind_local(*handle) == 0) return 0;
   handle->local.nl_groups = former;
   return -1;
@@ -96,47 +85,51 @@ extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, uns
   const auto index = static_cast<std::uint8_t>(id);
   const auto count = static_cast<std::uint8_t>(callback_count);
   if (handle == nullptr || index >= NFNETLINK_SUBSYSTEMS) {
-    errno = EINVAL;
+    talvera::fail(EINVAL);
     return nullptr;
   }
-  nfnetlink_subsys &subsys = handle->subsystems[index];
-  if (subsys.callbacks != nullptr) {
-    errno = EBUSY;
+  nfnetlink_subsys *subsys = &handle->subsystems[index];
+  if (subsys->callbacks != nullptr) {
+    talvera::fail(EBUSY);
     return nullptr;
   }
-  // At least one entry: calloc() of 0 entries may return null, and the slot would count as free.
-  void *callbacks = std::calloc(count != 0 ? count : 1U, sizeof(nfnetlink_callback));
-  if (callbacks == nullptr) return nullptr;
-  subsys = {handle, subscriptions, index, count, static_cast<nfnetlink_callback *>(callbacks)};
-  if (nfnetlink_rebind(handle) != 0) {
-    nfnetlink_subsys_close(&subsys);
+  subsys->handle = handle;
+  subsys->subscriptions = subscriptions;
+  subsys->id = index;
+  subsys->callback_count = count;
+  // One entry more: calloc() of 0 entries may return null, and the slot would count as free.
+  subsys->callbacks =
+      static_cast<nfnetlink_callback *>(std::calloc(count + 1U, sizeof(nfnetlink_callback)));
+  if (subsys->callbacks == nullptr || nfnetlink_rebind(handle) != 0) {
+    nfnetlink_subsys_close(subsys);
     return nullptr;
   }
-  return &subsys;
+  return subsys;
 }
 
 extern "C" int nfnetlink_subsys_close(nfnetlink_subsys *subsys) {
   if (subsys == nullptr) return talvera::fail(EINVAL);
-  const talvera::MallocPtr<nfnetlink_callback> callbacks(subsys->callbacks);
+  talvera::free_block(subsys->callbacks);
   *subsys = {};
   return 0;
 }
 
+// Preserves errno. Intentionally leaves descriptor 0 open, which counts as no socket.
 extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
   if (handle == nullptr) return talvera::fail(EINVAL);
   for (nfnetlink_subsys &subsys : handle->subsystems)
     nfnetlink_subsys_close(&subsys);
-  close_socket(handle->fd);
-  std::free(handle);
+  if (handle->fd != 0) talvera::close_descriptor(handle->fd);
+  talvera::free_block(handle);
   return 0;
 }
 
 extern "C" int nfnetlink_msg_pack(nlmsghdr *message, const void *data, unsigned int length) {
   if (message == nullptr || data == nullptr) return talvera::fail(EINVAL);
-  const std::uint32_t end = message->nlmsg_len;
-  std::memcpy(reinterpret_cast<unsigned char *>(message) + end, data, length);
-  // The first piece is the header itself, which has just set nlmsg_len.
-  if (end != 0) message->nlmsg_len = end + NLMSG_ALIGN(length);
+  unsigned char *end = reinterpret_cast<unsigned char *>(message) + message->nlmsg_len;
+  // The first piece is the header itself, which sets nlmsg_len.
+  if (message->nlmsg_len != 0) message->nlmsg_len += NLMSG_ALIGN(length);
+  std::memcpy(end, data, length);
   return 0;
 }
 

@@ -3,6 +3,7 @@
 // Lengths are untrusted: each is checked against the remaining bytes before anything is read. The
 // buffer may be unaligned, so headers are read with unaligned loads.
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -32,69 +33,53 @@ bool is_complete(int remaining, std::uint32_t item_length, int header_size) {
          item_length <= static_cast<std::uint32_t>(remaining);
 }
 
-// Advances to the next item; false at the end. Padding after the last item is optional.
-bool advance(Bytes &at, int &size, std::uint32_t item_length) {
+// Advances to the next item; false if the remaining bytes cannot hold its header. Padding after the
+// last item is optional: without it, the size falls below 0.
+bool advance(Bytes &at, int &size, std::uint32_t item_length, int header_size) {
   const std::uint32_t step = NLMSG_ALIGN(item_length);
-  if (step >= static_cast<std::uint32_t>(size)) return false;
+  size = static_cast<int>(static_cast<std::uint32_t>(size) - step);
+  if (size < header_size) return false;
   at += step;
-  size -= static_cast<int>(step);
   return true;
 }
 
-// The header fields used for dispatch, read with unaligned loads.
-struct Header {
-  explicit Header(Bytes message)
-      : length(load_unaligned<std::uint32_t>(message + offsetof(nlmsghdr, nlmsg_len))),
-        type(load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_type))),
-        flags(load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_flags))) {}
-
-  std::uint32_t length;
-  std::uint16_t type;
-  std::uint16_t flags;
-};
-
-// The result of a control message: 0 for an acknowledgement.
-int control_result(Bytes message, const Header &header) {
-  if (header.length < kHeaderSize + sizeof(std::int32_t)) return fail(EBADMSG);
-  const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
-  if (error == 0) return 0;
-  errno = error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO;
-  return kContinue;
-}
-
-int call_handler(const nfnetlink_callback &callback, const nlattr **table, Bytes message,
-                 std::uint32_t length) {
-  const void *start = message;
-  const void *attributes = message + kGeneralHeaderEnd;
-  nfnetlink_msg_parse_attr(table, callback.attribute_count, static_cast<const nlattr *>(attributes),
-                           static_cast<int>(length) - kGeneralHeaderEnd);
-  return callback.handler(static_cast<const nlmsghdr *>(start), table, callback.data);
-}
-
-int handle_message(const nfnetlink_handle &handle, Bytes message, const Header &header) {
-  if (header.length < kGeneralHeaderEnd) return fail(EBADMSG);
-  const unsigned id = header.type >> 8;
-  if (id >= NFNETLINK_SUBSYSTEMS) return fail(EOPNOTSUPP);
-  const nfnetlink_subsys &subsys = handle.subsystems[id];
-  const unsigned type = header.type & 0xFFU;
-  if (type >= subsys.callback_count) return fail(EOPNOTSUPP);
-
-  // Copied because the handler may close the subsystem.
-  const nfnetlink_callback callback = subsys.callbacks[type];
-  if (callback.attribute_count == 0 || callback.handler == nullptr) return kContinue;
+// The handler may close the subsystem: the callback is not used after the call.
+int call_handler(const nfnetlink_callback &callback, Bytes message, std::uint32_t length) {
   // On the stack, except for subsystems with very many attributes.
   const nlattr *usual[kUsualAttributes];
-  if (callback.attribute_count <= kUsualAttributes) {
-    return call_handler(callback, usual, message, header.length);
-  }
-  const MallocPtr<const nlattr *> large = allocate<const nlattr *>(callback.attribute_count);
-  return large != nullptr ? call_handler(callback, large.get(), message, header.length) : -1;
+  const nlattr **table = usual;
+  const int count = callback.attribute_count;
+  if (count > kUsualAttributes) table = allocate<const nlattr *>(count).release();
+  if (table == nullptr) return -1;
+  const void *start = message;
+  const void *attributes = message + kGeneralHeaderEnd;
+  nfnetlink_msg_parse_attr(table, count, static_cast<const nlattr *>(attributes),
+                           static_cast<int>(length) - kGeneralHeaderEnd);
+  const int result = callback.handler(static_cast<const nlmsghdr *>(start), table, callback.data);
+  if (table != usual) free_block(table);
+  return result;
 }
 
-int message_result(const nfnetlink_handle &handle, Bytes message, const Header &header) {
-  const bool ends_parts = header.type == NLMSG_DONE && (header.flags & NLM_F_MULTI) != 0;
-  if (header.type == NLMSG_ERROR || ends_parts) return control_result(message, header);
-  return handle_message(handle, message, header);
+// The result of a complete message of `length` bytes.
+int message_result(const nfnetlink_handle &handle, Bytes message, std::uint32_t length) {
+  if (length < kGeneralHeaderEnd) return fail(EBADMSG);
+  const unsigned kind = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_type));
+  const auto flags = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_flags));
+  if (kind == NLMSG_ERROR || (kind == NLMSG_DONE && (flags & NLM_F_MULTI) != 0)) {
+    const auto error = load_unaligned<std::int32_t>(message + kHeaderSize);
+    if (error == 0) return 0;
+    fail(error < 0 ? static_cast<int>(0 - static_cast<unsigned>(error)) : EPROTO);
+    return kContinue;
+  }
+
+  const unsigned id = kind >> 8;
+  const unsigned type = kind & 0xFFU;
+  if (id >= NFNETLINK_SUBSYSTEMS) return fail(EOPNOTSUPP);
+  const nfnetlink_subsys &subsys = handle.subsystems[id];
+  if (type >= subsys.callback_count) return fail(EOPNOTSUPP);
+  const nfnetlink_callback &callback = subsys.callbacks[type];
+  if (callback.attribute_count == 0 || callback.handler == nullptr) return kContinue;
+  return call_handler(callback, message, length);
 }
 
 }  // namespace
@@ -135,27 +120,32 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<Bytes>(first);
   while (length >= kAttributeHeaderSize) {
-    const auto item_length = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
-    if (!is_complete(length, item_length, kAttributeHeaderSize)) break;
-    const int type =
-        talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & kTypeMask;
+    const auto header = std::bit_cast<nlattr>(talvera::load_unaligned<std::uint32_t>(at));
+    if (!is_complete(length, header.nla_len, kAttributeHeaderSize)) break;
+    // Type 0 wraps and is beyond every table, too.
+    const unsigned index = (header.nla_type & kTypeMask) - 1U;
     const void *start = at;
-    if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
-    if (!advance(at, length, item_length)) break;
+    if (index < static_cast<unsigned>(table_size))
+      table[index] = static_cast<const nlattr *>(start);
+    if (!advance(at, length, header.nla_len, kAttributeHeaderSize)) break;
   }
   return 0;
 }
 
 extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, int length) {
-  if (handle == nullptr || data == nullptr) return talvera::fail(EINVAL);
+  if (handle == nullptr || data == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
   const auto *at = static_cast<Bytes>(data);
   int result = 0;
   while (length >= kHeaderSize) {
-    const Header header(at);
-    if (!is_complete(length, header.length, kHeaderSize)) break;
-    result = message_result(*handle, at, header);
+    const auto item_length =
+        talvera::load_unaligned<std::uint32_t>(at + offsetof(nlmsghdr, nlmsg_len));
+    if (!is_complete(length, item_length, kHeaderSize)) break;
+    result = message_result(*handle, at, item_length);
     if (result < kContinue) break;
-    if (!advance(at, length, header.length)) break;
+    if (!advance(at, length, item_length, kHeaderSize)) break;
   }
   return result;
 }

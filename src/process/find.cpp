@@ -16,18 +16,6 @@ namespace {
 
 constexpr std::size_t kLineSize = 1024;
 
-// Parses process identifiers from one line of output; returns how many were stored.
-int store_numbers(char *line, pid_t *pids, int capacity) {
-  constexpr char kSeparators[] = " \t\r\n";
-  int count = 0;
-  char *rest = nullptr;
-  for (char *token = strtok_r(line, kSeparators, &rest); token != nullptr && count < capacity;
-       token = strtok_r(nullptr, kSeparators, &rest)) {
-    pids[count++] = decimal32(token);
-  }
-  return count;
-}
-
 bool process_exists(int pid) {
   char path[sizeof "/proc/-2147483648"];
   std::snprintf(path, sizeof path, "/proc/%d", pid);
@@ -51,8 +39,12 @@ extern "C" int process_find_all(const char *name, pid_t *pids, int capacity) {
 
   int count = 0;
   char line[kLineSize];
-  while (count < capacity && talvera::read_line(output.get(), line, sizeof line))
-    count += store_numbers(line, pids + count, capacity - count);
+  while (count < capacity && talvera::read_line(output.get(), line, sizeof line)) {
+    for (char *rest = line; rest != nullptr && count < capacity;) {
+      const char *token = strsep(&rest, " \t\r\n");
+      if (*token != '\0') pids[count++] = talvera::decimal32(token);
+    }
+  }
   return count;
 }
 

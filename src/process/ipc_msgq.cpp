@@ -27,42 +27,51 @@ const sockaddr *address_of(const ipc_msgq &queue) {
   return reinterpret_cast<const sockaddr *>(&queue.address);
 }
 
-// A record with the queue's address but no socket; null if the path cannot hold the name.
-ipc_msgq *make_record(const char *name) {
-  const std::size_t length = name != nullptr ? std::strlen(name) : 0;
-  if (name == nullptr || length >= sizeof(sockaddr_un::sun_path)) {
-    errno = name == nullptr ? EINVAL : ENAMETOOLONG;
-    return nullptr;
-  }
-  auto *queue = static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq)));
-  if (queue == nullptr) return nullptr;
-  queue->address.sun_family = AF_UNIX;
-  std::memcpy(queue->address.sun_path, name, length + 1);
-  return queue;
+// Prints a failed call's message, which may show errno and its text. Returns -1 with errno
+// unchanged.
+int report(const char *format) {
+  const int error = errno;
+  std::printf(format, error, std::strerror(error));
+  return fail(error);
 }
 
 // A non-blocking local datagram socket; negative on failure.
 int open_socket() {
   const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
-  if (fd < 0) {
-    const ErrnoSaver saver;
-    std::printf("socket create failed \n");
-    return fd;
-  }
+  if (fd < 0) return report("socket create failed \n");
   int on = 1;
   ioctl(fd, FIONBIO, &on);
   return fd;
 }
 
-// Waits until the socket is readable. 1 if it is; otherwise 0, or -1 with errno set.
+// A queue whose socket is bound to its name if `bound`; null on failure.
+ipc_msgq *open_queue(const char *name, bool bound) {
+  if (name == nullptr) {
+    fail(EINVAL);
+    return nullptr;
+  }
+  auto *queue = static_cast<ipc_msgq *>(std::calloc(1, sizeof(ipc_msgq)));
+  if (queue == nullptr) return nullptr;
+  queue->address.sun_family = AF_UNIX;
+  const void *copied = memccpy(queue->address.sun_path, name, '\0', sizeof(sockaddr_un::sun_path));
+  queue->fd = copied != nullptr ? open_socket() : fail(ENAMETOOLONG);
+  if (queue->fd >= 0) {
+    if (!bound || bind(queue->fd, address_of(*queue), kAddressLength) == 0) return queue;
+    report("bind failed:%d:%s\n");
+  }
+  close_descriptor(queue->fd);
+  free_block(queue);
+  return nullptr;
+}
+
+// Waits until the socket is readable. Returns a positive number if it is; otherwise 0, or -1 with
+// errno set.
 int wait_readable(int fd) {
   if (fd < 0 || fd >= FD_SETSIZE) return fail(EBADF);  // does not fit into an fd_set
   fd_set readable;
   FD_ZERO(&readable);
   FD_SET(fd, &readable);
-  const int ready = select(fd + 1, &readable, nullptr, nullptr, nullptr);
-  if (ready < 0) return ready;
-  return FD_ISSET(fd, &readable) ? 1 : 0;
+  return select(fd + 1, &readable, nullptr, nullptr, nullptr);
 }
 
 }  // namespace
@@ -75,55 +84,37 @@ extern "C" int ipc_msgq_create(void) {
 }
 
 extern "C" struct ipc_msgq *ipc_msgq_createByName(const char *name) {
-  talvera::MallocPtr<ipc_msgq> queue(make_record(name));
-  if (queue == nullptr) return nullptr;
-  talvera::UniqueFd fd(open_socket());
-  if (!fd.valid()) return nullptr;
-  if (bind(fd.get(), address_of(*queue), kAddressLength) != 0) {
-    const talvera::ErrnoSaver saver;
-    std::printf("bind failed:%d:%s\n", errno, std::strerror(errno));
-    return nullptr;
-  }
-  queue->fd = fd.release();
-  return queue.release();
+  return open_queue(name, true);
 }
 
 extern "C" struct ipc_msgq *ipc_msgq_GetByName(const char *name) {
-  talvera::MallocPtr<ipc_msgq> queue(make_record(name));
-  if (queue == nullptr) return nullptr;
-  talvera::UniqueFd fd(open_socket());
-  if (!fd.valid()) return nullptr;
-  queue->fd = fd.release();
-  return queue.release();
+  return open_queue(name, false);
 }
 
 extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, size_t length) {
   if (queue == nullptr) {
-    std::printf("%s:Invalid server details\n", __func__);
+    std::printf("ipc_msgq_send:Invalid server details\n");
     return talvera::fail(EINVAL);
   }
-  if (sendto(queue->fd, data, length, 0, address_of(*queue), kAddressLength) < 0) {
-    const talvera::ErrnoSaver saver;
-    std::printf("sendto failed.Error:%d:%s\n", errno, std::strerror(errno));
-    return -1;
-  }
-  return 0;
+  if (sendto(queue->fd, data, length, 0, address_of(*queue), kAddressLength) >= 0) return 0;
+  return report("sendto failed.Error:%d:%s\n");
 }
 
 extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buf, size_t size) {
-  if (queue == nullptr) return talvera::fail(EINVAL);
-  const int ready = wait_readable(queue->fd);
-  if (ready < 0) {
-    const talvera::ErrnoSaver saver;
-    std::printf("EBADF:%d, EFAULT:%d, EINTR:%d, EINVAL:%d\n  select() failed. error:%d:%s\n", EBADF,
-                EFAULT, EINTR, EINVAL, errno, std::strerror(errno));
-    return -1;
+  const int ready = queue != nullptr ? wait_readable(queue->fd) : 0;
+  if (ready > 0) {
+    sockaddr_un sender;
+    socklen_t sender_length = sizeof sender;
+    return static_cast<int>(
+        recvfrom(queue->fd, buf, size, 0, reinterpret_cast<sockaddr *>(&sender), &sender_length));
   }
-  if (ready == 0) return talvera::fail(EAGAIN);
-  sockaddr_un sender;
-  socklen_t sender_length = sizeof sender;
-  return static_cast<int>(
-      recvfrom(queue->fd, buf, size, 0, reinterpret_cast<sockaddr *>(&sender), &sender_length));
+  if (ready == 0) {
+    errno = queue != nullptr ? EAGAIN : EINVAL;
+  } else {
+    static_assert(EBADF == 9 && EFAULT == 14 && EINTR == 4 && EINVAL == 22);
+    report("EBADF:9, EFAULT:14, EINTR:4, EINVAL:22\n  select() failed. error:%d:%s\n");
+  }
+  return -1;
 }
 
 extern "C" int ipc_msgq_msg_count(const struct ipc_msgq * /*queue*/) {

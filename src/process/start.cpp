@@ -36,18 +36,15 @@ void install_reaper() {
   sigaction(SIGCHLD, &action, nullptr);
 }
 
-// Sets an environment variable from a "NAME=value" string; skips a string without '='.
-bool set_variable(const char *assignment) {
-  const char *equals = std::strchr(assignment, '=');
-  if (equals == nullptr) return true;
-  const MallocPtr<char> name(strndup(assignment, static_cast<std::size_t>(equals - assignment)));
-  return name != nullptr && setenv(name.get(), equals + 1, 1) == 0;
-}
-
-// Runs in the child. Every failure intentionally exits with status 0.
+// Runs in the child, with variables from strings "NAME=value"; skips strings without '='. Every
+// failure intentionally exits with status 0.
 [[noreturn]] void exec_child(const char *path, char *const argv[], char *const env[]) {
   for (; env != nullptr && *env != nullptr; ++env) {
-    if (!set_variable(*env)) _exit(0);
+    const char *equals = std::strchr(*env, '=');
+    if (equals == nullptr) continue;
+    char *name = strndup(*env, static_cast<std::size_t>(equals - *env));
+    if (name == nullptr || setenv(name, equals + 1, 1) != 0) _exit(0);
+    std::free(name);
   }
   execv(path, argv);
   syslog(LOG_ERR, "failed to start process '%s' - %s", path, sdb_strerror(errno));
@@ -68,7 +65,8 @@ extern "C" int process_start(pid_t *pid, const char *path, char *const argv[], c
     return error;
   }
   if (child == 0) {
-    if (setpgid(getpid(), getpid()) != 0) {
+    const pid_t self = getpid();
+    if (setpgid(self, self) != 0) {
       const int error = errno;
       syslog(LOG_ERR, "child setpgid() error %d", error);
       return error;  // intentionally returns in the child, which continues in the caller's code

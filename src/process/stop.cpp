@@ -3,7 +3,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -19,7 +18,7 @@ namespace {
 
 constexpr pid_t kLowestPid = 2;
 constexpr useconds_t kPollInterval = 100'000;  // microseconds
-constexpr std::int64_t kPollsPerSecond = 10;
+constexpr int kPollsPerSecond = 10;
 constexpr int kTermSeconds = 3;
 constexpr int kKillSeconds = 1;
 constexpr std::size_t kCommandLineSize = 1024;
@@ -46,43 +45,64 @@ bool is_running(pid_t pid) {
   return kill(pid, 0) == 0 || errno != ESRCH;
 }
 
+// Sends a signal, queued with `value` if `queued`.
+[[gnu::noinline]] int send_signal(pid_t pid, int signal, sigval value, bool queued) {
+  if (pid < kLowestPid) return PROCESS_INVALID;
+  int result;
+  const char *message;
+  if (queued) {
+    result = sigqueue(pid, signal, value);
+    message = "could not queue signal %d to process %d: %s";
+  } else {
+    result = kill(pid, signal);
+    message = "could not send signal %d process %d: %s";
+  }
+  if (result == 0) return 0;
+  const int error = errno;
+  syslog(LOG_WARNING, message, signal, pid, sdb_strerror(error));
+  return error;
+}
+
 }  // namespace
 }  // namespace talvera::process
 
 using namespace talvera::process;
 
 extern "C" int process_signal(pid_t pid, int signal) {
-  if (pid < kLowestPid) return PROCESS_INVALID;
-  if (kill(pid, signal) == 0) return 0;
-  const int error = errno;
-  syslog(LOG_WARNING, "could not send signal %d process %d: %s", signal, pid, sdb_strerror(error));
-  return error;
+  return send_signal(pid, signal, {}, false);
 }
 
 extern "C" int process_queue_signal(pid_t pid, int signal, union sigval value) {
-  if (pid < kLowestPid) return PROCESS_INVALID;
-  if (sigqueue(pid, signal, value) == 0) return 0;
-  const int error = errno;
-  syslog(LOG_WARNING, "could not queue signal %d to process %d: %s", signal, pid,
-         sdb_strerror(error));
-  return error;
+  return send_signal(pid, signal, value, true);
 }
 
+// Counts seconds, and the polls within a second: all polls together may exceed an int.
 extern "C" int process_wait(pid_t pid, int seconds) {
-  for (std::int64_t sleeps = kPollsPerSecond * std::max(seconds, 0);; --sleeps) {
-    if (!is_running(pid)) return 0;
-    if (sleeps == 0) break;
+  int left = seconds;
+  int polls = 0;
+  while (is_running(pid)) {
+    if (left <= 0) {
+      syslog(LOG_DEBUG, "timeout (%ds) waiting for process %d", seconds, pid);
+      return PROCESS_TIMEOUT;
+    }
     sleep_poll_interval();
+    if (++polls < kPollsPerSecond) continue;
+    polls = 0;
+    --left;
   }
-  syslog(LOG_DEBUG, "timeout (%ds) waiting for process %d", seconds, pid);
-  return PROCESS_TIMEOUT;
+  return 0;
 }
 
 extern "C" int process_stop(pid_t pid) {
   if (pid < kLowestPid) return PROCESS_INVALID;
-  char command_line[kCommandLineSize] = {};
+  char command_line[kCommandLineSize];
+  const char *shown = "<unknown>";
   const int length = sysfs_get_attr("/proc/%d/cmdline", command_line, sizeof command_line - 1, pid);
-  syslog(LOG_DEBUG, "stopping process %d (%s)", pid, length > 0 ? command_line : "<unknown>");
+  if (length > 0) {
+    command_line[length] = '\0';
+    shown = command_line;
+  }
+  syslog(LOG_DEBUG, "stopping process %d (%s)", pid, shown);
 
   int result = process_signal(pid, SIGTERM);
   if (result == 0) result = process_wait(pid, kTermSeconds);
