@@ -1,100 +1,127 @@
 // Computes the result of a sequence of moves in a list, in which each item moves at most once.
 //
-// Waiting items (not moved yet, or never moved) keep their original order, so that each position in
-// the list is in a gap: before one of them, and after the waiting items that precede it. The
-// forward pass finds the gap of each move from the number of items in each gap, and from it the
-// move's rank: the new position, not counting waiting items that leave their place later. Without
-// these the list only grows, starting from the items that never move. So the backward pass finds
-// the final places: that of the item moved last is its rank, each earlier item takes its rank among
-// the places still free, and the items that never move take the rest.
+// The list is an interleaving of two lists: waiting items (not moved yet, or never moved) keep
+// their original order; moved items form a list that only grows. A position in the whole list is a
+// gap, before one of the waiting items, and a rank among the moved items.
 //
-// Items that go to the top leave their places after all others.
+// The forward pass determines the gap and rank of each move from the number of moved items in each
+// gap. The backward pass reconstructs the final order of the moved items: the item moved last keeps
+// its rank, and each earlier item takes its rank among the places still free. Finally, both lists
+// are merged by gap.
 #include "files/apply_moves.h"
 
+#include <bit>
 #include <cstddef>
 
+#include "files/set.h"
 #include "internal/owners.h"
 
 namespace talvera::files {
 namespace {
 
-// How many items are in a range of gaps, waiting or moved, and how many of them leave it later.
-struct Count {
-  std::int32_t present;
-  std::int32_t leaving;
+// A Fenwick tree (binary indexed tree) of prefix sums over numbers that are all 1 initially.
+class FenwickTree {
+ public:
+  // `tree` holds one entry more than there are numbers; entry 0 is unused.
+  explicit FenwickTree(std::span<std::int32_t> tree) : tree_(tree) {
+    for (std::size_t i = 1; i < tree_.size(); ++i)
+      tree_[i] = static_cast<std::int32_t>(i & -i);
+  }
+
+  void add(std::size_t index, std::int32_t number) {
+    for (++index; index < tree_.size(); index += index & -index)
+      tree_[index] += number;
+  }
+
+  // The sum of the first `count` numbers.
+  [[nodiscard]] std::int32_t prefix_sum(std::size_t count) const {
+    std::int32_t sum = 0;
+    for (; count > 0; count &= count - 1)
+      sum += tree_[count];
+    return sum;
+  }
+
+  [[nodiscard]] std::int32_t value(std::size_t index) const {
+    return prefix_sum(index + 1) - prefix_sum(index);
+  }
+
+  // The index of the number at which the prefix sum reaches `wanted`; one past the last if none.
+  [[nodiscard]] std::size_t find(std::int32_t wanted) const {
+    std::size_t index = 0;
+    for (std::size_t step = std::bit_floor(tree_.size() - 1); step > 0; step /= 2) {
+      if (index + step >= tree_.size() || tree_[index + step] >= wanted) continue;
+      index += step;
+      wanted -= tree_[index];
+    }
+    return index;
+  }
+
+ private:
+  std::span<std::int32_t> tree_;
 };
 
-// A binary tree of sums: node 1 is the root, the children of node n are 2n and 2n + 1, and the
-// second half are the leaves. Fills it with one item in each leaf; those of `items` that stay do
-// not count as leaving.
-void fill_tree(Count *tree, std::size_t leaves, const of_file_info *items, std::size_t count) {
-  for (std::size_t node = 2 * leaves; --node > 0;) {
-    if (node >= leaves) {
-      const std::size_t leaf = node - leaves;
-      tree[node] = {1, leaf >= count || items[leaf].order != kStays};
-    } else {
-      const Count *const children = tree + 2 * node;
-      tree[node] = {children[0].present + children[1].present,
-                    children[0].leaving + children[1].leaving};
-    }
-  }
-}
+// One block of memory from which spans are allocated.
+class Arena {
+ public:
+  explicit Arena(std::size_t numbers)
+      : block_(allocate<std::int32_t>(numbers)), rest_(block_.get()) {}
 
-// Adds `change` to those present in the leaf at which their sum reaches `position`. Returns how
-// many leave the leaves before it.
-std::int32_t change_at(Count *tree, std::size_t leaves, std::int32_t position,
-                       std::int32_t change) {
-  std::int32_t leaving = 0;
-  std::size_t node = 1;
-  for (; tree[node].present += change, node < leaves;) {
-    node *= 2;
-    if (tree[node].present >= position) continue;
-    position -= tree[node].present;
-    leaving += tree[node].leaving;
-    ++node;
+  [[nodiscard]] bool valid() const { return block_ != nullptr; }
+  std::span<std::int32_t> take(std::size_t numbers) {
+    const std::span taken{rest_, numbers};
+    rest_ += numbers;
+    return taken;
   }
-  return leaving;
+
+ private:
+  MallocPtr<std::int32_t> block_;
+  std::int32_t *rest_;
+};
+
+// Fills `list` with the indices of the moves in the final order of their items, given the rank of
+// each item at the time of its move.
+void order_by_ranks(std::span<const std::int32_t> ranks, FenwickTree free_places,
+                    std::span<std::int32_t> list) {
+  for (std::size_t move = ranks.size(); move-- > 0;) {
+    const std::size_t place = free_places.find(ranks[move] + 1);
+    free_places.add(place, -1);
+    list[place] = static_cast<std::int32_t>(move);
+  }
 }
 
 }  // namespace
 
-bool apply_moves(of_files_info &set) {
-  const auto count = static_cast<std::size_t>(set.count);
+bool apply_moves(std::span<const Move> moves, std::span<of_file_info> items) {
   // An imaginary item after the last one always waits, so that the end of the list is a gap as
   // well.
-  std::size_t leaves = 1;
-  while (leaves <= count)
-    leaves *= 2;
-  const auto block = allocate<Count>(2 * leaves);
-  if (block == nullptr) return false;
-  Count *const tree = block.get();
+  const std::size_t gaps = items.size() + 1;
+  Arena arena(2 * (gaps + 1) + 3 * moves.size() + 1);
+  if (!arena.valid()) return false;
+  FenwickTree all(
+      arena.take(gaps + 1));  // per gap: moved items in it, plus the waiting item after it
+  FenwickTree waiting(arena.take(gaps + 1));
+  const auto ranks = arena.take(moves.size());
+  const auto moved = arena.take(moves.size());
+  const FenwickTree free_places(arena.take(moves.size() + 1));
 
-  fill_tree(tree, leaves, set.items, count);
-  std::int32_t top = 0;  // number of items that go there
-  of_file_info *item = set.items;
-  for (std::size_t i = 0; i < count; ++i, ++item) {
-    if (item->order == kToTop) ++top;
-    if (item->order < 1) continue;
-    for (std::size_t node = leaves + i; node > 0; node /= 2) {
-      --tree[node].present;
-      --tree[node].leaving;
-    }
-    item->order -= change_at(tree, leaves, item->order, 1);
+  for (std::size_t i = 0; i < moves.size(); ++i) {
+    const auto item = static_cast<std::size_t>(moves[i].item);
+    all.add(item, -1);
+    waiting.add(item, -1);
+    const std::size_t gap = all.find(moves[i].new_order);
+    ranks[i] = moves[i].new_order - 1 - waiting.prefix_sum(gap);
+    all.add(gap, 1);
   }
+  order_by_ranks(ranks, free_places, moved);
 
-  // From here on the leaves are the places below the top, and those present are free.
-  fill_tree(tree, leaves, nullptr, 0);
   std::int32_t order = 0;
-  for (std::size_t i = count; i-- > 0;) {
-    --item;
-    if (item->order == kToTop) {
-      item->order = ++order;
-    } else if (item->order > 0) {
-      item->order = top + 1 + change_at(tree, leaves, item->order, -1);
+  std::size_t next_moved = 0;
+  for (std::size_t gap = 0; gap < gaps; ++gap) {
+    const std::int32_t waits = waiting.value(gap);
+    for (std::int32_t left = all.value(gap) - waits; left > 0; --left) {
+      items[static_cast<std::size_t>(moves[moved[next_moved++]].item)].order = ++order;
     }
-  }
-  for (std::size_t i = 0; i < count; ++i, ++item) {
-    if (item->order == kStays) item->order = top + 1 + change_at(tree, leaves, 1, -1);
+    if (waits != 0 && gap < items.size()) items[gap].order = ++order;
   }
   return true;
 }
