@@ -6,10 +6,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <span>
+#include <cstdlib>
 
 #include "files/scanner.h"
 #include "files/set.h"
+#include "internal/fail.h"
 #include "internal/format.h"
 #include "internal/owners.h"
 #include "internal/streams.h"
@@ -23,78 +24,44 @@ std::FILE *open_database(const char *dir, const char *dbname, const char *mode) 
   return std::fopen(path, mode);
 }
 
-// ---- Writing --------------------------------------------------------------------------------
-
-// Maps each order, from 1 to one past the set's count, to the first item that has it, so that
-// writing does not search the set for each order.
-class OrderIndex {
- public:
-  explicit OrderIndex(std::span<const of_file_info> items)
-      : size_(items.size() + 2), first_(allocate<const of_file_info *>(size_)) {
-    if (first_ == nullptr) return;
-    std::fill_n(first_.get(), size_, nullptr);
-    for (const of_file_info &item : items) {
-      if (item.order < 1 || static_cast<std::size_t>(item.order) >= size_) continue;
-      const of_file_info *&first = first_.get()[item.order];
-      if (first == nullptr) first = &item;
-    }
-  }
-
-  [[nodiscard]] bool valid() const { return first_ != nullptr; }
-  [[nodiscard]] std::span<const of_file_info *const> entries() const {
-    return {first_.get(), size_};
-  }
-
- private:
-  std::size_t size_;
-  MallocPtr<const of_file_info *> first_;
-};
-
-// ---- Reading --------------------------------------------------------------------------------
-
-// A malformed header means an empty set.
-void read_header(Scanner &scanner, std::int32_t &version, std::int32_t &count) {
-  if (scanner.character('#') && scanner.decimal(version) && scanner.character(':') &&
-      scanner.decimal(count)) {
-    return;
-  }
-  version = kVersion;
-  count = 0;
-}
-
 // Whether the file is long enough for `count` items: protects the allocation from a bogus header.
 bool can_hold(std::FILE *file, std::int32_t count) {
-  constexpr off_t kShortestItem = sizeof "1:1:0:a\n" - 1;
+  constexpr std::size_t kShortestItem = sizeof "1:1:0:a\n" - 1;
   struct stat status;
   if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return true;
-  return count <= status.st_size / kShortestItem;
+  return static_cast<std::size_t>(count) <=
+         static_cast<std::size_t>(status.st_size) / kShortestItem;
 }
 
 bool read_item(Scanner &scanner, of_file_info &item) {
-  item = {};
-  return scanner.decimal(item.order) && scanner.character(':') && scanner.decimal(item.enable) &&
-         scanner.character(':') && scanner.hexadecimal(item.flags) && scanner.character(':') &&
-         scanner.word(item.name, sizeof item.name);
+  std::int32_t numbers[3];
+  if (!scanner.scan("d:d:x:s", numbers, item.name)) return false;
+  item.order = numbers[0];
+  item.enable = numbers[1];
+  item.flags = static_cast<std::uint32_t>(numbers[2]);
+  return true;
 }
 
-of_files_info *read_set(std::FILE *file) {
+int read_set(std::FILE *file, of_files_info **result) {
   Scanner scanner(file);
-  std::int32_t version = kVersion;
-  std::int32_t count = 0;
-  read_header(scanner, version, count);
+  std::int32_t header[2];
+  if (!scanner.scan("#d:d", header)) {  // a malformed header means an empty set
+    header[0] = kVersion;
+    header[1] = 0;
+  }
+  const auto [version, count] = header;
   if (count < 0 || (count > 0 && version != kVersion) || !can_hold(file, count)) {
-    errno = EINVAL;
-    return nullptr;
+    return fail(EINVAL);
   }
-  SetPtr set(allocate_set(static_cast<std::size_t>(count)));
-  if (set == nullptr) return nullptr;
+  SetPtr set(allocate_set(count));
+  if (set == nullptr) return -1;
   set->version = version;
-  for (of_file_info &item : items(*set)) {
-    if (read_item(scanner, item)) continue;
-    if (std::ferror(file) == 0) errno = EINVAL;
-    return nullptr;
+  of_file_info *item = set->items;
+  for (std::int32_t left = count; left > 0; --left, ++item) {
+    if (!read_item(scanner, *item)) return std::ferror(file) != 0 ? -1 : fail(EINVAL);
   }
-  return set.release();
+  *result = set.release();
+  return 0;
 }
 
 }  // namespace
@@ -103,16 +70,26 @@ of_files_info *read_set(std::FILE *file) {
 using namespace talvera::files;
 
 extern "C" int of_serialize(const struct of_files_info *set, const char *dir, const char *dbname) {
-  // Built before the file is truncated, so that running out of memory loses no settings.
-  const OrderIndex index(items(*set));
-  if (!index.valid()) return -1;
+  // The first item that has each order from 1 to one past the count, so that writing does not
+  // search the set for each order. Built before the file is truncated, so that running out of
+  // memory loses no settings.
+  const std::int32_t count = std::max(set->count, 0);
+  const std::int32_t orders = count + 1;
+  const talvera::MallocPtr<const of_file_info *> index(static_cast<const of_file_info **>(
+      std::calloc(static_cast<std::size_t>(orders) + 1, sizeof(void *))));
+  if (index == nullptr) return -1;
+  for (std::int32_t i = count; i-- > 0;) {
+    const of_file_info &item = set->items[i];
+    if (item.order >= 1 && item.order <= orders) index.get()[item.order] = &item;
+  }
   talvera::FilePtr file(open_database(dir, dbname, "w+"));
   if (file == nullptr) return -1;
 
   std::fprintf(file.get(), "#%d:%d\n", kVersion, set->count);
-  for (const of_file_info *item : index.entries()) {
+  for (std::int32_t order = 1; order <= orders; ++order) {
+    const of_file_info *item = index.get()[order];
     if (item == nullptr) continue;
-    std::fprintf(file.get(), "%d:%d:%x:%s\n", item->order, item->enable, item->flags, item->name);
+    std::fprintf(file.get(), "%d:%d:%x:%s\n", order, item->enable, item->flags, item->name);
   }
   // Flushed and checked with ferror(): fclose() and fflush() of some C libraries do not report all
   // write errors.
@@ -124,8 +101,5 @@ extern "C" int of_deserialize(struct of_files_info **set, of_filter filter, cons
                               const char *dbname, uint8_t create) {
   const talvera::FilePtr file(open_database(dir, dbname, "r"));
   if (file == nullptr) return create != 0 ? of_init_files_info(set, filter, dir) : -1;
-  of_files_info *saved = read_set(file.get());
-  if (saved == nullptr) return -1;
-  *set = saved;
-  return 0;
+  return read_set(file.get(), set);
 }

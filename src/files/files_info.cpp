@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <span>
+#include <utility>
 
 #include "files/set.h"
 #include "internal/fail.h"
@@ -17,50 +17,33 @@ static_assert(offsetof(of_files_info, items) == 8);
 namespace talvera::files {
 namespace {
 
-// Owns the list of a directory's regular files.
-class FileList {
- public:
-  explicit FileList(const char *dir) : count_(uf_get_dirent_list(dir, &entries_)) {}
+// Owns the list of a directory's regular files; empty initially.
+struct FileList {
+  FileList() = default;
   FileList(const FileList &) = delete;
   FileList &operator=(const FileList &) = delete;
   ~FileList() {
     const ErrnoSaver saver;
-    uf_free_dirent_list(&entries_, count_);
+    uf_free_dirent_list(&entries, count);
   }
 
-  [[nodiscard]] bool valid() const { return count_ >= 0; }
-  [[nodiscard]] int accepted_by(of_filter filter) const {
-    return uf_filtered_file_count(entries_, count_, filter);
-  }
-  [[nodiscard]] std::span<dirent *const> entries() const {
-    if (count_ < 1) return {};
-    return {entries_, static_cast<std::size_t>(count_)};
-  }
-
- private:
-  dirent **entries_ = nullptr;
-  int count_;
+  dirent **entries = nullptr;
+  int count = 0;
 };
-
-void fill_item(of_file_info &item, const char *name, std::int32_t order) {
-  item = {};
-  std::memcpy(item.name, name, strnlen(name, OF_NAME_SIZE - 1));
-  item.enable = 1;
-  item.order = order;
-}
 
 }  // namespace
 
-of_files_info *allocate_set(std::size_t count) {
-  if (count > (SIZE_MAX - sizeof(of_files_info)) / sizeof(of_file_info)) {
-    errno = ENOMEM;
+of_files_info *allocate_set(std::int32_t count) {
+  // One item more than needed: room for the header.
+  static_assert(sizeof(of_files_info) <= sizeof(of_file_info));
+  void *block = std::calloc(static_cast<std::size_t>(count) + 1, sizeof(of_file_info));
+  if (block == nullptr) {
+    fail(ENOMEM);  // for C libraries whose calloc() does not set errno when the size overflows
     return nullptr;
   }
-  const std::size_t size = sizeof(of_files_info) + count * sizeof(of_file_info);
-  auto *set = static_cast<of_files_info *>(std::malloc(size));
-  if (set == nullptr) return nullptr;
+  auto *set = static_cast<of_files_info *>(block);
   set->version = kVersion;
-  set->count = static_cast<std::int32_t>(count);
+  set->count = count;
   set->items = reinterpret_cast<of_file_info *>(set + 1);
   return set;
 }
@@ -71,20 +54,24 @@ using namespace talvera::files;
 
 extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, const char *dir) {
   *set = nullptr;
-  if (filter == nullptr) return talvera::fail(EINVAL);
-  const FileList list(dir);
-  if (!list.valid()) return -1;
-  const int accepted = list.accepted_by(filter);
-  of_files_info *built = allocate_set(static_cast<std::size_t>(accepted));
+  FileList list;
+  list.count = filter != nullptr ? uf_get_dirent_list(dir, &list.entries) : talvera::fail(EINVAL);
+  if (list.count < 0) return -1;
+  const int accepted = uf_filtered_file_count(list.entries, list.count, filter);
+  of_files_info *built = allocate_set(accepted);
   if (built == nullptr) return -1;
 
   // Bounded by the allocation, in case the caller's filter accepts more names than the first time.
   std::int32_t filled = 0;
-  for (const dirent *entry : list.entries()) {
-    if (filled == accepted) break;
-    if (filter(entry->d_name) == 0) continue;
-    fill_item(built->items[filled], entry->d_name, filled + 1);
-    ++filled;
+  of_file_info *item = built->items;
+  dirent *const *const end = list.entries + list.count;
+  for (dirent *const *entry = list.entries; entry != end && filled != accepted; ++entry) {
+    const char *name = (*entry)->d_name;
+    if (filter(name) == 0) continue;
+    memccpy(item->name, name, '\0', OF_NAME_SIZE - 1);  // the rest stays zero
+    item->enable = 1;
+    item->order = ++filled;
+    ++item;
   }
   built->count = filled;
   *set = built;
@@ -92,23 +79,23 @@ extern "C" int of_init_files_info(struct of_files_info **set, of_filter filter, 
 }
 
 extern "C" void of_free_files_info(struct of_files_info **set) {
-  if (set == nullptr) return;
-  talvera::free_block(*set);
-  *set = nullptr;
+  if (set != nullptr) talvera::free_block(std::exchange(*set, nullptr));
 }
 
 extern "C" struct of_file_info *of_get_file_info_from_name(struct of_files_info *set,
                                                            const char *name) {
-  for (of_file_info &item : items(*set)) {
-    if (std::strcmp(item.name, name) == 0) return &item;
+  of_file_info *item = set->items;
+  for (std::int32_t left = set->count; left > 0; --left, ++item) {
+    if (std::strcmp(item->name, name) == 0) return item;
   }
   return nullptr;
 }
 
 extern "C" struct of_file_info *of_get_file_info_from_order(struct of_files_info *set,
                                                             int32_t order) {
-  for (of_file_info &item : items(*set)) {
-    if (item.order == order) return &item;
+  of_file_info *item = set->items;
+  for (std::int32_t left = set->count; left > 0; --left, ++item) {
+    if (item->order == order) return item;
   }
   return nullptr;
 }
@@ -117,11 +104,12 @@ extern "C" int of_set_order_for_item(struct of_files_info *set, struct of_file_i
                                      int32_t new_order) {
   if (new_order < 1 || new_order > set->count) return talvera::fail(EINVAL);
   const std::int32_t old_order = item->order;
-  for (of_file_info &other : items(*set)) {
-    if (new_order <= other.order && other.order < old_order) {
-      ++other.order;
-    } else if (old_order < other.order && other.order <= new_order) {
-      --other.order;
+  of_file_info *other = set->items;
+  for (std::int32_t left = set->count; left > 0; --left, ++other) {
+    if (new_order <= other->order && other->order < old_order) {
+      ++other->order;
+    } else if (old_order < other->order && other->order <= new_order) {
+      --other->order;
     }
   }
   item->order = new_order;

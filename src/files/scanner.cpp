@@ -2,6 +2,7 @@
 #include "files/scanner.h"
 
 #include "internal/ascii.h"
+#include "talvera/of.h"
 
 namespace talvera::files {
 
@@ -9,66 +10,59 @@ void Scanner::advance() {
   next_ = next_character(file_);
 }
 
-void Scanner::skip_space() {
+inline void Scanner::skip_space() {
   while (is_space(next()))
     advance();
 }
 
-bool Scanner::character(char wanted) {
-  if (next_ != wanted) return false;
-  advance();
-  return true;
-}
-
-bool Scanner::minus() {
-  const bool negative = next_ == '-';
-  if (negative || next_ == '+') advance();
-  return negative;
-}
-
-Scanner::Digits Scanner::digits(std::uint32_t base, std::uint32_t limit, std::uint32_t &value) {
-  Digits found = Digits::kNone;
-  value = 0;
-  for (std::uint32_t digit; (digit = digit_value(next())) < base; advance()) {
-    if (found == Digits::kNone) found = Digits::kFit;
-    const std::uint64_t more = std::uint64_t{value} * base + digit;
-    value = static_cast<std::uint32_t>(more);
-    if (more > limit || found == Digits::kOverflow) {
-      found = Digits::kOverflow;
-      value = limit;
-    }
+// Like strtol() for base 10 and strtoul() for base 16.
+[[gnu::always_inline]] inline bool Scanner::number(unsigned base, std::int32_t &value) {
+  const int sign = next_;
+  if (sign == '-' || sign == '+') advance();
+  bool found = false;
+  if (base == 16 && next_ == '0') {
+    advance();
+    found = (next_ | 0x20) != 'x';
+    if (!found) advance();
   }
+  const std::uint32_t most = UINT32_MAX / base;  // before another digit
+  std::uint32_t magnitude = 0;
+  bool overflow = false;
+  for (std::uint32_t digit; (digit = digit_value(next())) < base; advance()) {
+    found = true;
+    overflow |= magnitude > most;
+    magnitude = magnitude * base + digit;
+    overflow |= magnitude < digit;
+  }
+  if (base == 16) {
+    if (overflow) magnitude = UINT32_MAX;
+  } else if (overflow || magnitude > INT32_MAX) {
+    magnitude = sign == '-' ? 0x80000000 : INT32_MAX;
+    overflow = true;
+  }
+  // A minus negates only a value that fits.
+  value = static_cast<std::int32_t>(sign == '-' && !overflow ? 0 - magnitude : magnitude);
   return found;
 }
 
-bool Scanner::decimal(std::int32_t &value) {
-  skip_space();
-  const bool negative = minus();
-  std::uint32_t magnitude;
-  if (digits(10, INT32_MAX + std::uint32_t{negative}, magnitude) == Digits::kNone) return false;
-  value = static_cast<std::int32_t>(negative ? 0 - magnitude : magnitude);
-  return true;
-}
-
-bool Scanner::hexadecimal(std::uint32_t &value) {
-  skip_space();
-  const bool negative = minus();
-  const bool zero = character('0');
-  const bool prefixed = zero && (character('x') || character('X'));
-  std::uint32_t magnitude;
-  const Digits found = digits(16, UINT32_MAX, magnitude);
-  if (found == Digits::kNone && (!zero || prefixed)) return false;
-  // As with strtoul(), a minus negates only a value that fits.
-  value = negative && found != Digits::kOverflow ? 0 - magnitude : magnitude;
-  return true;
-}
-
-bool Scanner::word(char *name, std::size_t size) {
-  skip_space();
+inline bool Scanner::word(char *name) {
   if (next_ == EOF) return false;
-  const char *const last = name + size - 1;
+  const char *const last = name + OF_NAME_SIZE - 1;
   for (; next_ != EOF && !is_space(next()); advance()) {
     if (name != last) *name++ = next();
+  }
+  return true;
+}
+
+bool Scanner::scan(const char *pattern, std::int32_t *numbers, char *name) {
+  for (char field; (field = *pattern) != '\0'; ++pattern) {
+    if (field == '#' || field == ':') {
+      if (next_ != field) return false;
+      advance();
+    } else {
+      skip_space();
+      if (!(field == 's' ? word(name) : number(field == 'x' ? 16 : 10, *numbers++))) return false;
+    }
   }
   return true;
 }

@@ -77,7 +77,6 @@ class Owner {
 };
 
 [[gnu::noinline]] inline void free_block(void *block) {
-  if (block == nullptr) return;
   const ErrnoSaver saver;
   std::free(block);
 }

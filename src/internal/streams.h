@@ -27,13 +27,13 @@ using FilePtr = Owner<std::FILE, close_stream>;
 // A stream of popen(), which reads a command's output; the destructor waits for the command.
 using PipePtr = Owner<std::FILE, close_pipe>;
 
-// Handles the result of a read: retries while `character` is EOF because a signal handler installed
-// without SA_RESTART interrupted the read. Returns the next character; EOF at end of file or after
-// an error.
-[[gnu::noinline]] inline int retry_interrupted(int character, std::FILE *stream) {
+// Continues after an EOF: reads again if a signal handler installed without SA_RESTART interrupted
+// the read. Returns the next character; EOF at end of file or after an error.
+[[gnu::noinline]] inline int retry_interrupted(std::FILE *stream) {
+  int character = EOF;
   while (character == EOF && std::ferror(stream) != 0 && errno == EINTR) {
     std::clearerr(stream);
-    character = getc_unlocked(stream);
+    character = std::getc(stream);
   }
   return character;
 }
@@ -41,7 +41,7 @@ using PipePtr = Owner<std::FILE, close_pipe>;
 // Like getc(), but continues after signals.
 inline int next_character(std::FILE *stream) {
   const int character = getc_unlocked(stream);
-  return character != EOF ? character : retry_interrupted(character, stream);
+  return character != EOF ? character : retry_interrupted(stream);
 }
 
 // Like fgets(), but continues after signals without losing what was read before.

@@ -2,7 +2,6 @@
 // the platform driver.
 #include <fcntl.h>
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -29,25 +28,25 @@ bool is_empty(int fd) {
 }
 
 void write_erased(int fd) {
-  std::array<std::uint8_t, 1024> block;
-  block.fill(0xFF);
-  for (std::int32_t done = 0; done < kFileSize; done += static_cast<std::int32_t>(block.size())) {
-    const int written = uf_full_write(fd, block.data(), block.size());
-    if (!transferred(written, block.size(), "write")) return;
+  constexpr std::uint32_t kBlockSize = 1024;
+  std::uint8_t block[kBlockSize];
+  std::memset(block, 0xFF, kBlockSize);
+  for (std::uint32_t left = kFileSize; left > 0; left -= kBlockSize) {
+    if (!transferred(uf_full_write(fd, block, kBlockSize), kBlockSize, "write")) return;
   }
 }
 
 void prepare_file() {
   const int fd = file_open(O_WRONLY | O_CREAT);
-  if (fd >= 0 && is_empty(fd)) write_erased(fd);
-  file_close();
+  if (fd < 0) return;
+  if (is_empty(fd)) write_erased(fd);
+  file_close(fd);
 }
 
 void push_identity(const std::uint8_t *record) {
   tvra_info info = {};
   info.device_type = record[MFG_INFO_DEVICE_TYPE];
-  const char *serial = reinterpret_cast<const char *>(record + MFG_INFO_SERIAL);
-  std::memcpy(info.serial, serial, strnlen(serial, kSerialSize));  // remaining bytes stay zero
+  memccpy(info.serial, record + MFG_INFO_SERIAL, '\0', kSerialSize);  // the rest stays zero
   mfg_get_macaddr(record, info.mac);
   info.mac_count = record[MFG_INFO_MAC_COUNT];
   if (tvra_ioctl(TVRA_INFO_SET, &info) < 0) log_failure("TVRA_INFO_SET ioctl");

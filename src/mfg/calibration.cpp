@@ -25,10 +25,6 @@ bool is_range(unsigned int offset, unsigned int length) {
   return offset <= TVRA_WLCAL_SIZE && length <= TVRA_WLCAL_SIZE - offset;
 }
 
-std::int32_t file_offset(unsigned int offset) {
-  return kWlcalOffset + static_cast<std::int32_t>(offset);
-}
-
 int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int length) {
   Calibration data = {};  // the driver may fill fewer bytes than are copied below
   tvra_wlcal transfer = {};
@@ -40,11 +36,23 @@ int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int len
   return 0;
 }
 
-}  // namespace
-
-bool has_calibration(const unsigned char *record) {
-  return load_be32(record + MFG_INFO_WLCAL_PRESENT) != 0;
+// Makes the record and the driver's copy agree with whether the file has a calibration. Returns
+// `result` with errno unchanged, or the result of writing the record if that has to change.
+int update_copies(bool present, int result) {
+  int error = errno;
+  std::uint8_t record[MFG_INFO_SIZE];
+  mfg_info_read(record);
+  if (has_calibration(record) != present) {
+    store_be32(record + MFG_INFO_WLCAL_PRESENT, present ? 1 : 0);
+    result = mfg_info_write(record);
+    error = errno;
+  }
+  push_calibration(present);
+  errno = error;
+  return result;
 }
+
+}  // namespace
 
 void push_calibration(bool present) {
   Calibration data = {};
@@ -67,32 +75,15 @@ extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned i
   std::uint8_t record[MFG_INFO_SIZE];
   mfg_info_read(record);
   if (!has_calibration(record)) return get_from_driver(buf, offset, size);
-  return range_read(buf, file_offset(offset), size);
+  return range_read(buf, kWlcalOffset + offset, size);
 }
 
 extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int length) {
   if (!is_range(offset, length)) return talvera::fail(EINVAL);
   // Even after a failed write, the flag is set and the driver updated.
-  int result = range_write(data, file_offset(offset), length);
-  int error = errno;
-  std::uint8_t record[MFG_INFO_SIZE];
-  mfg_info_read(record);
-  if (!has_calibration(record)) {
-    talvera::store_be32(record + MFG_INFO_WLCAL_PRESENT, 1);
-    result = mfg_info_write(record);
-    error = errno;
-  }
-  push_calibration(true);
-  errno = error;
-  return result;
+  return update_copies(true, range_write(data, kWlcalOffset + offset, length));
 }
 
 extern "C" void mfg_wlcal_clear(void) {
-  std::uint8_t record[MFG_INFO_SIZE];
-  mfg_info_read(record);
-  if (has_calibration(record)) {
-    talvera::store_be32(record + MFG_INFO_WLCAL_PRESENT, 0);
-    mfg_info_write(record);
-  }
-  push_calibration(false);
+  update_copies(false, 0);
 }

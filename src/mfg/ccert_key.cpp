@@ -18,26 +18,11 @@ namespace {
 constexpr std::uint32_t kEncryptedHeaderSize = 8;
 constexpr std::uint32_t kEncryptedFormat = 1;
 
-// A heap copy of an item's data; null when memory runs out.
-unsigned char *copy_of(const ccert_toc_item &item) {
-  unsigned char *copy = allocate<unsigned char>(item.length).release();
-  if (copy != nullptr) std::memcpy(copy, ccert_get_data_from_toc_item(&item), item.length);
-  return copy;
-}
-
-void get_plain(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
-  unsigned char *copy = copy_of(item);
-  if (copy == nullptr) return;
-  *key = copy;
-  *length = item.length;
-}
-
-void get_encrypted(const ccert_toc_item &item, unsigned char **key, std::uint32_t *length) {
-  const MallocPtr<unsigned char> copy(copy_of(item));
-  if (copy == nullptr) return;
-  const ScopedWipe wipe_keys(copy.get(), item.length);
-  if (item.length >= kEncryptedHeaderSize && load_be32(copy.get()) == kEncryptedFormat &&
-      MKEY_Decrypt(copy.get() + kEncryptedHeaderSize, item.length - kEncryptedHeaderSize) == 0) {
+// Extracts the key from a copy of an encrypted item, which is decrypted in place.
+void extract_encrypted(unsigned char *copy, std::uint32_t size, unsigned char **key,
+                       std::uint32_t *length) {
+  if (size >= kEncryptedHeaderSize && load_be32(copy) == kEncryptedFormat &&
+      MKEY_Decrypt(copy + kEncryptedHeaderSize, size - kEncryptedHeaderSize) == 0) {
     MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
   }
 }
@@ -56,20 +41,22 @@ extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *lengt
   *length = 0;
   const ccert_toc_item *item = loaded_key();
   if (item == nullptr) return talvera::fail(ENOENT);
-  switch (item->type) {
-    case CCERT_KEY_PLAIN:
-      get_plain(*item, key, length);
-      break;
-    case CCERT_KEY_PKCS8:
-      if ((item->flags & CCERT_FLAG_ENCRYPTED) != 0) {
-        get_encrypted(*item, key, length);
-      } else {
-        MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
-      }
-      break;
-    default:  // CCERT_KEY_PEM
-      MEAPCA_convertKeyPEM();
-      break;
+  const bool encrypted = item->type == CCERT_KEY_PKCS8 && (item->flags & CCERT_FLAG_ENCRYPTED) != 0;
+  if (item->type == CCERT_KEY_PLAIN || encrypted) {
+    auto copy = talvera::allocate<unsigned char>(item->length);
+    if (copy == nullptr) return 0;
+    std::memcpy(copy.get(), ccert_get_data_from_toc_item(item), item->length);
+    if (encrypted) {
+      extract_encrypted(copy.get(), item->length, key, length);
+      talvera::wipe(copy.get(), item->length);
+    } else {
+      *key = copy.release();
+      *length = item->length;
+    }
+  } else if (item->type == CCERT_KEY_PKCS8) {
+    MEAPCA_ExtractBareRSAKeyFromPKCS8(key, length);
+  } else {  // CCERT_KEY_PEM
+    MEAPCA_convertKeyPEM();
   }
   return 0;
 }

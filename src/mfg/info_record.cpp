@@ -1,7 +1,5 @@
 // The info record at the end of the manufacturing file: checksum, default record, derived serial
 // number.
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -19,18 +17,13 @@ constexpr std::size_t kMacSize = 6;
 constexpr std::size_t kSerialSize = 16;
 constexpr std::uint32_t kEpochOffset = 2082844800;  // seconds from 1904-01-01 to 1970-01-01
 
-struct SerialRange {
-  std::uint32_t oui;
-  std::uint32_t first_serial;  // serial number of MAC address OUI-00-00-00 for
-};
-constexpr std::array<SerialRange, 3> kSerialRanges{{
-    {0x025A31, 0},
-    {0x025A32, 0x1000000},
-    {0x025A33, 0x2000000},
-}};
+// The serial numbers of these three OUIs form one sequence: MAC address 02-5A-31-00-00-00 has 0.
+constexpr std::uint32_t kFirstOui = 0x025A31;
+constexpr std::uint32_t kLastOui = 0x025A33;
 
-std::uint16_t word_sum(const std::uint8_t *record) {
-  std::uint16_t sum = 0;
+// The sum of all words, of which 16 bits are to be 0. In full it is 0 only if all words are.
+std::uint32_t word_sum(const std::uint8_t *record) {
+  std::uint32_t sum = 0;
   for (std::size_t i = 0; i < MFG_INFO_SIZE; i += 2)
     sum += load_be16(record + i);
   return sum;
@@ -41,14 +34,10 @@ void set_checksum(std::uint8_t *record) {
   store_be16(record + MFG_INFO_CHECKSUM, static_cast<std::uint16_t>(-word_sum(record)));
 }
 
-// An all-zero record also sums to 0 but was never written.
+// An all-zero record was never written.
 bool is_valid(const std::uint8_t *record) {
-  return word_sum(record) == 0 && std::ranges::any_of(record, record + MFG_INFO_SIZE,
-                                                      [](std::uint8_t byte) { return byte != 0; });
-}
-
-void set_serial(std::uint8_t *record, long long serial) {
-  std::snprintf(reinterpret_cast<char *>(record + MFG_INFO_SERIAL), kSerialSize, "%lld", serial);
+  const std::uint32_t sum = word_sum(record);
+  return sum != 0 && (sum & 0xFFFF) == 0;
 }
 
 void set_default(std::uint8_t *record) {
@@ -57,17 +46,13 @@ void set_default(std::uint8_t *record) {
   std::memcpy(record + MFG_INFO_MAC, kDefaultMac, kMacSize);
   record[MFG_INFO_DEVICE_TYPE] = 40;
   record[MFG_INFO_MAC_COUNT] = 16;
-  set_serial(record, 1234567890);
-  set_checksum(record);
 }
 
 long long serial_from_mac(const std::uint8_t *mac) {
   const std::uint32_t oui = load_be32(mac) >> 8;
   const std::uint32_t low = load_be32(mac + 2) & 0xFFFFFF;
-  for (const SerialRange &range : kSerialRanges) {
-    if (range.oui == oui) return range.first_serial + low;
-  }
-  return static_cast<long long>(oui) << 24 | low;
+  const bool continued = oui >= kFirstOui && oui <= kLastOui;
+  return static_cast<long long>(continued ? oui - kFirstOui : oui) << 24 | low;
 }
 
 }  // namespace
@@ -76,13 +61,16 @@ long long serial_from_mac(const std::uint8_t *mac) {
 using namespace talvera::mfg;
 
 extern "C" int mfg_info_read(unsigned char *record) {
+  long long serial = 1234567890;  // of the default record
   if (range_read(record, kInfoOffset, MFG_INFO_SIZE) != 0 || !is_valid(record)) {
     set_default(record);
+  } else if (record[MFG_INFO_SERIAL] == '\0') {
+    serial = serial_from_mac(record + MFG_INFO_MAC);
+  } else {
+    return 0;
   }
-  if (record[MFG_INFO_SERIAL] == '\0') {
-    set_serial(record, serial_from_mac(record + MFG_INFO_MAC));
-    set_checksum(record);
-  }
+  std::snprintf(reinterpret_cast<char *>(record + MFG_INFO_SERIAL), kSerialSize, "%lld", serial);
+  set_checksum(record);
   return 0;
 }
 

@@ -3,16 +3,17 @@
 
 #include <syslog.h>
 
-#include <cerrno>
-#include <cstring>
-
 #include "internal/owners.h"
 
 namespace talvera::mfg {
 
-void log_failure(const char *operation) {
+void log_errno(int level, const char *format, const char *operation) {
   const ErrnoSaver saver;
-  syslog(LOG_ERR, "MFG: %s failed: %s", operation, std::strerror(errno));
+  syslog(level, format, operation);
+}
+
+void log_failure(const char *operation) {
+  log_errno(LOG_ERR, "MFG: %s failed: %m", operation);
 }
 
 }  // namespace talvera::mfg

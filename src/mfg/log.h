@@ -3,6 +3,11 @@
 
 namespace talvera::mfg {
 
+// Logs an operation by a format in which "%s" stands for it and "%m" for the text of errno;
+// preserves errno.
+__attribute__((noinline, format(printf, 2, 0))) void log_errno(int level, const char *format,
+                                                               const char *operation);
+
 // Logs "MFG: <operation> failed: <text of errno>" at LOG_ERR; preserves errno.
 void log_failure(const char *operation);
 

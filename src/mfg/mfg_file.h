@@ -6,25 +6,24 @@
 
 namespace talvera::mfg {
 
-inline constexpr std::int32_t kFileSize = 0x20000;  // fixed, independent of the actual file size
+inline constexpr std::uint32_t kFileSize = 0x20000;  // fixed, independent of the actual file size
 
 // Areas of the file, by offset from its start.
-inline constexpr std::int32_t kCertSlot1Offset = kFileSize - 16384;
-inline constexpr std::int32_t kCertSlot2Offset = kFileSize - 32768;
-inline constexpr std::int32_t kWlcalOffset = kFileSize - 2048;
-inline constexpr std::int32_t kInfoOffset = -256;  // negative: counted from the end
+inline constexpr std::uint32_t kCertSlotSize = 16384;  // slot n starts n times this before the end
+inline constexpr std::uint32_t kWlcalOffset = kFileSize - 2048;
+inline constexpr std::uint32_t kInfoOffset = kFileSize - 256;
 
 // Mounts the partition (read-only for O_RDONLY) and opens the file; O_CREAT creates it with mode
 // 0600. Returns the descriptor, or a negative value with nothing left mounted.
 int file_open(int flags);
 
-// Closes the file and unmounts the partition; preserves errno.
-void file_close();
+// Closes the file, unless the descriptor is negative, and unmounts the partition; preserves errno.
+void file_close(int fd);
 
-// Both return 0, or -1 with errno set: EINVAL for a range that is not entirely inside the file.
-// Negative offsets count from the end. A write rewrites the whole file.
-int range_read(void *buffer, std::int32_t offset, std::uint32_t length);
-int range_write(const void *data, std::int32_t offset, std::uint32_t length);
+// Both return 0, or -1 with errno set: EINVAL when the range, whose offset is inside the file, ends
+// past it. A write rewrites the whole file.
+int range_read(void *buffer, std::uint32_t offset, std::uint32_t length);
+int range_write(const void *data, std::uint32_t offset, std::uint32_t length);
 
 // Returns whether all bytes were transferred, and logs a failure otherwise. An early end of file,
 // which sets no errno, is reported as EIO.

@@ -2,9 +2,11 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <syslog.h>
-#include <unistd.h>
+
+#include <utility>
 
 #include "internal/owners.h"
+#include "mfg/log.h"
 #include "talvera/mfg.h"
 
 namespace talvera::mfg {
@@ -24,8 +26,7 @@ extern "C" int tvra_open(void) {
   if (device_fd >= 0) return device_fd;
   const int fd = open(kDevicePath, O_RDWR | O_NONBLOCK);
   if (fd < 0) {
-    const talvera::ErrnoSaver saver;
-    syslog(LOG_WARNING, "libtalvera: error opening /dev/talvera: %m");
+    log_errno(LOG_WARNING, "libtalvera: error opening %s: %m", kDevicePath);
     return fd;
   }
   fcntl(fd, F_SETFD, FD_CLOEXEC);
@@ -34,20 +35,14 @@ extern "C" int tvra_open(void) {
 }
 
 extern "C" void tvra_close(void) {
-  if (device_fd < 0) return;
-  const talvera::ErrnoSaver saver;
-  close(device_fd);
-  device_fd = -1;
+  talvera::close_descriptor(std::exchange(device_fd, -1));
 }
 
 extern "C" int tvra_ioctl(unsigned int request, void *argument) {
   const int fd = tvra_open();
   if (fd < 0) return fd;
   const int result = ioctl(fd, request, argument);
-  if (result == -1) {
-    const talvera::ErrnoSaver saver;
-    syslog(LOG_WARNING, "libtalvera: ioctl failed: %m");
-  }
+  if (result == -1) log_errno(LOG_WARNING, "libtalvera: %s failed: %m", "ioctl");
   tvra_close();
   return result;
 }
