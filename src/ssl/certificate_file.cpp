@@ -3,6 +3,7 @@
 #include <openssl/pem.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -20,10 +21,8 @@ namespace {
 // Whether a text is one of a table's.
 template <std::size_t Count, std::size_t Size>
 bool is_one_of(const char (&table)[Count][Size], const char *text) {
-  for (const auto &entry : table) {
-    if (std::strcmp(entry, text) == 0) return true;
-  }
-  return false;
+  return std::ranges::any_of(table,
+                             [text](const auto &entry) { return std::strcmp(entry, text) == 0; });
 }
 
 constexpr char kCertificateBlocks[][20] = {PEM_STRING_X509, PEM_STRING_X509_OLD,
