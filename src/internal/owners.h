@@ -23,8 +23,8 @@ class ErrnoSaver {
   int saved_ = errno;
 };
 
-// Closes a descriptor unless it is negative; preserves errno. This and similar functions are not
-// inlined, because each destructor call would carry a copy.
+// Closes a descriptor unless it is negative; preserves errno. Not inlined, like the other release
+// functions, because every destructor would carry a copy.
 [[gnu::noinline]] inline void close_descriptor(int fd) {
   if (fd < 0) return;
   const ErrnoSaver saver;
@@ -81,7 +81,7 @@ class Owner {
   std::free(block);
 }
 
-// A block from malloc(), which callers release with free().
+// Owns a block from malloc(). release() passes it to a caller, who frees it with free().
 template <typename T>
 using MallocPtr = Owner<T, free_block>;
 
