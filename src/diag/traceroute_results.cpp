@@ -49,7 +49,7 @@ int read_first_line(const char *name, const char *kind, char *line, std::size_t 
   return read_line(file.get(), line, size) ? 1 : 0;
 }
 
-// Copies the header's first text in parentheses into a zeroed buffer.
+// Copies the header's first string in parentheses into a zeroed buffer.
 void take_destination(const char *header, char (&destination)[kDestinationSize]) {
   const char *open = std::strchr(header, '(');
   if (open == nullptr) return;
