@@ -12,7 +12,7 @@
 namespace talvera::files {
 namespace {
 
-// Equal names keep their order in the database, because qsort() is not stable.
+// Compares equal names by position, because qsort() is not stable.
 int compare_names(const void *left, const void *right) {
   const auto *a = *static_cast<const of_file_info *const *>(left);
   const auto *b = *static_cast<const of_file_info *const *>(right);

@@ -89,7 +89,7 @@ using MallocPtr = Owner<T, free_block>;
 // 0 allocates one object, so that null always means failure.
 template <typename T>
 MallocPtr<T> allocate(std::size_t count) {
-  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer.
   constexpr std::size_t kSize = sizeof(T);
   return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
 }

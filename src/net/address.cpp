@@ -25,9 +25,9 @@ bool parse(const char *text, std::uint32_t &address) {
   return 0;
 }
 
-// Out of line, for the parts that are needed less often.
-[[gnu::noinline]] int calculate_rare(const char *address, const char *mask, std::uint32_t *result,
-                                     Part part) {
+// Shared by the parts that are needed less often.
+[[gnu::noinline]] int calculate_out_of_line(const char *address, const char *mask,
+                                            std::uint32_t *result, Part part) {
   return calculate(address, mask, result, part);
 }
 
@@ -48,11 +48,11 @@ extern "C" int netu_calc_network(const char *address, const char *mask, std::uin
 }
 
 extern "C" int netu_calc_broadcast(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate_rare(address, mask, result, Part::kBroadcast);
+  return calculate_out_of_line(address, mask, result, Part::kBroadcast);
 }
 
 extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate_rare(address, mask, result, Part::kHost);
+  return calculate_out_of_line(address, mask, result, Part::kHost);
 }
 
 // Intentionally counts all set bits, even of a non-contiguous mask.
