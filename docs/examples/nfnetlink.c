@@ -16,7 +16,7 @@ int main(void) {
   unsigned packets = 0;
   struct nfnetlink_log *log = nfnetlink_log_open();
   if (log == NULL) return 1;
-  const struct timeval timeout = {2, 0};  // a refused request would wait forever
+  const struct timeval timeout = {2, 0};  // a rejected request would wait forever
   setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   struct nfnetlink_log_group *group = nfnetlink_log_bind_group(log, 5);
   if (group != NULL) {

@@ -36,8 +36,8 @@ TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);
 /** Splits at white space into at most 20 words; anything after the twentieth is ignored.
  *
  *  A word that starts with a double quote or an apostrophe ends at the next one of the same kind,
- *  or at the end. Intentionally, the character after the closing quote is taken as the separator
- *  whatever it is: "ab"cd gives ab and d.
+ *  or at the end. Intentionally, the character after the closing quote is dropped, whatever it is:
+ *  "ab"cd gives ab and d.
  *
  *  @param[in,out] s  string to split; null gives no words
  *  @param[out] argc  number of words

@@ -6,7 +6,7 @@
  *  The caller owns the list object and passes its address to every function; list_init() fills it
  *  and list_destroy() releases what it holds. Positions count from 0. The list knows its middle
  *  element as well as both ends, so a position is at most about a quarter of the list away, and
- *  keeps a few spare element records, so that cycles of insertion and deletion stay off the heap.
+ *  keeps a few spare elements, so that cycles of insertion and deletion stay off the heap.
  *
  *  Conventions, all intentional; callers rely on them:
  *    - A comparator returns a positive number when a comes BEFORE b.
@@ -103,15 +103,15 @@ typedef struct list_obj {
   list_elem *tail;        /**< sentinel after the last element */
   list_elem *mid;         /**< element at position (count - 1) / 2; meaningless in an empty list */
   uint32_t count;         /**< number of elements */
-  list_elem **spares;     /**< array of LIST_SPARES_MAX spare element records, used as a stack */
-  uint32_t spare_count;   /**< number of spare records */
+  list_elem **spares;     /**< array of LIST_SPARES_MAX spare elements, used as a stack */
+  uint32_t spare_count;   /**< number of spare elements */
   int32_t iterating;      /**< non-zero while an iteration is open */
   uint32_t iter_position; /**< number of data that the open iteration has returned */
   list_elem *iter_cursor; /**< element whose datum list_iterator_next() returns next */
   list_attrs attrs;       /**< attributes */
 } list_obj;
 
-/** Maximum number of spare element records of a list. */
+/** Maximum number of spare elements of a list. */
 #define LIST_SPARES_MAX 5
 
 /** @name Initialising and releasing
@@ -128,7 +128,7 @@ typedef struct list_obj {
  */
 TALVERA_API int list_init(list_obj *list);
 
-/** Releases elements, spare records and sentinels, and, when the list stores copies, the data.
+/** Releases elements, spare elements and sentinels, and, when the list stores copies, the data.
  *
  *  The caller keeps ownership of the object, which may be initialised again. An open iteration is
  *  closed; data it returned are released too when the list stores copies. An object left by a

@@ -119,8 +119,8 @@ TALVERA_API int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned 
  *  @param offset  where to write them, counted from the start of the calibration
  *  @param length  number of bytes
  *  @return 0; -1 with errno EINVAL, and nothing done, when the range ends past TVRA_WLCAL_SIZE;
- *          otherwise the outcome of the last write to the file. A refusal by the driver is logged
- *          but is not a failure
+ *          otherwise the outcome of the last write to the file. A failure of the driver is
+ *          logged but not returned
  */
 TALVERA_API int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int length)
     TALVERA_NONNULL(1);

@@ -236,7 +236,7 @@ TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stat
  *  @param ifname   interface to probe on
  *  @param address  address string
  *  @return 1 when the address is in use, or arping was killed or could not be waited for; 0 when no
- *          host answered, or arping could not be started
+ *          host replied, or arping could not be started
  */
 TALVERA_API int netu_arping_test(const char *ifname, const char *address) TALVERA_NONNULL(1, 2);
 

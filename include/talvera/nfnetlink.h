@@ -67,13 +67,13 @@ struct nfnetlink_subsys {
 /** A netlink socket and its subsystems. Made by nfnetlink_open(). */
 struct nfnetlink_handle {
   int32_t fd;               /**< the socket */
-  struct sockaddr_nl local; /**< own address: port id given by the kernel, joined groups */
+  struct sockaddr_nl local; /**< own address: port ID given by the kernel, joined groups */
   struct sockaddr_nl peer;  /**< the kernel's address */
   uint32_t sequence;        /**< sequence number of the last request; increment before each */
   struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem id */
 };
 
-/** Opens a netfilter netlink socket and binds it to a port id chosen by the kernel.
+/** Opens a netfilter netlink socket and binds it to a port ID chosen by the kernel.
  *
  *  Sequence numbers start at time().
  *
@@ -223,8 +223,8 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  After several packets in one datagram the kernel puts an NLMSG_DONE message without NLM_F_MULTI:
  *  nfnetlink_msg_unpack() then returns -1, after the handlers have seen all of the packets.
  *
- *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: a refused
- *  request does not return, unless SO_RCVTIMEO is set on the netlink handle's socket.
+ *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: a
+ *  rejected request does not return, unless SO_RCVTIMEO is set on the netlink handle's socket.
  *
  *  Packets that arrive during the wait are dispatched. A packet for a group without a handler, a
  *  packet whose handler stops the dispatch, and several packets in one datagram end the wait;

@@ -5,7 +5,7 @@
  *
  *  Everything is logged to syslog: failures to start at LOG_ERR, failed signals at LOG_WARNING,
  *  starts, stops and time-outs at LOG_DEBUG. Results are 0, the errno value of the failed system
- *  call, or one of enum process_result. A process identifier below 2 is never signalled.
+ *  call, or one of enum process_result. A process ID below 2 is never signalled.
  *
  *  Every process_start() installs a SIGCHLD handler, in place of the program's own, that reaps
  *  every child of this process that has exited, however it was started. A program that waits for
@@ -26,7 +26,7 @@ union sigval; /* of signal.h, which strict C99 hides */
 /** Results that are not errno values of a failed call. */
 enum process_result {
   PROCESS_TIMEOUT = 62,   /**< the process is still there; the value of ETIME on Linux */
-  PROCESS_INVALID = 2002, /**< the process identifier is below 2 */
+  PROCESS_INVALID = 2002, /**< the process ID is below 2 */
 };
 
 /** Starts a program as a child in its own process group, without waiting for it.
@@ -38,7 +38,7 @@ enum process_result {
  *  setpgid() and the program not executed, and the child continues in the caller's code. A caller
  *  that must not run twice compares getpid() before and after.
  *
- *  @param[out] pid  the child's identifier; may be null
+ *  @param[out] pid  the child's process ID; may be null
  *  @param path      the program; PATH is not searched
  *  @param argv      null-terminated arguments, the program's name first
  *  @param env       null-terminated list of "NAME=value" that the child adds to this process's
@@ -53,8 +53,8 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
  *
  *  @param name       name or path of the program; the part after the last "/" is inserted unquoted
  *                    into a shell command: never pass untrusted input
- *  @param[out] pids  array of @p capacity identifiers: zeroed, then filled in pidof's order
- *  @param capacity   maximum number of identifiers
+ *  @param[out] pids  array of @p capacity process IDs: zeroed, then filled in pidof's order
+ *  @param capacity   maximum number of process IDs
  *  @return number found, 0 to @p capacity; 0 also when pidof cannot be run
  */
 TALVERA_API int process_find_all(const char *name, pid_t *pids, int capacity) TALVERA_NONNULL(1);
@@ -62,14 +62,14 @@ TALVERA_API int process_find_all(const char *name, pid_t *pids, int capacity) TA
 /** Finds a process by program name, using pidof.
  *
  *  @param name  as for process_find_all()
- *  @return the first identifier that process_find_all() finds, or 0
+ *  @return the first process ID that process_find_all() finds, or 0
  */
 TALVERA_API pid_t process_find(const char *name) TALVERA_NONNULL(1);
 
 /** Reads a pid file.
  *
- *  @param path  file that begins with a process identifier in decimal
- *  @return the identifier; 0 when there is no such file, it holds no number, or the process does
+ *  @param path  file that begins with a process ID in decimal
+ *  @return the process ID; 0 when there is no such file, it holds no number, or the process does
  *          not exist
  */
 TALVERA_API pid_t process_get_from_file(const char *path) TALVERA_NONNULL(1);

@@ -8,7 +8,7 @@
  *  SSL_check_cert() before it sends anything: the handshake itself accepts every server.
  *
  *  The objects are OpenSSL's own, to be used and freed with its functions. The library supports
- *  OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer versions refuse by
+ *  OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer versions reject by
  *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
  *  allowed inside the context that SSL_initialize() returns, and nowhere else. One difference
  *  remains: when the server closes the connection without a close_notify alert, SSL_get_error()

@@ -265,7 +265,7 @@ TALVERA_API int sysfs_get_attr(const char *path_format, char *buf, size_t size, 
  *
  *  @param path_format  printf format of the path, which is truncated to 255 characters
  *  @param value        string to write; no line feed is added
- *  @return 0; 1 with errno set when the file cannot be opened or the kernel refuses the value
+ *  @return 0; 1 with errno set when the file cannot be opened or the kernel rejects the value
  */
 TALVERA_API int sysfs_set_attr(const char *path_format, const char *value, ...) TALVERA_PRINTF(1, 3)
     TALVERA_NONNULL(2);

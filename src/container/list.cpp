@@ -1,4 +1,4 @@
-// List life cycle, attributes, positional insertion and removal, and the spare records.
+// List life cycle, attributes, positional insertion and removal, and the spare elements.
 #include "talvera/list.h"
 
 #include <cerrno>
@@ -32,8 +32,8 @@ void join(list_elem *left, list_elem *right) {
   right->prev = left;
 }
 
-// Removes the elements between two: recycles or frees them, and frees their data if the list owns
-// copies.
+// Removes the elements between `before` and `after`: recycles or frees them, and frees their data
+// if the list owns copies.
 void drop_between(list_obj &list, list_elem *before, list_elem *after) {
   while (before->next != after) {
     list_elem *const element = before->next;
@@ -58,13 +58,13 @@ std::uint32_t middle_position(std::uint32_t count) {
   return (count - 1) / 2;
 }
 
-// The element at a position, reached from the nearest of head, middle and tail. Position -1, also
-// in an empty list, is the head sentinel, after which an insertion at 0 goes.
+// The element at a position, reached from the nearest of head, middle and tail. Position -1 is the
+// head sentinel, even in an empty list: an insertion at 0 goes after it.
 list_elem *element_at(const list_obj &list, std::uint32_t position) {
   const std::uint32_t from_head = position + 1;
   const std::uint32_t from_tail = list.count - position;
   list_elem *start = list.mid;
-  std::uint32_t steps = position - middle_position(list.count);  // negative when they lead back
+  std::uint32_t steps = position - middle_position(list.count);  // negative: backward
   if (from_head <= list.count / 4) {
     start = list.head;
     steps = from_head;
@@ -242,7 +242,7 @@ extern "C" int list_delete_range(list_obj *list, uint32_t first, uint32_t last) 
   const std::uint32_t left = list->count - removed;
   if (left == 0) return list_clear(list);
 
-  // Both lookups by position come before anything is unlinked.
+  // Both lookups by position precede any unlinking.
   list_elem *element = element_at(*list, first);
   const std::uint32_t middle = middle_position(left);
   list->mid = element_at(*list, middle < first ? middle : middle + removed);
@@ -261,7 +261,7 @@ extern "C" int list_clear(list_obj *list) {
 extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
   if (first == nullptr || second == nullptr) return talvera::fail(EINVAL);
   if (destination == first || destination == second) return talvera::fail(EINVAL);
-  if (list_init(destination) != 0) return -1;  // also when null
+  if (list_init(destination) != 0) return -1;  // also for a null list
   const std::uint32_t middle = middle_position(first->count + second->count);
   list_elem *last = destination->head;
   for (const list_obj *source : {first, second}) {

@@ -6,8 +6,8 @@
 namespace talvera::container {
 namespace {
 
-// The greatest or smallest datum: each later datum that the comparator places beyond the candidate
-// replaces it, so that the earliest of equals wins.
+// Returns the greatest or smallest datum. A later datum replaces the candidate only if the
+// comparator places it strictly beyond, so the first of equal data wins.
 void *extreme(const list_obj &list, bool greatest) {
   if (list.attrs.comparator == nullptr || list.count == 0) return nullptr;
   const list_elem *element = list.head->next;

@@ -87,8 +87,8 @@ void Sorter::selection_sort(Range range) const {
   }
 }
 
-// Recurses only into the smaller part, which limits the recursion depth to log2(size).
-// Takes the members of a range as separate arguments, which need no copy in memory.
+// Recurses only into the smaller part, which limits the recursion depth to log2(size). Takes the
+// members of a range as separate arguments, which are passed in registers.
 void Sorter::sort(list_elem *first, list_elem *last, std::uint32_t size) const {
   Range range{first, last, size};
   while (range.size >= kShortRange) {

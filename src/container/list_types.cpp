@@ -16,26 +16,26 @@ T value_of(const void *data) {
   return *static_cast<const T *>(data);
 }
 
-// Positive if a is smaller, as lists expect; 0 if one of them is not a number.
+// Positive if a is smaller, as lists expect; 0 if either is NaN.
 template <typename T>
 int compare(const void *a, const void *b) {
   const T x = value_of<T>(a);
   const T y = value_of<T>(b);
-  if (std::is_integral_v<T> && sizeof(T) > 4) {  // shorter where such a comparison takes two
+  if (std::is_integral_v<T> && sizeof(T) > 4) {  // less code on a 32-bit machine
     if (x < y) return 1;
     return x == y ? 0 : -1;
   }
   return (x < y) - (x > y);
 }
 
-// The low 32 bits of an integer, which is sign-extended if it is shorter and signed.
+// The low 32 bits of an integer; a shorter signed one is sign-extended.
 template <typename T>
 std::uint32_t hash_number(const void *data) {
   return static_cast<std::uint32_t>(value_of<T>(data));
 }
 
-// Converts to a signed 32-bit integer. C leaves out-of-range values undefined: they saturate here,
-// and NaN gives 0.
+// Converts to a signed 32-bit integer. Values out of range, whose conversion C leaves undefined,
+// saturate; NaN gives 0.
 template <>
 std::uint32_t hash_number<double>(const void *data) {
   using Limits = std::numeric_limits<std::int32_t>;

@@ -41,8 +41,9 @@ void store_le32(unsigned char *bytes, std::uint32_t value) {
 using State = std::uint32_t[4];
 using Block = std::uint32_t[16];
 
-// The four auxiliary functions, each added to a sum. A step depends on the x of the step before, so
-// x comes last. In G the two terms have no common bits and can be added separately.
+// The four auxiliary functions of RFC 1321, each added to `sum`. x is the result of the previous
+// step, so it enters last to shorten the dependency chain. In G the two terms have no bits in
+// common, so each is added separately.
 struct F {
   static std::uint32_t add(std::uint32_t sum, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
     return sum + (z ^ (x & (y ^ z)));
@@ -70,14 +71,14 @@ template <typename Mix>
   w = x + std::rotl(Mix::add(w + added, x, y, z), shift);
 }
 
-// The message word at an index modulo 16: by byte offset, which takes fewer instructions.
+// The message word at an index modulo 16. Addressing it by byte offset takes fewer instructions.
 [[gnu::always_inline]] inline std::uint32_t word_at(const Block &block, std::size_t index) {
   const void *const word = reinterpret_cast<const char *>(block) + 4 * index % kBlockSize;
   return *static_cast<const std::uint32_t *>(word);
 }
 
-// Round `Number`, counted from 0: 16 steps with four alternating shifts. The message words are
-// taken from index `First` in strides.
+// Round `Number` (0 to 3): 16 steps that cycle through four shifts. Step i takes message word
+// `First` + i * `Stride`, modulo 16.
 template <typename Mix, std::size_t Number, std::size_t First, std::size_t Stride, int S1, int S2,
           int S3, int S4>
 [[gnu::always_inline]] inline void round(State &state, const Block &block) {

@@ -24,7 +24,8 @@ constexpr std::size_t kDestinationSize = 20;
 static_assert(sizeof(tr_hop) == 348 && offsetof(tr_hop, address) == 257 &&
               offsetof(tr_hop, status) == 280 && offsetof(tr_hop, times) == 284);
 
-// The letters after '!' in markers, by status. No token contains a space.
+// The letters after '!' in markers, indexed by status. Status 3 has none: no token contains a
+// space.
 constexpr char kMarkers[] = "NHP FS";
 static_assert(TR_NETWORK_UNREACHABLE == 0 && TR_HOST_UNREACHABLE == 1 &&
               TR_PROTOCOL_UNREACHABLE == 2 && TR_FRAGMENTATION_NEEDED == 4 &&
@@ -40,15 +41,15 @@ std::FILE *open_work_file(const char *name, const char *kind) {
   return std::fopen(path, "r");
 }
 
-// Reads the first line of a work file. Returns 1, or 0 if the file is empty, or -1 with errno set
-// if it cannot be opened.
+// Reads the first line of a work file. Returns 1; 0 if the file is empty; -1 with errno set if it
+// cannot be opened.
 int read_first_line(const char *name, const char *kind, char *line, std::size_t size) {
   const FilePtr file(open_work_file(name, kind));
   if (file == nullptr) return -1;
   return read_line(file.get(), line, size) ? 1 : 0;
 }
 
-// Extracts the header's first text in parentheses into a zeroed buffer.
+// Copies the header's first string in parentheses into a zeroed buffer.
 void take_destination(const char *header, char (&destination)[kDestinationSize]) {
   const char *open = std::strchr(header, '(');
   if (open == nullptr) return;

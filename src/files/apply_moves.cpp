@@ -1,8 +1,8 @@
 // Computes the result of a sequence of moves in a list, in which each item moves at most once.
 //
 // The list is an interleaving of two lists: waiting items (not moved yet, or never moved) keep
-// their original order; moved items form a list that only grows. A position in the whole list is a
-// gap, before one of the waiting items, and a rank among the moved items.
+// their original order; moved items form a list that only grows. A position in the whole list is
+// given by a gap (before a waiting item) and a rank among the moved items.
 //
 // The forward pass determines the gap and rank of each move from the number of moved items in each
 // gap. The backward pass reconstructs the final order of the moved items: the item moved last keeps
@@ -78,8 +78,8 @@ class Arena {
   std::int32_t *rest_;
 };
 
-// Fills `list` with the indices of the moves in the final order of their items, given the rank of
-// each item at the time of its move.
+// Fills `list` with the indices of the moves in the final order of their items, from each item's
+// rank at the time of its move.
 void order_by_ranks(std::span<const std::int32_t> ranks, FenwickTree free_places,
                     std::span<std::int32_t> list) {
   for (std::size_t move = ranks.size(); move-- > 0;) {
@@ -92,13 +92,12 @@ void order_by_ranks(std::span<const std::int32_t> ranks, FenwickTree free_places
 }  // namespace
 
 bool apply_moves(std::span<const Move> moves, std::span<of_file_info> items) {
-  // An imaginary item after the last one always waits, so that the end of the list is a gap as
-  // well.
+  // A sentinel after the last item always waits, so that the end of the list is a gap, too.
   const std::size_t gaps = items.size() + 1;
   Arena arena(2 * (gaps + 1) + 3 * moves.size() + 1);
   if (!arena.valid()) return false;
-  FenwickTree all(
-      arena.take(gaps + 1));  // per gap: moved items in it, plus the waiting item after it
+  // Per gap: the moved items in it, plus the waiting item after it.
+  FenwickTree all(arena.take(gaps + 1));
   FenwickTree waiting(arena.take(gaps + 1));
   const auto ranks = arena.take(moves.size());
   const auto moved = arena.take(moves.size());

@@ -70,9 +70,9 @@ int read_set(std::FILE *file, of_files_info **result) {
 using namespace talvera::files;
 
 extern "C" int of_serialize(const struct of_files_info *set, const char *dir, const char *dbname) {
-  // The first item that has each order from 1 to one past the count, so that writing does not
-  // search the set for each order. Built before the file is truncated, so that running out of
-  // memory loses no settings.
+  // Maps each order from 1 to one past the count to the first item that has it, so that writing
+  // need not search the set. Built before the file is truncated, so that running out of memory
+  // loses no settings.
   const std::int32_t count = std::max(set->count, 0);
   const std::int32_t orders = count + 1;
   const talvera::MallocPtr<const of_file_info *> index(static_cast<const of_file_info **>(

@@ -17,7 +17,7 @@ static_assert(offsetof(of_files_info, items) == 8);
 namespace talvera::files {
 namespace {
 
-// Owns the list of a directory's regular files; empty initially.
+// Owns the list of a directory's regular files; initially empty.
 struct FileList {
   FileList() = default;
   FileList(const FileList &) = delete;
@@ -34,7 +34,7 @@ struct FileList {
 }  // namespace
 
 of_files_info *allocate_set(std::int32_t count) {
-  // One item more than needed: room for the header.
+  // One extra item makes room for the header.
   static_assert(sizeof(of_files_info) <= sizeof(of_file_info));
   void *block = std::calloc(static_cast<std::size_t>(count) + 1, sizeof(of_file_info));
   if (block == nullptr) {

@@ -25,7 +25,7 @@ inline void Scanner::skip_space() {
     found = (next_ | 0x20) != 'x';
     if (!found) advance();
   }
-  const std::uint32_t most = UINT32_MAX / base;  // before another digit
+  const std::uint32_t most = UINT32_MAX / base;  // the greatest that can take another digit
   std::uint32_t magnitude = 0;
   bool overflow = false;
   for (std::uint32_t digit; (digit = digit_value(next())) < base; advance()) {
@@ -40,7 +40,7 @@ inline void Scanner::skip_space() {
     magnitude = sign == '-' ? 0x80000000 : INT32_MAX;
     overflow = true;
   }
-  // A minus negates only a value that fits.
+  // A minus sign negates only a value that fits.
   value = static_cast<std::int32_t>(sign == '-' && !overflow ? 0 - magnitude : magnitude);
   return found;
 }

@@ -13,10 +13,10 @@ class Scanner {
  public:
   explicit Scanner(std::FILE *file) : file_(file) { advance(); }
 
-  // Scans the fields of `pattern`: 'd' stands for a decimal number, 'x' for a hexadecimal one,
-  // stored in turn in `numbers`; 's' for a run of characters other than white space, truncated to
-  // fit into the OF_NAME_SIZE bytes of `name`, which must be zero; any other character for itself.
-  // Returns whether all are present. A mismatch may consume the start of a field.
+  // Scans fields as in `pattern`: 'd' is a decimal and 'x' a hexadecimal number, stored in the next
+  // element of `numbers`; 's' is a run of characters other than white space, truncated to fit
+  // `name`, whose OF_NAME_SIZE bytes must be zero; '#' and ':' match themselves. Returns whether
+  // all fields are present. A mismatch may consume the start of a field.
   bool scan(const char *pattern, std::int32_t *numbers, char *name = nullptr);
 
  private:

@@ -12,7 +12,7 @@
 namespace talvera::files {
 namespace {
 
-// Equal names compare by position.
+// Compares equal names by position, because qsort() is not stable.
 int compare_names(const void *left, const void *right) {
   const auto *a = *static_cast<const of_file_info *const *>(left);
   const auto *b = *static_cast<const of_file_info *const *>(right);
@@ -20,8 +20,8 @@ int compare_names(const void *left, const void *right) {
   return order != 0 ? order : (a > b) - (a < b);
 }
 
-// Applies the saved settings to the current items, which are sorted by name. False when memory runs
-// out.
+// Applies the saved settings to the current items, which are sorted by name. Returns false when
+// memory runs out.
 bool restore(const of_files_info &saved, std::span<of_file_info> current) {
   const auto saved_count = static_cast<std::size_t>(saved.count);
   const auto sorted = allocate<const of_file_info *>(saved_count);
@@ -32,7 +32,7 @@ bool restore(const of_files_info &saved, std::span<of_file_info> current) {
   const of_file_info *saved_item = saved.items;
   for (const of_file_info **entry = next; entry != end; ++entry)
     *entry = saved_item++;
-  // qsort() of the C library: several times smaller than an inlined std::sort().
+  // qsort() is several times smaller than an inlined std::sort().
   std::qsort(next, saved_count, sizeof(void *), compare_names);
 
   // Known files first move to their saved positions; then each new file moves to the top. New files

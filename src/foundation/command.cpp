@@ -10,8 +10,8 @@
 namespace talvera::foundation {
 namespace {
 
-// Maps a result of system() to the caller's. A command killed by a signal has no exit code and
-// intentionally counts as successful.
+// Converts a result of system() to that of sdb_system(). A command killed by a signal has no exit
+// code and intentionally counts as successful.
 int result_code(int status) {
   if (status == -1) return errno;
   return status >> 8 & 0xFF;
@@ -27,7 +27,7 @@ extern "C" int sdb_system(const char *format, ...) {
   va_start(arguments, format);
   const talvera::FormattedText<talvera::kCommandSize> command(format, arguments);
   va_end(arguments);
-  // A format error does not run the empty command, which would report success.
+  // After a format error nothing runs: the empty command would report success.
   const int code = result_code(command.length() < 0 ? -1 : std::system(command.c_str()));
   if (code != 0) sdb_log(SDB_LOG_DEBUG, "sdb_system (ret %d): %s", code, command.c_str());
   return code;

@@ -16,7 +16,8 @@
 namespace talvera::foundation {
 namespace {
 
-// Reads or writes exactly `length` bytes; fewer when a call returns 0.
+// Reads or writes `length` bytes, or fewer if a call returns 0, as read() does at end of file.
+// Retries after EINTR.
 [[gnu::noinline]] int transfer_fully(int fd, unsigned char *bytes, unsigned int length,
                                      bool writing) {
   unsigned int left = length;
@@ -33,7 +34,8 @@ namespace {
   return static_cast<int>(length - left);
 }
 
-// Reads exactly `size` bytes. Retries at an early end of file: the file may be being rewritten.
+// Reads exactly `size` bytes. Retries at an early end of file, because another process may be
+// rewriting the file.
 bool read_whole(int fd, unsigned char *buffer, unsigned int size) {
   for (unsigned int done = 0; done < size;) {
     const int got = uf_full_read(fd, buffer + done, size - done);

@@ -33,9 +33,9 @@ bool map_whole(filemap &file, int protection) {
   return true;
 }
 
-// Files are compared in windows that grow from one page, so that an early difference costs one page
-// of each file, up to this size, which limits mapping calls as well as the use of a 32-bit address
-// space.
+// Files are compared in windows that grow from one page to this size: small first windows make an
+// early difference cheap, large later ones save mapping calls, and the limit bounds the use of a
+// 32-bit address space.
 constexpr off_t kLargestWindow = 1 << 20;
 
 enum class Comparison { kSame, kDifferent, kNotMapped };

@@ -17,8 +17,8 @@ namespace talvera::foundation {
 namespace {
 
 constexpr mode_t kTextMode = 0660;
-constexpr int kMissingPath = 0xA000;         // result of file_delete() when nothing is at the path
-constexpr std::size_t kLongestTarget = 128;  // a longer link target is truncated followed
+constexpr int kMissingPath = 0xA000;         // from file_delete() for a null or nonexistent path
+constexpr std::size_t kLongestTarget = 128;  // longer link targets are truncated
 
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,

@@ -25,7 +25,7 @@ int read_device(const char *device, void *buffer, std::size_t length) {
   return 0;
 }
 
-// All ones when the device cannot be opened.
+// Returns UINT32_MAX if the device cannot be opened.
 [[gnu::noinline]] std::uint32_t draw_number(const char *device) {
   std::uint32_t number = UINT32_MAX;
   read_device(device, &number, sizeof number);

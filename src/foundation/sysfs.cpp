@@ -14,8 +14,8 @@
 namespace talvera::foundation {
 namespace {
 
-// Unbuffered, so that one system call transfers the value and a value that the kernel rejects fails
-// there; buffered, it would fail only at the close, unreported.
+// Opens an attribute unbuffered: one system call transfers the value, and the write itself reports
+// a value that the kernel rejects. A buffered write would fail only in fclose(), unreported.
 std::FILE *open_attribute(const FormattedPath &path, const char *mode) {
   std::FILE *stream = std::fopen(path.c_str(), mode);
   if (stream != nullptr) std::setvbuf(stream, nullptr, _IONBF, 0);

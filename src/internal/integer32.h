@@ -9,12 +9,12 @@
 namespace talvera {
 
 struct Integer32 {
-  const char *end;            // first character after the number; the start if there is no number
-  std::uint32_t as_unsigned;  // strtoul(): negated modulo 2^32, unless too large
+  const char *end;            // end of the number; the start of the text if there is none
+  std::uint32_t as_unsigned;  // strtoul(): a minus sign negates modulo 2^32; saturates at 2^32 - 1
   std::int32_t as_signed;     // strtol(): clamped to the range of the type
 };
 
-// Skips white space, then parses an optional sign and digits of `base`: 2 to 36; 16 accepts an "0x"
+// Skips white space, then parses an optional sign and digits of `base`: 2 to 36; 16 accepts a "0x"
 // prefix; 0 derives the base from the prefix: "0x" for 16, "0" for 8, otherwise 10.
 [[gnu::noinline]] inline Integer32 parse_integer32(const char *text, unsigned base) {
   const char *end = text;
@@ -22,7 +22,7 @@ struct Integer32 {
   const bool negative = *p == '-';
   if (negative || *p == '+') ++p;
   if ((base | 16) == 16 && *p == '0') {  // base 0 or 16
-    end = p + 1;                         // of the number, if no digit follows the "x"
+    end = p + 1;                         // the "0" is a number even if no digit follows the "x"
     if ((p[1] | 0x20) == 'x') {
       base = 16;
       p += 2;

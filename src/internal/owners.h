@@ -23,8 +23,8 @@ class ErrnoSaver {
   int saved_ = errno;
 };
 
-// Closes a descriptor unless it is negative; preserves errno. This and similar functions are not
-// inlined, because each destructor call would carry a copy.
+// Closes a descriptor unless it is negative; preserves errno. Not inlined, like the other release
+// functions, because every destructor would carry a copy.
 [[gnu::noinline]] inline void close_descriptor(int fd) {
   if (fd < 0) return;
   const ErrnoSaver saver;
@@ -81,7 +81,7 @@ class Owner {
   std::free(block);
 }
 
-// A block from malloc(), which callers release with free().
+// Owns a block from malloc(). release() passes it to a caller, who frees it with free().
 template <typename T>
 using MallocPtr = Owner<T, free_block>;
 
@@ -89,7 +89,7 @@ using MallocPtr = Owner<T, free_block>;
 // 0 allocates one object, so that null always means failure.
 template <typename T>
 MallocPtr<T> allocate(std::size_t count) {
-  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may well be a pointer.
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer.
   constexpr std::size_t kSize = sizeof(T);
   return MallocPtr<T>(static_cast<T *>(std::malloc(count > 0 ? count * kSize : kSize)));
 }

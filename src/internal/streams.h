@@ -21,14 +21,15 @@ namespace talvera {
   ::pclose(stream);
 }
 
-// A stream of fopen().
+// A stream from fopen().
 using FilePtr = Owner<std::FILE, close_stream>;
 
-// A stream of popen(), which reads a command's output; the destructor waits for the command.
+// A stream from popen(), which reads a command's output; the destructor waits for the command.
 using PipePtr = Owner<std::FILE, close_pipe>;
 
-// Continues after an EOF: reads again if a signal handler installed without SA_RESTART interrupted
-// the read. Returns the next character; EOF at end of file or after an error.
+// For use after a read that returned EOF: reads again if a signal handler installed without
+// SA_RESTART interrupted the read. Returns the next character; EOF at end of file or after an
+// error.
 [[gnu::noinline]] inline int retry_interrupted(std::FILE *stream) {
   int character = EOF;
   while (character == EOF && std::ferror(stream) != 0 && errno == EINTR) {

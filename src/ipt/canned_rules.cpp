@@ -38,7 +38,7 @@ bool add_match(ipt_rule *rule, std::uint32_t item, std::uint8_t mask, std::uint3
   return ipt_rule_add_match(rule, item, mask, option, copy) != nullptr && copy != nullptr;
 }
 
-// Completes a rule of the table "nat", or frees it if a part of it is missing.
+// Completes a rule of the table "nat"; frees it and returns null if `complete` is false.
 ipt_rule *finish(ipt_rule *rule, bool complete, std::uint32_t command, std::uint32_t chain,
                  std::uint32_t target) {
   if (!complete) {
@@ -62,8 +62,8 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
                                            const char *internal_host, int internal_port) {
   if (internal_host == nullptr) return nullptr;
   ipt_rule *rule = ipt_rule_init();
-  // The protocol's "!" sets a bit that is never rendered: a negated protocol intentionally comes
-  // out without its "!".
+  // The protocol's "!" sets a bit that is never rendered: a negated protocol is intentionally
+  // rendered without its "!".
   std::uint8_t mask = 0;
   protocol = skip_negation(kNothingBit, mask, protocol);
   char *port = ipt_make_port_value(skip_negation(kOptionValueBit, mask, external_port));

@@ -8,7 +8,7 @@
 
 namespace talvera::ipt {
 
-// A parameter or match of a list, whichever type the program stored it as.
+// A parameter or match in a list; may alias either type.
 struct [[gnu::may_alias]] Item {
   std::uint32_t item;
   std::uint8_t negation;

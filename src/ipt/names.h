@@ -21,9 +21,9 @@ struct NameTables {
                                               : nullptr;
   }
 
-  std::array<std::uint16_t, kMaxTables> texts;  // where the names of each table begin
-  std::array<std::uint8_t, kMaxTables> firsts;  // index of the first name of each table
-  std::array<std::uint8_t, kMaxNames> starts;   // of each name in its table
+  std::array<std::uint16_t, kMaxTables> texts;  // offset of each table's names in `text`
+  std::array<std::uint8_t, kMaxTables> firsts;  // index of each table's first name
+  std::array<std::uint8_t, kMaxNames> starts;   // offset of each name in its table
   std::array<char, Size> text;
 };
 

@@ -11,8 +11,8 @@
 namespace talvera::ipt {
 namespace {
 
-// The NUL-terminated names of the numbers from 0, empty for unassigned numbers; then the names of
-// kOtherNumbers. Pointers to names would be larger and need a load-time relocation each.
+// NUL-terminated names of protocols 0, 1, 2, ..., empty for unassigned numbers, followed by the
+// names of kOtherNumbers. Pointers to names would be larger and need a load-time relocation each.
 constexpr char kNames[] =
     // 0
     "HOPOPT\0ICMP\0IGMP\0GGP\0IPINIP\0ST\0TCP\0CBT\0EGP\0IGP\0"

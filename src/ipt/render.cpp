@@ -12,8 +12,8 @@
 namespace talvera::ipt {
 namespace {
 
-// Number 0 means "none" in all tables but the first. Where a word is mandatory, it is rendered as
-// "none", which iptables rejects: a command without a chain could apply to all chains.
+// Number 0 means "none" in all tables but the first. In mandatory places it renders as "none",
+// which iptables rejects: without a chain, a command could apply to all chains.
 constexpr auto kNames = name_tables(
     "filter\0raw\0conntrack\0mangle\0nat\0"
     "\n"
@@ -45,8 +45,8 @@ static_assert(kMaxBeforeTarget + kSectionLength < IPT_LINE_SIZE);
 
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
-// The end of the line in the caller's buffer. It cannot overflow: a section adds at most 63
-// characters, or 63 and a name when it fails, and no section follows one that ends after
+// The line being built in the caller's buffer. The buffer cannot overflow: a section adds at most
+// 63 characters, or 63 plus a name if it fails, and no section follows one that ends after
 // character 191.
 struct Line {
   explicit Line(char *buf) : end(buf) {}
@@ -55,8 +55,8 @@ struct Line {
   std::size_t room = 0;  // characters left in the section
 };
 
-// Appends a format in which each "%" stands for the next word; null counts as empty. A text that
-// does not fit into the section is omitted.
+// Appends a format in which each "%" stands for the next word; null counts as empty. Appends
+// nothing and returns false if the result does not fit into the section.
 [[gnu::noinline]] bool append(Line &line, const char *format, const char *first,
                               const char *second = nullptr, const char *third = nullptr) {
   const char *const words[] = {first, second, third};
@@ -90,9 +90,9 @@ bool command_section(const ipt_rule &rule, Line &line) {
          append(line, " -% % %", command, chain, rule.command_argument);
 }
 
-// Appends the section of parameters or of matches. The items share the space of the section: an
-// item's name is always written, what follows it only if it fits; the name is deducted last, and
-// the section fails if it exceeds the remaining space.
+// Appends the section of parameters or of matches. All items share one section's space. An item's
+// name is always written, the rest only if it fits. The name is deducted last; if it exceeds the
+// remaining space, the section fails.
 bool append_items(Line &line, const list_obj *list, Table names, const char *format) {
   if (list == nullptr) return true;  // as in rules for commands without items
   for (const list_elem *element = list->head->next; element != list->tail;

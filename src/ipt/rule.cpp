@@ -14,13 +14,13 @@ namespace {
 
 static_assert(sizeof(void *) != 4 || (sizeof(ipt_rule) == 36 && sizeof(ipt_param) == 20));
 
-// Numbers of valid items are below these.
+// Exclusive upper bounds of item numbers.
 constexpr std::uint32_t kParamItems = IPT_PARAM_FRAGMENT + 1;
 constexpr std::uint32_t kMatchItems = IPT_MATCH_TOS + 1;
 
 // Differences between parameters and matches.
 struct ItemKind {
-  std::uint32_t count;  // number of item numbers
+  std::uint32_t count;  // exclusive upper bound of item numbers
   const char *label;    // in messages about a list or a number
   const char *name;     // in messages about an item
 };

@@ -5,8 +5,8 @@
 
 namespace talvera::ipt {
 
-// Skips a leading "!" and the spaces after it, setting bit number `bit` of the mask. Null stays
-// null.
+// Skips a leading "!" and the spaces after it, and sets bit `bit`, if below 8, of the mask. Returns
+// null for null.
 const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text);
 
 // Whether a text is a valid argument of "-p".

@@ -36,8 +36,8 @@ int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int len
   return 0;
 }
 
-// Makes the record and the driver's copy agree with whether the file has a calibration. Returns
-// `result` with errno unchanged, or the result of writing the record if that has to change.
+// Updates the info record's flag and the driver's copy to match whether the file has a calibration.
+// Returns `result` with errno unchanged, or the result of writing the record if the flag changes.
 int update_copies(bool present, int result) {
   int error = errno;
   std::uint8_t record[MFG_INFO_SIZE];
@@ -58,7 +58,7 @@ void push_calibration(bool present) {
   Calibration data = {};
   tvra_wlcal transfer = {};
   if (present) {
-    // Sent even when the read failed.
+    // Intentionally sent even if the read fails.
     range_read(data.data(), kWlcalOffset, TVRA_WLCAL_SIZE);
     transfer.buffer = data.data();
     transfer.length = TVRA_WLCAL_SIZE;
@@ -80,7 +80,7 @@ extern "C" int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned i
 
 extern "C" int mfg_wlcal_set(const unsigned char *data, unsigned int offset, unsigned int length) {
   if (!is_range(offset, length)) return talvera::fail(EINVAL);
-  // Even after a failed write, the flag is set and the driver updated.
+  // Intentionally sets the flag and updates the driver even after a failed write.
   return update_copies(true, range_write(data, kWlcalOffset + offset, length));
 }
 

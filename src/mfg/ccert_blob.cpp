@@ -31,7 +31,7 @@ bool is_consistent(const std::uint8_t *blob, std::uint32_t size) {
   const std::uint32_t count = load_be32(blob + kBlobItemCount);
   if (count > (size - kBlobHeaderSize) / kBlobItemSize) return false;
   const std::uint32_t data_size = size - kBlobHeaderSize - kBlobItemSize * count;
-  std::uint32_t end = 0;  // of the items so far, at most the data's size, whatever their lengths
+  std::uint32_t end = 0;  // of the items so far; never exceeds data_size
   const std::uint8_t *item = blob + kBlobHeaderSize;
   for (std::uint32_t i = 0; i < count; ++i, item += kBlobItemSize) {
     const std::uint32_t length = load_be32(item + 4);

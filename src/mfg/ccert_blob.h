@@ -14,8 +14,8 @@ inline constexpr std::uint32_t kBlobHeaderWord = 16;
 inline constexpr std::uint32_t kBlobHeaderSize = 20;
 inline constexpr std::uint32_t kBlobItemSize = 16;
 
-// Whether the blob consists of header, table of contents and contiguous items, exactly `size` bytes
-// as its own length field states. Never reads past `size`, whatever the content.
+// Whether the blob consists of a header, table of contents and contiguous items, and is exactly
+// `size` bytes long, as its length field states. Never reads past `size`, whatever the content.
 bool is_consistent(const std::uint8_t *blob, std::uint32_t size);
 
 }  // namespace talvera::mfg

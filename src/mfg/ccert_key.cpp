@@ -14,11 +14,11 @@
 namespace talvera::mfg {
 namespace {
 
-// An encrypted key starts with the word 1 and a second word; the ciphertext follows.
+// An encrypted key starts with two 32-bit words, the first of which is 1; the ciphertext follows.
 constexpr std::uint32_t kEncryptedHeaderSize = 8;
 constexpr std::uint32_t kEncryptedFormat = 1;
 
-// Extracts the key from a copy of an encrypted item, which is decrypted in place.
+// Decrypts the copy of an encrypted item in place and extracts the key.
 void extract_encrypted(unsigned char *copy, std::uint32_t size, unsigned char **key,
                        std::uint32_t *length) {
   if (size >= kEncryptedHeaderSize && load_be32(copy) == kEncryptedFormat &&
@@ -27,7 +27,7 @@ void extract_encrypted(unsigned char *copy, std::uint32_t size, unsigned char **
   }
 }
 
-int not_provided() {
+int unsupported() {
   return fail(ENOSYS);
 }
 
@@ -62,13 +62,13 @@ extern "C" int ccert_get_client_private_key(unsigned char **key, uint32_t *lengt
 }
 
 extern "C" int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **, uint32_t *) {
-  return not_provided();
+  return unsupported();
 }
 
 extern "C" int MEAPCA_convertKeyPEM(void) {
-  return not_provided();
+  return unsupported();
 }
 
 extern "C" int MKEY_Decrypt(unsigned char *, uint32_t) {
-  return not_provided();
+  return unsupported();
 }

@@ -23,13 +23,13 @@ static_assert(offsetof(mfg_ccert_set_info, len) == sizeof(void *) &&
 
 constexpr std::uint32_t kSlots = 3;
 
-// Slot 0 passes validation but has no storage: its offset is the last byte of the file, so that at
-// most that byte can be transferred.
+// Slot 0 intentionally passes validation but has no storage: its offset is the last byte of the
+// file, so that at most that byte can be transferred.
 std::uint32_t slot_offset(std::uint32_t slot) {
   return kFileSize - (slot != 0 ? slot * kCertSlotSize : 1);
 }
 
-[[gnu::noinline]] int refuse(const char *function, int reason) {
+[[gnu::noinline]] int reject(const char *function, int reason) {
   syslog(LOG_ERR, "%s: invalid cert info structure passed (%d)", function, reason);
   return fail(EIO);
 }
@@ -55,18 +55,18 @@ int read_slot(std::uint32_t slot, void *buffer, std::uint32_t length) {
 using namespace talvera::mfg;
 
 extern "C" int mfg_ccert_get(struct mfg_ccert_get_info *info) {
-  if (info == nullptr || info->len == nullptr) return refuse(__func__, 1);
+  if (info == nullptr || info->len == nullptr) return reject(__func__, 1);
   const std::uint32_t length = *info->len;
   if (info->data == nullptr && length == 0) return query_size(info->slot, info->len);
-  if (length == 0 || info->slot >= kSlots) return refuse(__func__, 1);
-  if (info->data == nullptr || *info->data == nullptr) return refuse(__func__, 2);
+  if (length == 0 || info->slot >= kSlots) return reject(__func__, 1);
+  if (info->data == nullptr || *info->data == nullptr) return reject(__func__, 2);
   return read_slot(info->slot, *info->data, length);
 }
 
 extern "C" int mfg_ccert_set(const struct mfg_ccert_set_info *info) {
   if (info == nullptr || info->data == nullptr || info->len < MFG_CCERT_MIN_SIZE ||
       info->len > MFG_CCERT_MAX_SIZE || info->slot >= kSlots) {
-    return refuse(__func__, 1);
+    return reject(__func__, 1);
   }
   return range_write(info->data, slot_offset(info->slot), info->len);
 }

@@ -5,8 +5,8 @@
 
 namespace talvera::mfg {
 
-// Sets the length that the blob in a slot states, 0 if there is no such slot or it cannot be read.
-// Returns 0; -1 with errno EIO and a log line when the length is not accepted.
+// Sets `*length` to the length stated by the blob in a slot, or to 0 if there is no such slot or it
+// cannot be read. Returns 0, or -1 with errno EIO, after logging, if the length is out of range.
 int query_size(std::uint32_t slot, std::uint32_t *length);
 
 // Reads the start of slot 0, 1 or 2. Returns 0, or -1 with errno set.

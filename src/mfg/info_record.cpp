@@ -17,11 +17,13 @@ constexpr std::size_t kMacSize = 6;
 constexpr std::size_t kSerialSize = 16;
 constexpr std::uint32_t kEpochOffset = 2082844800;  // seconds from 1904-01-01 to 1970-01-01
 
-// The serial numbers of these three OUIs form one sequence: MAC address 02-5A-31-00-00-00 has 0.
+// The serial numbers of these three OUIs form one sequence that starts with 0 for the MAC address
+// 02-5A-31-00-00-00.
 constexpr std::uint32_t kFirstOui = 0x025A31;
 constexpr std::uint32_t kLastOui = 0x025A33;
 
-// The sum of all words, of which 16 bits are to be 0. In full it is 0 only if all words are.
+// The sum of all 16-bit words. The low 16 bits are 0 in a valid record; all 32 bits are 0 only if
+// every word is.
 std::uint32_t word_sum(const std::uint8_t *record) {
   std::uint32_t sum = 0;
   for (std::size_t i = 0; i < MFG_INFO_SIZE; i += 2)
@@ -34,7 +36,7 @@ void set_checksum(std::uint8_t *record) {
   store_be16(record + MFG_INFO_CHECKSUM, static_cast<std::uint16_t>(-word_sum(record)));
 }
 
-// An all-zero record was never written.
+// Rejects an all-zero record: it was never written.
 bool is_valid(const std::uint8_t *record) {
   const std::uint32_t sum = word_sum(record);
   return sum != 0 && (sum & 0xFFFF) == 0;

@@ -34,7 +34,7 @@ static_assert(sizeof(LoadedBlob) == 12 && sizeof(ccert_toc_item) == kBlobItemSiz
 // The loaded form omits the blob's magic and version.
 constexpr std::uint32_t kOmittedSize = kBlobHeaderSize - sizeof(LoadedBlob);
 
-// In one object, which takes less code to address than four.
+// One object, because it takes less code to address than four.
 struct {
   LoadedBlob *blob;
   const ccert_toc_item *certificate;
@@ -47,7 +47,7 @@ constexpr bool is_key(std::uint32_t type) {
 }
 
 // Loads a copy of a consistent blob, converted to its loaded form. The previous one is not freed:
-// callers may still use pointers into it. False when memory runs out.
+// callers may still use pointers into it. Returns false when memory runs out.
 bool load(const std::uint8_t *content, std::uint32_t length) {
   auto *blob = static_cast<LoadedBlob *>(std::malloc(length - kOmittedSize));
   if (blob == nullptr) return false;
@@ -79,14 +79,14 @@ void forget() {
   loaded.key = nullptr;
 }
 
-// Reads the blob of a slot into a heap block.
+// Reads the blob of a slot into a heap block. Returns 0, -1 with errno set, or CCERT_NO_MEMORY.
 int read_blob(unsigned int slot, unsigned char **blob, std::uint32_t *length) {
   std::uint32_t size;
   if (query_size(slot, &size) != 0) return -1;
   MallocPtr<unsigned char> content = allocate<unsigned char>(size);
   if (content == nullptr) return CCERT_NO_MEMORY;
   if (read_slot(slot, content.get(), size) != 0) {
-    wipe(content.get(), size);  // may be partly read
+    wipe(content.get(), size);  // may hold part of a private key
     return -1;
   }
   *length = size;

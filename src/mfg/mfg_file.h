@@ -9,7 +9,7 @@ namespace talvera::mfg {
 inline constexpr std::uint32_t kFileSize = 0x20000;  // fixed, independent of the actual file size
 
 // Areas of the file, by offset from its start.
-inline constexpr std::uint32_t kCertSlotSize = 16384;  // slot n starts n times this before the end
+inline constexpr std::uint32_t kCertSlotSize = 16384;  // slot n starts n slot sizes before the end
 inline constexpr std::uint32_t kWlcalOffset = kFileSize - 2048;
 inline constexpr std::uint32_t kInfoOffset = kFileSize - 256;
 
@@ -20,8 +20,8 @@ int file_open(int flags);
 // Closes the file, unless the descriptor is negative, and unmounts the partition; preserves errno.
 void file_close(int fd);
 
-// Both return 0, or -1 with errno set: EINVAL when the range, whose offset is inside the file, ends
-// past it. A write rewrites the whole file.
+// Both return 0, or -1 with errno set: EINVAL if the range ends past the end of the file. The
+// offset must be inside the file. A write rewrites the whole file.
 int range_read(void *buffer, std::uint32_t offset, std::uint32_t length);
 int range_write(const void *data, std::uint32_t offset, std::uint32_t length);
 

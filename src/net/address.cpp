@@ -25,13 +25,13 @@ bool parse(const char *text, std::uint32_t &address) {
   return 0;
 }
 
-// For the parts that are needed less often.
-[[gnu::noinline]] int calculate_rare(const char *address, const char *mask, std::uint32_t *result,
-                                     Part part) {
+// Shared by the parts that are needed less often.
+[[gnu::noinline]] int calculate_out_of_line(const char *address, const char *mask,
+                                            std::uint32_t *result, Part part) {
   return calculate(address, mask, result, part);
 }
 
-// `scratch` has room for an address of either family.
+// Converts an address of either family; `result` may be null.
 int convert(const char *text, void *result, int family) {
   in6_addr scratch;
   if (text == nullptr) return 0;
@@ -48,14 +48,14 @@ extern "C" int netu_calc_network(const char *address, const char *mask, std::uin
 }
 
 extern "C" int netu_calc_broadcast(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate_rare(address, mask, result, Part::kBroadcast);
+  return calculate_out_of_line(address, mask, result, Part::kBroadcast);
 }
 
 extern "C" int netu_calc_host(const char *address, const char *mask, std::uint32_t *result) {
-  return calculate_rare(address, mask, result, Part::kHost);
+  return calculate_out_of_line(address, mask, result, Part::kHost);
 }
 
-// Intentionally counts all set bits, even of a mask that is not contiguous.
+// Intentionally counts all set bits, even of a non-contiguous mask.
 extern "C" unsigned int netu_calc_subnet_prefix(const char *mask) {
   std::uint32_t rest;
   if (netu_atoipv4(mask, &rest) != 1) return 0;

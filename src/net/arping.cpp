@@ -14,17 +14,17 @@
 namespace talvera::net {
 namespace {
 
-constexpr int kAnswered = 1;  // arping's exit status when another host has the address
+constexpr int kReplied = 1;  // arping's exit status when another host has the address
 
-// Runs in the child. If arping cannot be started, the status means no answer.
+// Runs in the child. Exits with 0, which means "no reply", if arping cannot be started.
 [[noreturn]] void run_arping(const char *ifname, const char *address) {
   const char *const arguments[] = {"arping", "-Dq", "-c", "1", "-I", ifname, address, nullptr};
   execvp(arguments[0], const_cast<char *const *>(arguments));
   _exit(0);
 }
 
-// The exit status of a child that the reaper, in another thread, has collected or is about to
-// record.
+// Returns the exit status of a child that the reaper has collected in another thread, waiting
+// briefly for it to be recorded.
 int reaped_exit(pid_t child) {
   for (int tries = 100;; --tries) {
     const int code = process::recorded_exit(child);
@@ -50,7 +50,7 @@ int wait_for(pid_t child) {
 using namespace talvera::net;
 
 extern "C" int netu_arping_test(const char *ifname, const char *address) {
-  // Keeps a handler that reaps every child from taking this one's status, at least in this thread.
+  // Prevents a SIGCHLD handler in this thread from reaping this child.
   const talvera::SignalBlock no_reaper(SIGCHLD);
   const pid_t child = fork();
   if (child < 0) {
@@ -62,7 +62,7 @@ extern "C" int netu_arping_test(const char *ifname, const char *address) {
     run_arping(ifname, address);
   }
   const int code = wait_for(child);
-  return code == kAnswered || code == talvera::process::kKilled ||
+  return code == kReplied || code == talvera::process::kKilled ||
                  code == talvera::process::kUnknownExit
              ? 1
              : 0;

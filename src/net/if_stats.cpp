@@ -15,7 +15,7 @@ namespace {
 
 static_assert(sizeof(netu_linuxif_stats) == std::size_t{3} * 14 * 4);
 
-// File names in the order of netu_stat, and where each starts; pointers would need relocations.
+// File names in the order of netu_stat, and their offsets: pointers would need relocations.
 constexpr char kFiles[] =
     "rx_packets\0rx_bytes\0rx_dropped\0rx_errors\0multicast\0tx_packets\0tx_bytes\0tx_dropped\0"
     "tx_errors\0collisions\0tx-errored-bytes\0rx-errored-bytes\0tx-dropped-bytes\0rx-dropped-bytes";

@@ -30,7 +30,7 @@ int bind_local(const nfnetlink_handle &handle) {
   return bind(handle.fd, reinterpret_cast<const sockaddr *>(&handle.local), sizeof handle.local);
 }
 
-// Reads the port id that the kernel assigned. Returns 0, or -1 with errno set.
+// Reads the port ID that the kernel assigned. Returns 0, or -1 with errno set.
 int read_local(nfnetlink_handle &handle) {
   socklen_t length = sizeof handle.local;
   if (getsockname(handle.fd, reinterpret_cast<sockaddr *>(&handle.local), &length) != 0) return -1;
@@ -97,7 +97,7 @@ extern "C" nfnetlink_subsys *nfnetlink_subsys_open(nfnetlink_handle *handle, uns
   subsys->subscriptions = subscriptions;
   subsys->id = index;
   subsys->callback_count = count;
-  // One entry more: calloc() of 0 entries may return null, and the slot would count as free.
+  // One extra entry: calloc() of 0 entries may return null, which marks a free slot.
   subsys->callbacks =
       static_cast<nfnetlink_callback *>(std::calloc(count + 1U, sizeof(nfnetlink_callback)));
   if (subsys->callbacks == nullptr || nfnetlink_rebind(handle) != 0) {
@@ -114,7 +114,7 @@ extern "C" int nfnetlink_subsys_close(nfnetlink_subsys *subsys) {
   return 0;
 }
 
-// Preserves errno. Intentionally leaves descriptor 0 open, which counts as no socket.
+// Preserves errno. Intentionally leaves descriptor 0 open: it counts as "no socket".
 extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
   if (handle == nullptr) return talvera::fail(EINVAL);
   for (nfnetlink_subsys &subsys : handle->subsystems)

@@ -24,7 +24,7 @@ constexpr int kGeneralHeaderEnd = kHeaderSize + sizeof(nfgenmsg);
 constexpr int kAttributeHeaderSize = sizeof(nlattr);
 constexpr std::uint16_t kTypeMask = 0x7FFF;
 constexpr std::size_t kReceiveSize = 8192;
-constexpr std::uint16_t kUsualAttributes = 64;
+constexpr std::uint16_t kStackAttributes = 64;
 constexpr int kContinue = 1;
 
 // Whether the remaining bytes hold the complete item, whose length includes its header.
@@ -43,24 +43,26 @@ bool advance(Bytes &at, int &size, std::uint32_t item_length, int header_size) {
   return true;
 }
 
-// The handler may close the subsystem: the callback is not used after the call.
+// Calls the handler, which may close the subsystem: `callback` is not used after the call.
 int call_handler(const nfnetlink_callback &callback, Bytes message, std::uint32_t length) {
-  // On the stack, except for subsystems with very many attributes.
-  const nlattr *usual[kUsualAttributes];
-  const nlattr **table = usual;
+  // The attribute table is on the stack, except for callbacks with many attributes.
+  const nlattr *stack_table[kStackAttributes];
+  const nlattr **table = stack_table;
   const int count = callback.attribute_count;
-  if (count > kUsualAttributes) table = allocate<const nlattr *>(count).release();
+  if (count > kStackAttributes) table = allocate<const nlattr *>(count).release();
   if (table == nullptr) return -1;
   const void *start = message;
   const void *attributes = message + kGeneralHeaderEnd;
   nfnetlink_msg_parse_attr(table, count, static_cast<const nlattr *>(attributes),
                            static_cast<int>(length) - kGeneralHeaderEnd);
   const int result = callback.handler(static_cast<const nlmsghdr *>(start), table, callback.data);
-  if (table != usual) free_block(table);
+  if (table != stack_table) free_block(table);
   return result;
 }
 
-// The result of a complete message of `length` bytes.
+// Processes a complete message of `length` bytes. A control message gives 0 for an acknowledgement
+// and 1 with errno set for an error reply; any other gives its handler's result, or 1 without a
+// handler. Returns -1 with errno set if the message is malformed or its type is unknown.
 int message_result(const nfnetlink_handle &handle, Bytes message, std::uint32_t length) {
   if (length < kGeneralHeaderEnd) return fail(EBADMSG);
   const unsigned kind = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_type));
@@ -84,7 +86,7 @@ int message_result(const nfnetlink_handle &handle, Bytes message, std::uint32_t 
 
 }  // namespace
 
-int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
+int wait_for_reply(nfnetlink_handle &handle, int flags, WaitEnd &end) {
   union {
     nlmsghdr first;
     unsigned char bytes[kReceiveSize];
@@ -102,10 +104,10 @@ int wait_for_answer(nfnetlink_handle &handle, int flags, WaitEnd &end) {
       end = WaitEnd::kForeignSequence;
       return fail(EPROTO);
     }
-    const bool answer = current && buffer.first.nlmsg_type == NLMSG_ERROR;
+    const bool reply = current && buffer.first.nlmsg_type == NLMSG_ERROR;
     const int result = nfnetlink_msg_unpack(&handle, &buffer, received);
     if (result >= kContinue && flags == 0) continue;
-    end = answer ? WaitEnd::kAnswer : WaitEnd::kDispatch;
+    end = reply ? WaitEnd::kReply : WaitEnd::kDispatch;
     return result;
   }
 }
@@ -122,7 +124,7 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   while (length >= kAttributeHeaderSize) {
     const auto header = std::bit_cast<nlattr>(talvera::load_unaligned<std::uint32_t>(at));
     if (!is_complete(length, header.nla_len, kAttributeHeaderSize)) break;
-    // Type 0 wraps and is beyond every table, too.
+    // Type 0 wraps around to an index beyond every table.
     const unsigned index = (header.nla_type & kTypeMask) - 1U;
     const void *start = at;
     if (index < static_cast<unsigned>(table_size))
@@ -152,5 +154,5 @@ extern "C" int nfnetlink_msg_unpack(nfnetlink_handle *handle, const void *data, 
 
 extern "C" int nfnetlink_send_wait_ack(nfnetlink_handle *handle, const nlmsghdr *message) {
   WaitEnd end;
-  return nfnetlink_send(handle, message) < 0 ? -1 : wait_for_answer(*handle, 0, end);
+  return nfnetlink_send(handle, message) < 0 ? -1 : wait_for_reply(*handle, 0, end);
 }

@@ -33,32 +33,32 @@ struct Subject {
   std::uint16_t group;
 };
 
-// The kernel's answer to the last request after packets have ended the wait for it. The kernel
-// answers within the send call, so its answer is queued after them; left there, it would be taken
-// for the answer to the next request. Returns 0 for an acknowledgement, -1 with errno set for an
-// error reply, and kNoAnswer otherwise; preserves errno unless it returns -1.
-constexpr int kNoAnswer = 1;
-int queued_answer(nfnetlink_handle &netlink) {
+// Reads the kernel's reply to the last request after packets have ended the wait for it. The kernel
+// replies during the send call, so the reply is already queued after those packets; left there, it
+// would be mistaken for the reply to the next request. Returns 0 for an acknowledgement, -1 with
+// errno set for an error reply, and kNoReply otherwise; preserves errno unless it returns -1.
+constexpr int kNoReply = 1;
+int queued_reply(nfnetlink_handle &netlink) {
   const int error = errno;
-  for (int tries = 4096; tries > 0;
-       --tries) {  // bounded in case it is lost while packets keep coming
+  // Bounded in case the reply is lost while packets keep coming.
+  for (int tries = 4096; tries > 0; --tries) {
     WaitEnd end;
-    const int result = wait_for_answer(netlink, MSG_DONTWAIT, end);
-    if (end == WaitEnd::kAnswer) {
+    const int result = wait_for_reply(netlink, MSG_DONTWAIT, end);
+    if (end == WaitEnd::kReply) {
       if (result != 0) return -1;
       errno = error;
       return 0;
     }
-    // Lost packets and datagrams from other senders may precede the answer.
+    // Lost packets and datagrams from other senders may precede the reply.
     if (end == WaitEnd::kReceiveFailure && errno != ENOBUFS && errno != ENOMSG) break;
   }
   errno = error;
-  return kNoAnswer;
+  return kNoReply;
 }
 
 // Which result counts when packets have ended the wait for an acknowledgement: that of the wait, or
-// the kernel's answer.
-enum class ResultFrom { kWait, kAnswer };
+// the kernel's reply.
+enum class ResultFrom { kWait, kReply };
 
 int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attribute,
               ResultFrom source) {
@@ -76,10 +76,10 @@ int configure(nfnetlink_handle &netlink, Subject subject, const Attribute &attri
   }
   if (nfnetlink_send(&netlink, &request.header) < 0) return -1;
   WaitEnd end;
-  const int result = wait_for_answer(netlink, 0, end);
-  if (end == WaitEnd::kAnswer || end == WaitEnd::kForeignSequence) return result;
-  const int answer = queued_answer(netlink);
-  return source == ResultFrom::kWait || answer == kNoAnswer ? result : answer;
+  const int result = wait_for_reply(netlink, 0, end);
+  if (end == WaitEnd::kReply || end == WaitEnd::kForeignSequence) return result;
+  const int reply = queued_reply(netlink);
+  return source == ResultFrom::kWait || reply == kNoReply ? result : reply;
 }
 
 int command(nfnetlink_log *log, std::uint8_t code, Subject subject, ResultFrom source) {
@@ -157,7 +157,7 @@ extern "C" nfnetlink_log_group *nfnetlink_log_bind_group(nfnetlink_log *log, uns
   if (node == nullptr) return nullptr;
   node->log = log;
   node->number = number;
-  if (command(log, NFULNL_CFG_CMD_BIND, {0, number}, ResultFrom::kAnswer) != 0) return nullptr;
+  if (command(log, NFULNL_CFG_CMD_BIND, {0, number}, ResultFrom::kReply) != 0) return nullptr;
   node->next = log->groups;
   log->groups = node.get();
   return node.release();
@@ -174,7 +174,7 @@ extern "C" int nfnetlink_log_register_handler(nfnetlink_log_group *group,
 extern "C" int nfnetlink_log_unbind_group(nfnetlink_log_group *group) {
   if (group == nullptr) return talvera::fail(EINVAL);
   nfnetlink_log *log = group->log;
-  if (command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, ResultFrom::kAnswer) < 0) return -1;
+  if (command(log, NFULNL_CFG_CMD_UNBIND, {0, group->number}, ResultFrom::kReply) < 0) return -1;
   for (nfnetlink_log_group **link = &log->groups; *link != nullptr; link = &(*link)->next) {
     if (*link != group) continue;
     *link = group->next;

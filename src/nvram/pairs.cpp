@@ -155,7 +155,7 @@ int append(Entry *entries, Entry &last, const Name &name, const char *value) {
   return 0;
 }
 
-// The first entry of a chain is at a fixed index: the second entry moves there.
+// A chain's first entry has a fixed index, so the second entry moves there.
 void remove_first(Entry *entries, Entry &bucket) {
   Entry *second = next_of(entries, bucket);
   if (second == nullptr) return release(bucket);

@@ -14,7 +14,7 @@ int32_t nvram_shmid = -1;
 namespace talvera::nvram {
 namespace {
 
-constexpr int kProject = 1;  // project id for ftok()
+constexpr int kProject = 1;  // project ID for ftok()
 constexpr int kMode = 0600;
 
 int find_segment(const char *path, unsigned int size, int flags) {

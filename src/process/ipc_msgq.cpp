@@ -27,7 +27,7 @@ const sockaddr *address_of(const ipc_msgq &queue) {
   return reinterpret_cast<const sockaddr *>(&queue.address);
 }
 
-// Prints a failed call's message, which may show errno and its text. Returns -1 with errno
+// Prints a message about a failed call; `format` may show errno and its text. Returns -1 with errno
 // unchanged.
 int report(const char *format) {
   const int error = errno;
@@ -44,7 +44,7 @@ int open_socket() {
   return fd;
 }
 
-// A queue whose socket is bound to its name if `bound`; null on failure.
+// Opens a queue and, if `bound`, binds its socket to the name; null on failure.
 ipc_msgq *open_queue(const char *name, bool bound) {
   if (name == nullptr) {
     fail(EINVAL);
@@ -64,8 +64,8 @@ ipc_msgq *open_queue(const char *name, bool bound) {
   return nullptr;
 }
 
-// Waits until the socket is readable. Returns a positive number if it is; otherwise 0, or -1 with
-// errno set.
+// Waits until the socket is readable. Returns a positive number if it is, 0 if not, and -1 with
+// errno set on failure.
 int wait_readable(int fd) {
   if (fd < 0 || fd >= FD_SETSIZE) return fail(EBADF);  // does not fit into an fd_set
   fd_set readable;

@@ -10,8 +10,8 @@
 namespace talvera::process {
 namespace {
 
-// The most recent exits, by process identifier. Each is one atomic word, so that no lock is needed:
-// the process identifier, of at most 22 bits, and the exit status.
+// The most recent exits, indexed by process ID modulo the size. Each is one atomic word, so no lock
+// is needed: the process ID (at most 22 bits) above the exit status.
 constexpr unsigned kExitBits = 9;
 std::array<std::atomic<std::uint32_t>, 16> exits;
 
@@ -29,9 +29,9 @@ void record_exit(pid_t child, int wait_status) {
 }
 
 int recorded_exit(pid_t child) {
-  const std::uint32_t noted = exit_slot(child).load(std::memory_order_relaxed);
-  if (noted >> kExitBits != static_cast<std::uint32_t>(child)) return kUnknownExit;
-  return static_cast<int>(noted & ((1U << kExitBits) - 1));
+  const std::uint32_t recorded = exit_slot(child).load(std::memory_order_relaxed);
+  if (recorded >> kExitBits != static_cast<std::uint32_t>(child)) return kUnknownExit;
+  return static_cast<int>(recorded & ((1U << kExitBits) - 1));
 }
 
 }  // namespace talvera::process

@@ -45,7 +45,7 @@ bool is_running(pid_t pid) {
   return kill(pid, 0) == 0 || errno != ESRCH;
 }
 
-// Sends a signal, queued with `value` if `queued`.
+// Sends a signal or, if `queued`, queues it with `value`.
 [[gnu::noinline]] int send_signal(pid_t pid, int signal, sigval value, bool queued) {
   if (pid < kLowestPid) return PROCESS_INVALID;
   int result;
@@ -76,7 +76,8 @@ extern "C" int process_queue_signal(pid_t pid, int signal, union sigval value) {
   return send_signal(pid, signal, value, true);
 }
 
-// Counts seconds, and the polls within a second: all polls together may exceed an int.
+// Counts seconds and the polls within a second separately: the total number of polls may exceed an
+// int.
 extern "C" int process_wait(pid_t pid, int seconds) {
   int left = seconds;
   int polls = 0;

@@ -20,14 +20,15 @@ int subject_text(X509 *certificate, char *buffer, int size, int nid) {
   return X509_NAME_get_index_by_NID(subject, nid, -1) < 0 ? -1 : 0;
 }
 
-// Prints a date and intentionally releases it with free() in every case: callers expect that
-// querying a date uses up the certificate.
+// Prints a date and always frees it with free(), intentionally: callers expect a date query to
+// consume the certificate.
 int print_and_free_date(X509 *certificate, char *buffer, int length, bool end) {
   ASN1_TIME *date = end ? X509_get_notAfter(certificate) : X509_get_notBefore(certificate);
   if (date == nullptr) return -1;
   const MallocPtr<ASN1_TIME> owner(date);
   const ErrorQueueSaver errors;
-  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;  // 1.0 prints any date-like text
+  // OpenSSL 1.0 would print any date-like text.
+  if (length < 0 || ASN1_UTCTIME_check(date) != 1) return -1;
   const BioPtr text(BIO_new(BIO_s_mem()));
   if (text == nullptr || ASN1_UTCTIME_print(text.get(), date) != 1) return -1;
   const int count = BIO_read(text.get(), buffer, length);

@@ -18,7 +18,7 @@
 namespace talvera::ssl {
 namespace {
 
-// Whether a text is one of a table's.
+// Whether a table contains a string.
 template <std::size_t Count, std::size_t Size>
 bool is_one_of(const char (&table)[Count][Size], const char *text) {
   return std::ranges::any_of(table,
@@ -29,8 +29,8 @@ constexpr char kCertificateBlocks[][20] = {PEM_STRING_X509, PEM_STRING_X509_OLD,
                                            PEM_STRING_X509_TRUSTED};
 
 // The first certificate, plain or with trust settings. Rejects an encrypted one (with a header),
-// because OpenSSL would ask for its pass phrase on the terminal. Wipes each block, which may be a
-// private key.
+// because OpenSSL would ask for its pass phrase on the terminal. Wipes each block, because it may
+// be a private key.
 X509 *read_pem(std::FILE *in) {
   X509 *certificate = nullptr;
   char *name;
@@ -53,20 +53,20 @@ X509 *read_pem(std::FILE *in) {
 
 constexpr char kPkcs12Words[][7] = {"PKCS12", "pkcs12", "P12", "p12"};
 
-// Reads the encoding that a format word selects; null for a word that selects none.
+// Reads a certificate in the format that a word selects; null for an unknown word.
 X509 *read_format(std::FILE *in, const char *word) {
   if (word == nullptr) return nullptr;
   const int letter = word[0] | 0x20;
   if (letter == 'd') return d2i_X509_fp(in, nullptr);
   if (letter == 'n') return read_netscape(in);
   if (word[0] == '1' || is_one_of(kPkcs12Words, word)) return read_pkcs12(in);
-  // Other words that begin with "P" mean PEM, except PVK.
+  // Other words that begin with "P" mean PEM, unless they begin with "PV" (PVK).
   return letter == 'p' && (word[1] | 0x20) != 'v' ? read_pem(in) : nullptr;
 }
 
-// Reads a certificate and closes its stream, unless this is standard input, which is unbuffered so
-// that nothing after the certificate is consumed. Null if there is no certificate or no stream. The
-// file may also contain a private key, so the stream's buffer is wiped.
+// Reads a certificate and closes its stream, except standard input, which is read unbuffered so
+// that nothing after the certificate is consumed. Returns null without a certificate or a stream.
+// Wipes the stream's buffer, because the file may also contain a private key.
 X509 *read_stream(std::FILE *stream, const char *format) {
   if (stream == nullptr) return nullptr;
   char buffer[1024];
@@ -89,13 +89,13 @@ const EVP_MD *digest_of(const char *name) {
   return nullptr;
 }
 
-// Returns whether everything was written. Also checks the stream's error flag, because fflush() of
-// some C libraries does not report all write errors.
+// Flushes a stream and returns whether everything was written. Also checks the stream's error flag,
+// because fflush() of some C libraries does not report all write errors.
 bool flush(std::FILE *out) {
   return std::fflush(out) == 0 && std::ferror(out) == 0;
 }
 
-// Returns the hash of a certificate, 0 for null, and frees it.
+// Returns the subject hash of a certificate, or 0 for null, and frees the certificate.
 [[gnu::noinline]] unsigned long take_hash(X509 *certificate) {
   if (certificate == nullptr) return 0;
   const X509Ptr owner(certificate);

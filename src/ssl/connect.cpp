@@ -27,8 +27,8 @@ void set_blocking(int fd, bool blocking) {
 }
 
 // Waits until the handshake can continue; false if it cannot. select() writes the remaining time
-// back to `budget`, which thus limits the total of all waits. Time spent within steps, which the
-// server can prolong, is deducted in whole seconds.
+// back to `budget`, which thus limits the total of all waits. Time spent in SSL_connect(), which
+// the server can prolong, is deducted in whole seconds.
 bool wait_for_socket(int fd, bool for_reading, timeval &budget, const Deadline &deadline) {
   if (fd < 0 || fd >= FD_SETSIZE) return false;
   const time_t left = deadline.seconds_left();
@@ -52,8 +52,8 @@ bool has_network_time() {
   return decimal32(flag) != 0;
 }
 
-// Rejects a name that contains a NUL, which would compare as its first part only. False without a
-// certificate.
+// Rejects a name that contains a NUL: only the part before it would be compared. Returns false
+// without a certificate.
 bool has_common_name(X509 *certificate, const char *expected) {
   if (certificate == nullptr) return false;
   char name[kNameSize];
@@ -77,7 +77,7 @@ long verify_ignoring_not_yet_valid(SSL *ssl, X509 *peer) {
                                                      SSL_get_peer_cert_chain(ssl)) != 1) {
     return X509_V_ERR_OUT_OF_MEM;
   }
-  // As in a handshake.
+  // Purpose and parameters as in a handshake.
   X509_STORE_CTX_set_default(verification.get(), "ssl_server");
   X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
   X509_STORE_CTX_set_verify_cb(verification.get(), ignore_not_yet_valid);

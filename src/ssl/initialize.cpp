@@ -45,8 +45,8 @@ SSL_CTX *new_context(const char *version) {
   return context;
 }
 
-// The downloaded root, or -1 if there is none. Descriptor 0 intentionally counts as none and stays
-// open.
+// Opens the downloaded root; -1 if there is none. Descriptor 0 intentionally counts as none and
+// stays open.
 int open_downloaded_root() {
   if (access(kDownloadedRoot, R_OK) != 0) return -1;
   const int fd = open_nonblocking(kDownloadedRoot);
@@ -153,7 +153,7 @@ extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long length
   const X509Ptr certificate(uc_make_x509(der, length));
   if (certificate == nullptr) return 0;
   const ErrorQueueSaver errors;
-  // Fails if the store already has the certificate, which is not an error.
+  // The call fails if the store already has the certificate; that is not an error.
   X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), certificate.get());
   return 1;
 }

@@ -19,8 +19,8 @@ namespace talvera::ssl {
 
 #if OPENSSL_VERSION_NUMBER < 0x30000000L
 
-// Marks do not nest in these versions, and OpenSSL sets its own: saves the program's queue as a
-// whole.
+// In these versions marks do not nest and OpenSSL sets its own, so the program's whole queue is
+// saved.
 ErrorQueueSaver::ErrorQueueSaver() {
   if (queue_ == nullptr) return;
   former_ = *queue_;
@@ -172,8 +172,7 @@ X509 *read_netscape(std::FILE *in) {
 
 namespace {
 
-// A bundle without a key holds only certificates: takes the first, which is last in the parser's
-// output before 3.0.
+// Takes the first certificate of a bundle without a key. Before 3.0 the parser returns it last.
 X509 *take_first(STACK_OF(X509) * certificates) {
 #if OPENSSL_VERSION_NUMBER >= 0x30000000L
   return sk_X509_shift(certificates);
@@ -228,7 +227,7 @@ X509 *read_in_context(std::FILE *in, OSSL_LIB_CTX *context) {
 // provider, newer bundles can still be opened.
 X509 *read_pkcs12(std::FILE *in) {
   OSSL_LIB_CTX *context = OSSL_LIB_CTX_new();
-  if (context == nullptr) return nullptr;  // null would mean the program's context
+  if (context == nullptr) return nullptr;  // null would mean the program's default context
   X509 *certificate = nullptr;
   OSSL_PROVIDER *legacy = OSSL_PROVIDER_load(context, "legacy");
   OSSL_PROVIDER *standard = OSSL_PROVIDER_load(context, "default");

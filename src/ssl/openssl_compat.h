@@ -35,11 +35,12 @@ class ErrorQueueSaver {
 #endif
 };
 
-// Frees memory that OpenSSL allocated. (A call of OpenSSL's macro also passes the name of the
-// source file, and is larger.)
+// Frees memory that OpenSSL allocated. Smaller than OPENSSL_free(), which also passes a file name
+// and line.
 void free_openssl(void *block);
 
-// A protocol's name and its client method, which is null if the linked OpenSSL lacks the protocol.
+// A protocol's name and a function that returns its client method; null if the linked OpenSSL lacks
+// the protocol.
 struct Protocol {
   const char *version;
   const SSL_METHOD *(*method)();
@@ -48,14 +49,15 @@ extern const Protocol kProtocols[5];
 
 // Makes a new context accept what 1.0 accepted, overriding the distribution's defaults and
 // configuration file: every protocol version, key length and digest, servers without secure
-// renegotiation, and, for the handshake, any server. The key exchange groups stay as configured.
+// renegotiation and, in the handshake, any server certificate. The key exchange groups stay as
+// configured.
 void apply_openssl_1_0_policy(SSL_CTX *context);
 
 // The store used for verification: that of the context unless the program has set another, which
 // older versions cannot report.
 X509_STORE *verify_store(SSL *ssl);
 
-// The 1.0 number of a verification error.
+// Maps a verification error to its number in OpenSSL 1.0.
 long openssl_1_0_verify_error(long error);
 
 // Reads the certificate of a Netscape certificate sequence; null on failure.

@@ -1,4 +1,4 @@
-// The deadline of a handshake, enforced even within a step.
+// Enforces a handshake's deadline even within a single SSL_connect() call.
 #pragma once
 
 #include <openssl/bio.h>
@@ -25,7 +25,7 @@ class Deadline {
 };
 
 // For its lifetime, makes reads from a connection fail once the deadline has passed, so that a peer
-// that keeps sending cannot prolong a single step of the handshake. Does nothing if the program has
+// that keeps sending cannot prolong a single SSL_connect() call. Does nothing if the program has
 // its own callback on the connection.
 class ReadDeadline {
  public:

@@ -17,7 +17,7 @@ extern "C" void strfilt(char *buf, const char *src, const char *drop, int size) 
 }
 
 extern "C" char *str_cat(char *dst, const char *src) {
-  if (src == nullptr) return dst;  // intentionally not the end of the text
+  if (src == nullptr) return dst;  // intentionally `dst` itself, not the end of its text
   return stpcpy(dst + std::strlen(dst), src);
 }
 TALVERA_ALIAS(strcatdest, str_cat);

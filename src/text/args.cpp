@@ -12,17 +12,18 @@ namespace {
 
 constexpr char kDelimiterPriority[] = " -/";
 
-// Moves past the quote that opens a word; returns it, or 0.
+// Skips an opening quote and returns it; returns NUL if there is none.
 [[gnu::always_inline]] inline char take_quote(char *&p) {
   return *p == '"' || *p == '\'' ? *p++ : '\0';
 }
 
-// The end of a word: the closing quote if it is quoted, otherwise white space, or the terminator.
+// Finds the end of a word: the closing quote if it is quoted, otherwise white space; failing that,
+// the terminator.
 [[gnu::always_inline]] inline char *word_end(char *word, char quote) {
   return quote != '\0' ? strchrnul(word, quote) : skip_nonspace(word);
 }
 
-// A set of characters, which includes the terminator.
+// A set of characters, including NUL.
 class CharacterSet {
  public:
   explicit CharacterSet(const char *characters) {
@@ -41,20 +42,21 @@ class CharacterSet {
   std::uint32_t bits_[8] = {};
 };
 
-// Splits a string at delimiters like strtok_r(). Clears `slots` entries of `argv`, then stores up
-// to `slots` + 1 tokens. Returns the first token that is not stored; null at the end of the string,
-// or without looking further once `enough` tokens are stored (-1: never).
+// Skips leading white space, then splits the string at delimiters like strtok_r(). Clears `slots`
+// entries of `argv`, but intentionally stores up to `slots` + 1 tokens. Returns the first token not
+// stored, or null if there is none; stops, also with null, once `enough` tokens are stored (-1: no
+// limit).
 char *split(char *s, const char *delimiters, int *argc, char *argv[], int slots, int enough) {
   *argc = 0;
   std::fill_n(argv, slots, nullptr);
-  const CharacterSet ends(delimiters);
+  const CharacterSet separators(delimiters);
   char *p = skip_space(s);
   while (*argc != enough) {
-    for (; ends.contains(*p); ++p) {
+    for (; separators.contains(*p); ++p) {
       if (*p == '\0') return nullptr;
     }
     char *const token = p;
-    while (!ends.contains(*p))
+    while (!separators.contains(*p))
       ++p;
     if (*p != '\0') *p++ = '\0';
     if (*argc > slots) return token;
@@ -89,7 +91,7 @@ extern "C" void str_to_args(char *s, int *argc, char *argv[20]) {
     const char quote = take_quote(p);
     argv[(*argc)++] = p;
     p = word_end(p, quote);
-    // Intentionally, the character after a closing quote is the separator, whatever it is.
+    // Intentionally, the character after the closing quote is dropped, whatever it is.
     if (quote != '\0' && *p != '\0') *p++ = '\0';
     if (*p != '\0') *p++ = '\0';
   }

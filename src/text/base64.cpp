@@ -31,8 +31,8 @@ std::uint8_t symbol(char c) {
   return kSymbols[static_cast<std::uint8_t>(c)];
 }
 
-// Decodes groups of four characters from `in` to `end`, stopping at one with padding or a skipped
-// character; returns where it stopped and advances `out`.
+// Decodes groups of four characters from `in` to `end`, stopping before a group that contains
+// padding or a skipped character. Advances `out` and returns the position reached.
 const char *decode_values(const char *in, const char *end, unsigned char *&out) {
   for (; in != end; in += 4, out += 3) {
     const std::uint32_t a = symbol(in[0]);
@@ -62,7 +62,7 @@ extern "C" int base64_encode(const unsigned char *data, unsigned int length, cha
     *size = needed;
     return talvera::fail(ENOSPC);
   }
-  // The upper three bytes of each word; so the last group is left even if it is whole.
+  // Each load reads a byte past its group, so the last group is encoded separately.
   for (; length > 3; length -= 3, data += 3, buf += 4) {
     const std::uint32_t group = talvera::load_be32(data);
     buf[0] = kAlphabet[group >> 26];
@@ -93,7 +93,7 @@ extern "C" int base64_decode(const char *text, unsigned int length, unsigned cha
   const char *const end = text + length;
   unsigned char *out = buf;
   std::uint32_t group = 0;   // values collected for the next group, in the lower bits
-  unsigned collected = 0;    // number of them
+  unsigned collected = 0;    // number of values in `group`
   unsigned group_bytes = 3;  // reduced by each pad, intentionally for all later groups too
   while (text != end) {
     if (collected == 0 && group_bytes == 3) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kReferenceSize = 6;  // "&#x3c;"
 
-// One bit per dangerous character, counted from the first.
+// Bit set of dangerous characters; bit 0 is '"', the lowest of them.
 constexpr std::uint32_t kDangerous = [] {
   std::uint32_t set = 0;
   for (const char c : {'<', '>', '/', '"', '\'', '&'})
@@ -49,7 +49,7 @@ extern "C" int entities_hex_encode(char *buf, unsigned int size, const char *tex
     *buf = '\0';
     return talvera::fail(EINVAL);
   }
-  char *const last = buf + size - 1;  // where the terminator of a full buffer is
+  char *const last = buf + size - 1;  // position of the terminator in a full buffer
   for (; buf != last && *text != '\0'; ++text) {
     const char c = *text;
     if (!is_dangerous(c)) {

@@ -21,7 +21,8 @@ unsigned parse_macaddr_comp(char digit) {
   return static_cast<unsigned>(c);
 }
 
-// Parses one group of one or two digits and surrounding white space; null if it has more or none.
+// Parses a group of one or two digits and surrounding white space. Returns its end; null for any
+// other number of digits.
 const char *take_group(const char *p, unsigned char *byte) {
   p = skip_spaces(p);
   const char *const digits = p;
@@ -33,7 +34,7 @@ const char *take_group(const char *p, unsigned char *byte) {
   return skip_spaces(p);
 }
 
-// Parses six groups and nothing else.
+// Parses exactly six groups and checks the address. Returns 0 or a MACADDR_ error.
 int validate(const char *p, bool allow_zero, bool allow_multicast, unsigned char *mac) {
   unsigned all = 0;
   char separator = ':';
@@ -59,6 +60,6 @@ extern "C" int parse_macaddr(const char *s, int allow_zero, int allow_multicast,
                              unsigned char mac[6]) {
   const int result =
       s != nullptr ? validate(s, allow_zero != 0, allow_multicast != 0, mac) : MACADDR_MALFORMED;
-  std::printf("Parse MAC error %d\n", result);  // intentionally also for 0
+  std::printf("Parse MAC error %d\n", result);  // intentionally printed even on success
   return result;
 }

@@ -16,18 +16,20 @@ bool below_33(char c) {
   return static_cast<signed char>(c) < 33;
 }
 
-// Returned for a null string. It is constant because callers have nothing to write in it.
+// Returned for a null string. May be in read-only memory: an empty string has no characters to
+// change.
 char *static_empty() {
   return const_cast<char *>("");
 }
 
-// Parses an escape sequence after its "^" and returns its end. `*byte` is 0 for an invalid escape.
+// Parses the escape sequence after a "^" and returns its end. Sets `*byte` to 0 for an invalid
+// escape.
 char *take_escape(char *p, char *byte) {
   *byte = *p;
   if (*p == '\0') return p;
   if ((*p++ | 0x20) != 'x') return p;
 
-  unsigned value = 1;  // shifted to 0x100 by two digits
+  unsigned value = 1;  // the 1 reaches bit 8 after two digits
   while (value < 0x100 && is_hex_digit(*p))
     value = value * 16 + digit_value(*p++);
   *byte = value < 0x100 ? '\0' : static_cast<char>(value);
@@ -69,7 +71,7 @@ extern "C" char *getword(char *s, char *buf, int size) {
   char *p = skip_blank(s);
   while (!below_33(*p)) {
     *buf++ = *p++;
-    // Checked after the copy: size 1 still stores a character and the terminator.
+    // Intentionally checked after the copy: size 1 still stores a character and the terminator.
     if (--size <= 1) {
       p = skip_nonblank(p);
       break;

@@ -11,8 +11,8 @@
 namespace talvera::text {
 namespace {
 
-// Copies the token at `s`, which ends at white space, and returns its end. Leaves the copy empty if
-// it does not fit, which is no address.
+// Copies the token at `s`, which ends at white space, and returns its end. A token that does not
+// fit gives an empty copy, which is not a valid address.
 char *copy_token(char *s, char *token, std::size_t size) {
   char *const end = skip_nonspace(s);
   auto length = static_cast<std::size_t>(end - s);

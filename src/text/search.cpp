@@ -9,7 +9,7 @@ extern "C" char *strncasestr(const char *haystack, const char *needle, int n) {
   if (needle == nullptr || *needle == '\0') return const_cast<char *>(haystack);
   const auto length = static_cast<long>(std::strlen(needle));
   if (haystack == nullptr || n < length) return nullptr;
-  const long last = n - length;  // greatest distance of a match
+  const long last = n - length;  // greatest offset of a match
   const char *match = strcasestr(haystack, needle);
   if (match == nullptr || match - haystack > last) return nullptr;
   return const_cast<char *>(match);

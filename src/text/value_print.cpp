@@ -28,7 +28,7 @@ __attribute__((format(strftime, 3, 0))) std::size_t print_time(char *buffer, std
   return length;
 }
 
-// Stores a number in a new string, printed by a format for a long of either sign.
+// Stores a number in a new string, printed by a format for a signed or unsigned long.
 __attribute__((noinline, format(printf, 2, 0))) char *store_number(char **slot, const char *format,
                                                                    long value) {
   char text[kLongSize];

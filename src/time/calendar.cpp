@@ -11,19 +11,19 @@ namespace {
 constexpr std::int32_t kDaySeconds = 86400;
 constexpr int kMonths = 12;
 
-// Days missing at the end of February if that had 30 days. 32-bit seconds reach only years around
-// 2000, which is a leap year both with and without the century rule, so that `year % 4` suffices.
+// Days by which February is shorter than 30 days. Counts every fourth year as a leap year, which is
+// exact from 1901 to 2099.
 std::uint32_t february_gap(std::uint32_t year) {
   return year % 4 == 0 ? 1 : 2;
 }
 
-// Day of the year on which a month (1 to 13) starts if February has 30 days: then month lengths
-// alternate so regularly that a line fits them.
+// Day of the year (from 0) on which a month (1 to 13) starts if February has 30 days. A linear
+// function, rounded down, then fits all months.
 std::uint32_t month_start(std::uint32_t month) {
   return (489 * month - 481) / 16;
 }
 
-// Sets year, month and day from a day count since 1970-01-01 that is not before 1969.
+// Sets year, month and day from a count of days since 1970-01-01 that is at least -365.
 void set_date(datetime &date, std::int32_t days) {
   // Counting from 1969, the fourth of every four years (1461 days) is the leap year.
   const auto since_1969 = static_cast<std::uint32_t>(days + 365);
@@ -54,9 +54,9 @@ extern "C" void stod(int32_t seconds, struct datetime *dt) {
   dt->second = seconds % 60;
   dt->minute = minutes % 60;
   dt->hour = hours % 24;
-  dt->weekday = (days + 5) % 7;  // intentionally the numbering of the public header
+  dt->weekday = (days + 5) % 7;  // intentionally numbered from 0 for Saturday
   if (days < -365) {
-    // The only year before 1970 is 1969; earlier days count down from its first day.
+    // The earliest year is 1969; the days of earlier dates count down from its first day.
     dt->day = days + 365 + 1;
     dt->month = 0;
     dt->year = 1969;
@@ -85,7 +85,7 @@ TALVERA_ALIAS(datetime_to_seconds, dtos);
 extern "C" unsigned int UDA_DaysInMonth(int month, int year) {
   if (month < 1 || month > kMonths) return 0;
   if (month == 2) return is_gregorian_leap_year(year) ? 29 : 28;
-  return 30 + ((month ^ month >> 3) & 1);  // 31 and 30 alternate, from August in the other order
+  return 30 + ((month ^ month >> 3) & 1);  // 31 and 30 alternate; July and August have 31
 }
 TALVERA_ALIAS(get_daysinmonth, UDA_DaysInMonth);
 

@@ -20,7 +20,7 @@ using Seconds = std::make_unsigned_t<std::time_t>;  // wraps instead of overflow
 constexpr int32_t kDaySeconds = 86400;
 constexpr int kNoonHour = 12;
 constexpr Seconds kEarliestSetClock = 946080000;                    // 1999-12-25
-constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";  // the longest
+constexpr std::size_t kDurationTextSize = sizeof "24855:03:14:07";  // the longest duration
 
 }  // namespace
 }  // namespace talvera::time

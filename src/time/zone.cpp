@@ -27,14 +27,14 @@ struct Output {
   }
 };
 
-// Rewrites a zone string as a TZ value for a country, or without one, a TZ value without a rule as
-// a zone string. Writes like snprintf(), also in place.
+// Converts a zone string to a TZ value for `country` or, if that is null, a TZ value without a rule
+// to a zone string. Writes like snprintf(), also in place.
 int rewrite(const char *zone, const char *country, char *buf, std::size_t size) {
   std::size_t name_length = std::strcspn(zone, kOffsetCharacters);
   const char *rest = zone + name_length;
   const char *const daylight_name = rest + std::strspn(rest, kOffsetCharacters);
-  char sign = '\0';            // to be inserted between name and rest
-  const char *rule = nullptr;  // to be appended to a rest that is not empty
+  char sign = '\0';            // inserted between name and rest
+  const char *rule = nullptr;  // appended to the rest
   if (country != nullptr) {
     if (*rest != '\0' && *rest != '+' && *rest != '-') sign = '+';
     if (*daylight_name != '\0' && std::strcmp(country, "us") == 0) rule = kUnitedStatesRule;
@@ -51,7 +51,8 @@ int rewrite(const char *zone, const char *country, char *buf, std::size_t size) 
   Output out{buf, size};
   while (out.length < name_length)
     out.put(zone[out.length]);
-  // In place, a sign moves the rest by one character: the next one is read before each is written.
+  // In place, an inserted sign shifts the rest by one character: each character is read before the
+  // one before it is written.
   for (char next = sign != '\0' ? sign : *rest++; next != '\0';) {
     const char c = next;
     next = *rest++;
@@ -76,7 +77,7 @@ extern "C" int get_posix_timezone(const char *zone, const char *country, char *b
 }
 
 extern "C" int convert_tz_from_posix(char *tz, char *buf, size_t size) {
-  // Written only if there is a rule to cut: without one, the caller's string may be a constant.
+  // Truncated only if there is a rule: without one, the caller's string may be a constant.
   if (char *rule = std::strchr(tz, ',')) *rule = '\0';
   return rewrite(tz, nullptr, buf, size);
 }
@@ -86,7 +87,7 @@ extern "C" int get_soap_datetimestr(const char *clock_set, char *buf, size_t siz
   if (std::strcmp(clock_set, "1") != 0 || !talvera::local_time(time(nullptr), now)) {
     return std::snprintf(buf, size, "0001-01-01T00:00:00Z");
   }
-  // The sign of the offset from UTC is that of its whole hours.
+  // Intentionally takes the sign of the UTC offset from its whole hours: -00:30 prints as +00:30.
   const long east = now.tm_gmtoff;
   return std::snprintf(
       buf, size,

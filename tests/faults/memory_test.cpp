@@ -14,7 +14,7 @@
 namespace talvera::test {
 namespace {
 
-constexpr std::int32_t kCount = 7;  // more than the spare records of a list
+constexpr std::int32_t kCount = 7;  // more than the spare elements of a list
 
 // A list of copies, and its sum; a failed insertion must leave it unchanged.
 long lists(Fixture &) {

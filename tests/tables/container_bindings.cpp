@@ -51,7 +51,7 @@ bool is_unmade(const list_obj &list) {
   return reinterpret_cast<const char *>(&list)[0] == GuardedBuffer::kFill;
 }
 
-// The data, if all links, the count, the middle and the spare records are consistent.
+// The data, if all links, the count, the middle and the spare elements are consistent.
 std::string shown(const list_obj &list) {
   if (is_unmade(list)) return "_";
   if (list.head == nullptr) return "none";
