@@ -19,13 +19,7 @@ T value_of(const void *data) {
 // Positive if a is smaller, as lists expect; 0 if either is NaN.
 template <typename T>
 int compare(const void *a, const void *b) {
-  const T x = value_of<T>(a);
-  const T y = value_of<T>(b);
-  if (std::is_integral_v<T> && sizeof(T) > 4) {  // less code on a 32-bit machine
-    if (x < y) return 1;
-    return x == y ? 0 : -1;
-  }
-  return (x < y) - (x > y);
+  return (value_of<T>(a) < value_of<T>(b)) - (value_of<T>(a) > value_of<T>(b));
 }
 
 // The low 32 bits of an integer; a shorter signed one is sign-extended.

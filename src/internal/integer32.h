@@ -21,8 +21,8 @@ struct Integer32 {
   const char *p = skip_spaces(text);
   const bool negative = *p == '-';
   if (negative || *p == '+') ++p;
-  if ((base | 16) == 16 && *p == '0') {  // base 0 or 16
-    end = p + 1;                         // the "0" is a number even if no digit follows the "x"
+  if ((base == 0 || base == 16) && *p == '0') {
+    end = p + 1;  // the "0" is a number even if no digit follows the "x"
     if ((p[1] | 0x20) == 'x') {
       base = 16;
       p += 2;

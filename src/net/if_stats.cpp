@@ -1,10 +1,11 @@
 // Counters of an interface and their changes since the last reset.
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "internal/integer32.h"
 #include "talvera/netu.h"
@@ -15,19 +16,12 @@ namespace {
 
 static_assert(sizeof(netu_linuxif_stats) == std::size_t{3} * 14 * 4);
 
-// File names in the order of netu_stat, and their offsets: pointers would need relocations.
-constexpr char kFiles[] =
-    "rx_packets\0rx_bytes\0rx_dropped\0rx_errors\0multicast\0tx_packets\0tx_bytes\0tx_dropped\0"
-    "tx_errors\0collisions\0tx-errored-bytes\0rx-errored-bytes\0tx-dropped-bytes\0rx-dropped-bytes";
-constexpr auto kStarts = [] {
-  std::array<std::uint8_t, NETU_STAT_COUNT> starts{};
-  std::uint8_t at = 0;
-  for (std::uint8_t &start : starts) {
-    start = at;
-    at = static_cast<std::uint8_t>(at + __builtin_strlen(kFiles + at) + 1);
-  }
-  return starts;
-}();
+// File names in the order of netu_stat; an array of arrays needs no relocations.
+constexpr char kFiles[NETU_STAT_COUNT][17] = {
+    "rx_packets",       "rx_bytes",         "rx_dropped",       "rx_errors",        "multicast",
+    "tx_packets",       "tx_bytes",         "tx_dropped",       "tx_errors",        "collisions",
+    "tx-errored-bytes", "rx-errored-bytes", "tx-dropped-bytes", "rx-dropped-bytes",
+};
 constexpr unsigned kReadSize = 32;
 constexpr unsigned kTextSize = kReadSize + 4;
 
@@ -39,7 +33,7 @@ using namespace talvera::net;
 extern "C" int netu_ifstat_get(const char *ifname, unsigned int index, char *buf,
                                unsigned int size) {
   const int length =
-      sysfs_get_attr("/sys/class/net/%s/statistics/%s", buf, size, ifname, kFiles + kStarts[index]);
+      sysfs_get_attr("/sys/class/net/%s/statistics/%s", buf, size, ifname, kFiles[index]);
   return length >= 0 ? 0 : errno;
 }
 
@@ -69,10 +63,8 @@ extern "C" int netu_update_linuxif_stats(const char *ifname, netu_linuxif_stats 
 }
 
 extern "C" int netu_reset_linuxif_stats(netu_linuxif_stats *stats) {
-  for (unsigned i = 0; i < NETU_STAT_COUNT; ++i) {
-    stats->base[i] = stats->current[i];
-    stats->delta[i] = 0;
-  }
+  std::copy(std::begin(stats->current), std::end(stats->current), stats->base);
+  std::fill(std::begin(stats->delta), std::end(stats->delta), 0);
   return 0;
 }
 

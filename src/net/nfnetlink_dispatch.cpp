@@ -3,7 +3,6 @@
 // Lengths are untrusted: each is checked against the remaining bytes before anything is read. The
 // buffer may be unaligned, so headers are read with unaligned loads.
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -122,14 +121,13 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   std::fill_n(table, table_size, nullptr);
   const auto *at = reinterpret_cast<Bytes>(first);
   while (length >= kAttributeHeaderSize) {
-    const auto header = std::bit_cast<nlattr>(talvera::load_unaligned<std::uint32_t>(at));
-    if (!is_complete(length, header.nla_len, kAttributeHeaderSize)) break;
-    // Type 0 wraps around to an index beyond every table.
-    const unsigned index = (header.nla_type & kTypeMask) - 1U;
+    const auto item_length = talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_len));
+    if (!is_complete(length, item_length, kAttributeHeaderSize)) break;
+    const int type =
+        talvera::load_unaligned<std::uint16_t>(at + offsetof(nlattr, nla_type)) & kTypeMask;
     const void *start = at;
-    if (index < static_cast<unsigned>(table_size))
-      table[index] = static_cast<const nlattr *>(start);
-    if (!advance(at, length, header.nla_len, kAttributeHeaderSize)) break;
+    if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
+    if (!advance(at, length, item_length, kAttributeHeaderSize)) break;
   }
   return 0;
 }

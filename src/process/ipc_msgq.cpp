@@ -101,20 +101,19 @@ extern "C" int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, siz
 }
 
 extern "C" int ipc_msgq_receive(const struct ipc_msgq *queue, void *buf, size_t size) {
-  const int ready = queue != nullptr ? wait_readable(queue->fd) : 0;
-  if (ready > 0) {
-    sockaddr_un sender;
-    socklen_t sender_length = sizeof sender;
-    return static_cast<int>(
-        recvfrom(queue->fd, buf, size, 0, reinterpret_cast<sockaddr *>(&sender), &sender_length));
+  if (queue == nullptr) return talvera::fail(EINVAL);
+  const int ready = wait_readable(queue->fd);
+  if (ready < 0) {
+    const int error = errno;
+    std::printf("EBADF:%d, EFAULT:%d, EINTR:%d, EINVAL:%d\n", EBADF, EFAULT, EINTR, EINVAL);
+    errno = error;
+    return report("  select() failed. error:%d:%s\n");
   }
-  if (ready == 0) {
-    errno = queue != nullptr ? EAGAIN : EINVAL;
-  } else {
-    static_assert(EBADF == 9 && EFAULT == 14 && EINTR == 4 && EINVAL == 22);
-    report("EBADF:9, EFAULT:14, EINTR:4, EINVAL:22\n  select() failed. error:%d:%s\n");
-  }
-  return -1;
+  if (ready == 0) return talvera::fail(EAGAIN);
+  sockaddr_un sender;
+  socklen_t sender_length = sizeof sender;
+  return static_cast<int>(
+      recvfrom(queue->fd, buf, size, 0, reinterpret_cast<sockaddr *>(&sender), &sender_length));
 }
 
 extern "C" int ipc_msgq_msg_count(const struct ipc_msgq * /*queue*/) {

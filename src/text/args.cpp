@@ -12,58 +12,50 @@ namespace {
 
 constexpr char kDelimiterPriority[] = " -/";
 
-// Skips an opening quote and returns it; returns NUL if there is none.
-[[gnu::always_inline]] inline char take_quote(char *&p) {
-  return *p == '"' || *p == '\'' ? *p++ : '\0';
+bool is_quote(char c) {
+  return c == '"' || c == '\'';
 }
 
-// Finds the end of a word: the closing quote if it is quoted, otherwise white space; failing that,
-// the terminator.
-[[gnu::always_inline]] inline char *word_end(char *word, char quote) {
-  return quote != '\0' ? strchrnul(word, quote) : skip_nonspace(word);
+// The end of a quoted word: the closing quote or the terminator.
+char *quoted_end(char *p, char quote) {
+  while (*p != '\0' && *p != quote)
+    ++p;
+  return p;
 }
 
-// A set of characters, including NUL.
-class CharacterSet {
+// Splits a string at any character of a set, like strtok_r().
+class Tokenizer {
  public:
-  explicit CharacterSet(const char *characters) {
-    do {
-      const auto byte = static_cast<std::uint8_t>(*characters);
-      bits_[byte / 32] |= 1U << byte % 32;
-    } while (*characters++ != '\0');
+  Tokenizer(char *s, const char *delimiters) : position_(s) {
+    for (; *delimiters != '\0'; ++delimiters)
+      add(*delimiters);
   }
 
-  [[nodiscard]] bool contains(char c) const {
-    const auto byte = static_cast<std::uint8_t>(c);
-    return (bits_[byte / 32] >> byte % 32 & 1U) != 0;
+  // The next token, terminated in place; null at the end.
+  char *next() {
+    while (*position_ != '\0' && contains(*position_))
+      ++position_;
+    if (*position_ == '\0') return nullptr;
+    char *const token = position_;
+    while (*position_ != '\0' && !contains(*position_))
+      ++position_;
+    if (*position_ != '\0') *position_++ = '\0';
+    return token;
   }
 
  private:
-  std::uint32_t bits_[8] = {};
-};
-
-// Skips leading white space, then splits the string at delimiters like strtok_r(). Clears `slots`
-// entries of `argv`, but intentionally stores up to `slots` + 1 tokens. Returns the first token not
-// stored, or null if there is none; stops, also with null, once `enough` tokens are stored (-1: no
-// limit).
-char *split(char *s, const char *delimiters, int *argc, char *argv[], int slots, int enough) {
-  *argc = 0;
-  std::fill_n(argv, slots, nullptr);
-  const CharacterSet separators(delimiters);
-  char *p = skip_space(s);
-  while (*argc != enough) {
-    for (; separators.contains(*p); ++p) {
-      if (*p == '\0') return nullptr;
-    }
-    char *const token = p;
-    while (!separators.contains(*p))
-      ++p;
-    if (*p != '\0') *p++ = '\0';
-    if (*argc > slots) return token;
-    argv[(*argc)++] = token;
+  void add(char c) {
+    const auto byte = static_cast<std::uint8_t>(c);
+    set_[byte / 32] |= 1U << byte % 32;
   }
-  return nullptr;
-}
+  [[nodiscard]] bool contains(char c) const {
+    const auto byte = static_cast<std::uint8_t>(c);
+    return (set_[byte / 32] >> byte % 32 & 1U) != 0;
+  }
+
+  char *position_;
+  std::uint32_t set_[8] = {};  // one bit per byte value
+};
 
 }  // namespace
 }  // namespace talvera::text
@@ -73,27 +65,35 @@ using namespace talvera::text;
 extern "C" char *token_extract(char **cursor) {
   char *token = skip_space(*cursor);
   if (*token == '\0') return nullptr;
-  const char quote = take_quote(token);
-  char *end = word_end(token, quote);
+  char *const end = is_quote(*token) ? quoted_end(token + 1, *token) : skip_nonspace(token);
+  if (is_quote(*token)) ++token;
   if (*end == '\0') {
-    end = nullptr;
+    *cursor = nullptr;
   } else {
-    *end++ = '\0';
+    *end = '\0';
+    *cursor = end + 1;
   }
-  *cursor = end;
   return token;
 }
 
 extern "C" void str_to_args(char *s, int *argc, char *argv[20]) {
   *argc = 0;
   std::fill_n(argv, ARGS_SLOTS, nullptr);
-  for (char *p = skip_space(s); *argc < ARGS_SLOTS && *p != '\0'; p = skip_space(p)) {
-    const char quote = take_quote(p);
-    argv[(*argc)++] = p;
-    p = word_end(p, quote);
-    // Intentionally, the character after the closing quote is dropped, whatever it is.
-    if (quote != '\0' && *p != '\0') *p++ = '\0';
-    if (*p != '\0') *p++ = '\0';
+  char *p = skip_space(s);
+  while (*argc < ARGS_SLOTS && *p != '\0') {
+    char *end;
+    if (is_quote(*p)) {
+      argv[*argc] = p + 1;
+      end = quoted_end(p + 1, *p);
+      if (*end != '\0')
+        *end++ = '\0';  // intentionally, the character after the closing quote is dropped
+    } else {
+      argv[*argc] = p;
+      end = skip_nonspace(p);
+    }
+    if (*end != '\0') *end++ = '\0';
+    p = skip_space(end);
+    ++*argc;
   }
 }
 
@@ -105,10 +105,24 @@ extern "C" const char *str_get_delim(const char *s) {
 }
 
 extern "C" char *str_to_args_by_delim(char *s, const char *delims, int *argc, char *argv[]) {
-  return split(s, delims, argc, argv, ARGS_SLOTS, ARGS_SLOTS);
+  *argc = 0;
+  std::fill_n(argv, ARGS_SLOTS, nullptr);
+  Tokenizer tokens(skip_space(s), delims);
+  while (*argc < ARGS_SLOTS) {
+    char *const token = tokens.next();
+    if (token == nullptr) break;
+    argv[(*argc)++] = token;
+  }
+  return nullptr;
 }
 
 extern "C" char *str_to_args_by_delim1(char *s, const char *delims, int *argc, char *argv[],
                                        int max) {
-  return split(s, delims, argc, argv, max, -1);
+  *argc = 0;
+  std::fill_n(argv, std::max(max, 0), nullptr);
+  Tokenizer tokens(skip_space(s), delims);
+  char *token;
+  while ((token = tokens.next()) != nullptr && *argc <= max)
+    argv[(*argc)++] = token;
+  return token;
 }

@@ -29,10 +29,11 @@ char *take_escape(char *p, char *byte) {
   if (*p == '\0') return p;
   if ((*p++ | 0x20) != 'x') return p;
 
-  unsigned value = 1;  // the 1 reaches bit 8 after two digits
-  while (value < 0x100 && is_hex_digit(*p))
+  unsigned value = 0;
+  int digits = 0;
+  for (; digits < 2 && is_hex_digit(*p); ++digits)
     value = value * 16 + digit_value(*p++);
-  *byte = value < 0x100 ? '\0' : static_cast<char>(value);
+  *byte = digits == 2 ? static_cast<char>(value) : '\0';
   return p;
 }
 

@@ -48,7 +48,7 @@ extern "C" char *getnum(char *s, unsigned long *value, int base) {
   } else if (*p != '\0' && p[1] == '+') {
     return s;  // intentional: a "+" as the second character makes the number invalid
   }
-  if ((base | 16) == 16 && *p == '0' && is_x(p[1])) {  // base 0 or 16
+  if ((base == 0 || base == 16) && *p == '0' && is_x(p[1])) {
     base = 16;
     p += 2;
   }

@@ -1,10 +1,12 @@
 // Time zone strings and the SOAP date-time.
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <utility>
+#include <span>
+#include <string_view>
 
 #include "internal/local_time.h"
 #include "talvera/time.h"
@@ -12,59 +14,63 @@
 namespace talvera::time {
 namespace {
 
-constexpr char kOffsetCharacters[] = "+-0123456789:";
-constexpr char kUnitedStatesRule[] = ",M3.2.0/2,M11.1.0/2";
+constexpr std::string_view kUnitedStatesRule = ",M3.2.0/2,M11.1.0/2";
+constexpr char kUnknownTime[] = "0001-01-01T00:00:00Z";
 
-// Counts every character and stores those that fit, like snprintf().
-struct Output {
-  char *text;
-  std::size_t size;
-  std::size_t length = 0;
+// The three parts of a zone string.
+struct Zone {
+  explicit Zone(const char *text)
+      : name(text, std::strcspn(text, kOffsetCharacters)),
+        after_name(text + name.size()),
+        offset(after_name, std::strspn(after_name, kOffsetCharacters)),
+        daylight_name(after_name + offset.size()) {}
 
-  [[gnu::always_inline]] void put(char c) {
-    if (length + 1 < size) text[length] = c;
-    ++length;
-  }
+  static constexpr char kOffsetCharacters[] = "+-0123456789:";
+  std::string_view name;
+  const char *after_name;  // offset and daylight-saving name
+  std::string_view offset;
+  std::string_view daylight_name;
 };
 
-// Converts a zone string to a TZ value for `country` or, if that is null, a TZ value without a rule
-// to a zone string. Writes like snprintf(), also in place.
-int rewrite(const char *zone, const char *country, char *buf, std::size_t size) {
-  std::size_t name_length = std::strcspn(zone, kOffsetCharacters);
-  const char *rest = zone + name_length;
-  const char *const daylight_name = rest + std::strspn(rest, kOffsetCharacters);
-  char sign = '\0';            // inserted between name and rest
-  const char *rule = nullptr;  // appended to the rest
-  if (country != nullptr) {
-    if (*rest != '\0' && *rest != '+' && *rest != '-') sign = '+';
-    if (*daylight_name != '\0' && std::strcmp(country, "us") == 0) rule = kUnitedStatesRule;
-  } else if (*rest == '+') {
-    ++rest;
-  } else if (*rest == '-') {
-    // Intentionally, for a zone east of Greenwich only the sign remains before the daylight-saving
-    // name.
-    name_length = 0;
-    sign = '-';
-    rest = daylight_name;
-  }
-
-  Output out{buf, size};
-  while (out.length < name_length)
-    out.put(zone[out.length]);
-  // In place, an inserted sign shifts the rest by one character: each character is read before the
-  // one before it is written.
-  for (char next = sign != '\0' ? sign : *rest++; next != '\0';) {
-    const char c = next;
-    next = *rest++;
-    if (next == '\0' && rule != nullptr) {
-      rest = std::exchange(rule, nullptr);
-      next = *rest++;
-    }
-    out.put(c);
-  }
-  if (size > 0) buf[out.length < size ? out.length : size - 1] = '\0';
-  return static_cast<int>(out.length);
+// Copies as much as fits; source and destination may overlap.
+void put(std::span<char> buffer, std::size_t at, std::string_view text) {
+  if (at >= buffer.size()) return;
+  std::memmove(buffer.data() + at, text.data(), std::min(text.size(), buffer.size() - at));
 }
+
+// Concatenates the pieces like snprintf(). The head and the tail may overlap `out` (the head only
+// at its start), so the tail is moved to its final place before anything else is written.
+int join(char *out, std::size_t size, std::string_view head, std::string_view sign,
+         std::string_view tail, std::string_view rule) {
+  const std::size_t length = head.size() + sign.size() + tail.size() + rule.size();
+  if (size > 0) {
+    const std::span buffer{out, size - 1};
+    put(buffer, head.size() + sign.size(), tail);
+    put(buffer, 0, head);
+    put(buffer, head.size(), sign);
+    put(buffer, length - rule.size(), rule);
+    out[std::min(length, size - 1)] = '\0';
+  }
+  return static_cast<int>(length);
+}
+
+// The UTC offset suffix of a date-time. Intentionally takes its sign from the whole hours: -00:30
+// prints as +00:30.
+class OffsetText {
+ public:
+  explicit OffsetText(long seconds_east) {
+    if (seconds_east == 0) {
+      std::snprintf(text_, sizeof text_, "Z");
+    } else {
+      std::snprintf(text_, sizeof text_, "%+.2ld:%.2ld", seconds_east / 3600,
+                    std::labs(seconds_east % 3600 / 60));
+    }
+  }
+  [[nodiscard]] const char *c_str() const { return text_; }
+
+ private:
+  char text_[32];
+};
 
 }  // namespace
 }  // namespace talvera::time
@@ -72,26 +78,34 @@ int rewrite(const char *zone, const char *country, char *buf, std::size_t size) 
 using namespace talvera::time;
 
 extern "C" int get_posix_timezone(const char *zone, const char *country, char *buf, size_t size) {
-  if (*zone == '\0' || *country == '\0') zone = "UNK";
-  return rewrite(zone, country, buf, size);
+  if (*zone == '\0' || *country == '\0') return join(buf, size, "UNK", "", "", "");
+  const Zone parts(zone);
+  const bool has_offset = !parts.offset.empty();
+  const bool has_sign = has_offset && (parts.offset.front() == '-' || parts.offset.front() == '+');
+  const bool has_rule =
+      has_offset && !parts.daylight_name.empty() && std::strcmp(country, "us") == 0;
+  return join(buf, size, parts.name, has_offset && !has_sign ? "+" : "", parts.after_name,
+              has_rule ? kUnitedStatesRule : "");
 }
 
 extern "C" int convert_tz_from_posix(char *tz, char *buf, size_t size) {
   // Truncated only if there is a rule: without one, the caller's string may be a constant.
   if (char *rule = std::strchr(tz, ',')) *rule = '\0';
-  return rewrite(tz, nullptr, buf, size);
+  const Zone parts(tz);
+  // Intentionally, for a zone east of Greenwich only the sign remains before the daylight-saving
+  // name.
+  if (parts.offset.starts_with('-')) return join(buf, size, "", "-", parts.daylight_name, "");
+  const std::size_t sign_length = parts.offset.starts_with('+') ? 1 : 0;
+  return join(buf, size, parts.name, "", parts.after_name + sign_length, "");
 }
 
 extern "C" int get_soap_datetimestr(const char *clock_set, char *buf, size_t size) {
   std::tm now;
   if (std::strcmp(clock_set, "1") != 0 || !talvera::local_time(time(nullptr), now)) {
-    return std::snprintf(buf, size, "0001-01-01T00:00:00Z");
+    return std::snprintf(buf, size, "%s", kUnknownTime);
   }
-  // Intentionally takes the sign of the UTC offset from its whole hours: -00:30 prints as +00:30.
-  const long east = now.tm_gmtoff;
-  return std::snprintf(
-      buf, size,
-      east == 0 ? "%4d-%02d-%02dT%02d:%02d:%02dZ" : "%4d-%02d-%02dT%02d:%02d:%02d%+.2ld:%.2ld",
-      now.tm_year + 1900, now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
-      east / 3600, std::labs(east % 3600 / 60));
+  const OffsetText offset(now.tm_gmtoff);
+  return std::snprintf(buf, size, "%4d-%02d-%02dT%02d:%02d:%02d%s", now.tm_year + 1900,
+                       now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
+                       offset.c_str());
 }
