@@ -23,6 +23,7 @@ constexpr std::size_t kLongestTarget = 128;  // longer link targets are truncate
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,
                                                           std::va_list arguments, int flags,
                                                           const char *string) {
+  if (string == nullptr) return fail(EINVAL);
   const FormattedPath path(path_format, arguments);
   return file_write_string(path.c_str(), flags, kTextMode, string);
 }

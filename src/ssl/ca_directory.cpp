@@ -33,8 +33,8 @@ bool is_taken(const char *path) {
 }
 
 bool is_dangling_link(const char *path) {
-  char target;
-  return readlink(path, &target, 1) >= 0 && !target_exists(path);
+  struct stat status;
+  return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !target_exists(path);
 }
 
 // Intentionally ignores failures and does not number links: an existing link of the same hash

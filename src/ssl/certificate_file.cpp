@@ -71,7 +71,7 @@ X509 *read_stream(std::FILE *stream, const char *format) {
   if (stream == nullptr) return nullptr;
   char buffer[1024];
   const bool is_file = stream != stdin;
-  std::setvbuf(stream, buffer, is_file ? _IOFBF : _IONBF, sizeof buffer);
+  std::setvbuf(stream, is_file ? buffer : nullptr, is_file ? _IOFBF : _IONBF, sizeof buffer);
   X509 *certificate = read_format(stream, format);
   if (is_file) close_stream(stream);
   wipe(buffer, sizeof buffer);
@@ -132,7 +132,8 @@ extern "C" int SSL_cert_fingerprint(const char *path, const char *format, const 
   const X509Ptr certificate(read_file(path, format));
   unsigned char bytes[EVP_MAX_MD_SIZE];
   unsigned int size = 0;
-  if (certificate == nullptr || X509_digest(certificate.get(), type, bytes, &size) != 1) return -1;
+  if (certificate == nullptr) return -1;
+  if (X509_digest(certificate.get(), type, bytes, &size) != 1 || size == 0) return -1;
   // Each byte takes three characters; snprintf() adds its terminator after them.
   for (unsigned int i = 0; i < size; ++i, buf += 3)
     std::snprintf(buf, 4, "%02X:", bytes[i]);

@@ -81,9 +81,8 @@ long verify_ignoring_not_yet_valid(SSL *ssl, X509 *peer) {
   X509_STORE_CTX_set_default(verification.get(), "ssl_server");
   X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
   X509_STORE_CTX_set_verify_cb(verification.get(), ignore_not_yet_valid);
-  const bool verified = X509_verify_cert(verification.get()) == 1;
+  if (X509_verify_cert(verification.get()) == 1) return X509_V_OK;
   const long error = X509_STORE_CTX_get_error(verification.get());
-  if (verified) return X509_V_OK;  // the error that was ignored may remain
   return error != X509_V_OK ? error : X509_V_ERR_UNSPECIFIED;
 }
 
