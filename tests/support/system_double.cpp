@@ -31,10 +31,6 @@ Bypass::~Bypass() {
   intercepting = intercepting_;
 }
 
-std::ostream &operator<<(std::ostream &out, const LogLine &line) {
-  return out << line.channel << ' ' << line.level << " \"" << line.text << '"';
-}
-
 SystemDouble::SystemDouble() : platform_(flash_.path()) {
   if (active != nullptr) std::abort();
   active = this;

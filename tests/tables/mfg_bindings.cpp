@@ -7,6 +7,7 @@
 #include "talvera/mfg.h"
 
 FIELDS(mfg_ccert_set_info, &R::data, &R::len, &R::slot);
+FIELDS(mfg_ccert_get_info, &R::data, &R::len, &R::slot);
 
 namespace talvera::test {
 namespace {
@@ -84,25 +85,15 @@ BIND_AS(write_zeros, [] {
 });
 
 BIND(mfg_ccert_set);
-// The length is shown when it has changed.
-Result slot_get(unsigned char **data, std::uint32_t length, std::uint32_t slot) {
+BIND_AS(mfg_ccert_get, [](const mfg_ccert_get_info *info) {
+  return mfg_ccert_get(const_cast<mfg_ccert_get_info *>(info));
+});
+// slot_get BUFFER LENGTH SLOT: the length is shown when it has changed.
+BIND_AS(slot_get, [](unsigned char *data, std::uint32_t length, std::uint32_t slot) -> Result {
   std::uint32_t stored = length;
-  mfg_ccert_get_info info = {data, &stored, slot};
+  mfg_ccert_get_info info = {data != nullptr ? &data : nullptr, &stored, slot};
   const int result = mfg_ccert_get(&info);
   return {result, stored != length ? std::to_string(stored) : ""};
-}
-BIND_AS(mfg_ccert_get, [](unsigned char *data, std::uint32_t length, std::uint32_t slot) {
-  return slot_get(data != nullptr ? &data : nullptr, length, slot);
-});
-// With a pointer to null.
-BIND_AS(mfg_ccert_get_nowhere, [](std::uint32_t length, std::uint32_t slot) {
-  unsigned char *nowhere = nullptr;
-  return slot_get(&nowhere, length, slot);
-});
-// Without a length, and without a structure.
-BIND_AS(mfg_ccert_get_null, [](bool all) {
-  mfg_ccert_get_info info = {nullptr, nullptr, 1};
-  return mfg_ccert_get(all ? nullptr : &info);
 });
 
 // ---- The client certificate blob ----------------------------------------------------------------
