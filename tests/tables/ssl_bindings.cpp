@@ -10,9 +10,11 @@
 
 #include <climits>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 
 #include "runner/bind.h"
+#include "support/blob.h"
 #include "support/openssl_names.h"
 #include "talvera/ssl.h"
 
@@ -168,17 +170,8 @@ DIRECTIVE(issue, [](Call &call, const std::string &name) {
 });
 // netscape PATH b"header" $NAME: writes a Netscape sequence of header and certificate.
 DIRECTIVE(netscape, [](Call &call, const std::string &path) {
-  const auto der = [](char tag, const std::string &content) {
-    const std::size_t size = content.size();
-    std::string head = {tag, '\x82', static_cast<char>(size >> 8), static_cast<char>(size)};
-    if (size < 0x80) head = {tag, static_cast<char>(size)};
-    return head + content;
-  };
-  const std::string header = der('\x04', call.take().bytes);
-  const std::string bytes = der('\x30', header + (call.has_more() ? call.take().bytes : ""));
-  std::FILE *const file = std::fopen(path.c_str(), "w");
-  std::fwrite(bytes.data(), 1, bytes.size(), file);
-  std::fclose(file);
+  const std::string header = call.take().bytes;
+  std::ofstream(path) << netscape_sequence(header, call.has_more() ? call.take().bytes : "");
 });
 
 // ---- Files and fields ---------------------------------------------------------------------------
