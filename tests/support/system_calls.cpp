@@ -196,7 +196,7 @@ RECORDED(int, usleep, (useconds_t microseconds), (microseconds), -1, "%u", micro
 // A child prints its log on standard error before it exits.
 extern "C" void _exit(int status) {
   if (active_double() != nullptr) {
-    for (const LogLine &line : active_double()->log())
+    for (const LogLine &line : active_double()->log)
       std::fprintf(stderr, "%s %d %s\n", line.channel.c_str(), line.level, line.text.c_str());
   }
   real<void(int)>("_exit")(status);

@@ -68,8 +68,8 @@ struct Var : NonCopyable {
 DIRECTIVE(tls, [](Call &call) {
   call.session().state<Var>();
   call.session().values["product"] = kProduct;
-  call.session().system.set_value("system.sku", "1");
-  call.session().system.set_value("ip.ntp.time-acquired", "1");
+  call.session().system.values["system.sku"] = "1";
+  call.session().system.values["ip.ntp.time-acquired"] = "1";
 });
 // The names in the CA directory, with the targets of links.
 DIRECTIVE(links, [](Call &call) {
@@ -305,11 +305,11 @@ std::string initialized(const char *version) {
 BIND_AS(SSL_initialize, initialized);
 // The roots logged for a product variant.
 BIND_AS(roots_of_sku, [](Call &call, const std::string &sku) {
-  call.session().system.set_value("system.sku", sku);
+  call.session().system.values["system.sku"] = sku;
   initialized("tls1");
   call.session().effects();  // discard the rest of the log
   std::string line;
-  for (const LogLine &logged : call.session().system.log())
+  for (const LogLine &logged : call.session().system.log)
     if (logged.text.find("Installed") != std::string::npos) line = logged.text;
   return line.substr(line.find("Thawte"), line.find(" Root") - line.find("Thawte"));
 });
