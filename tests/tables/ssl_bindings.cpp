@@ -195,25 +195,21 @@ BIND_AS(uc_get_organization_name, field<uc_get_organization_name>);
 BIND_AS(uc_get_organizational_unit_name, field<uc_get_organizational_unit_name>);
 // Uses a certificate of its own, because a query consumes it: frees the date with free(), and loses
 // the rest.
-std::string date(int (*read)(X509 *, char *, int), const unsigned char *der, long length,
-                 char *buffer, int size) {
+template <auto kRead>
+std::string date(const unsigned char *der, long length, char *buffer, int size) {
   std::optional<Bypass> guard(std::in_place);
   if (__lsan_disable != nullptr) __lsan_disable();
   X509 *const certificate = uc_make_x509(der, length);
   if (__lsan_enable != nullptr) __lsan_enable();
   guard.reset();
   const void *const at =
-      read == uc_get_notbefore ? X509_get_notBefore(certificate) : X509_get_notAfter(certificate);
-  const int result = read(certificate, buffer, size);
+      kRead == uc_get_notbefore ? X509_get_notBefore(certificate) : X509_get_notAfter(certificate);
+  const int result = kRead(certificate, buffer, size);
   const bool kept = __asan_address_is_poisoned != nullptr && __asan_address_is_poisoned(at) == 0;
   return std::to_string(result) + (kept ? " kept" : "");
 }
-BIND_AS(uc_get_notbefore, [](const unsigned char *der, long length, char *buffer, int size) {
-  return date(uc_get_notbefore, der, length, buffer, size);
-});
-BIND_AS(uc_get_notafter, [](const unsigned char *der, long length, char *buffer, int size) {
-  return date(uc_get_notafter, der, length, buffer, size);
-});
+BIND_AS(uc_get_notbefore, date<uc_get_notbefore>);
+BIND_AS(uc_get_notafter, date<uc_get_notafter>);
 
 BIND_AS(uc_get_cert_data_from_file, [](OutBytes<true> &to, const char *folder, const char *name) {
   const int size = uc_get_cert_data_from_file(&to.data, folder, name);
