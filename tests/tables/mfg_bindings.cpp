@@ -1,5 +1,6 @@
 // Bindings of the manufacturing data, the platform device and the client certificate blob.
 #include <cstdlib>
+#include <fstream>
 
 #include "runner/bind.h"
 #include "support/blob.h"
@@ -22,9 +23,7 @@ void patch(Call &call, std::size_t offset, const std::string &bytes) {
   std::string content = read_file(path);
   content.resize(std::max(content.size(), kFileSize), '\xFF');
   content.replace(offset, bytes.size(), bytes);
-  std::FILE *const file = std::fopen(path.c_str(), "wb");
-  std::fwrite(content.data(), 1, content.size(), file);
-  std::fclose(file);
+  std::ofstream(path, std::ios::binary) << content;
 }
 // flash 0x1C000 b"bytes": writes them to an otherwise erased manufacturing file.
 DIRECTIVE(flash, [](Call &call, std::size_t offset) { patch(call, offset, call.take().bytes); });
