@@ -88,10 +88,10 @@ Fixture::Fixture()
   std::string flash(kMfgFileSize, '\xFF');
   std::ofstream(mfg_file, std::ios::binary) << flash.replace(kSlot1, blob.size(), blob);
   for (const char *path : {"/tmp/test-out", "/tmp/test-err", "/tmp/test-status"})
-    system.redirect(path, hops);
+    system.redirections[path] = hops;
   for (const char *command : {"pidof pfs", "/sbin/pfs -l"})
-    system.redirect(command, "echo 77");
-  system.set_value("system.sku", "50");
+    system.redirections[command] = "echo 77";
+  system.values["system.sku"] = "50";
   kernel.acknowledge = true;
   system.clear_records();
 }

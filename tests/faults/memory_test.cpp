@@ -59,7 +59,7 @@ long run_and_free(Fixture &fixture, ipt_rule *rule, const char *parts) {
   fixture.system.answer("system", 0).always();
   const int result = rule != nullptr ? ipt_process_rule(rule) : -1;
   ipt_rule_free(rule);
-  const bool whole = result != 0 || std::strstr(fixture.system.calls().back().c_str(), parts);
+  const bool whole = result != 0 || std::strstr(fixture.system.calls.back().c_str(), parts);
   return whole ? result : kWrong;
 }
 

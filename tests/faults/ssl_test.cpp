@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "faults/inject.h"
+#include "support/blob.h"
 
 namespace talvera::test {
 namespace {
@@ -54,13 +55,8 @@ long fingerprint(Fixture &) {
 }
 
 long netscape(Fixture &fixture) {
-  const std::string sequence = bypass([&] {
-    const std::string der = read_file(kDer);
-    const std::size_t size = der.size() + 2;  // with an empty header
-    return std::string("\x30\x82") + static_cast<char>(size >> 8) + static_cast<char>(size) +
-           std::string("\x04\0", 2) + der;
-  });
-  const std::string path = bypass([&] { return fixture.folder.write("netscape", sequence); });
+  const std::string path = bypass(
+      [&] { return fixture.folder.write("netscape", netscape_sequence("", read_file(kDer))); });
   const unsigned long hash = SSL_cert_hash(path.c_str(), "N");
   const bool partly_copied = OPENSSL_VERSION_NUMBER < 0x10100000L;  // and is hashed by 1.0
   return hash == 0 ? 0 : hash == 0x83c37723 || partly_copied ? 1 : kWrong;

@@ -116,7 +116,7 @@ long record(Fixture &fixture) {
 long start_up(Fixture &fixture) {
   bypass([&] { return truncate(fixture.mfg_file.c_str(), 0); });
   mfg_init();
-  return stored(fixture, 0, "", 0) || !fixture.system.log().empty() ? 0 : kWrong;
+  return stored(fixture, 0, "", 0) || !fixture.system.log.empty() ? 0 : kWrong;
 }
 
 // The result is that of the last of two writes, so success does not imply that everything is

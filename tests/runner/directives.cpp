@@ -46,12 +46,12 @@ DIRECTIVE(shorten, [](Call &call, const std::string &name, long bytes) {
   arrange(call, system(call).shorten(kept(name), bytes));
 });
 DIRECTIVE(forget, [](Call &call) { system(call).forget(); });
-DIRECTIVE(time, [](Call &call, std::time_t now) { system(call).set_time(now); });
+DIRECTIVE(time, [](Call &call, std::time_t now) { system(call).time = now; });
 DIRECTIVE(value, [](Call &call, const std::string &key, const std::string &value) {
-  system(call).set_value(key, value);
+  system(call).values[key] = value;
 });
 DIRECTIVE(redirect, [](Call &call, const std::string &path, const std::string &target) {
-  system(call).redirect(path, target);
+  system(call).redirections[path] = target;
 });
 DIRECTIVE(env, [](Call &call, const std::string &name, const std::string &value) {
   const char *const former = std::getenv(name.c_str());
@@ -137,10 +137,7 @@ DIRECTIVE(silence, [](Call &call) { call.session().silent = true; });
 DIRECTIVE(count,
           [](Call &call, const std::string &name) { return system(call).count(kept(name)); });
 // errno after the previous call.
-DIRECTIVE(errno, [](Call &call) {
-  const int error = call.session().error;
-  return error == 0 ? std::string("0") : error_name(error);
-});
+DIRECTIVE(errno, [](Call &call) { return error_name(call.session().error); });
 // How a descriptor was opened.
 DIRECTIVE(flags, [](int fd) {
   static constexpr const char *kAccess[] = {"read-only", "write-only", "read-write"};

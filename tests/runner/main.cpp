@@ -98,23 +98,12 @@ class Table {
     }
   }
 
-  // Wraps a long row for the file.
+  // Breaks a long row before its outcomes.
   static std::string wrapped(const std::string &row) {
-    constexpr std::size_t kWidth = 100;
+    if (row.size() <= 100) return row;
     std::string text;
-    std::size_t column = 0;
-    for (const std::string &word : split(row, " ")) {
-      const bool full = column + 1 + word.size() > kWidth;
-      if (full && !word.empty() && !text.ends_with(' ')) {
-        text += "\n    ";
-        column = 4;
-      } else if (column > 0) {
-        text += ' ';
-        ++column;
-      }
-      text += word;
-      column += word.size();
-    }
+    for (const std::string &piece : split(row, " ->"))
+      text += (text.empty() ? "" : "\n    ->") + piece;
     return text;
   }
 

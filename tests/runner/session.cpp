@@ -142,14 +142,14 @@ std::vector<std::string> Session::effects() {
       found.push_back((fd == STDOUT_FILENO ? "out " : "err ") + in_quotes(shown(text) + '\0'));
     }
   }
-  for (; lines_seen_ < system.log().size(); ++lines_seen_) {
-    const LogLine &line = system.log()[lines_seen_];
+  for (; lines_seen_ < system.log.size(); ++lines_seen_) {
+    const LogLine &line = system.log[lines_seen_];
     if (silent) continue;
     found.push_back(line.channel + '.' + level_name(line.level) + ' ' +
                     in_quotes(shown(line.text) + '\0'));
   }
-  for (; calls_seen_ < system.calls().size(); ++calls_seen_) {
-    const std::string &call = system.calls()[calls_seen_];
+  for (; calls_seen_ < system.calls.size(); ++calls_seen_) {
+    const std::string &call = system.calls[calls_seen_];
     const std::string name = call.substr(0, call.find(' '));
     if (traced.contains(name) || traced.contains("all"))
       found.push_back(in_brackets(shown_call(call)));
@@ -169,10 +169,8 @@ std::string Session::problem() {
 
 std::string Session::substituted(const std::string &text) {
   std::string result = text;
-  for (std::size_t at; (at = result.find("<tmp>")) != result.npos;)
-    result.replace(at, 5, folder().path());
-  for (std::size_t at; (at = result.find("<flash>")) != result.npos;)
-    result.replace(at, 7, system.platform().flash_directory());
+  if (text.find("<tmp>") != text.npos) replace_all(result, "<tmp>", folder().path());
+  replace_all(result, "<flash>", system.platform().flash_directory());
   for (std::size_t at = 0; (at = result.find('$', at)) != result.npos; ++at) {
     std::size_t end = at + 1;
     while (end < result.size() && (std::isalnum(static_cast<unsigned char>(result[end])) != 0))
@@ -184,12 +182,8 @@ std::string Session::substituted(const std::string &text) {
 }
 
 std::string Session::shown(std::string text) {
-  const auto name = [&](const std::string &path, const char *as) {
-    for (std::size_t at; (at = text.find(path)) != text.npos;)
-      text.replace(at, path.size(), as);
-  };
-  if (folder_) name(folder_->path(), "<tmp>");
-  name(system.platform().flash_directory(), "<flash>");
+  if (folder_) replace_all(text, folder_->path(), "<tmp>");
+  replace_all(text, system.platform().flash_directory(), "<flash>");
   return with_error_names(std::move(text));
 }
 

@@ -319,6 +319,11 @@ std::string trimmed(std::string_view text) {
   return std::string(text.substr(first, text.find_last_not_of(' ') + 1 - first));
 }
 
+void replace_all(std::string &text, std::string_view part, const std::string &replacement) {
+  for (std::size_t at; (at = text.find(part)) != text.npos;)
+    text.replace(at, part.size(), replacement);
+}
+
 std::map<std::string, std::int64_t> named(const char *list,
                                           std::initializer_list<std::int64_t> values) {
   std::map<std::string, std::int64_t> names;
@@ -393,11 +398,8 @@ std::string error_name(int error) {
 }
 
 std::string with_error_names(std::string text) {
-  for (const auto &[name, error] : errors()) {
-    const std::string message = std::strerror(static_cast<int>(error));
-    for (std::size_t at; (at = text.find(message)) != text.npos;)
-      text.replace(at, message.size(), '<' + name + '>');
-  }
+  for (const auto &[name, error] : errors())
+    replace_all(text, std::strerror(static_cast<int>(error)), '<' + name + '>');
   return text;
 }
 

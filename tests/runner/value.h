@@ -45,6 +45,8 @@ std::vector<std::string> expand_braces(const std::string &text);
 // Splits at separators outside quotes, parentheses and braces.
 std::vector<std::string> split(std::string_view text, std::string_view separator);
 std::string trimmed(std::string_view text);
+// The replacement must not contain the part.
+void replace_all(std::string &text, std::string_view part, const std::string &replacement);
 
 // Formats bytes: "text" with a terminator, b"bytes" without one, and, with `prefer_hex`, x"00FF" if
 // a byte is not printable.

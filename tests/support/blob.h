@@ -1,4 +1,4 @@
-// Builders of client certificate blobs.
+// Builders of formats that contain certificates: blobs and Netscape sequences.
 #pragma once
 
 #include <cstdint>
@@ -39,6 +39,17 @@ inline std::string make_blob(const std::vector<BlobItem> &items) {
   put_field(blob.data(), 12, static_cast<std::uint32_t>(items.size()));
   put_field(blob.data(), 16, 0x89ABCDEF);
   return blob;
+}
+
+// A DER element with a size of up to 16 bits.
+inline std::string der_element(char tag, const std::string &content) {
+  const std::size_t size = content.size();
+  std::string head = {tag, '\x82', static_cast<char>(size >> 8), static_cast<char>(size)};
+  if (size < 0x80) head = {tag, static_cast<char>(size)};
+  return head + content;
+}
+inline std::string netscape_sequence(const std::string &header, const std::string &certificate) {
+  return der_element('\x30', der_element('\x04', header) + certificate);
 }
 
 }  // namespace talvera::test

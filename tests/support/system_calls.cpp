@@ -53,10 +53,6 @@ int clobbering_errno(int result) {
   return result;
 }
 
-int outcome_of_closing(const char *call, int result) {
-  return intercept<int>(call, -1, [=] { return clobbering_errno(result); });
-}
-
 // The optional argument after the named ones.
 #define LAST_ARGUMENT(type, name, before)    \
   std::va_list arguments;                    \
@@ -127,19 +123,12 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
 }
 
 // The descriptor is closed even if the call reports a failure.
-extern "C" int close(int fd) {
-  static auto *const next = real<int(int)>("close");
-  if (fd == driver_fd) driver_fd = -1;
-  return outcome_of_closing("close", next(fd));
-}
-extern "C" int fclose(FILE *stream) {
-  static auto *const next = real<int(FILE *)>("fclose");
-  return outcome_of_closing("fclose", next(stream));
-}
-extern "C" int pclose(FILE *stream) {
-  static auto *const next = real<int(FILE *)>("pclose");
-  return outcome_of_closing("pclose", next(stream));
-}
+#define CLOSING(name, parameters, arguments, ...)                \
+  RECORDED_AS(int, name, parameters, arguments, -1, __VA_ARGS__; \
+              const int result = next arguments, [=] { return clobbering_errno(result); })
+CLOSING(close, (int fd), (fd), if (fd == driver_fd) driver_fd = -1);
+CLOSING(fclose, (FILE * stream), (stream));
+CLOSING(pclose, (FILE * stream), (stream));
 
 CALL_AS(ssize_t, read, (int fd, void *bytes, std::size_t size), (fd, bytes, size), -1,
         [=](std::size_t most) { return next(fd, bytes, std::min(size, most)); });
@@ -196,7 +185,7 @@ RECORDED(int, usleep, (useconds_t microseconds), (microseconds), -1, "%u", micro
 // A child prints its log on standard error before it exits.
 extern "C" void _exit(int status) {
   if (active_double() != nullptr) {
-    for (const LogLine &line : active_double()->log())
+    for (const LogLine &line : active_double()->log)
       std::fprintf(stderr, "%s %d %s\n", line.channel.c_str(), line.level, line.text.c_str());
   }
   real<void(int)>("_exit")(status);

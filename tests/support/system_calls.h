@@ -21,7 +21,7 @@ void record_log(const char *channel, int level, const char *format, std::va_list
 // Changes errno as a successful call may under POSIX, while a double exists.
 void clobber_errno();
 
-// The target to which redirect() maps a path, or the path itself.
+// The target of a redirection of a path, or the path itself.
 const char *redirected(const char *path);
 
 // The definition of a function after the test program's own.

@@ -31,10 +31,6 @@ Bypass::~Bypass() {
   intercepting = intercepting_;
 }
 
-std::ostream &operator<<(std::ostream &out, const LogLine &line) {
-  return out << line.channel << ' ' << line.level << " \"" << line.text << '"';
-}
-
 SystemDouble::SystemDouble() : platform_(flash_.path()) {
   if (active != nullptr) std::abort();
   active = this;
@@ -58,8 +54,8 @@ int &SystemDouble::count(const char *call) {
 
 void SystemDouble::clear_records() {
   counted_ = 0;
-  recorded.clear();
-  logged.clear();
+  calls.clear();
+  log.clear();
 }
 
 Outcome SystemDouble::outcome_of(const char *call) {
@@ -108,7 +104,7 @@ void record(const char *format, ...) {
   const int error = errno;
   std::va_list arguments;
   va_start(arguments, format);
-  active->recorded.push_back(formatted(format, arguments));
+  active->calls.push_back(formatted(format, arguments));
   va_end(arguments);
   errno = error;
 }
@@ -117,7 +113,7 @@ void record_log(const char *channel, int level, const char *format, std::va_list
   if (active == nullptr) return;
   const Bypass guard;
   const int error = errno;
-  active->logged.push_back({channel, level, formatted(format, arguments)});
+  active->log.push_back({channel, level, formatted(format, arguments)});
   errno = error;
 }
 

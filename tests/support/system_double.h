@@ -7,7 +7,7 @@
 //   system.fail("malloc", ENOMEM).after(2).times(3);
 //   system.answer("kill", 0).always();     // every kill returns 0 and sends no signal
 //   system.shorten("write", 100);          // the next write transfers at most 100 bytes
-//   EXPECT_EQ(system.calls(), Texts({"umount2 /mfg 2"}));
+//   system.calls                           // {"umount2 /mfg 2"}
 //
 // Each call is defined in system_calls.cpp, system_sockets.cpp or system_tls.cpp.
 #pragma once
@@ -17,7 +17,6 @@
 #include <cstdio>
 #include <ctime>
 #include <map>
-#include <ostream>
 #include <span>
 #include <string>
 #include <utility>
@@ -28,15 +27,11 @@
 
 namespace talvera::test {
 
-using Texts = std::vector<std::string>;
-
 struct LogLine {
   std::string channel;  // "syslog" or "sdb"
   int level;
   std::string text;
-  bool operator==(const LogLine &) const = default;
 };
-std::ostream &operator<<(std::ostream &out, const LogLine &line);
 
 // What happens to a call.
 struct Outcome {
@@ -91,31 +86,25 @@ class SystemDouble : NonCopyable {
   // Cancels all arrangements.
   void forget() { arranged_ = 0; }
 
-  void set_time(std::time_t now) { time = now; }
-  // Sets the value that sdb_get() returns for a key; other keys are unknown (ENOENT).
-  void set_value(const std::string &key, const std::string &value) { values[key] = value; }
-  // Opens of exactly `path` open `target` instead, and likewise for the command of a pipe.
-  void redirect(const std::string &path, const std::string &target) { redirections[path] = target; }
+  std::time_t time = 0;  // returned by time(), unless 0
+  // The values that sdb_get() returns by key; other keys are unknown (ENOENT).
+  std::map<std::string, std::string> values;
+  // Opens of exactly the first path open the second instead, and likewise for commands of pipes.
+  std::map<std::string, std::string> redirections;
 
   // The recorded calls, each as its name and arguments. Only calls whose arguments matter are
   // recorded.
-  [[nodiscard]] const Texts &calls() const { return recorded; }
+  std::vector<std::string> calls;
+  std::vector<LogLine> log;
   // How often a call was made since construction, recorded or not; and the counts of all calls.
   int &count(const char *call);
   [[nodiscard]] std::span<const Count> counts() const { return {counts_.data(), counted_}; }
-  [[nodiscard]] const std::vector<LogLine> &log() const { return logged; }
   void clear_records();
 
   // The flash partition and the platform driver.
   host::Platform &platform() { return platform_; }
 
-  // ---- For the definitions of system calls ----
-
   Outcome outcome_of(const char *call);
-  Texts recorded;
-  std::vector<LogLine> logged;
-  std::time_t time = 0;
-  std::map<std::string, std::string> values, redirections;
 
  private:
   // Arrays, because looking up the outcome of malloc must not allocate.

@@ -10,7 +10,7 @@ namespace {
 // Creates a work file of the test "t".
 void prepare(Call &call, const std::string &kind, const std::string &content) {
   const TempDir &folder = call.session().folder();
-  call.session().system.redirect("/tmp/t-" + kind, folder.write(kind, content));
+  call.session().system.redirections["/tmp/t-" + kind] = folder.write(kind, content);
 }
 
 BIND(ipdiag_tr_makeparam, ipdiag_tr_formatout, ipdiag_tr_resptime, ipdiag_tr_err);

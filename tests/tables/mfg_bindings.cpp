@@ -1,5 +1,6 @@
 // Bindings of the manufacturing data, the platform device and the client certificate blob.
 #include <cstdlib>
+#include <fstream>
 
 #include "runner/bind.h"
 #include "support/blob.h"
@@ -7,6 +8,7 @@
 #include "talvera/mfg.h"
 
 FIELDS(mfg_ccert_set_info, &R::data, &R::len, &R::slot);
+FIELDS(mfg_ccert_get_info, &R::data, &R::len, &R::slot);
 
 namespace talvera::test {
 namespace {
@@ -21,9 +23,7 @@ void patch(Call &call, std::size_t offset, const std::string &bytes) {
   std::string content = read_file(path);
   content.resize(std::max(content.size(), kFileSize), '\xFF');
   content.replace(offset, bytes.size(), bytes);
-  std::FILE *const file = std::fopen(path.c_str(), "wb");
-  std::fwrite(content.data(), 1, content.size(), file);
-  std::fclose(file);
+  std::ofstream(path, std::ios::binary) << content;
 }
 // flash 0x1C000 b"bytes": writes them to an otherwise erased manufacturing file.
 DIRECTIVE(flash, [](Call &call, std::size_t offset) { patch(call, offset, call.take().bytes); });
@@ -84,25 +84,15 @@ BIND_AS(write_zeros, [] {
 });
 
 BIND(mfg_ccert_set);
-// The length is shown when it has changed.
-Result slot_get(unsigned char **data, std::uint32_t length, std::uint32_t slot) {
+BIND_AS(mfg_ccert_get, [](const mfg_ccert_get_info *info) {
+  return mfg_ccert_get(const_cast<mfg_ccert_get_info *>(info));
+});
+// slot_get BUFFER LENGTH SLOT: the length is shown when it has changed.
+BIND_AS(slot_get, [](unsigned char *data, std::uint32_t length, std::uint32_t slot) -> Result {
   std::uint32_t stored = length;
-  mfg_ccert_get_info info = {data, &stored, slot};
+  mfg_ccert_get_info info = {data != nullptr ? &data : nullptr, &stored, slot};
   const int result = mfg_ccert_get(&info);
   return {result, stored != length ? std::to_string(stored) : ""};
-}
-BIND_AS(mfg_ccert_get, [](unsigned char *data, std::uint32_t length, std::uint32_t slot) {
-  return slot_get(data != nullptr ? &data : nullptr, length, slot);
-});
-// With a pointer to null.
-BIND_AS(mfg_ccert_get_nowhere, [](std::uint32_t length, std::uint32_t slot) {
-  unsigned char *nowhere = nullptr;
-  return slot_get(&nowhere, length, slot);
-});
-// Without a length, and without a structure.
-BIND_AS(mfg_ccert_get_null, [](bool all) {
-  mfg_ccert_get_info info = {nullptr, nullptr, 1};
-  return mfg_ccert_get(all ? nullptr : &info);
 });
 
 // ---- The client certificate blob ----------------------------------------------------------------

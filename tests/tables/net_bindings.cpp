@@ -39,8 +39,8 @@ BIND(netu_ifstat_get, netu_alloc_linuxif_stats, netu_free_linuxif_stats, netu_in
 DIRECTIVE(counters, [](Call &call, int first, int count) {
   const TempDir &folder = call.session().folder();
   for (const char *file : kFiles) {
-    call.session().system.redirect(std::string("/sys/class/net/wan7/statistics/") + file,
-                                   folder / file);
+    call.session().system.redirections[std::string("/sys/class/net/wan7/statistics/") + file] =
+        folder / file;
     if (count-- > 0) folder.write(file, std::to_string(first++) + '\n');
   }
 });

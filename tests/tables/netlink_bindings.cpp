@@ -182,7 +182,7 @@ BIND_AS(nfnetlink_log_close, [](Call &call, nfnetlink_log *log) {
 // request is 1001.
 DIRECTIVE(log, [](Call &call) {
   Netlink &netlink = test::netlink(call);
-  call.session().system.set_time(1000);
+  call.session().system.time = 1000;
   netlink.kernel.acknowledge = true;
   netlink.log = nfnetlink_log_open();
   netlink.handle = netlink.log->netlink;

@@ -1,5 +1,13 @@
 // Bindings of the configuration store.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/shm.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
 
 #include "runner/bind.h"
 #include "talvera/nvram.h"
@@ -42,13 +50,46 @@ BIND_AS(set_own,
         [](const char *name, int from) { return nvram_set(name, nvram_get(name) + from); });
 BIND_AS(lines_shown, [](Call &call) {
   nvram_show_all();
-  std::string shown;
-  for (const std::string &effect : call.session().effects())
-    shown += effect;
-  int lines = 0;
-  for (std::size_t at = 0; (at = shown.find("\\n", at)) != shown.npos; ++at)
-    ++lines;
-  return lines;
+  const std::string shown = call.session().effects().at(0);
+  return std::count(shown.begin(), shown.end(), '\\');  // the escaped line feeds
+});
+
+constexpr int kRounds = 300, kNames = 40;
+
+// Sets each name in turn under a lock, and checks that its value has not changed since.
+bool hammer(const std::string &lock, const std::string &prefix) {
+  const int turn = open(lock.c_str(), O_RDONLY);
+  bool well = true;
+  for (int i = 0; i < kRounds * kNames; ++i) {
+    const std::string name = prefix + std::to_string(i % kNames);
+    flock(turn, LOCK_EX);
+    const char *const value = nvram_get(name.c_str());
+    well = well && (value != nullptr ? value == std::to_string(i / kNames - 1) : i < kNames);
+    if (i % 3 == 1) nvram_unset(name.c_str());
+    well = well && nvram_set(name.c_str(), std::to_string(i / kNames).c_str()) == 0;
+    flock(turn, LOCK_UN);
+  }
+  return well;
+}
+// Two writers, whose names share chains, with a lock of their own, and a reader without a lock: how
+// many processes fail, and the last values.
+BIND_AS(writers, [](Call &call) {
+  const Bypass guard;
+  const std::string lock = call.session().folder().write("lock", "");
+  call.session().state<Variables>();
+  nvram_hash =
+      mmap(nullptr, NVRAM_SEGMENT_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  for (const char *prefix : {"Aa.", "BB."})
+    if (fork() == 0) std::_Exit(hammer(lock, prefix) ? 0 : 1);
+  if (fork() == 0) {
+    for (int i = 0; i < 100000; ++i)
+      nvram_get(("Aa." + std::to_string(i % kNames)).c_str());
+    std::_Exit(0);
+  }
+  int failed = 0;
+  for (int status; wait(&status) > 0;)
+    failed += status != 0;
+  return failed;
 });
 
 // Creates an empty table, "$store", or sets the table's address.

@@ -69,10 +69,7 @@ BIND_AS(reaper_collects, [](char *const *argv) {
 });
 // Runs the child's branch in a child: shows its exit status and, through the double, its log.
 BIND_AS(child_ends, [](Call &call, const char *path, char *const *argv, char *const *env) {
-  const pid_t child = [] {
-    const Bypass guard;
-    return fork();
-  }();
+  const pid_t child = bypass(fork);
   if (child == 0) {
     call.session().system.answer("fork", 0);
     const int result = start(nullptr, path, argv, env);

@@ -10,9 +10,11 @@
 
 #include <climits>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 
 #include "runner/bind.h"
+#include "support/blob.h"
 #include "support/openssl_names.h"
 #include "talvera/ssl.h"
 
@@ -66,8 +68,8 @@ struct Var : NonCopyable {
 DIRECTIVE(tls, [](Call &call) {
   call.session().state<Var>();
   call.session().values["product"] = kProduct;
-  call.session().system.set_value("system.sku", "1");
-  call.session().system.set_value("ip.ntp.time-acquired", "1");
+  call.session().system.values["system.sku"] = "1";
+  call.session().system.values["ip.ntp.time-acquired"] = "1";
 });
 // The names in the CA directory, with the targets of links.
 DIRECTIVE(links, [](Call &call) {
@@ -168,17 +170,8 @@ DIRECTIVE(issue, [](Call &call, const std::string &name) {
 });
 // netscape PATH b"header" $NAME: writes a Netscape sequence of header and certificate.
 DIRECTIVE(netscape, [](Call &call, const std::string &path) {
-  const auto der = [](char tag, const std::string &content) {
-    const std::size_t size = content.size();
-    std::string head = {tag, '\x82', static_cast<char>(size >> 8), static_cast<char>(size)};
-    if (size < 0x80) head = {tag, static_cast<char>(size)};
-    return head + content;
-  };
-  const std::string header = der('\x04', call.take().bytes);
-  const std::string bytes = der('\x30', header + (call.has_more() ? call.take().bytes : ""));
-  std::FILE *const file = std::fopen(path.c_str(), "w");
-  std::fwrite(bytes.data(), 1, bytes.size(), file);
-  std::fclose(file);
+  const std::string header = call.take().bytes;
+  std::ofstream(path) << netscape_sequence(header, call.has_more() ? call.take().bytes : "");
 });
 
 // ---- Files and fields ---------------------------------------------------------------------------
@@ -202,25 +195,21 @@ BIND_AS(uc_get_organization_name, field<uc_get_organization_name>);
 BIND_AS(uc_get_organizational_unit_name, field<uc_get_organizational_unit_name>);
 // Uses a certificate of its own, because a query consumes it: frees the date with free(), and loses
 // the rest.
-std::string date(int (*read)(X509 *, char *, int), const unsigned char *der, long length,
-                 char *buffer, int size) {
+template <auto kRead>
+std::string date(const unsigned char *der, long length, char *buffer, int size) {
   std::optional<Bypass> guard(std::in_place);
   if (__lsan_disable != nullptr) __lsan_disable();
   X509 *const certificate = uc_make_x509(der, length);
   if (__lsan_enable != nullptr) __lsan_enable();
   guard.reset();
   const void *const at =
-      read == uc_get_notbefore ? X509_get_notBefore(certificate) : X509_get_notAfter(certificate);
-  const int result = read(certificate, buffer, size);
+      kRead == uc_get_notbefore ? X509_get_notBefore(certificate) : X509_get_notAfter(certificate);
+  const int result = kRead(certificate, buffer, size);
   const bool kept = __asan_address_is_poisoned != nullptr && __asan_address_is_poisoned(at) == 0;
   return std::to_string(result) + (kept ? " kept" : "");
 }
-BIND_AS(uc_get_notbefore, [](const unsigned char *der, long length, char *buffer, int size) {
-  return date(uc_get_notbefore, der, length, buffer, size);
-});
-BIND_AS(uc_get_notafter, [](const unsigned char *der, long length, char *buffer, int size) {
-  return date(uc_get_notafter, der, length, buffer, size);
-});
+BIND_AS(uc_get_notbefore, date<uc_get_notbefore>);
+BIND_AS(uc_get_notafter, date<uc_get_notafter>);
 
 BIND_AS(uc_get_cert_data_from_file, [](OutBytes<true> &to, const char *folder, const char *name) {
   const int size = uc_get_cert_data_from_file(&to.data, folder, name);
@@ -312,11 +301,11 @@ std::string initialized(const char *version) {
 BIND_AS(SSL_initialize, initialized);
 // The roots logged for a product variant.
 BIND_AS(roots_of_sku, [](Call &call, const std::string &sku) {
-  call.session().system.set_value("system.sku", sku);
+  call.session().system.values["system.sku"] = sku;
   initialized("tls1");
   call.session().effects();  // discard the rest of the log
   std::string line;
-  for (const LogLine &logged : call.session().system.log())
+  for (const LogLine &logged : call.session().system.log)
     if (logged.text.find("Installed") != std::string::npos) line = logged.text;
   return line.substr(line.find("Thawte"), line.find(" Root") - line.find("Thawte"));
 });

@@ -205,16 +205,10 @@ BIND_AS(handshake_with_nobody, [](Call &call) {
 // ---- A real server ------------------------------------------------------------------------------
 
 const SSL_METHOD *server_method(int version) {
-  switch (version) {
-    case TLS1_VERSION:
-      return TLSv1_server_method();
-    case TLS1_1_VERSION:
-      return TLSv1_1_server_method();
-    case DTLS1_VERSION:
-      return DTLSv1_server_method();
-    default:
-      return TLSv1_2_server_method();
-  }
+  return version == TLS1_VERSION     ? TLSv1_server_method()
+         : version == TLS1_1_VERSION ? TLSv1_1_server_method()
+         : version == TLS1_2_VERSION ? TLSv1_2_server_method()
+                                     : DTLSv1_server_method();
 }
 
 // Binds an object to a connected socket; DTLS uses datagrams.
