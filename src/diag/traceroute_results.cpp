@@ -24,11 +24,14 @@ constexpr std::size_t kDestinationSize = 20;
 static_assert(sizeof(tr_hop) == 348 && offsetof(tr_hop, address) == 257 &&
               offsetof(tr_hop, status) == 280 && offsetof(tr_hop, times) == 284);
 
-// The letters after '!' in markers, by status. No token contains a space.
-constexpr char kMarkers[] = "NHP FS";
-static_assert(TR_NETWORK_UNREACHABLE == 0 && TR_HOST_UNREACHABLE == 1 &&
-              TR_PROTOCOL_UNREACHABLE == 2 && TR_FRAGMENTATION_NEEDED == 4 &&
-              TR_SOURCE_ROUTE_FAILED == 5);
+struct Marker {
+  char letter;  // after '!'
+  std::uint8_t status;
+};
+constexpr Marker kMarkers[] = {
+    {'H', TR_HOST_UNREACHABLE},    {'N', TR_NETWORK_UNREACHABLE},  {'P', TR_PROTOCOL_UNREACHABLE},
+    {'S', TR_SOURCE_ROUTE_FAILED}, {'F', TR_FRAGMENTATION_NEEDED},
+};
 
 std::FILE *open_work_file(const char *name, const char *kind) {
   char path[kWorkPathSize];
@@ -70,8 +73,9 @@ void append_time(tr_hop &hop, const char *token) {
 
 // A marker may be followed by the end of the line or by details.
 void take_marker(tr_hop &hop, char letter) {
-  const char *marker = letter != '\0' ? std::strchr(kMarkers, letter) : nullptr;
-  if (marker != nullptr) hop.status = static_cast<tr_status>(marker - kMarkers);
+  for (const Marker &marker : kMarkers) {
+    if (letter == marker.letter) hop.status = marker.status;
+  }
 }
 
 // Token 1, the hop number, is ignored.

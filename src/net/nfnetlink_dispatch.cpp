@@ -122,11 +122,9 @@ extern "C" int nfnetlink_msg_parse_attr(const nlattr **table, int table_size, co
   while (length >= kAttributeHeaderSize) {
     const auto header = std::bit_cast<nlattr>(talvera::load_unaligned<std::uint32_t>(at));
     if (!is_complete(length, header.nla_len, kAttributeHeaderSize)) break;
-    // Type 0 wraps and is beyond every table, too.
-    const unsigned index = (header.nla_type & kTypeMask) - 1U;
+    const int type = header.nla_type & kTypeMask;
     const void *start = at;
-    if (index < static_cast<unsigned>(table_size))
-      table[index] = static_cast<const nlattr *>(start);
+    if (type > 0 && type <= table_size) table[type - 1] = static_cast<const nlattr *>(start);
     if (!advance(at, length, header.nla_len, kAttributeHeaderSize)) break;
   }
   return 0;
