@@ -19,13 +19,7 @@ T value_of(const void *data) {
 // Positive if a is smaller, as lists expect; 0 if one of them is not a number.
 template <typename T>
 int compare(const void *a, const void *b) {
-  const T x = value_of<T>(a);
-  const T y = value_of<T>(b);
-  if (std::is_integral_v<T> && sizeof(T) > 4) {  // shorter where such a comparison takes two
-    if (x < y) return 1;
-    return x == y ? 0 : -1;
-  }
-  return (x < y) - (x > y);
+  return (value_of<T>(a) < value_of<T>(b)) - (value_of<T>(a) > value_of<T>(b));
 }
 
 // The low 32 bits of an integer, which is sign-extended if it is shorter and signed.
