@@ -74,7 +74,7 @@ TALVERA_API char *skipnonwhitespace(char *s) TALVERA_NONNULL(1);
  *  word ends there, everything up to the next blank is skipped, line feeds included.
  *
  *  @param s         string; null reads as empty
- *  @param[out] buf  receives the word, terminated; unchanged when @p size is below 1
+ *  @param[out] buf  receives the word, terminated; unchanged when @p size is below 1; may be @p s
  *  @param size      size of @p buf in bytes; intentionally, a size of 1 still writes up to 2 bytes,
  *                   a character and the terminator
  *  @return where the next word can be read; @p s when @p size is below 1

@@ -25,7 +25,7 @@ class Sorter {
   Sorter(list_comparator_fn comparator, int direction)
       : comparator_(comparator), sign_((direction > 0) - (direction < 0)) {}
 
-  void sort(list_elem *first, list_elem *last, std::uint32_t size) const;
+  void sort(Range range) const;
 
  private:
   // Positive if a belongs before b.
@@ -87,14 +87,12 @@ void Sorter::selection_sort(Range range) const {
   }
 }
 
-// Recurses only into the smaller part, which limits the recursion depth to log2(size). Takes the
-// members of a range as separate arguments, which are passed in registers.
-void Sorter::sort(list_elem *first, list_elem *last, std::uint32_t size) const {
-  Range range{first, last, size};
+// Recurses only into the smaller part, which limits the recursion depth to log2(size).
+void Sorter::sort(Range range) const {
   while (range.size >= kShortRange) {
     auto [smaller, larger] = partition(range);
     if (smaller.size > larger.size) std::swap(smaller, larger);
-    sort(smaller.first, smaller.last, smaller.size);
+    sort(smaller);
     range = larger;
   }
   if (range.size >= 2) selection_sort(range);
@@ -109,6 +107,6 @@ extern "C" int list_sort(list_obj *list, int direction) {
   if (list->iterating != 0) return talvera::fail(EBUSY);
   if (list->attrs.comparator == nullptr) return talvera::fail(EINVAL);
   const Sorter sorter(list->attrs.comparator, direction);
-  sorter.sort(list->head->next, list->tail->prev, list->count);
+  sorter.sort({list->head->next, list->tail->prev, list->count});
   return 0;
 }

@@ -24,9 +24,8 @@ constexpr std::size_t kDestinationSize = 20;
 static_assert(sizeof(tr_hop) == 348 && offsetof(tr_hop, address) == 257 &&
               offsetof(tr_hop, status) == 280 && offsetof(tr_hop, times) == 284);
 
-// A '!' and a letter.
 struct Marker {
-  char letter;
+  char letter;  // after '!'
   std::uint8_t status;
 };
 constexpr Marker kMarkers[] = {

@@ -66,6 +66,6 @@ extern "C" int atm_parse_vi(const char *s, int index, int *vpi, int *vci) {
   int count;
   char *word[ARGS_SLOTS];
   str_to_args(words, &count, word);
-  if (static_cast<unsigned>(index) >= static_cast<unsigned>(count)) return ARGS_ERROR_INVALID_VI;
+  if (index < 0 || index >= count) return ARGS_ERROR_INVALID_VI;
   return parse_circuit(word[index], vpi, vci) ? 0 : ARGS_ERROR_INVALID_VI;
 }

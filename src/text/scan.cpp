@@ -78,9 +78,10 @@ extern "C" char *getword(char *s, char *buf, int size) {
       break;
     }
   }
-  *buf = '\0';
   if (*p != '\0') ++p;
-  return skip_blank(p);
+  p = skip_blank(p);
+  *buf = '\0';  // last, because in place it overwrites the character after the word
+  return p;
 }
 TALVERA_ALIAS(get_word, getword);
 

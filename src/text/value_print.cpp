@@ -28,14 +28,6 @@ __attribute__((format(strftime, 3, 0))) std::size_t print_time(char *buffer, std
   return length;
 }
 
-// Stores a number in a new string, printed by a format for a signed or unsigned long.
-__attribute__((noinline, format(printf, 2, 0))) char *store_number(char **slot, const char *format,
-                                                                   long value) {
-  char text[kLongSize];
-  std::snprintf(text, sizeof text, format, value);
-  return mkstr_string(slot, text);
-}
-
 }  // namespace
 }  // namespace talvera::text
 
@@ -82,11 +74,15 @@ extern "C" size_t mkstr_date(time_t time, char *buf) {
 }
 
 extern "C" char *mkstr_long(char **slot, long value) {
-  return store_number(slot, "%ld", value);
+  char text[kLongSize];
+  std::snprintf(text, sizeof text, "%ld", value);
+  return mkstr_string(slot, text);
 }
 
 extern "C" char *mkstr_ulong(char **slot, unsigned long value) {
-  return store_number(slot, "%lu", static_cast<long>(value));
+  char text[kLongSize];
+  std::snprintf(text, sizeof text, "%lu", value);
+  return mkstr_string(slot, text);
 }
 
 extern "C" char *mkstr_string(char **slot, const char *text) {

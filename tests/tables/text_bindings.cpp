@@ -16,6 +16,7 @@ BIND(skip_space, skip_blank, skipwhitespace, skip_nonspace, skip_nonblank, skipn
      getword, get_word, getstring, get_string, strip_trailing_white, getnum, get_number, gethex,
      get_hex, getlong, get_long, getint, get_int, getushort, get_ushort, ValidateUlong,
      ValidateLong, getip, get_ip, get_mac, getether, isxstring, StringIsHexDigits);
+BIND_AS(getword_in_place, [](char *s, int size) { return in_quotes(getword(s, s, size)); });
 BIND(base64_encode, base64_decode, entities_hex_encode, entities_hex_encode_in_place,
      parse_macaddr);
 BIND(str_get_delim, str_to_port_range, strtol_range, range_to_portstr, atm_parse_vi);
