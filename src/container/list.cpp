@@ -261,7 +261,7 @@ extern "C" int list_clear(list_obj *list) {
 extern "C" int list_concat(const list_obj *first, const list_obj *second, list_obj *destination) {
   if (first == nullptr || second == nullptr) return talvera::fail(EINVAL);
   if (destination == first || destination == second) return talvera::fail(EINVAL);
-  if (list_init(destination) != 0) return -1;  // also for a null list
+  if (list_init(destination) != 0) return -1;  // also for a null destination
   const std::uint32_t middle = middle_position(first->count + second->count);
   list_elem *last = destination->head;
   for (const list_obj *source : {first, second}) {

@@ -109,7 +109,7 @@ extern "C" uint32_t list_hashcomputer_string(const void *data) {
   const auto *text = static_cast<const signed char *>(data);
   std::uint32_t hash = 123;
   for (std::uint32_t i = 0; text[i] != 0; ++i) {
-    // The first character intentionally counts as 0, so that it does not affect the hash. Only the
+    // The first character intentionally counts as 0 and so does not affect the hash. Only the
     // lowest byte of the mix is added, sign-extended.
     const std::uint32_t character = i == 0 ? 0 : static_cast<std::uint32_t>(text[i]);
     const auto part = static_cast<std::int8_t>(character ^ hash);

@@ -35,7 +35,7 @@ std::uint32_t load_le32(const unsigned char *bytes) {
 }
 
 void store_le32(unsigned char *bytes, std::uint32_t value) {
-  store_be32(bytes, __builtin_bswap32(value));
+  store_unaligned(bytes, as_little_endian(value));
 }
 
 using State = std::uint32_t[4];

@@ -24,8 +24,9 @@ constexpr std::size_t kDestinationSize = 20;
 static_assert(sizeof(tr_hop) == 348 && offsetof(tr_hop, address) == 257 &&
               offsetof(tr_hop, status) == 280 && offsetof(tr_hop, times) == 284);
 
+// An error marker: '!' and a letter.
 struct Marker {
-  char letter;  // after '!'
+  char letter;
   std::uint8_t status;
 };
 constexpr Marker kMarkers[] = {

@@ -61,7 +61,8 @@ bool Scanner::scan(const char *pattern, std::int32_t *numbers, char *name) {
       advance();
     } else {
       skip_space();
-      if (!(field == 's' ? word(name) : number(field == 'x' ? 16 : 10, *numbers++))) return false;
+      const bool found = field == 's' ? word(name) : number(field == 'x' ? 16 : 10, *numbers++);
+      if (!found) return false;
     }
   }
   return true;

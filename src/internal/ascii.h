@@ -14,8 +14,8 @@ constexpr bool is_space(char c) {
   return c == ' ' || static_cast<std::uint32_t>(c) - '\t' <= '\r' - '\t';
 }
 
-// Value of a decimal digit or a letter (10 to 35 in either case), the digits of bases up to 36; 255
-// for any other character. Inlined because a call would cost more.
+// Value of a digit in bases up to 36: 0 to 9, then letters of either case as 10 to 35; 255 for any
+// other character. Inlined because a call would cost more.
 [[gnu::always_inline]] constexpr std::uint32_t digit_value(char c) {
   const std::uint32_t digit = static_cast<std::uint32_t>(c) - '0';
   if (digit < 10) return digit;

@@ -24,7 +24,7 @@ class ErrnoSaver {
 };
 
 // Closes a descriptor unless it is negative; preserves errno. Not inlined, like the other release
-// functions, because every destructor would carry a copy.
+// functions, because otherwise every destructor would carry a copy.
 [[gnu::noinline]] inline void close_descriptor(int fd) {
   if (fd < 0) return;
   const ErrnoSaver saver;

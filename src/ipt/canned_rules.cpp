@@ -67,19 +67,18 @@ extern "C" ipt_rule *ipt_make_pinhole_rule(uint32_t command, const char *destina
   std::uint8_t mask = 0;
   protocol = skip_negation(kNothingBit, mask, protocol);
   char *port = ipt_make_port_value(skip_negation(kOptionValueBit, mask, external_port));
-  char ports[1 + kTargetSize];
-  ports[0] = ':';
-  ports[1] = '\0';
+  char ports[kTargetSize] = "";
   const bool complete =
       port != nullptr &&
       add_param(rule, IPT_PARAM_PROTOCOL, mask, is_protocol(protocol) ? protocol : nullptr,
                 IPT_OPTION_DPORT, port) &&
       add_destination(rule, destination) &&
       add_match(rule, IPT_MATCH_STATE, 0, IPT_OPTION_STATE, "NEW,ESTABLISHED,RELATED") &&
-      ipt_calc_portrange(port, internal_port, ports + 1, kTargetSize) == 0;
+      ipt_calc_portrange(port, internal_port, ports, sizeof ports) == 0;
   char target[kTargetSize];
-  const char *const suffix = ports[1] != '\0' ? ports : "";
-  if (complete && std::snprintf(target, sizeof target, "%s%s", internal_host, suffix) >= 0) {
+  const char *const colon = ports[0] != '\0' ? ":" : "";
+  if (complete &&
+      std::snprintf(target, sizeof target, "%s%s%s", internal_host, colon, ports) >= 0) {
     rule->target_argument = strdup(target);
   }
   return finish(rule, complete && rule->target_argument != nullptr, command, IPT_CHAIN_PREROUTING,

@@ -43,7 +43,7 @@ constexpr char kNames[] =
     "UTI\0SMP\0SM\0PTP\0ISIS-OVER-IPV4\0FIRE\0CRTP\0CRUDP\0SSCOPMCE\0IPLT\0"
     // 130
     "SPS\0PIPE\0SCTP\0FC\0RSVP-E2E-IGNORE\0Mobility-Header\0UDPLite\0MPLS-in-IP\0manet\0HIP\0"
-    // 140
+    // 140; 143 is intentionally named "-252"
     "Shim6\0WESP\0ROHC\0-252\0"
     // others
     "IPv4\0TTP\0OSPFIGP\0Reserved\0none\0";

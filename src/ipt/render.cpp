@@ -108,10 +108,10 @@ bool append_items(Line &line, const list_obj *list, Table names, const char *for
     line.room = room;
     const char *const words[] = {names == kParams ? item.value : nullptr,
                                  *option != '\0' ? option : nullptr, item.option_value};
-    unsigned negated = item.negation / IPT_NEGATE_VALUE;
+    unsigned negated = IPT_NEGATE_VALUE;  // the bit of the word, followed by those of the others
     for (const char *word : words) {
-      if (word != nullptr) append(line, negated % 2 != 0 ? " ! %" : " %", word);
-      negated /= 2;
+      if (word != nullptr) append(line, (item.negation & negated) != 0 ? " ! %" : " %", word);
+      negated <<= 1;
     }
     if (line.room < length) return false;
     line.room -= length;

@@ -9,7 +9,8 @@
 
 using talvera::ipt::RulePtr;
 
-// The command line is intentionally used as the format: "%%" in an argument runs as "%".
+// The command line is intentionally passed as the format, so "%%" in an argument reaches the shell
+// as "%".
 #pragma GCC diagnostic ignored "-Wformat-security"
 
 extern "C" int ipt_process_rule(const ipt_rule *rule) {

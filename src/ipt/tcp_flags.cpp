@@ -11,7 +11,8 @@
 #include "internal/fail.h"
 #include "talvera/ipt.h"
 
-// "NONE" intentionally has the same bits as "ALL": both exclude every other flag of their list.
+// "NONE" intentionally has the same bits as "ALL": neither can be combined with another flag in the
+// same list.
 extern "C" __attribute__((visibility("hidden"))) const ipt_tcp_flag ipt_own_flags[] = {
     {"SYN", 0x01}, {"ACK", 0x02}, {"FIN", 0x04},  {"RST", 0x08},
     {"URG", 0x10}, {"PSH", 0x20}, {"NONE", 0x3F}, {"ALL", 0x3F},

@@ -5,8 +5,8 @@
 
 namespace talvera::ipt {
 
-// Skips a leading "!" and the spaces after it, and sets bit `bit`, if below 8, of the mask. Returns
-// null for null.
+// Skips a leading "!" and the spaces after it, and sets bit number `bit` of the mask if it is below
+// 8. Returns null for null.
 const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text);
 
 // Whether a text is a valid argument of "-p".

@@ -70,6 +70,7 @@ extern "C" int netu_reset_linuxif_stats(netu_linuxif_stats *stats) {
 
 extern "C" std::uint32_t netu_get_linuxif_stat(const netu_linuxif_stats *stats,
                                                unsigned int index) {
+  // The index runs over all three arrays.
   const auto *at = reinterpret_cast<const unsigned char *>(stats) + sizeof(std::uint32_t) * index;
   std::uint32_t counter;
   std::memcpy(&counter, __builtin_assume_aligned(at, alignof(std::uint32_t)), sizeof counter);

@@ -78,9 +78,11 @@ void link(Entry &entry, int next) {
   store_be16(entry.next, static_cast<std::uint16_t>(next));
 }
 
-// The next entry of the chain; null at the end and for a corrupt link that leads out of the table.
+// The next entry of the chain; null at the end and for a corrupt link, which leads out of the table
+// or to an unused entry.
 Entry *next_of(Entry *entries, const Entry &entry) {
-  const unsigned int index = load_be16(entry.next);  // a negative index is too large, too
+  // Read as unsigned, a negative index is also too large.
+  const unsigned int index = load_be16(entry.next);
   if (index == 0 || index >= NVRAM_ENTRIES) return nullptr;
   return entries[index].used != 0 ? entries + index : nullptr;
 }

@@ -63,15 +63,15 @@ bool has_common_name(X509 *certificate, const char *expected) {
          strcasecmp(expected, name) == 0;
 }
 
-// Verification callback: ignores certificates that are not yet valid.
-int ignore_not_yet_valid(int ok, X509_STORE_CTX *verification) {
+// Verification callback that tolerates certificates that are not yet valid.
+int tolerate_not_yet_valid(int ok, X509_STORE_CTX *verification) {
   const int error = X509_STORE_CTX_get_error(verification);
   return ok == 1 || error == X509_V_ERR_CERT_NOT_YET_VALID ? 1 : 0;
 }
 
-// Verifies the peer's chain again, ignoring certificates that are not yet valid: the handshake's
+// Verifies the peer's chain again, tolerating certificates that are not yet valid: the handshake's
 // verification stopped at the first of these, possibly before checking any signature.
-long verify_ignoring_not_yet_valid(SSL *ssl, X509 *peer) {
+long verify_tolerating_not_yet_valid(SSL *ssl, X509 *peer) {
   const StoreContextPtr verification(X509_STORE_CTX_new());
   if (verification == nullptr || X509_STORE_CTX_init(verification.get(), verify_store(ssl), peer,
                                                      SSL_get_peer_cert_chain(ssl)) != 1) {
@@ -80,7 +80,7 @@ long verify_ignoring_not_yet_valid(SSL *ssl, X509 *peer) {
   // Purpose and parameters as in a handshake.
   X509_STORE_CTX_set_default(verification.get(), "ssl_server");
   X509_VERIFY_PARAM_set1(X509_STORE_CTX_get0_param(verification.get()), SSL_get0_param(ssl));
-  X509_STORE_CTX_set_verify_cb(verification.get(), ignore_not_yet_valid);
+  X509_STORE_CTX_set_verify_cb(verification.get(), tolerate_not_yet_valid);
   if (X509_verify_cert(verification.get()) == 1) return X509_V_OK;
   const long error = X509_STORE_CTX_get_error(verification.get());
   return error != X509_V_OK ? error : X509_V_ERR_UNSPECIFIED;
@@ -120,7 +120,7 @@ extern "C" long SSL_check_cert(SSL *ssl, const char *expected_name) {
   if (result == X509_V_ERR_CERT_NOT_YET_VALID && !clock_is_right) {
     // A resumed session keeps the result of its first handshake and may have lost the chain.
     result =
-        SSL_session_reused(ssl) == 1 ? X509_V_OK : verify_ignoring_not_yet_valid(ssl, peer.get());
+        SSL_session_reused(ssl) == 1 ? X509_V_OK : verify_tolerating_not_yet_valid(ssl, peer.get());
   }
   if (result == X509_V_OK) {
     if (has_common_name(peer.get(), expected_name)) return 0;

@@ -41,8 +41,8 @@ ErrorQueueSaver::~ErrorQueueSaver() {
   OPENSSL_free(block);
 }
 
-// OpenSSL can be built without old protocols. Methods for one version are deprecated since 1.1.0 in
-// favour of a generic method, whose limits are set by the system configuration.
+// OpenSSL can be built without old protocols. Version-specific methods have been deprecated since
+// 1.1.0 in favour of a generic method, whose limits come from the system configuration.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 

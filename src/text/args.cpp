@@ -23,7 +23,7 @@ char *quoted_end(char *p, char quote) {
   return p;
 }
 
-// Splits a string at any character of a set, like strtok_r().
+// Splits a string like strtok_r(), but tests each character in constant time.
 class Tokenizer {
  public:
   Tokenizer(char *s, const char *delimiters) : position_(s) {
