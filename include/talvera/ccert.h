@@ -15,10 +15,10 @@
  *      20        16 * N  table of contents: offset, length, type and flags of each item
  *      20 + 16 * N       item data without gaps; item offsets count from here
  *
- *  ccert_init() loads the blob into memory, once per process, and the getters return parts of that
- *  loaded blob; pointers into it stay valid until ccert_deinit(). Nothing is locked. Failures to
- *  read the blob are reported on standard error, with the message of sdb_strerror() and without a
- *  line feed. The slots belong to the @ref talvera_mfg "manufacturing data".
+ *  ccert_init() loads the blob into memory for the whole process, and the getters return parts of
+ *  that loaded blob; pointers into it stay valid until ccert_deinit(). Nothing is locked. Failures
+ *  to read the blob are reported on standard error, with the message of sdb_strerror() and without
+ *  a line feed. The slots belong to the @ref talvera_mfg "manufacturing data".
  *  @{ */
 #ifndef TALVERA_CCERT_H
 #define TALVERA_CCERT_H
@@ -74,9 +74,9 @@ TALVERA_API int ccert_get_ccertblob(uint32_t *length, unsigned char **blob,
 
 /** Checks a blob and writes it to a slot.
  *
- *  The blob must have the right magic, no version byte above the library's in the same place, items
- *  that start at offset 0 and follow each other without gaps, and the total length of header, table
- *  and items.
+ *  The blob must have the right magic, no version byte greater than the corresponding byte of 02 04
+ *  06 07, items that start at offset 0 and follow each other without gaps, and the total length of
+ *  header, table and items.
  *
  *  @param blob  at least 20 bytes, and as many as its total length field states
  *  @param slot  1 or 2
@@ -104,8 +104,8 @@ TALVERA_API uint32_t ccert_extract_certblob_total_length(const unsigned char *bl
  *  Intentionally, a blob that fails the check gives 0 with nothing loaded: ccert_get_data_count()
  *  is then 0. When there are several certificates, or several keys, the last one counts.
  *
- *  A blob loaded earlier is replaced but not freed, so that pointers into it stay valid: call
- *  ccert_deinit() first. On failure it stays loaded.
+ *  A blob loaded earlier is replaced but not freed, so that pointers into it stay valid; call
+ *  ccert_deinit() first to avoid the leak. On failure the earlier blob stays loaded.
  *
  *  @return 0; -1 with errno set when no slot holds a blob or it cannot be read; CCERT_NO_MEMORY
  */

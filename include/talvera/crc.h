@@ -1,5 +1,5 @@
 /** @defgroup talvera_crc Checksums
- *  CRC-8, CRC-16 and CRC-32, in both bit orders where they are in use.
+ *  CRC-8, CRC-16 and CRC-32, the last two in both bit orders.
  *
  *  @include crc.c
  *

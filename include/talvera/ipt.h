@@ -6,12 +6,12 @@
  *  A command line has five sections, in this order: table, command with chain and command argument,
  *  parameters, matches, target. A section has at most 63 characters for all of its items, and
  *  everything before the target at most 191. Where a word is required and the value is
- *  IPT_..._NONE, "none" is rendered, which iptables rejects: records to be run have a chain, a
- *  command, and no such items.
+ *  IPT_..._NONE, "none" is rendered, which iptables rejects: a record to be run must have a chain
+ *  and a command, and no item of type IPT_..._NONE.
  *
  *  Strings are inserted unquoted into a shell command: never pass untrusted input. They must not
  *  contain "%". Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ..."). Records share nothing; a
- *  record is used by one thread at a time.
+ *  record must be used by one thread at a time.
  *  @{ */
 #ifndef TALVERA_IPT_H
 #define TALVERA_IPT_H
@@ -365,7 +365,7 @@ typedef struct ipt_tcp_flag {
   uint8_t value;    /**< the library's own bit, not that of the TCP header */
 } ipt_tcp_flag;
 
-/** SYN, ACK, FIN, RST, URG, PSH, and NONE and ALL, which both stand for all six. */
+/** SYN, ACK, FIN, RST, URG and PSH, then NONE and ALL, which both have the bits of all six. */
 TALVERA_API extern const ipt_tcp_flag flags[8];
 
 /** Returns the number of an IP protocol (IANA, Assigned Internet Protocol Numbers).
@@ -379,8 +379,8 @@ TALVERA_API int wkp_prot_from_name(const char *name);
  *
  *  @param records   records of 10 characters, without separators: eight hexadecimal digits of an
  *                   IPv4 address, most significant first, and a prefix length of two decimal
- *                   digits. A NUL ends a record early, and the rest reads as empty (a record of
- *                   zero bytes gives "0.0.0.0/0"); malformed digits end a number
+ *                   digits. A NUL ends a record early, and the rest reads as empty (a record of ten
+ *                   NULs gives "0.0.0.0/0"); a malformed digit ends its number
  *  @param[out] buf  receives the string, terminated, truncated to @p size bytes
  *  @param size      size of @p buf in bytes; 20 suffice for any well-formed record
  *  @param index     number of the record, from 0; must exist in @p records

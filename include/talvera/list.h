@@ -5,7 +5,7 @@
  *
  *  The caller owns the list object and passes its address to every function; list_init() fills it
  *  and list_destroy() releases what it holds. Positions count from 0. The list knows its middle
- *  element as well as both ends, so a position is at most about a quarter of the list away, and
+ *  element as well as both ends, so a position is at most about a quarter of the list away. It also
  *  keeps a few spare elements, so that cycles of insertion and deletion stay off the heap.
  *
  *  Conventions, all intentional; callers rely on them:
@@ -466,8 +466,9 @@ TALVERA_API uint32_t list_meter_string(const void *data) TALVERA_NONNULL(1);
 /** Hashes a value of the type in the name.
  *
  *  @param data  address of the value
- *  @return an integer itself: sign-extended when signed, the low half of 64 bits; a float or double
- *          truncated to a signed 32-bit integer, saturating at its limits, and 0 for NaN
+ *  @return for an integer, its low 32 bits, sign-extended if it is shorter and signed; for a float
+ *          or double, its value truncated to a signed 32-bit integer, saturating at the limits, and
+ *          0 for NaN
  */
 TALVERA_API uint32_t list_hashcomputer_int8_t(const void *data) TALVERA_NONNULL(1);
 TALVERA_API uint32_t list_hashcomputer_int16_t(const void *data) TALVERA_NONNULL(1);

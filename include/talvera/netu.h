@@ -194,9 +194,9 @@ TALVERA_API int netu_init_linuxif_stats(struct netu_linuxif_stats *stats) TALVER
 
 /** Reads all counters of an interface and computes the deltas.
  *
- *  Values are converted as by strtoul() in base 0; a counter beyond 32 bits reads as 2^32 - 1, one
- *  that cannot be read as 0. Intentionally, a counter whose file is missing or empty takes the
- *  value of the one before it in enum netu_stat (the first takes 0).
+ *  Values are converted as by strtoul() in base 0. A counter beyond 32 bits becomes 2^32 - 1; one
+ *  whose file can be opened but not read becomes 0. Intentionally, a counter whose file is missing
+ *  or empty takes the value of the one before it in enum netu_stat (the first takes 0).
  *
  *  @param ifname         the interface
  *  @param[in,out] stats  the record

@@ -12,7 +12,8 @@
  *  A result of -1, or null where a pointer is returned, sets errno, to EINVAL for a null argument.
  *  A handler that ends a dispatch with a negative result sets errno itself.
  *
- *  A handle and everything that belongs to it is used by one thread at a time. Nothing here logs.
+ *  A handle and everything that belongs to it must be used by one thread at a time. Nothing here
+ *  logs.
  *  @{ */
 #ifndef TALVERA_NFNETLINK_H
 #define TALVERA_NFNETLINK_H
@@ -150,7 +151,7 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
  *
  *  Blocks. Kernel error replies are not reported: the wait continues after one, and ends with
  *  whatever comes next. Datagrams are truncated to 8192 bytes. When the wait ends without an
- *  acknowledgement, this request's may still arrive.
+ *  acknowledgement, that of this request may still arrive later.
  *
  *  @param handle   the handle
  *  @param message  a complete message, nlmsg_len bytes, that requests an acknowledgement

@@ -123,8 +123,8 @@ TALVERA_API int nvram_unlock(void);
 
 /** @}
  *  @name Pairs
- *  All of these except nvram_show_all() call nvram_lock() first and nvram_unlock() last, which
- *  makes no system call while ::nvram_shmid is -1.
+ *  All of these except nvram_show_all() call nvram_lock() first and nvram_unlock() last, unless
+ *  ::nvram_shmid is negative.
  *  @{ */
 
 /** Result of nvram_set() when the store is full. */

@@ -3,7 +3,7 @@
  *
  *  @include process.c
  *
- *  Everything is logged to syslog: failures to start at LOG_ERR, failed signals at LOG_WARNING,
+ *  Messages go to syslog: failures to start at LOG_ERR, failed signals at LOG_WARNING,
  *  starts, stops and time-outs at LOG_DEBUG. Results are 0, the errno value of the failed system
  *  call, or one of enum process_result. A process ID below 2 is never signalled.
  *
@@ -31,8 +31,8 @@ enum process_result {
 
 /** Starts a program as a child in its own process group, without waiting for it.
  *
- *  A child that cannot start the program logs that and exits with status 0, which the caller
- *  cannot tell from a normal exit.
+ *  A child that cannot execute the program logs that and exits with status 0; one that cannot set
+ *  @p env exits with status 0 without logging. The caller cannot tell either from a normal exit.
  *
  *  When setpgid() fails in the child, this function also returns in the child, with the errno of
  *  setpgid() and the program not executed, and the child continues in the caller's code. A caller

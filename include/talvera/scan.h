@@ -103,7 +103,7 @@ TALVERA_API char *get_string(char *s, char *buf, int size, int delim) TALVERA_NO
 
 /** Replaces all characters below 33 at the end of a string by terminators.
  *
- *  @param[in,out] s  string of less than 32768 characters; a longer one is left unchanged
+ *  @param[in,out] s  string of fewer than 32768 characters; a longer one is left unchanged
  */
 TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
 

@@ -82,8 +82,8 @@ TALVERA_API int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long lengt
  *  it. The certificate is expected in PEM; anything else, even a FIFO, has the hash 0. An existing
  *  link of that hash stays: hashes are not numbered further.
  *
- *  When @p cert_path does not exist, @p link_path is removed, and so is every dangling symbolic
- *  link of the directory, including its own hash link.
+ *  When @p cert_path does not exist, @p link_path is removed; if that succeeds, so is every
+ *  dangling symbolic link in the directory, including its own hash link.
  *
  *  @param cert_path  the certificate file, as the link is to name it
  *  @param link_path  "/var/etc/ssl/" and a file name
@@ -133,8 +133,8 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
 
 /** @}
  *  @name Certificate files
- *  A format string selects the encoding of a certificate file. Only its beginning counts, tested in
- *  this order:
+ *  A format string selects the encoding of a certificate file. It is tested in this order; only its
+ *  beginning counts, except that the four PKCS#12 words must match exactly:
  *
  *      D or d                         DER
  *      N or n                         Netscape certificate sequence

@@ -33,15 +33,15 @@ struct datetime {
   int32_t day;     /**< day of the month, 1 to 31 */
   int32_t month;   /**< 1 to 12 */
   int32_t year;    /**< full year, 1970 or later */
-  int32_t weekday; /**< (days since 1970-01-01 + 5) mod 7: unlike tm_wday, 1 is a Sunday, and 5 that
-                        Thursday. Set by stod(), ignored by dtos() */
+  int32_t weekday; /**< (days since 1970-01-01, a Thursday, + 5) mod 7: unlike in tm_wday, 0 is
+                        Saturday and 1 is Sunday. Set by stod(), ignored by dtos() */
 };
 
 /** Breaks down seconds since 1970-01-01 00:00:00.
  *
- *  Every year divisible by 4 counts as a leap year, which is right from 1901 to 2099. Before 1970
- *  divisions truncate toward zero and fields are whatever the arithmetic gives: negative times of
- *  day and weekdays, and for dates before 1969 year 1969, month 0 and a day of 0 or less.
+ *  Every year divisible by 4 counts as a leap year, which is right from 1901 to 2099. Before 1970,
+ *  divisions truncate toward zero and fields are whatever the arithmetic gives: times of day and
+ *  weekdays may be negative, and a date before 1969 has year 1969, month 0 and a day of 0 or less.
  *
  *  @param seconds  -2147483648 to 2147483647 (2038-01-19 03:14:07)
  *  @param[out] dt  the date; null is ignored

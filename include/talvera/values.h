@@ -1,6 +1,6 @@
 /** @defgroup talvera_values Values
- *  Tables of values and their names, formatters for status pages and logs, and heap strings that
- *  replace each other.
+ *  Tables of values and their names, formatters for status pages and logs, and heap strings stored
+ *  in a caller's slot.
  *
  *  @include values.c
  *
