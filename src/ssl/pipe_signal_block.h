@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include "internal/owners.h"
+#include "internal/signal_block.h"
 
 namespace talvera::ssl {
 
@@ -12,25 +13,24 @@ namespace talvera::ssl {
 class PipeSignalBlock {
  public:
   PipeSignalBlock() {
-    sigemptyset(&pipe_);
-    sigaddset(&pipe_, SIGPIPE);
-    sigprocmask(SIG_BLOCK, &pipe_, &former_);
     sigset_t pending;
     sigpending(&pending);
     was_pending_ = sigismember(&pending, SIGPIPE) == 1;
   }
   ~PipeSignalBlock() {
+    if (was_pending_) return;
     const ErrnoSaver saver;
     constexpr timespec kNoWait = {0, 0};
-    if (!was_pending_) sigtimedwait(&pipe_, nullptr, &kNoWait);
-    sigprocmask(SIG_SETMASK, &former_, nullptr);
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    sigtimedwait(&pipe, nullptr, &kNoWait);
   }
   PipeSignalBlock(const PipeSignalBlock &) = delete;
   PipeSignalBlock &operator=(const PipeSignalBlock &) = delete;
 
  private:
-  sigset_t pipe_;
-  sigset_t former_;
+  SignalBlock block_{SIGPIPE};  // destroyed after the body of the destructor
   bool was_pending_;
 };
 
