@@ -93,8 +93,8 @@ extern "C" int list_iterator_start(list_obj *list) {
 
 extern "C" void *list_iterator_next(list_obj *list) {
   list_elem *element = list->iter_cursor;
-  // After the last element, the cursor moves over the tail sentinel, whose datum is null, and
-  // stops.
+  // After the last element, one call returns the tail sentinel's datum, null, and leaves the cursor
+  // null.
   if (list->iterating == 0 || element == nullptr) return nullptr;
   list->iter_cursor = element->next;
   ++list->iter_position;

@@ -51,7 +51,7 @@ const void *random_pivot(Range range) {
 // them in their final place, so many equal data cost no extra time.
 std::pair<Range, Range> Sorter::partition(Range range) const {
   const void *const pivot = random_pivot(range);
-  list_elem *equal = range.first;  // the first element known to equal the pivot
+  list_elem *equal = range.first;  // start of the run equal to the pivot, which may be empty
   list_elem *next = range.first;   // the first unvisited element
   list_elem *last = range.last;    // the last unvisited element
   Range before{range.first, nullptr, 0};

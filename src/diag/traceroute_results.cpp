@@ -72,7 +72,7 @@ void append_time(tr_hop &hop, const char *token) {
   std::memcpy(hop.times + used + length, ",", 2);
 }
 
-// A marker may be followed by the end of the line or by details.
+// Only the letter counts: the rest of the token may be a line feed or details.
 void take_marker(tr_hop &hop, char letter) {
   for (const Marker &marker : kMarkers) {
     if (letter == marker.letter) hop.status = marker.status;

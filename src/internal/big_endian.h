@@ -1,5 +1,5 @@
-// Unaligned big-endian loads and stores: the byte order of all file, wire and shared-memory formats
-// in the library.
+// Unaligned loads and stores in native and big-endian byte order. Stored binary data and packet
+// fields are big-endian.
 #pragma once
 
 #include <bit>
@@ -8,7 +8,7 @@
 namespace talvera {
 
 // A number at any address. The packed attribute makes compilers emit unaligned-access instructions
-// where the machine has them; for a memcpy() they do not.
+// where the machine has them; not all do so for memcpy().
 template <typename T>
 struct [[gnu::packed, gnu::may_alias]] Unaligned {
   T value;

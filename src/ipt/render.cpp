@@ -46,8 +46,8 @@ static_assert(kMaxBeforeTarget + kSectionLength < IPT_LINE_SIZE);
 enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
 // The line being built in the caller's buffer. The buffer cannot overflow: a section adds at most
-// 63 characters, or 63 plus a name if it fails, and no section follows one that ends after
-// character 191.
+// 63 characters, except that a failing section of parameters or matches adds up to a name more.
+// Those start after at most 147 characters, the target section after at most 191.
 struct Line {
   explicit Line(char *buf) : end(buf) {}
 
@@ -91,8 +91,8 @@ bool command_section(const ipt_rule &rule, Line &line) {
 }
 
 // Appends the section of parameters or of matches. All items share one section's space. An item's
-// name is always written, the rest only if it fits. The name is deducted last; if it exceeds the
-// remaining space, the section fails.
+// name is always written, each further word only if it fits. The name is deducted last; if it
+// exceeds the remaining space, the section fails.
 bool append_items(Line &line, const list_obj *list, Table names, const char *format) {
   if (list == nullptr) return true;  // as in rules for commands without items
   for (const list_elem *element = list->head->next; element != list->tail;
@@ -108,7 +108,7 @@ bool append_items(Line &line, const list_obj *list, Table names, const char *for
     line.room = room;
     const char *const words[] = {names == kParams ? item.value : nullptr,
                                  *option != '\0' ? option : nullptr, item.option_value};
-    unsigned negated = IPT_NEGATE_VALUE;  // the bit of the word, followed by those of the others
+    unsigned negated = IPT_NEGATE_VALUE;  // negation bit of the current word
     for (const char *word : words) {
       if (word != nullptr) append(line, (item.negation & negated) != 0 ? " ! %" : " %", word);
       negated <<= 1;

@@ -5,8 +5,8 @@
 
 namespace talvera::ipt {
 
-// Skips a leading "!" and the spaces after it, and sets bit number `bit` of the mask if it is below
-// 8. Returns null for null.
+// Skips a leading "!" and the spaces after it and returns the rest; null for null. If there is a
+// "!" and `bit` is below 8, sets that bit of the mask.
 const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text);
 
 // Whether a text is a valid argument of "-p".

@@ -36,8 +36,8 @@ class FileCloser {
 };
 
 // Opens the file for access to a range, whose offset must be inside the file, and seeks to
-// `position`. Returns the descriptor, or -1 with errno set and nothing left mounted; errno is
-// EINVAL if the range ends past the end of the file.
+// `position`. Returns the descriptor, or -1 with errno set; errno is EINVAL if the range ends past
+// the end of the file.
 int open_at(int flags, std::uint32_t position, std::uint32_t offset, std::uint32_t length) {
   const int fd = file_open(flags);
   if (fd < 0) return -1;

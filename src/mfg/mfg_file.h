@@ -14,7 +14,7 @@ inline constexpr std::uint32_t kWlcalOffset = kFileSize - 2048;
 inline constexpr std::uint32_t kInfoOffset = kFileSize - 256;
 
 // Mounts the partition (read-only for O_RDONLY) and opens the file; O_CREAT creates it with mode
-// 0600. Returns the descriptor, or a negative value with nothing left mounted.
+// 0600. Returns the descriptor, or a negative value after undoing its own mount.
 int file_open(int flags);
 
 // Closes the file, unless the descriptor is negative, and unmounts the partition; preserves errno.

@@ -17,8 +17,8 @@
 namespace talvera::process {
 namespace {
 
-// The full address structure is always passed, so that trailing zero bytes are part of the bound
-// name.
+// The full address structure is always passed. For a path the kernel ignores the trailing zero
+// bytes; an empty name becomes an abstract one of 108 zero bytes.
 constexpr socklen_t kAddressLength = 110;
 static_assert(sizeof(sockaddr_un) == kAddressLength && sizeof(sockaddr_un::sun_path) == 108);
 static_assert(offsetof(ipc_msgq, address) == 4);

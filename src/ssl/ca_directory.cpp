@@ -37,7 +37,7 @@ bool is_dangling_link(const char *path) {
   return lstat(path, &status) == 0 && S_ISLNK(status.st_mode) && !target_exists(path);
 }
 
-// Intentionally ignores failures and does not number links: an existing link of the same hash
+// Intentionally ignores failures and does not number links: an existing link with the same hash
 // stays.
 void add_hash_link(const char *link_path) {
   char name[kHashLinkSize];

@@ -78,7 +78,7 @@ X509 *read_stream(std::FILE *stream, const char *format) {
   return certificate;
 }
 
-// Reads the certificate of a file, or of standard input for a null path.
+// Reads a certificate from a file, or from standard input if the path is null.
 X509 *read_file(const char *path, const char *format) {
   return read_stream(path != nullptr ? std::fopen(path, "r") : stdin, format);
 }

@@ -39,8 +39,8 @@ class ErrorQueueSaver {
 // and line.
 void free_openssl(void *block);
 
-// A protocol's name and a function that returns its client method; null if the linked OpenSSL lacks
-// the protocol.
+// A protocol's name and a function that returns its client method, or null if OpenSSL was built
+// without the protocol.
 struct Protocol {
   const char *version;
   const SSL_METHOD *(*method)();
