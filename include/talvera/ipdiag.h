@@ -23,7 +23,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/** What a hop's reply reported as unreachable. */
+/** ICMP "destination unreachable" code reported by a hop. */
 enum tr_status {
   TR_NETWORK_UNREACHABLE = 0,  /**< marker !N */
   TR_HOST_UNREACHABLE = 1,     /**< marker !H */
@@ -43,9 +43,9 @@ struct tr_hop {
 
 /** Builds a traceroute command line.
  *
- *  An option given as 0 is omitted. The order is -6, -I, -i, -q, -m, -w, -t, -p, host, packet
- *  length. Host and interface are inserted unquoted: never pass untrusted input when the line goes
- *  to a shell.
+ *  A switch given as 0, or a number of 0 or less, is omitted. The order is -6, -I, -i, -q, -m, -w,
+ *  -t, -p, host, packet length. Host and interface are inserted unquoted: never pass untrusted
+ *  input when the line goes to a shell.
  *
  *  A piece that does not fit is omitted. Intentionally, after each piece the whole length written
  *  so far is subtracted from the remaining size, which therefore reaches 0 before the buffer is

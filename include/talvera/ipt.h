@@ -255,8 +255,8 @@ TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b)
 
 /** Renders a rule as its command line.
  *
- *  Blanks are not normalised: an empty command argument leaves one after the chain's name, an empty
- *  target argument one or two after the target's.
+ *  Blanks are not normalised: without a command argument, the chain's name is followed by a blank;
+ *  without a target argument, the target's name is followed by two blanks, or "--to" by one.
  *
  *  Parameters share 63 characters, and so do matches. A value, option word or option value that
  *  does not fit into what is left is omitted; the rule fails only when an item's own dash and name
@@ -333,8 +333,9 @@ TALVERA_API int ipt_check_port_input(const char *text);
  *
  *  @param text  "a", "a-b" or "a b", which give "a", "a:b" and "a:b". Only one separator is
  *               replaced: the first "-" or, without a "-", the first space
- *  @return a heap string, which the caller frees with free(); null when @p text does not begin with
- *          a digit, has characters other than digits but no separator, and when memory runs out
+ *  @return a heap string, which the caller frees with free(), empty when @p text is; null when
+ *          @p text is null, begins with a character other than a digit, or has characters other
+ *          than digits but no separator, and when memory runs out
  */
 TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
 

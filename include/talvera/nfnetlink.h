@@ -9,8 +9,9 @@
  *  a struct nlattr and on a 4-byte boundary. The type of a message is the subsystem id shifted left
  *  by 8, plus the message type within the subsystem.
  *
- *  A result of -1, or null where a pointer is returned, sets errno, to EINVAL for a null argument.
- *  A handler that ends a dispatch with a negative result sets errno itself.
+ *  A result of -1, or null where a pointer is returned, sets errno, to EINVAL for a null argument;
+ *  only nfnetlink_log_nfa_get_ptr() leaves it unchanged. A handler that ends a dispatch with a
+ *  negative result sets errno itself.
  *
  *  A handle and everything that belongs to it must be used by one thread at a time. Nothing here
  *  logs.

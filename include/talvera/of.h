@@ -126,8 +126,8 @@ TALVERA_API int of_set_flags_for_item(struct of_file_info *item, uint32_t flags)
 
 /** Writes a set to the database "dir/dbname", which is created or replaced.
  *
- *  Items are written in ascending order from 1 to count + 1. Items whose order is outside that
- *  range are omitted, as are all but the first of the array that share an order. The header has
+ *  Items with orders 1 to count + 1 are written, sorted by order. All others are omitted; of
+ *  several items with the same order, only the first in the array is written. The header has
  *  version 1 and the set's count, however many lines follow.
  *
  *  @param set     the set

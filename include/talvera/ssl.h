@@ -15,9 +15,9 @@
  *  after SSL_read() gives SSL_ERROR_SYSCALL before OpenSSL 3.0 and SSL_ERROR_SSL since. No version
  *  reports that as the proper end of data, which is SSL_ERROR_ZERO_RETURN.
  *
- *  Connection functions log with sdb_log(); certificate tools do not log. Errors that OpenSSL
- *  queues during a call are removed before the call returns, except by SSL_Nblk_connect(), after
- *  which ERR_get_error() gives the cause of a failed handshake.
+ *  Connection functions and SSL_cert_rehash() log with sdb_log(); the other certificate tools do
+ *  not log. Errors that OpenSSL queues during a call are removed before the call returns, except by
+ *  SSL_Nblk_connect(), after which ERR_get_error() gives the cause of a failed handshake.
  *  @{ */
 #ifndef TALVERA_SSL_H
 #define TALVERA_SSL_H
@@ -51,7 +51,7 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *  the handshake, but by SSL_check_cert() afterwards. Partial writes and automatic retries are on.
  *
  *  An empty downloaded file, or /dev/null in its place, counts as an installed certificate; a FIFO
- *  or a directory counts as one that cannot be installed. When OpenSSL rejects a product key or
+ *  or a directory counts as one that cannot be installed. When OpenSSL rejects the client key or
  *  certificate, the context is still returned, without the client identity and the later settings
  *  (default locations, modes).
  *

@@ -191,8 +191,8 @@ TALVERA_API int file_access(const char *format, int mode, ...) TALVERA_PRINTF(1,
  *
  *  @param path  the link
  *  @return 0; -1 with errno set when unlink() fails on the target; -1 for a path that is not a
- *          symbolic link; 40960 when @p path does not exist; unspecified but not 0 when @p path is
- *          null
+ *          symbolic link; 40960 when lstat() fails, as for a path that does not exist; unspecified
+ *          but not 0 when @p path is null
  */
 TALVERA_API int file_delete(const char *path);
 
@@ -244,7 +244,7 @@ TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
 /** Reads the first line of a sysfs attribute.
  *
  *  The string is cut at its first carriage return or line feed and not otherwise terminated: pass a
- *  zeroed buffer and a @p size at least one byte below its size. Note the argument order: the
+ *  zeroed buffer that is at least one byte larger than @p size. Note the argument order: the
  *  format's arguments come last. A read error is logged to syslog at LOG_WARNING
  *  ("error reading sysfs attribute (<path>)").
  *
