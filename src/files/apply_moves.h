@@ -13,7 +13,7 @@ struct Move {
   std::int32_t new_order;  // 1 to the set's count
 };
 
-// Sets the orders that of_set_order_for_item() called for each move in turn would produce, for a
+// Sets the orders that calling of_set_order_for_item() for each move in turn would produce, for a
 // set whose orders are 1, 2, 3, ... in array order. Takes O((n + m) log n) time for m moves instead
 // of O(n m). Each item may be moved at most once. Returns false, with nothing changed, when memory
 // runs out.

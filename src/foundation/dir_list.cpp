@@ -1,4 +1,4 @@
-// Directory look-ups and the sorted list of a directory's regular files.
+// Directory lookups and the sorted list of a directory's regular files.
 #include <dirent.h>
 #include <sys/stat.h>
 

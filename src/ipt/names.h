@@ -1,4 +1,4 @@
-// Tables of command line words, indexed by number.
+// Tables of command-line words, indexed by number.
 #pragma once
 
 #include <array>

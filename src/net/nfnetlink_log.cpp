@@ -49,7 +49,7 @@ int queued_reply(nfnetlink_handle &netlink) {
       errno = error;
       return 0;
     }
-    // Lost packets and datagrams from other senders may precede the reply.
+    // A report of lost packets or a datagram from another sender may precede the reply.
     if (end == WaitEnd::kReceiveFailure && errno != ENOBUFS && errno != ENOMSG) break;
   }
   errno = error;

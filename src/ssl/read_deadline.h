@@ -6,7 +6,7 @@
 
 namespace talvera::ssl {
 
-// A point in time of the monotonic clock.
+// A point in time on the monotonic clock.
 class Deadline {
  public:
   explicit Deadline(time_t seconds) {
