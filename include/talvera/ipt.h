@@ -223,7 +223,7 @@ TALVERA_API ipt_param *ipt_rule_add_param(ipt_rule *rule, uint32_t item, uint8_t
  *  @param item          enum ipt_match_module
  *  @param negation      bits of enum ipt_negation
  *  @param option        enum ipt_option; checked when the rule is rendered
- *  @param option_value  heap string, or null; owned by the rule in every case, as by
+ *  @param option_value  heap string, or null; owned by the rule in every case, as with
  *                       ipt_rule_add_param()
  *  @return the new item, owned by the rule; null when @p item is 10 or more or its list cannot be
  *          made or extended (both are logged), or when memory runs out

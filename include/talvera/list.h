@@ -33,7 +33,7 @@
 
 TALVERA_BEGIN_DECLS
 
-/** Compares two data.
+/** Compares two data items.
  *
  *  @param a  one datum
  *  @param b  the other
@@ -385,7 +385,7 @@ TALVERA_API int list_iterator_start(list_obj *list) TALVERA_NONNULL(1);
 /** Returns the next datum. Call list_iterator_hasnext() first: null is returned past the last one.
  *
  *  @param list  the list
- *  @return the next datum; null when no iteration is open
+ *  @return the next datum; null past the last one or when no iteration is open
  */
 TALVERA_API void *list_iterator_next(list_obj *list) TALVERA_NONNULL(1);
 

@@ -50,9 +50,9 @@ enum mfg_info_offset {
 
 /** Reads the info record.
  *
- *  A record that is missing, unreadable, all zeros or has a wrong checksum is replaced by the
- *  default: MAC 02:5A:30:96:02:D0, 16 addresses, type code 40, serial number 1234567890. An empty
- *  serial number is derived from the MAC address. Neither is written back.
+ *  A record that is missing, unreadable or all zeros, or that has a wrong checksum, is replaced by
+ *  the default: MAC 02:5A:30:96:02:D0, 16 addresses, type code 40, serial number 1234567890. An
+ *  empty serial number is derived from the MAC address. Neither is written back.
  *
  *  @param[out] record  at least MFG_INFO_SIZE bytes
  *  @return 0, always

@@ -77,7 +77,7 @@ struct nfnetlink_handle {
 
 /** Opens a netfilter netlink socket and binds it to a port ID chosen by the kernel.
  *
- *  Sequence numbers start at time().
+ *  Sequence numbers start at the current time, as from time().
  *
  *  @return a handle, to be closed with nfnetlink_close(); null with errno set on failure
  */

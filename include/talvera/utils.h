@@ -112,9 +112,10 @@ TALVERA_API long uf_fsize(int fd);
  *  @param[out] data    heap block of exactly @p *length bytes, without a terminator, which the
  *                      caller frees with free(); null on failure
  *  @param[out] length  size of the file in bytes; 0 on failure
- *  @return 0; -1 with errno set when the file cannot be opened, is empty (ENODATA), cannot be read,
- *          or memory runs out; intentionally also (EBADF) when open() returns descriptor 0, so that
- *          a program that closed its standard input does not get a data file in its place
+ *  @return 0; -1 with errno set when the file cannot be opened, is empty (ENODATA) or cannot be
+ *          read, or when memory runs out; intentionally also (EBADF) when open() returns descriptor
+ *          0, so that a program that closed its standard input does not get a data file in its
+ *          place
  */
 TALVERA_API int uf_readall(const char *directory, const char *name, unsigned char **data,
                            unsigned int *length) TALVERA_NONNULL(1, 2, 3, 4) TALVERA_MUST_USE;
@@ -287,8 +288,8 @@ TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
  *  Paths are inserted unquoted into a shell command: never pass untrusted input.
  *  @{ */
 
-/** Marks a clearing (factory reset) as in progress, until the process ends: from now on, in this
- *  process, no file is added and nothing is committed. */
+/** Marks a clearing (factory reset) as in progress, until the process ends: from then on, this
+ *  process adds no file and commits nothing. */
 TALVERA_API void pfs_clearing_set(void);
 
 /** Stops the running "pfs" and runs "pfs -e > /dev/null 2>&1".
