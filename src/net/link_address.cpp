@@ -47,7 +47,7 @@ extern "C" int netu_ifindex2name(unsigned int index, char *name) {
   if (name == nullptr) return talvera::fail(EINVAL);
   const talvera::UniqueFd any(socket(AF_INET, SOCK_DGRAM, 0));
   if (!any.valid()) return -1;
-  ifreq request;
+  ifreq request{};
   request.ifr_ifindex = static_cast<int>(index);
   if (ioctl(any.get(), SIOCGIFNAME, &request) < 0) return -1;
   std::strncpy(name, request.ifr_name, IFNAMSIZ);
