@@ -20,9 +20,9 @@
  *  While an iteration is open (from list_iterator_start() to list_iterator_stop()), functions that
  *  would change the elements or their order fail.
  *
- *  Only list_init(), the list_attributes_ functions and list_concat() accept a null list pointer.
- *  Nothing is logged. A list is not thread-safe. When memory runs out, the function that needs it
- *  fails, and existing lists are unchanged.
+ *  list_init(), the list_attributes_ functions and list_concat() fail when a list pointer is null;
+ *  every other function requires a valid one. Nothing is logged. A list is not thread-safe. When
+ *  memory runs out, the function that needs it fails, and existing lists are unchanged.
  *  @{ */
 #ifndef TALVERA_LIST_H
 #define TALVERA_LIST_H
@@ -106,7 +106,7 @@ typedef struct list_obj {
   list_elem **spares;     /**< array of LIST_SPARES_MAX spare elements, used as a stack */
   uint32_t spare_count;   /**< number of spare elements */
   int32_t iterating;      /**< non-zero while an iteration is open */
-  uint32_t iter_position; /**< number of data that the open iteration has returned */
+  uint32_t iter_position; /**< number of data the open iteration has returned */
   list_elem *iter_cursor; /**< element whose datum list_iterator_next() returns next */
   list_attrs attrs;       /**< attributes */
 } list_obj;

@@ -81,9 +81,9 @@ TALVERA_API int nvram_id(const char *path);
 /** Attaches the segment at an address chosen by the system.
  *
  *  @param path  as for nvram_init()
- *  @return the segment's address; null with errno EINVAL for a null path; the all-ones address, as
- *          of shmat(), with errno set on failure: EINVAL also when there is no segment, for which
- *          nvram_id() gives the cause
+ *  @return the segment's address; null with errno EINVAL for a null path; on failure the all-ones
+ *          address, as from shmat(), with errno set: EINVAL also when there is no segment, for
+ *          which nvram_id() gives the cause
  */
 TALVERA_API void *nvram_attach(const char *path);
 

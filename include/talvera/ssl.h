@@ -3,9 +3,10 @@
  *
  *  @include ssl.c
  *
- *  A program gets a client context from SSL_initialize(), binds an OpenSSL `SSL` object of it to a
- *  connected socket, runs the handshake with SSL_Nblk_connect(), and validates the server with
- *  SSL_check_cert() before it sends anything: the handshake itself accepts every server.
+ *  A program gets a client context from SSL_initialize(), binds an OpenSSL `SSL` object created
+ *  from it to a connected socket, runs the handshake with SSL_Nblk_connect(), and validates the
+ *  server with SSL_check_cert() before it sends anything: the handshake itself accepts every
+ *  server.
  *
  *  The objects are OpenSSL's own, to be used and freed with its functions. The library supports
  *  OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer versions reject by
@@ -104,7 +105,7 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *  blocking mode. A server that closes the connection does not raise SIGPIPE during the handshake;
  *  it does during a later SSL_write(), unless the program ignores the signal.
  *
- *  @param ssl  an object of the context, bound to @p fd
+ *  @param ssl  an object created from the context, bound to @p fd
  *  @param fd   connected socket, below FD_SETSIZE
  *  @return 1 when the handshake completed; 0 when it failed or timed out, or the socket reported an
  *          exceptional condition (such as urgent data)
