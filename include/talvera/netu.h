@@ -113,10 +113,10 @@ TALVERA_API char *netu_etoa(const unsigned char *mac, char *buf) TALVERA_NONNULL
 
 /** Reads a MAC address without validating it.
  *
- *  Up to six hexadecimal numbers are read as by strtoul(), and the low byte of each is stored. Any
- *  one character separates two groups.
+ *  Up to six hexadecimal numbers are read as strtoul() reads them, and the low byte of each is
+ *  stored. Any one character separates two groups.
  *
- *  @param text      the string; one with fewer groups fills fewer bytes
+ *  @param text      the string; one with fewer groups fills fewer bytes, and an empty group gives 0
  *  @param[out] mac  6 bytes; those without a group are unchanged
  *  @return @p mac
  */
@@ -135,8 +135,8 @@ TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
  *  @{ */
 
 /** Counters of an interface, each named after its file in /sys/class/net/INTERFACE/statistics
- *  (Documentation/ABI/testing/sysfs-class-net-statistics). The last four files are specific to the
- *  platform's drivers. */
+ *  (Documentation/ABI/testing/sysfs-class-net-statistics in the kernel's source). The last four
+ *  files are specific to the platform's drivers. */
 enum netu_stat {
   NETU_RX_PACKETS,       /**< rx_packets */
   NETU_RX_BYTES,         /**< rx_bytes */
@@ -167,7 +167,7 @@ struct netu_linuxif_stats {
  *  @param ifname    interface
  *  @param index     enum netu_stat; must be below NETU_STAT_COUNT, which is not checked
  *  @param[out] buf  receives the string as sysfs_get_attr() reads it: pass a zeroed buffer
- *  @param size      maximum number of bytes to read, at least one below the size of @p buf
+ *  @param size      maximum number of bytes to read, less than the size of @p buf
  *  @return 0, or the errno of the failure
  */
 TALVERA_API int netu_ifstat_get(const char *ifname, unsigned int index, char *buf,
@@ -194,7 +194,7 @@ TALVERA_API int netu_init_linuxif_stats(struct netu_linuxif_stats *stats) TALVER
 
 /** Reads all counters of an interface and computes the deltas.
  *
- *  Values are converted as by strtoul() in base 0. A counter beyond 32 bits becomes 2^32 - 1; one
+ *  Values are converted as strtoul() does in base 0. A counter beyond 32 bits becomes 2^32 - 1; one
  *  whose file can be opened but not read becomes 0. Intentionally, a counter whose file is missing
  *  or empty takes the value of the one before it in enum netu_stat (the first takes 0).
  *
@@ -229,14 +229,14 @@ TALVERA_API uint32_t netu_get_linuxif_stat(const struct netu_linuxif_stats *stat
  *  Runs "arping -Dq -c 1 -I IFNAME ADDRESS" from the search path and blocks until it ends. A failed
  *  fork() is logged to syslog at LOG_ERR ("netu_arping_test fork failed (<error>)").
  *
- *  The handler of process_start() may run in any thread meanwhile. A program with another SIGCHLD
- *  handler that reaps every child must block the signal in its other threads: a probe whose child
- *  such a handler has reaped gives 1.
+ *  The SIGCHLD handler of process_start() may safely run in other threads meanwhile. A program with
+ *  another SIGCHLD handler that reaps every child must block the signal in its other threads: a
+ *  probe whose child such a handler has reaped gives 1.
  *
  *  @param ifname   interface to probe on
  *  @param address  address string
- *  @return 1 when the address is in use, or arping was killed or could not be waited for; 0 when no
- *          host replied, or arping could not be started
+ *  @return 1 when the address is in use, or arping was killed or could not be waited for; 0
+ *          otherwise, such as when no host replied or arping could not be started
  */
 TALVERA_API int netu_arping_test(const char *ifname, const char *address) TALVERA_NONNULL(1, 2);
 

@@ -5,13 +5,13 @@
  *
  *  Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>), in host byte
  *  order except for fields stated to be big-endian. A message is a struct nlmsghdr, a struct
- *  nfgenmsg (address family, version 0, big-endian resource id), then attributes, each preceded by
- *  a struct nlattr and on a 4-byte boundary. The type of a message is the subsystem id shifted left
- *  by 8, plus the message type within the subsystem.
+ *  nfgenmsg (address family, version 0, big-endian resource id), then attributes on 4-byte
+ *  boundaries, each a struct nlattr and a payload. The type of a message is the subsystem id
+ *  shifted left by 8, plus the message type within the subsystem.
  *
- *  A result of -1, or null where a pointer is returned, sets errno, to EINVAL for a null argument;
- *  only nfnetlink_log_nfa_get_ptr() leaves it unchanged. A handler that ends a dispatch with a
- *  negative result sets errno itself.
+ *  A function that returns -1, or null where it returns a pointer, sets errno, to EINVAL for a null
+ *  argument; only nfnetlink_log_nfa_get_ptr() leaves it unchanged. A handler that ends a dispatch
+ *  with a negative result sets errno itself.
  *
  *  A handle and everything that belongs to it must be used by one thread at a time. Nothing here
  *  logs.
@@ -71,7 +71,7 @@ struct nfnetlink_handle {
   int32_t fd;               /**< the socket */
   struct sockaddr_nl local; /**< own address: port ID given by the kernel, joined groups */
   struct sockaddr_nl peer;  /**< the kernel's address */
-  uint32_t sequence;        /**< sequence number of the last request; increment before each */
+  uint32_t sequence;        /**< of the last request; its builder increments it first */
   struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem id */
 };
 
@@ -150,16 +150,17 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
 
 /** Sends a message and dispatches what arrives until the kernel has acknowledged it.
  *
- *  Blocks. Kernel error replies are not reported: the wait continues after one, and ends with
- *  whatever comes next. Datagrams are truncated to 8192 bytes. When the wait ends without an
+ *  Blocks. Kernel error replies are not reported: the wait continues after one, until something
+ *  else ends it. Datagrams are truncated to 8192 bytes. When the wait ends without an
  *  acknowledgement, that of this request may still arrive later.
  *
  *  @param handle   the handle
  *  @param message  a complete message, nlmsg_len bytes, that requests an acknowledgement
- *  @return 0 when the kernel acknowledged, or a datagram had no complete first message; the result
- *          of a handler that stopped the dispatch; -1 when sending, receiving (other than because
- *          of a signal) or dispatching fails, when the first message of a datagram has a sequence
- *          number that is neither 0 nor the handle's (EPROTO), or when an argument is null
+ *  @return 0 when the kernel acknowledged, a multi-part reply ended, or a datagram had no complete
+ *          first message; the result of a handler that stopped the dispatch; -1 when sending,
+ *          receiving (other than because of a signal) or dispatching fails, when the first message
+ *          of a datagram has a sequence number that is neither 0 nor the handle's (EPROTO), or when
+ *          an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);
@@ -184,17 +185,17 @@ TALVERA_API int nfnetlink_receive(struct nfnetlink_handle *handle, void *buf, un
  *    a multi-part reply (NLMSG_DONE with NLM_F_MULTI and error 0).
  *  - With another error these messages are skipped: kernel error replies are not reported.
  *  - A message whose callback has no handler or no attribute count is skipped.
- *  - Otherwise the handler is called, and a result below 1 ends the dispatch.
+ *  - When the callback has both, the handler is called, and a result below 1 ends the dispatch.
  *  - A message that is too short (EBADMSG), or of an unknown subsystem or a type beyond the
  *    subsystem's callbacks (EOPNOTSUPP), ends the dispatch with -1.
  *
- *  Nothing past @p length is read, whatever the messages state. A trailing partial message is
- *  ignored.
+ *  Nothing past @p length is read, whatever lengths the messages state. A trailing partial message
+ *  is ignored.
  *
  *  @param handle  the handle
  *  @param data    received bytes, aligned as handlers need them (4 bytes for struct nlmsghdr)
  *  @param length  number of bytes
- *  @return the result that ended the dispatch; at the end of the buffer that of the last message,
+ *  @return the result that ended the dispatch; at the end of the buffer, that of the last message,
  *          which is 1 for a skipped one; 0 when the buffer has no complete first message; -1 when
  *          @p handle or @p data is null, or memory runs out for a table of more than 64 attributes
  */
@@ -202,9 +203,9 @@ TALVERA_API int nfnetlink_msg_unpack(struct nfnetlink_handle *handle, const void
 
 /** Builds the attribute table of a message.
  *
- *  Entry n-1 gets the last attribute of type n, without the top bit of the type field. Attributes
- *  of type 0 and of types beyond the table are ignored; parsing stops at the first attribute that
- *  is shorter than its header or longer than the remaining bytes.
+ *  Entry n-1 gets the last attribute of type n; the top bit of the type field is ignored.
+ *  Attributes of type 0 and of types beyond the table are ignored; parsing stops at the first
+ *  attribute that is shorter than its header or longer than the remaining bytes.
  *
  *  @param[out] table  pointers into the message; null for types that it does not have
  *  @param table_size  number of entries of @p table
@@ -219,21 +220,24 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  @name Packet log
  *  Packets that a firewall rule sends to a log group (iptables' NFLOG target) are delivered to the
  *  program that has bound the group (<linux/netfilter/nfnetlink_log.h>). A program opens a log
- *  handle, binds groups, sets what is copied of each packet and registers a handler per group; then
- *  it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink handle.
+ *  handle, binds groups, sets how much of each packet is copied and registers a handler per group;
+ *  then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
+ *  handle.
  *
  *  After several packets in one datagram the kernel puts an NLMSG_DONE message without NLM_F_MULTI:
  *  nfnetlink_msg_unpack() then returns -1, after the handlers have seen all of the packets.
  *
  *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: a
- *  rejected request does not return, unless SO_RCVTIMEO is set on the netlink handle's socket.
+ *  rejected request does not return until something else ends the wait, such as a time-out set with
+ *  SO_RCVTIMEO on the netlink handle's socket.
  *
  *  Packets that arrive during the wait are dispatched. A packet for a group without a handler, a
  *  packet whose handler stops the dispatch, and several packets in one datagram end the wait;
  *  pending datagrams up to the kernel's reply are then dispatched as well, so nothing stale is left
- *  for the next request. Bind and unbind return the kernel's result when its reply is found; the
- *  other requests return the result of the wait, even if the kernel acknowledged them, and may be
- *  retried. A handler must not close the log during a request.
+ *  for the next request. nfnetlink_log_bind_group() and nfnetlink_log_unbind_group() return the
+ *  kernel's result when its reply is found; the other requests return the result of the wait, even
+ *  if the kernel acknowledged them, and may be retried. A handler must not close the log during a
+ *  request.
  *  @{ */
 
 /** Size of the attribute table of a packet: types NFULA_PACKET_HDR (1) to 17. */
@@ -248,7 +252,7 @@ struct nfnetlink_log_group;
  *  @param header      nfgenmsg header of the message: address family, group as big-endian res_id
  *  @param attributes  attributes of the packet, for nfnetlink_log_nfa_get_ptr()
  *  @param data        data pointer, as registered
- *  @return as nfnetlink_handler
+ *  @return as for nfnetlink_handler
  */
 typedef int (*nfnetlink_log_handler)(struct nfnetlink_log_group *group,
                                      const struct nfgenmsg *header,

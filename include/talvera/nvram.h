@@ -26,10 +26,10 @@
  *  A name's bucket is its hash modulo 256, plus 1. The hash starts at 0, and each character of the
  *  whole name makes it hash * 31 + character. Names are compared over their first 32 characters.
  *
- *  There is no mutual exclusion: programs that share a store serialise their writers, and a value
- *  can change under its reader. Corrupt content never leads these functions outside the segment or
- *  into an endless loop: a link out of range ends a chain, and so does a chain longer than the
- *  table.
+ *  There is no mutual exclusion: programs that share a store must serialise their writers, and a
+ *  value can change under its reader. Corrupt content never leads these functions outside the
+ *  segment or into an endless loop: a chain ends at a link out of range, and after as many entries
+ *  as the table has.
  *  @{ */
 #ifndef TALVERA_NVRAM_H
 #define TALVERA_NVRAM_H
@@ -57,7 +57,7 @@ TALVERA_BEGIN_DECLS
 TALVERA_API extern int32_t nvram_shmid;
 
 /** Address of the attached segment, stored here by the program; initially null. The all-ones
- *  address, nvram_attach()'s failure, counts as null. */
+ *  address, which nvram_attach() returns on failure, counts as null. */
 TALVERA_API extern void *nvram_hash;
 
 /** Creates the segment with mode 0600, or finds the existing one.
@@ -82,8 +82,8 @@ TALVERA_API int nvram_id(const char *path);
  *
  *  @param path  as for nvram_init()
  *  @return the segment's address; null with errno EINVAL for a null path; on failure the all-ones
- *          address, as from shmat(), with errno set: EINVAL also when there is no segment, for
- *          which nvram_id() gives the cause
+ *          address, as from shmat(), with errno set: EINVAL also when there is no segment, in which
+ *          case nvram_id() gives the cause
  */
 TALVERA_API void *nvram_attach(const char *path);
 
@@ -145,7 +145,7 @@ TALVERA_API char *nvram_get(const char *name);
  *  @param value  its value
  *  @return 0; -1 with errno EINVAL when segment, name or value is null; -1 with errno ELOOP when
  *          the pair is new and its chain is circular; NVRAM_FULL, with a line on standard error,
- *          when the pair's bucket is in use and no overflow entry is free
+ *          when the pair is new, its bucket is in use and no overflow entry is free
  */
 TALVERA_API int nvram_set(const char *name, const char *value);
 

@@ -18,16 +18,17 @@
  *      2:0:4:a.jpg
  *
  *  Names must not contain white space, at which they end when read back: the filter should exclude
- *  such files. Such a name before the last line makes the whole database unreadable, so that the
- *  next of_sync_dbfile() discards every saved setting; on the last line it is read as its first
- *  word. The database is itself a regular file of the directory: the filter must exclude it too.
+ *  such files. White space inside a name on any line but the last makes the whole database
+ *  unreadable, so that the next of_sync_dbfile() discards every saved setting; on the last line the
+ *  name is read as its first word. The database is itself a regular file of the directory: the
+ *  filter must exclude it too.
  *
  *  Numbers outside 32 bits read as the nearest limit. Names are truncated to 31 characters, both
  *  when read and when a set is built. The path "directory/name" is truncated to 4095 characters.
  *
  *  Every failure gives -1, and nothing is logged. errno is EINVAL for invalid database content, a
  *  position that a set does not have and a missing filter, otherwise that of the failing call.
- *  Callers serialise their access to a directory's database.
+ *  Callers must serialise their access to a directory's database.
  *  @{ */
 #ifndef TALVERA_OF_H
 #define TALVERA_OF_H
@@ -151,8 +152,9 @@ TALVERA_API int of_serialize(const struct of_files_info *set, const char *dir, c
  *  @param dbname    name of the database in it
  *  @param create    when the file cannot be opened: 0 fails, any other value builds the set with
  *                   of_init_files_info()
- *  @return 0; -1 when the file cannot be opened, has fewer valid items than its header states, a
- *          negative count, or items of a version other than 1, or when memory runs out
+ *  @return 0; -1 when the file cannot be opened and no set is built instead; when it has fewer
+ *          valid items than its header states, a negative count, or items of a version other than
+ *          1; or when memory runs out
  */
 TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, const char *dir,
                                const char *dbname, uint8_t create)
@@ -161,22 +163,22 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
 /** Brings the database up to date with the directory.
  *
  *  Files in the database keep their switch and flags; one by one, in byte order of their names,
- *  they are moved to their saved order, unless that is below 1 or above the number of files now.
- *  Then each new file is moved to the top, enabled and with flags 0, so that the last of them comes
- *  first. Because of the successive moves, known files may change places when files were added or
- *  removed. Removed files are dropped.
+ *  they are moved to their saved order, unless that is below 1 or above the current number of
+ *  files. Then each new file is moved to the top, enabled and with flags 0, so that the last of
+ *  them comes first. Because of the successive moves, known files may change places when files were
+ *  added or removed. Removed files are dropped.
  *
  *  When the database cannot be read, or memory to read it runs out, the result is that of a new
- *  directory: alphabetical, all enabled. A database without a valid header has no items, so all
- *  files are new and the alphabetically last comes first.
+ *  directory: in byte order of the names, all enabled. A database without a valid header has no
+ *  items, so all files are new and the last in byte order comes first.
  *
- *  The cost grows as n log n with the number of files.
+ *  Takes O(n log n) time for n files.
  *
  *  @param filter  which files to include; null is a failure (EINVAL)
  *  @param dir     path of the directory
  *  @param dbname  name of the database in it
- *  @return 0; -1, with the database unchanged, when the directory cannot be read or memory runs
- *          out; -1 when the database cannot be written
+ *  @return 0; -1, with the database unchanged, when the directory cannot be read or memory runs out
+ *          (other than for reading the database); -1 when the database cannot be written
  */
 TALVERA_API int of_sync_dbfile(of_filter filter, const char *dir, const char *dbname)
     TALVERA_NONNULL(2, 3);

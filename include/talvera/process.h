@@ -7,9 +7,9 @@
  *  starts, stops and time-outs at LOG_DEBUG. Results are 0, the errno value of the failed system
  *  call, or one of enum process_result. A process ID below 2 is never signalled.
  *
- *  Every process_start() installs a SIGCHLD handler, in place of the program's own, that reaps
- *  every child of this process that has exited, however it was started. A program that waits for
- *  its own children elsewhere must expect ECHILD.
+ *  Every call of process_start() installs a SIGCHLD handler, in place of the program's own, that
+ *  reaps every child of this process that has exited, however it was started. A program that waits
+ *  for its own children elsewhere must expect ECHILD.
  *  @{ */
 #ifndef TALVERA_PROCESS_H
 #define TALVERA_PROCESS_H
@@ -21,7 +21,7 @@
 
 TALVERA_BEGIN_DECLS
 
-union sigval; /* of signal.h, which strict C99 hides */
+union sigval; /* in <signal.h>, which hides it in strict C99 mode */
 
 /** Results that are not errno values of a failed call. */
 enum process_result {
@@ -109,7 +109,7 @@ TALVERA_API int process_wait(pid_t pid, int seconds);
  *
  *  @param pid  the process
  *  @return 0 when it has ended; PROCESS_INVALID; PROCESS_TIMEOUT when it is still there a second
- *          after SIGKILL; or the errno of the signal that could not be sent (ESRCH: already gone)
+ *          after SIGKILL; or the errno of the kill() that failed (ESRCH: already gone)
  */
 TALVERA_API int process_stop(pid_t pid);
 

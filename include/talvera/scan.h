@@ -4,13 +4,13 @@
  *  @include scan.c
  *
  *  Each scanner takes a pointer into a NUL-terminated 8-bit string and returns where it stopped, so
- *  that calls chain along a line. A scanner that finds nothing of its kind returns the pointer it
- *  was given and does not set errno. Nothing is logged. No scanner reads before the start of the
- *  string or past its terminator.
+ *  that calls chain along a line. A scanner of numbers or addresses that finds none returns the
+ *  pointer it was given and does not set errno. Nothing is logged. No scanner reads before the
+ *  start of the string or past its terminator.
  *
  *  Blanks are space and tab. White space is the isspace() class of the POSIX locale (space, tab,
  *  line feed, vertical tab, form feed, carriage return), whatever locale the program has set. Where
- *  an entry says "below 33", bytes are read as signed characters, so bytes of 128 and more are
+ *  an entry says "below 33", bytes are read as signed characters, so bytes of 128 and above are
  *  below 33 too: they end words, and are stripped as trailing white space.
  *
  *  Numbers have 32 bits on every machine: an unsigned long receives 0 to 4294967295, a long
@@ -50,7 +50,7 @@ TALVERA_API char *skipwhitespace(char *s);
 /** Skips to white space.
  *
  *  @param s  string
- *  @return the first white space in @p s, or its terminator
+ *  @return the first white-space character in @p s, or its terminator
  */
 TALVERA_API char *skip_nonspace(char *s) TALVERA_NONNULL(1);
 
@@ -86,7 +86,7 @@ TALVERA_API char *get_word(char *s, char *buf, int size);
 /** Parses a string, which may be quoted and contain escapes.
  *
  *  Leading blanks are skipped. A double quote switches quoting on or off and is not part of the
- *  string; blanks inside quotes are. Escapes work inside quotes and outside: "^x" and two
+ *  string; blanks inside quotes are. Escapes work inside quotes and outside: "^x" or "^X" and two
  *  hexadecimal digits give that byte (nothing when it is 0 or digits are missing); "^" and any
  *  other character give that character; a "^" at the very end gives nothing.
  *
@@ -101,7 +101,7 @@ TALVERA_API char *getstring(char *s, char *buf, int size, int delim) TALVERA_NON
 /** Same as getstring(). @copydetails getstring */
 TALVERA_API char *get_string(char *s, char *buf, int size, int delim) TALVERA_NONNULL(2);
 
-/** Replaces all characters below 33 at the end of a string by terminators.
+/** Replaces all characters below 33 at the end of a string with terminators.
  *
  *  @param[in,out] s  string of fewer than 32768 characters; a longer one is left unchanged
  */
@@ -113,8 +113,8 @@ TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
 
 /** Checks that a whole string is one unsigned decimal number.
  *
- *  White space may surround the number; trailing white space is stripped from the caller's string
- *  as by strip_trailing_white(). An empty string is 0. A string that converts to the maximum is
+ *  White space may surround the number; trailing white space is stripped from the caller's string,
+ *  as strip_trailing_white() does. An empty string is 0. A string that converts to the maximum is
  *  valid only when it is exactly the maximum, in plain decimal, which rejects larger numbers.
  *  Intentionally, nothing else is checked for range: "-5" gives 4294967291.
  *
@@ -158,7 +158,7 @@ TALVERA_API char *gethex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 /** Same as gethex(). @copydetails gethex */
 TALVERA_API char *get_hex(char *s, unsigned long *value) TALVERA_NONNULL(2);
 
-/** Parses a decimal number, as getnum() does, and reads it as signed 32 bits.
+/** Parses a decimal number, as getnum() does, and interprets it as a signed 32-bit number.
  *
  *  @param s           string; null reads as empty
  *  @param[out] value  the number; 0 when no digit was read

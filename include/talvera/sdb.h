@@ -1,11 +1,11 @@
 /** @defgroup talvera_sdb System database and log
- *  Three functions that the library calls and does not define. On the gateway, a platform library
+ *  Three functions that the library calls but does not define. On the gateway, a platform library
  *  defines them.
  *
  *  @include sdb.c
  *
  *  Other programs can link `talvera_sdb`, a stand-in for development machines, which takes values
- *  from the text file that the environment variable TALVERA_SDB names and logs to standard error.
+ *  from the text file named by the environment variable TALVERA_SDB and logs to standard error.
  *  @{ */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H

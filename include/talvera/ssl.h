@@ -16,9 +16,10 @@
  *  after SSL_read() gives SSL_ERROR_SYSCALL before OpenSSL 3.0 and SSL_ERROR_SSL since. No version
  *  reports that as the proper end of data, which is SSL_ERROR_ZERO_RETURN.
  *
- *  Connection functions and SSL_cert_rehash() log with sdb_log(); the other certificate tools do
- *  not log. Errors that OpenSSL queues during a call are removed before the call returns, except by
- *  SSL_Nblk_connect(), after which ERR_get_error() gives the cause of a failed handshake.
+ *  SSL_initialize(), SSL_Nblk_connect(), SSL_check_cert() and SSL_cert_rehash() log with sdb_log();
+ *  the other functions do not log. Errors that OpenSSL queues during a call are removed before the
+ *  call returns, except by SSL_Nblk_connect(), after which ERR_get_error() gives the cause of a
+ *  failed handshake.
  *  @{ */
 #ifndef TALVERA_SSL_H
 #define TALVERA_SSL_H
@@ -46,10 +47,11 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *
  *  The context trusts OpenSSL's default locations, the product's eleven root certificates, and a
  *  downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which at most 4096 bytes are
- *  read. It offers all ciphers and presents the device's client certificate, signing with SHA-256,
- *  SHA-224 or SHA-1, since the device's RSA key is too short for more; a program that uses another
- *  key in the context can call SSL_CTX_set1_client_sigalgs_list(). The peer is not verified during
- *  the handshake, but by SSL_check_cert() afterwards. Partial writes and automatic retries are on.
+ *  read. It offers the ciphers of OpenSSL's "ALL" list and presents the device's client
+ *  certificate, signing with SHA-256, SHA-224 or SHA-1, since the device's RSA key is too short for
+ *  longer digests; a program that uses another key in the context can call
+ *  SSL_CTX_set1_client_sigalgs_list(). A server that fails verification does not end the handshake:
+ *  SSL_check_cert() rejects it afterwards. Partial writes and automatic retries are on.
  *
  *  An empty downloaded file, or /dev/null in its place, counts as an installed certificate; a FIFO
  *  or a directory counts as one that cannot be installed. When OpenSSL rejects the client key or
@@ -62,7 +64,7 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *  @param version  "tls1", "tls1.1", "tls1.2", "ssl3" or "dtls1", in lower case only
  *  @return the context, which the caller frees with SSL_CTX_free(); null, after a line in the log,
  *          when @p version is null, empty or unknown, when the linked OpenSSL lacks the protocol,
- *          when a certificate cannot be installed, or when the key cannot be read
+ *          when a certificate cannot be installed, or when "system.sku" cannot be read
  */
 TALVERA_API SSL_CTX *SSL_initialize(const char *version) TALVERA_MUST_USE;
 
@@ -81,15 +83,15 @@ TALVERA_API int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long lengt
  *  When @p cert_path exists and nothing is at @p link_path, @p link_path becomes a symbolic link to
  *  it, and the OpenSSL lookup link, named after the subject hash ("5f4e3d2c.0"), is created beside
  *  it. The certificate is expected in PEM; anything else, even a FIFO, has the hash 0. An existing
- *  link of that hash stays: hashes are not numbered further.
+ *  link of that hash stays: no link numbered ".1" or higher is made.
  *
  *  When @p cert_path does not exist, @p link_path is removed; if that succeeds, so is every
- *  dangling symbolic link in the directory, including its own hash link.
+ *  dangling symbolic link in the directory, including the certificate's hash link.
  *
- *  @param cert_path  the certificate file, as the link is to name it
+ *  @param cert_path  path of the certificate file, used verbatim as the link's target
  *  @param link_path  "/var/etc/ssl/" and a file name
  *  @return 1 when a link was made or removed; 0 when there was nothing to do or it failed (a
- *          link that could not be made is logged)
+ *          failure to make @p link_path is logged)
  */
 TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TALVERA_NONNULL(1, 2);
 
@@ -157,7 +159,7 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
  *
  *  @param path    the file; null for standard input
  *  @param format  format string
- *  @return the hash, of 32 bits; 0 when there is no certificate
+ *  @return the 32-bit hash; 0 when there is no certificate
  */
 TALVERA_API unsigned long SSL_cert_hash(const char *path, const char *format);
 
@@ -165,7 +167,7 @@ TALVERA_API unsigned long SSL_cert_hash(const char *path, const char *format);
  *
  *  @param path      the file; null for standard input
  *  @param format    format string
- *  @param digest    "sha1" or "md5", in any case
+ *  @param digest    "sha1" or "md5", in upper or lower case
  *  @param[out] buf  at least 61 bytes (SHA-1) or 49 (MD5): two digits and a colon for each byte of
  *                   the digest, with the last colon replaced by the terminator, and one more NUL
  *  @return 0; -1 with @p buf unchanged when there is no certificate, the digest is unknown, or
@@ -180,7 +182,7 @@ TALVERA_API int SSL_cert_fingerprint(const char *path, const char *format, const
  *
  *  @param der_path  the certificate in DER; null for standard input
  *  @param pem_path  the file to write
- *  @return 0; -1 when either file fails
+ *  @return 0; -1 when the certificate cannot be read or the new file cannot be written
  */
 TALVERA_API int SSL_cert_der2pem(const char *der_path, const char *pem_path);
 
@@ -266,8 +268,8 @@ TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int size)
  *  @param cert      the certificate, which the call consumes
  *  @param[out] buf  at least @p size + 1 bytes
  *  @param size      maximum number of characters
- *  @return number of characters in @p buf; -1 when the date is missing or not a valid UTCTime (as
- *          from the year 2050), or @p size is negative
+ *  @return number of characters in @p buf; -1 when the date is missing or not a valid UTCTime
+ *          (dates from 2050 on are not), or @p size is negative
  */
 TALVERA_API int uc_get_notbefore(X509 *cert, char *buf, int size) TALVERA_NONNULL(1, 2);
 
@@ -276,8 +278,8 @@ TALVERA_API int uc_get_notbefore(X509 *cert, char *buf, int size) TALVERA_NONNUL
  *  @param cert      the certificate, which the call consumes
  *  @param[out] buf  at least @p size + 1 bytes
  *  @param size      maximum number of characters
- *  @return number of characters in @p buf; -1 when the date is missing or not a valid UTCTime (as
- *          from the year 2050), or @p size is negative
+ *  @return number of characters in @p buf; -1 when the date is missing or not a valid UTCTime
+ *          (dates from 2050 on are not), or @p size is negative
  */
 TALVERA_API int uc_get_notafter(X509 *cert, char *buf, int size) TALVERA_NONNULL(1, 2);
 
