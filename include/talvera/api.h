@@ -19,7 +19,7 @@
  *  null. */
 #define TALVERA_NONNULL(...) __attribute__((nonnull(__VA_ARGS__)))
 
-/** Makes the compiler warn when the result is ignored, which would leak or hide a failure. */
+/** Makes the compiler warn when the result is ignored, which leaks memory or hides a failure. */
 #define TALVERA_MUST_USE __attribute__((warn_unused_result))
 
 /** @def TALVERA_BEGIN_DECLS

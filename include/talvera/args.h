@@ -27,8 +27,8 @@ enum {
  *  two double quotes or two apostrophes (up to the end of the string when the second is missing).
  *
  *  @param[in,out] cursor  where to start; set to the character after the one that ended the token,
- *                         or to null when the string ended it: that was the last token, do not call
- *                         again. Unchanged when the result is null
+ *                         or to null when the end of the string did: that was the last token, and
+ *                         the function must not be called again. Unchanged when the result is null
  *  @return the token, terminated in place; null when only white space is left
  */
 TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);
@@ -45,7 +45,7 @@ TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);
  */
 TALVERA_API void str_to_args(char *s, int *argc, char *argv[20]) TALVERA_NONNULL(2, 3);
 
-/** Finds the delimiter of a string.
+/** Finds which delimiter a string contains.
  *
  *  @param s  string to search
  *  @return a pointer into the constant string " -/", at the first of its characters that occurs
@@ -72,7 +72,8 @@ TALVERA_API char *str_to_args_by_delim(char *s, const char *delims, int *argc, c
  *  @param[in,out] s  string to split; null gives no words
  *  @param delims     delimiter characters
  *  @param[out] argc  number of words stored
- *  @param[out] argv  array of @p max + 1 slots for the words; the first @p max are cleared first
+ *  @param[out] argv  array of @p max + 1 slots for the words; the first @p max are set to null
+ *                    first
  *  @param max        limit; when negative nothing is stored
  *  @return the first word that was not stored, terminated in place; null when all were
  */
@@ -83,7 +84,7 @@ TALVERA_API char *str_to_args_by_delim1(char *s, const char *delims, int *argc, 
  *
  *  Numbers are decimal, hexadecimal with "0x" or octal with a leading "0"; an empty string is 0.
  *  "1000-2000" fails, because "-" is the sign of the second number; so does any other separator.
- *  Numbers above 65535 are accepted.
+ *  "080" is the range 0 to 80, because 8 is not an octal digit. Numbers above 65535 are accepted.
  *
  *  @param s          string
  *  @param[out] low   first number, set on failure too
@@ -119,8 +120,8 @@ TALVERA_API char *range_to_portstr(char *buf, unsigned int low, unsigned int hig
  *
  *  @param s         words, split as by str_to_args(); only the first 79 characters count
  *  @param index     index of the word, from 0
- *  @param[out] vpi  virtual path; set even when no channel follows
- *  @param[out] vci  virtual channel
+ *  @param[out] vpi  virtual path identifier; set even when no channel follows
+ *  @param[out] vci  virtual channel identifier
  *  @return 0; ARGS_ERROR_INVALID_VI when there is no such word or it is not a circuit
  */
 TALVERA_API int atm_parse_vi(const char *s, int index, int *vpi, int *vci) TALVERA_NONNULL(1, 3, 4);

@@ -67,7 +67,7 @@ TALVERA_API int ccert_location(void);
  *  @param[out] blob    the blob, which may hold a private key: the caller erases it and frees it
  *                      with free(); unchanged on failure
  *  @param slot         1 or 2
- *  @return 0; -1 with errno set when the slot cannot be read; CCERT_NO_MEMORY
+ *  @return 0; -1 with errno set when the slot holds no blob or cannot be read; CCERT_NO_MEMORY
  */
 TALVERA_API int ccert_get_ccertblob(uint32_t *length, unsigned char **blob,
                                     unsigned int slot) TALVERA_MUST_USE TALVERA_NONNULL(1, 2);
@@ -75,8 +75,8 @@ TALVERA_API int ccert_get_ccertblob(uint32_t *length, unsigned char **blob,
 /** Checks a blob and writes it to a slot.
  *
  *  The blob must have the right magic, no version byte greater than the corresponding byte of 02 04
- *  06 07, items that start at offset 0 and follow each other without gaps, and the total length of
- *  header, table and items.
+ *  06 07, items that start at offset 0 and follow each other without gaps, and a total length field
+ *  that equals the size of header, table and items.
  *
  *  @param blob  at least 20 bytes, and as many as its total length field states
  *  @param slot  1 or 2
@@ -100,7 +100,7 @@ TALVERA_API uint32_t ccert_extract_certblob_total_length(const unsigned char *bl
 
 /** Finds the blob and loads it.
  *
- *  The table of contents is checked as by ccert_install_cert_blob(); magic and version are not.
+ *  The table of contents is checked as in ccert_install_cert_blob(); magic and version are not.
  *  Intentionally, a blob that fails the check gives 0 with nothing loaded: ccert_get_data_count()
  *  is then 0. When there are several certificates, or several keys, the last one counts.
  *
@@ -143,7 +143,7 @@ TALVERA_API struct ccert_toc_item *ccert_get_toc_item_from_index(unsigned int in
  */
 TALVERA_API unsigned char *ccert_get_data_from_toc_item(const struct ccert_toc_item *item);
 
-/** Returns bytes, type and flags of an item.
+/** Returns the bytes, type and flags of an item.
  *
  *  @param index        counted from 0
  *  @param[out] data    the bytes, part of the loaded blob
@@ -160,19 +160,19 @@ TALVERA_API int ccert_get_data_from_index(unsigned int index, unsigned char **da
  *
  *  @param[out] certificate  its bytes, part of the loaded blob; do not free them
  *  @param[out] length       number of bytes
- *  @return 0; -1 with errno ENOENT, null and length 0 when there is no certificate
+ *  @return 0; -1 with errno ENOENT, and null and length 0 stored, when there is no certificate
  */
 TALVERA_API int ccert_get_client_cert(unsigned char **certificate, uint32_t *length)
     TALVERA_NONNULL(1, 2);
 
 /** Copies the private key.
  *
- *  Only plain keys are returned: PKCS#8 and PEM keys go through the hooks below, which are not
- *  provided, and give 0 with a null key and length 0. So does running out of memory.
+ *  Only plain keys are returned: PKCS#8 and PEM keys need the conversions below, which are not
+ *  implemented, and give 0 with a null key and length 0. So does running out of memory.
  *
  *  @param[out] key     copy of the key, which the caller erases and frees with free(); or null
  *  @param[out] length  number of bytes
- *  @return 0; -1 with errno ENOENT, null and length 0 when there is no key
+ *  @return 0; -1 with errno ENOENT, and null and length 0 stored, when there is no key
  */
 TALVERA_API int ccert_get_client_private_key(unsigned char **key, uint32_t *length) TALVERA_MUST_USE
     TALVERA_NONNULL(1, 2);
@@ -190,11 +190,11 @@ TALVERA_API const unsigned char *ccert_get_mac_address(void);
 TALVERA_API const char *ccert_get_cert_common_name(void);
 
 /** @}
- *  @name Key hooks
- *  Placeholders for key formats that this library does not provide.
+ *  @name Key conversions
+ *  Placeholders for key formats that this library does not support.
  *  @{ */
 
-/** Extracts the bare RSA key from PKCS#8; not provided.
+/** Extracts the bare RSA key from PKCS#8; not implemented.
  *
  *  @param[out] key     unchanged
  *  @param[out] length  unchanged
@@ -202,13 +202,13 @@ TALVERA_API const char *ccert_get_cert_common_name(void);
  */
 TALVERA_API int MEAPCA_ExtractBareRSAKeyFromPKCS8(unsigned char **key, uint32_t *length);
 
-/** Converts a PEM key; not provided.
+/** Converts a PEM key; not implemented.
  *
  *  @return -1 with errno ENOSYS
  */
 TALVERA_API int MEAPCA_convertKeyPEM(void);
 
-/** Decrypts a key in place; not provided.
+/** Decrypts a key in place; not implemented.
  *
  *  @param data    unchanged
  *  @param length  number of bytes

@@ -27,9 +27,9 @@ TALVERA_API int base64_encode(const unsigned char *data, unsigned int length, ch
 
 /** Decodes Base64 (RFC 4648, standard alphabet).
  *
- *  Bytes outside the alphabet and "=", such as line breaks, are skipped. Intentionally, a padded
- *  group also shortens the groups after it: each yields at most as many bytes as the padded one,
- *  and at least one. This matters only for concatenated encodings.
+ *  Bytes that are neither in the alphabet nor "=", such as line breaks, are skipped. Intentionally,
+ *  a padded group also shortens the groups after it: each yields at most as many bytes as the
+ *  padded one, and at least one. This matters only for concatenated encodings.
  *
  *  @param text          @p length characters; need not be terminated
  *  @param length        number of characters; 0 gives 0 bytes

@@ -4,13 +4,13 @@
  *  @include ipc_msgq.c
  *
  *  The receiver creates a queue under a name, which is a path in the file system; senders get a
- *  handle to the same name. Each message is one datagram without a header. All sockets are
+ *  handle for the same name. Each message is one datagram without a header. All sockets are
  *  non-blocking.
  *
  *  A queue exists until its process exits; its path remains and must be removed before the queue is
  *  created again.
  *
- *  Failures of socket(), bind(), select() and sendto() are printed to standard output, and so is a
+ *  Failures of socket(), bind(), select() and sendto() are reported on standard output, and so is a
  *  null handle passed to ipc_msgq_send(); other failures are not. Several threads may send through
  *  one handle; one thread at a time may receive.
  *  @{ */
@@ -53,10 +53,12 @@ TALVERA_API struct ipc_msgq *ipc_msgq_GetByName(const char *name) TALVERA_MUST_U
 
 /** Sends a message without waiting; it fails with EAGAIN when the receiver's queue is full.
  *
- *  @param queue   sender's handle; null prints "ipc_msgq_send:Invalid server details"
+ *  @param queue   sender's handle; null prints "ipc_msgq_send:Invalid server details" and gives -1
+ *                 (EINVAL)
  *  @param data    @p length bytes
  *  @param length  number of bytes
- *  @return 0; -1 with errno set, and "sendto failed.Error:<errno>:<message>" printed
+ *  @return 0; -1 with errno set, and "sendto failed.Error:<errno>:<message>" printed, when sendto()
+ *          fails
  */
 TALVERA_API int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, size_t length);
 

@@ -4,15 +4,15 @@
  *  @include ipdiag.c
  *
  *  The caller chooses a test name, builds the command line with ipdiag_tr_makeparam(), runs it with
- *  its output redirected to work files, and reads these with the other functions:
+ *  its output redirected to work files, and reads them with the other functions:
  *
  *      /tmp/NAME-out     traceroute's standard output: a header line, then one line per hop
  *      /tmp/NAME-err     its standard error
  *      /tmp/NAME-status  a decimal integer on the first line: the response time, in the caller's
  *                        unit
  *
- *  A path has at most 63 characters; a longer one cannot be opened. Nothing here keeps state or
- *  logs.
+ *  A path has at most 63 characters; a longer one cannot be opened. No function keeps state or logs
+ *  anything.
  *  @{ */
 #ifndef TALVERA_IPDIAG_H
 #define TALVERA_IPDIAG_H
@@ -83,10 +83,10 @@ TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_
  *  @param[in,out] hops  array of @p max_rows hops, zeroed by the caller
  *  @param max_rows      number of hops in the array
  *  @param[out] count    number of hop lines; each used a row, even if it filled nothing
- *  @return 0 when the file was read to its end; when the array filled up first, 0 if the last hop's
- *          address is the destination's (given in parentheses in the header), otherwise 1; -1 with
- *          errno set when the file cannot be opened; -1 (EINVAL) and a count of 0 when @p max_rows
- *          is below 1
+ *  @return 0 when there are fewer hop lines than @p max_rows; otherwise 0 if the last hop's address
+ *          is the first 19 characters of the destination's (given in parentheses in the header), 1
+ *          if not; -1 with errno set when the file cannot be opened; -1 (EINVAL) and a count of 0
+ *          when @p max_rows is below 1
  */
 TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32_t max_rows,
                                     int32_t *count) TALVERA_NONNULL(1, 2, 4);
@@ -94,8 +94,8 @@ TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32
 /** Reads the response time of a test.
  *
  *  @param name       test name
- *  @param[out] time  the first 15 characters of the status file, converted by atoi(); unchanged
- *                    when the file is empty
+ *  @param[out] time  the first 15 characters of the status file's first line, converted as by
+ *                    atoi(); unchanged when the file is empty
  *  @return 0; -1 with errno set when the file cannot be opened
  */
 TALVERA_API int ipdiag_tr_resptime(const char *name, int32_t *time) TALVERA_NONNULL(1, 2);

@@ -137,9 +137,9 @@ enum ipt_option {
 
 /** Bits of an item's negation mask: what is preceded by "!".
  *
- *  The gateway's iptables accepts "!" before a value ("-d ! 10.0.0.1", "--dport ! 80"); newer ones
- *  reject that and accept IPT_NEGATE_OPTION ("! --dport 80"). Their form for an item's own value
- *  ("! -d 10.0.0.1") cannot be rendered. */
+ *  The gateway's iptables accepts "!" before a value ("-d ! 10.0.0.1", "--dport ! 80"); newer
+ *  versions reject that and accept IPT_NEGATE_OPTION ("! --dport 80"). Their form for an item's own
+ *  value ("! -d 10.0.0.1") cannot be rendered. */
 enum ipt_negation {
   IPT_NEGATE_NOTHING = 0x01,     /**< stored, never rendered */
   IPT_NEGATE_VALUE = 0x02,       /**< the item's own value */
@@ -255,12 +255,12 @@ TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b)
 
 /** Renders a rule as its command line.
  *
- *  Blanks are not normalised: without a command argument, the chain's name is followed by a blank;
- *  without a target argument, the target's name is followed by two blanks, or "--to" by one.
+ *  Spaces are not normalised: without a command argument, the chain's name is followed by a space;
+ *  without a target argument, the target's name is followed by two spaces, or "--to" by one.
  *
  *  Parameters share 63 characters, and so do matches. A value, option word or option value that
- *  does not fit into what is left is omitted; the rule fails only when an item's own dash and name
- *  do not fit.
+ *  does not fit into what is left is omitted. Rendering fails for lack of this space only when an
+ *  item's own "-p" or "-m state" does not fit.
  *
  *  @param rule      the rule; null is a failure
  *  @param[out] buf  at least IPT_LINE_SIZE bytes; receives the command line, terminated, but with
@@ -276,16 +276,16 @@ TALVERA_API int ipt_make_rule_string(const ipt_rule *rule, char *buf) TALVERA_NO
  *  The command line is the format of sdb_system(), without arguments, so it must not contain "%".
  *
  *  @param rule  the rule; null is a failure
- *  @return 0 when the command succeeded, and also when a signal killed it; its exit code; an errno
- *          value when no shell could be started; IPT_RULE_FAILED, with nothing run, when the rule
- *          cannot be rendered
+ *  @return 0 when the command succeeded, and also when a signal killed it; its exit code; the errno
+ *          of system() when it failed; IPT_RULE_FAILED, with nothing run, when the rule cannot be
+ *          rendered
  */
 TALVERA_API int ipt_process_rule(const ipt_rule *rule);
 
 /** Deletes all rules of a chain of the filter table.
  *
  *  @param chain  enum ipt_chain
- *  @return as ipt_process_rule(); IPT_RULE_FAILED also when memory runs out
+ *  @return as for ipt_process_rule(); IPT_RULE_FAILED also when memory runs out
  */
 TALVERA_API int ipt_flush_chain(uint32_t chain);
 
@@ -293,7 +293,8 @@ TALVERA_API int ipt_flush_chain(uint32_t chain);
  *
  *  @param chain   IPT_CHAIN_INPUT, IPT_CHAIN_FORWARD or IPT_CHAIN_OUTPUT
  *  @param policy  IPT_TARGET_ACCEPT or IPT_TARGET_DROP
- *  @return as ipt_process_rule(); IPT_RULE_FAILED also for other values and when memory runs out
+ *  @return as for ipt_process_rule(); IPT_RULE_FAILED also for other values and when memory runs
+ *          out
  */
 TALVERA_API int ipt_set_chain_policy(uint32_t chain, uint32_t policy);
 
@@ -301,7 +302,7 @@ TALVERA_API int ipt_set_chain_policy(uint32_t chain, uint32_t policy);
  *  @name User input and names
  *  @{ */
 
-/** Removes a leading "!" and the spaces after it from a string.
+/** Skips a leading "!" and the spaces after it.
  *
  *  @param bit           number of the bit to set in @p mask when there is a "!"; 8 or more sets
  *                       none
@@ -353,9 +354,9 @@ TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char
 
 /** Checks an argument of "--tcp-flags": two lists of flags, such as "SYN,ACK,FIN SYN".
  *
- *  @param text  names from ::flags in any case, separated by commas; the lists are separated by
- *               spaces. Anything after the 48th character is ignored
- *  @return 0 when there are exactly two lists and no flag is in one list twice (NONE and ALL must
+ *  @param text  names from ::flags in upper or lower case, separated by commas; the lists are
+ *               separated by spaces. Anything after the 48th character is ignored
+ *  @return 0 when there are exactly two lists and no flag occurs twice in a list (NONE and ALL must
  *          stand alone); otherwise, and for null, -1 with errno EINVAL
  */
 TALVERA_API int check_tcp_flags(const char *text);
@@ -366,17 +367,18 @@ typedef struct ipt_tcp_flag {
   uint8_t value;    /**< the library's own bit, not that of the TCP header */
 } ipt_tcp_flag;
 
-/** SYN, ACK, FIN, RST, URG and PSH, then NONE and ALL, which both have the bits of all six. */
+/** SYN, ACK, FIN, RST, URG and PSH, then NONE and ALL, which intentionally both have the bits of
+ *  all six. */
 TALVERA_API extern const ipt_tcp_flag flags[8];
 
 /** Returns the number of an IP protocol (IANA, Assigned Internet Protocol Numbers).
  *
- *  @param name  the registry's keyword, in any case
+ *  @param name  the registry's keyword in upper or lower case, with "-" for each space
  *  @return the number; 0 for "none"; -1 for unknown names and for null
  */
 TALVERA_API int wkp_prot_from_name(const char *name);
 
-/** Formats an address record of the captive portal, such as "192.168.1.0/24".
+/** Formats an address record of the captive portal in the form "192.168.1.0/24".
  *
  *  @param records   records of 10 characters, without separators: eight hexadecimal digits of an
  *                   IPv4 address, most significant first, and a prefix length of two decimal
@@ -398,7 +400,7 @@ TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buf, size_
  *  see enum ipt_negation.
  *  @{ */
 
-/** Makes the rule of a pinhole, which forwards connections to a port of the gateway to a host in
+/** Makes the rule of a pinhole, which forwards connections from a port of the gateway to a host on
  *  the home network.
  *
  *  Destination, protocol and external port may begin with "!", but a negated protocol is rendered
@@ -408,7 +410,8 @@ TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buf, size_
  *  @param destination    address of the gateway; null leaves its value empty
  *  @param protocol       as for ipt_make_protocol_value()
  *  @param external_port  as for ipt_make_port_value()
- *  @param internal_host  address of the host; with ":" and ports it is truncated to 31 characters
+ *  @param internal_host  address of the host; together with ":" and the ports, truncated to 31
+ *                        characters
  *  @param internal_port  port of the host, the first one for a range
  *  @return a new rule, to be freed with ipt_rule_free(); null when a string is invalid or memory
  *          runs out

@@ -1,5 +1,5 @@
 /** @defgroup talvera_list Lists
- *  A doubly linked list of opaque pointers, with copies, sorting, searching and hashing.
+ *  A doubly linked list of opaque pointers, with optional copying, sorting, searching and hashing.
  *
  *  @include list.c
  *
@@ -13,8 +13,8 @@
  *    - list_insert_at(), list_append() and list_prepend() return 1 on success and -1 on failure;
  *      list_iterator_start() and list_iterator_stop() return 1 and 0; the other functions with a
  *      status return 0 and -1.
- *    - A status of -1 sets errno: EINVAL for a null pointer, a position outside the list or a
- *      missing callback; EBUSY while an iteration is open; ENOMEM.
+ *    - A status of -1 comes with errno: EINVAL for a null pointer, a position outside the list or a
+ *      missing callback; EBUSY while an iteration is open; ENOMEM when memory runs out.
  *    - list_empty() returns 1 when the list is NOT empty.
  *
  *  While an iteration is open (from list_iterator_start() to list_iterator_stop()), functions that
@@ -49,7 +49,7 @@ typedef int (*list_comparator_fn)(const void *a, const void *b);
  */
 typedef int (*list_seeker_fn)(const void *data, const void *indicator);
 
-/** Returns the size in bytes of a datum's object.
+/** Returns the size in bytes of the object that a datum points to.
  *
  *  @param data  the datum
  *  @return the size
@@ -103,10 +103,10 @@ typedef struct list_obj {
   list_elem *tail;        /**< sentinel after the last element */
   list_elem *mid;         /**< element at position (count - 1) / 2; meaningless in an empty list */
   uint32_t count;         /**< number of elements */
-  list_elem **spares;     /**< array of LIST_SPARES_MAX spare elements, used as a stack */
+  list_elem **spares;     /**< array of LIST_SPARES_MAX slots for spare elements, used as a stack */
   uint32_t spare_count;   /**< number of spare elements */
   int32_t iterating;      /**< non-zero while an iteration is open */
-  uint32_t iter_position; /**< number of data the open iteration has returned */
+  uint32_t iter_position; /**< number of data items that the open iteration has returned */
   list_elem *iter_cursor; /**< element whose datum list_iterator_next() returns next */
   list_attrs attrs;       /**< attributes */
 } list_obj;
@@ -128,7 +128,7 @@ typedef struct list_obj {
  */
 TALVERA_API int list_init(list_obj *list);
 
-/** Releases elements, spare elements and sentinels, and, when the list stores copies, the data.
+/** Releases the elements, spare elements and sentinels, and, when the list stores copies, the data.
  *
  *  The caller keeps ownership of the object, which may be initialised again. An open iteration is
  *  closed; data it returned are released too when the list stores copies. An object left by a
@@ -260,7 +260,7 @@ TALVERA_API void *list_fetch(list_obj *list) TALVERA_NONNULL(1);
 TALVERA_API int list_delete_at(list_obj *list, uint32_t position) TALVERA_NONNULL(1);
 
 /** Deletes the elements from @p first to @p last inclusive and, when the list stores copies, their
- *  data. To empty a list use list_clear().
+ *  data. To empty a list, use list_clear().
  *
  *  @param list   the list
  *  @param first  position of the first one
@@ -362,8 +362,8 @@ TALVERA_API int list_sort(list_obj *list, int direction) TALVERA_NONNULL(1);
 
 /** Hashes the number of elements and the data, in order.
  *
- *  h = 2 * count + 100; then for each datum with hash x (without a hash computer the low 32 bits of
- *  the pointer) t = (h ^ x) + h, h = t % count + t, all in 32 bits.
+ *  h = 2 * count + 100; then for each datum with hash x (without a hash computer, the low 32 bits
+ *  of the pointer) t = (h ^ x) + h, h = t % count + t, all in 32 bits.
  *
  *  @param list  the list
  *  @return the hash; 100 for an empty list

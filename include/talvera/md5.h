@@ -1,6 +1,6 @@
 /** @defgroup talvera_md5 MD5
- *  The MD5 message digest (RFC 1321), for checks and identifiers that are defined with it, not for
- *  security.
+ *  The MD5 message digest (RFC 1321), for checksums and identifiers that are defined in terms of
+ *  it, not for security.
  *
  *  @include md5.c
  *

@@ -4,7 +4,7 @@
  *
  *  @include mfg.c
  *
- *  The factory partition "mtd:mfg" (JFFS2) is mounted on "/mfg" around each access and unmounted
+ *  The factory partition "mtd:mfg" (JFFS2) is mounted on "/mfg" for each access and unmounted
  *  afterwards, even if something else had mounted it there. It holds one file, the manufacturing
  *  file "/mfg/mfg.dat", of 131072 bytes:
  *
@@ -13,12 +13,12 @@
  *      0x1F800   1792 bytes  wireless calibration
  *      0x1FF00    256 bytes  info record: base MAC address, number of MAC addresses, serial number
  *
- *  mfg_init() passes identity and calibration to the platform driver, "/dev/talvera".
- *  @ref talvera_ccert "Client certificates" interpret the certificate slots.
+ *  mfg_init() passes the identity and calibration to the platform driver, "/dev/talvera". The
+ *  @ref talvera_ccert "client certificate family" interprets the certificate slots.
  *
  *  Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
  *  "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked:
- *  callers serialise writes, each of which rewrites the whole file.
+ *  callers must serialise writes, each of which rewrites the whole file.
  *  @{ */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H
@@ -45,21 +45,23 @@ enum mfg_info_offset {
   MFG_INFO_MAC_COUNT = 46,     /**< 1 byte: number of MAC addresses, base included; default 16 */
   MFG_INFO_SERIAL = 67,        /**< 16 bytes: decimal digits, NUL-terminated by the factory;
                                     mfg_info_read() does not check this */
-  MFG_INFO_CHECKSUM = 254      /**< 2 bytes: makes the sum of the 128 big-endian words 0 */
+  MFG_INFO_CHECKSUM = 254      /**< 2 bytes: makes the sum of the 128 big-endian 16-bit words 0
+                                    modulo 65536 */
 };
 
 /** Reads the info record.
  *
  *  A record that is missing, unreadable or all zeros, or that has a wrong checksum, is replaced by
  *  the default: MAC 02:5A:30:96:02:D0, 16 addresses, type code 40, serial number 1234567890. An
- *  empty serial number is derived from the MAC address. Neither is written back.
+ *  empty serial number is replaced by one derived from the MAC address. Neither replacement is
+ *  written back.
  *
  *  @param[out] record  at least MFG_INFO_SIZE bytes
  *  @return 0, always
  */
 TALVERA_API int mfg_info_read(unsigned char *record) TALVERA_NONNULL(1);
 
-/** Updates time, write count and checksum of the record and writes it.
+/** Updates the time, write count and checksum of the record and writes it.
  *
  *  @param[in,out] record  MFG_INFO_SIZE bytes
  *  @return 0; -1 with errno set when the file cannot be opened, read or written. A failed mount is
@@ -82,8 +84,8 @@ TALVERA_API void mfg_get_macaddr(const unsigned char *record, unsigned char *mac
  */
 TALVERA_API int mfg_num_macaddr(const unsigned char *record) TALVERA_NONNULL(1);
 
-/** Prepares the manufacturing file and passes identity and calibration to the platform driver. Call
- *  it once at system start.
+/** Prepares the manufacturing file and passes the identity and calibration to the platform driver.
+ *  Call it once at system startup.
  *
  *  An empty or missing file becomes an erased one (131072 bytes of 0xFF); a non-empty file is never
  *  overwritten. The identity is sent with TVRA_INFO_SET, and the calibration with TVRA_WLCAL_SET
@@ -98,22 +100,23 @@ TALVERA_API void mfg_init(void);
 /** Reads a range of the wireless calibration, from the file when the info record says that the file
  *  holds one, otherwise from the driver.
  *
- *  The driver's length is not checked against @p offset: bytes past that length read as zeros.
+ *  The length that the driver reports is not checked against @p offset: bytes past it read as
+ *  zeros.
  *
  *  @param[out] buf  at least @p size bytes
  *  @param offset    first byte, counted from the start of the calibration
  *  @param size      number of bytes to read
  *  @return 0; -1 with errno EINVAL when the range ends past TVRA_WLCAL_SIZE or the driver has fewer
- *          than @p size bytes; -1 with another errno when the file or the driver fails
+ *          than @p size bytes; -1 with errno set when the file or the driver fails
  */
 TALVERA_API int mfg_wlcal_get(unsigned char *buf, unsigned int offset, unsigned int size)
     TALVERA_NONNULL(1);
 
 /** Writes a range of the wireless calibration to the file, marks it present in the info record
- *  (which is rewritten only when it was not) and sends the whole calibration to the driver.
+ *  (which is rewritten only if the mark was missing) and sends the whole calibration to the driver.
  *
  *  The later steps are taken even when the write fails. The record written is the one that
- *  mfg_info_read() returns: a default record and a derived serial number are thereby stored.
+ *  mfg_info_read() returns: a default record or a derived serial number is thereby stored.
  *
  *  @param data    @p length bytes
  *  @param offset  where to write them, counted from the start of the calibration
@@ -167,8 +170,8 @@ struct mfg_ccert_set_info {
  *
  *  @param[in,out] info  request
  *  @return 0; -1 with errno EIO and a log line when the request is malformed or the size not
- *          accepted; -1 with errno EINVAL when the range ends past the file, or when more than one
- *          byte of slot 0 is read; -1 with another errno when the file cannot be read
+ *          accepted; -1 with errno EINVAL when the range ends past the end of the file, or when
+ *          more than one byte of slot 0 is read; -1 with errno set when the file cannot be read
  */
 TALVERA_API int mfg_ccert_get(struct mfg_ccert_get_info *info);
 
@@ -176,14 +179,14 @@ TALVERA_API int mfg_ccert_get(struct mfg_ccert_get_info *info);
  *
  *  @param info  blob, size and slot
  *  @return 0; -1 with errno EIO and a log line when a field is out of range or a pointer null; -1
- *          with errno EINVAL for slot 0; -1 with another errno when the file cannot be written
+ *          with errno EINVAL for slot 0; -1 with errno set when the file cannot be written
  */
 TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 
 /** @}
  *  @name Platform device
  *  The commands of "/dev/talvera" have the target's values on every platform (32-bit MIPS encoding,
- *  type 'M', write).
+ *  type 'M', direction write).
  *  @{ */
 
 /** Command that takes struct tvra_info. */

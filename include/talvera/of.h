@@ -5,7 +5,7 @@
  *  @include of.c
  *
  *  A set is built from the directory (of_init_files_info()) or from the database
- *  (of_deserialize()), edited in place through the items that the look-ups return, and written with
+ *  (of_deserialize()), edited in place through the items that the lookups return, and written with
  *  of_serialize(). of_sync_dbfile() does all of this: it adapts the saved settings to the files
  *  that exist now.
  *

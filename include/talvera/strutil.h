@@ -23,7 +23,7 @@ TALVERA_BEGIN_DECLS
 
 /** Finds a string near the start of another, ignoring case.
  *
- *  @param haystack  string to search, read to its end; null gives null
+ *  @param haystack  string to search, read past @p n characters if needed; null gives null
  *  @param needle    string to find; null or empty gives @p haystack
  *  @param n         the match must be entirely within the first @p n characters
  *  @return the first match; null when there is none or it extends past @p n characters
@@ -111,8 +111,8 @@ TALVERA_API char *strnfilldest(char *dst, int ch, int count) TALVERA_NONNULL(1);
 
 /** Appends to a string that is built in two passes: the first counts, the second writes.
  *
- *  Make the same calls once with @p buf null to learn the length, and again with a buffer of at
- *  least that many bytes plus one.
+ *  Starting from length 0, make the same calls once with @p buf null to learn the length; then,
+ *  from length 0 again, with a buffer of at least that many bytes plus one.
  *
  *  @param[out] buf        null to count only; otherwise a string of @p *length characters, to which
  *                         @p str and a terminator are appended
@@ -144,8 +144,8 @@ TALVERA_API int hex(int ch);
  *  @param data      (@p digits + 1) / 2 bytes; may be null when @p digits is 0 or less
  *  @param[out] buf  at least @p digits + @p digits / 2 + 1 bytes with a delimiter, @p digits + 1
  *                   bytes without; terminated
- *  @param delim     character between the bytes; it is also written after the last byte, and then
- *                   overwritten by what follows. 0 for none
+ *  @param delim     character between the bytes, 0 for none; when @p digits is even, it is also
+ *                   written after the last byte and then overwritten by the terminator
  *  @param digits    number of digits: when odd, the last byte gives only its high digit; 0 or less
  *                   gives an empty string
  */

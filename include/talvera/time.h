@@ -3,8 +3,8 @@
  *
  *  @include time.c
  *
- *  Dates count from 1970-01-01 without a time zone unless an entry says "local"; the local zone is
- *  that of the TZ environment variable at the time of the call (POSIX, "Other Environment
+ *  Dates are counted from 1970-01-01 and have no time zone unless an entry says "local"; the local
+ *  zone is that of the TZ environment variable at the time of the call (POSIX, "Other Environment
  *  Variables"). No function logs, keeps state or, except as stated, reports an error in errno.
  *
  *  The functions that write time zones and SOAP date-times work like snprintf(): they write at most
@@ -40,8 +40,8 @@ struct datetime {
 /** Breaks down seconds since 1970-01-01 00:00:00.
  *
  *  Every year divisible by 4 counts as a leap year, which is right from 1901 to 2099. Before 1970,
- *  divisions truncate toward zero and fields are whatever the arithmetic gives: times of day and
- *  weekdays may be negative, and a date before 1969 has year 1969, month 0 and a day of 0 or less.
+ *  divisions truncate toward zero and fields are whatever the arithmetic gives, for example
+ *  negative times of day and weekdays, and month 0 of 1969 for earlier years.
  *
  *  @param seconds  -2147483648 to 2147483647 (2038-01-19 03:14:07)
  *  @param[out] dt  the date; null is ignored
@@ -53,7 +53,7 @@ TALVERA_API void seconds_to_datetime(int32_t seconds, struct datetime *dt);
 /** Converts a date to seconds; the inverse of stod() for non-negative values.
  *
  *  Fields out of range are carried arithmetically, modulo 2^32; a month below 1 counts as January,
- *  one above 12 as the end of the year.
+ *  one above 12 as January of the next year. Dates before 1969 may come out one day late.
  *
  *  @param dt  the date
  *  @return seconds since 1970-01-01 00:00:00
@@ -151,7 +151,7 @@ TALVERA_API int get_dow(time_t t);
  *  @name Time zones and SOAP
  *  @{ */
 
-/** Makes a POSIX TZ value from a configured zone, always with an explicit sign.
+/** Makes a POSIX TZ value from a configured zone, giving its offset an explicit sign.
  *
  *  A zone is a name (up to the first of "+-0123456789:"), an offset of such characters, and the
  *  name of daylight-saving time, if any. An offset without a sign is west of Greenwich, like one

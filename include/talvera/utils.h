@@ -105,7 +105,8 @@ TALVERA_API long uf_fsize(int fd);
 /** Reads a whole file.
  *
  *  If the file shrinks after its size is determined, the call does not return until the missing
- *  bytes appear. A file of 2 GiB or more fails with EFBIG.
+ *  bytes appear. A file of 2 GiB or more fails with EFBIG, or with EOVERFLOW where off_t has 32
+ *  bits.
  *
  *  @param directory    path of the directory
  *  @param name         name of the file in it
@@ -155,6 +156,7 @@ struct filemap {
  *  @param flags       flags for open(); also passed as its creation mode
  *  @param protection  protection for mmap(), such as PROT_READ
  *  @return 0; -1 with errno set: ENODATA for an empty file, EFBIG for one of 2 GiB or more
+ *          (EOVERFLOW where off_t has 32 bits)
  */
 TALVERA_API int filemap_open(const char *path, struct filemap *file, int flags, int protection)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;
@@ -237,21 +239,20 @@ TALVERA_API int file_create_write(const char *path_format, const char *string, .
  *  A failure is logged with sdb_log() at SDB_LOG_DEBUG: "sdb_system (ret <code>): <command>".
  *
  *  @param format  printf format of the command, which is truncated to 511 characters
- *  @return 0 when the command succeeded, and also when a signal killed it; its exit code; or the
- *          errno of system() when it could not be run
+ *  @return 0 when the command succeeded, and also when a signal killed the shell; its exit code; or
+ *          the errno of system() when it failed
  */
 TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
 
 /** Reads the first line of a sysfs attribute.
  *
  *  The string is cut at its first carriage return or line feed and not otherwise terminated: pass a
- *  zeroed buffer that is at least one byte larger than @p size. Note the argument order: the
- *  format's arguments come last. A read error is logged to syslog at LOG_WARNING
- *  ("error reading sysfs attribute (<path>)").
+ *  zeroed buffer. Note the argument order: the format's arguments come last. A read error is logged
+ *  to syslog at LOG_WARNING ("error reading sysfs attribute (<path>)").
  *
  *  @param path_format  printf format of the path, which is truncated to 255 characters
- *  @param[out] buf     at least @p size bytes; null is a programming error and aborts the process
- *                      in every build
+ *  @param[out] buf     at least @p size + 1 bytes, zeroed; null is a programming error and aborts
+ *                      the process in every build
  *  @param size         maximum number of bytes to read
  *  @return number of bytes read, including those cut off; -1 with errno set when the file cannot be
  *          opened (buffer unchanged) or read (buffer emptied)
@@ -284,12 +285,12 @@ TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
 /** @}
  *  @name Persistent files
- *  These functions run the tool "/sbin/pfs" with sdb_system(); pfs_newbox() finds pfs through PATH.
+ *  These functions run the tool "/sbin/pfs" through a shell; pfs_newbox() finds pfs through PATH.
  *  Paths are inserted unquoted into a shell command: never pass untrusted input.
  *  @{ */
 
-/** Marks a clearing (factory reset) as in progress, until the process ends: from then on, this
- *  process adds no file and commits nothing. */
+/** Marks a clearing (factory reset) as in progress: from this call until it exits, the process adds
+ *  no file and commits nothing. */
 TALVERA_API void pfs_clearing_set(void);
 
 /** Stops the running "pfs" and runs "pfs -e > /dev/null 2>&1".
@@ -349,15 +350,15 @@ TALVERA_API int urand_read(void *buf, size_t size);
 
 /** Returns a random number from "/dev/random", which may block.
  *
- *  @return the number, most significant byte first; all ones, which is also a valid number, when
- *          the device cannot be opened
+ *  @return the next four bytes of the device as a big-endian number; UINT32_MAX, which is also a
+ *          valid number, when the device cannot be opened
  */
 TALVERA_API uint32_t rand_generate_uint32(void);
 
 /** Returns a random number from "/dev/urandom", which does not block.
  *
- *  @return the number, most significant byte first; all ones, which is also a valid number, when
- *          the device cannot be opened
+ *  @return the next four bytes of the device as a big-endian number; UINT32_MAX, which is also a
+ *          valid number, when the device cannot be opened
  */
 TALVERA_API uint32_t urand_generate_uint32(void);
 
@@ -366,7 +367,7 @@ TALVERA_API uint32_t urand_generate_uint32(void);
 /** Resolves a host name to its first address as a string.
  *
  *  @param name      host name, or an address as a string
- *  @param[out] buf  at least @p size bytes (INET_ADDRSTRLEN suffices); empty when the look-up fails
+ *  @param[out] buf  at least @p size bytes (INET_ADDRSTRLEN suffices); empty when the lookup fails
  *                   and when the address does not fit
  *  @param size      size of @p buf in bytes
  *  @return 0 when the name was found; otherwise the result of gethostbyname_r(), or its h_errno

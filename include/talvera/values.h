@@ -29,7 +29,7 @@ struct ust_entry {
   const char *name; /**< its name */
 };
 
-/** A table of values and names. Look-ups return the first matching entry; values and names may
+/** A table of values and names. Lookups return the first matching entry; values and names may
  *  repeat. */
 struct ust_table {
   const struct ust_entry *entries; /**< the entries */
@@ -93,9 +93,9 @@ TALVERA_API unsigned int ust_longest_strlen(const struct ust_table *table) TALVE
  *  The p_ functions return the string, for use as a printf() argument.
  *  @{ */
 
-/** Formats a switch.
+/** Formats a Boolean value.
  *
- *  @param value  the switch
+ *  @param value  the value
  *  @return "on" when @p value is not 0, otherwise "off"
  */
 TALVERA_API const char *p_bool(int value);
@@ -119,7 +119,7 @@ TALVERA_API char *p_int(char *buf, unsigned int value) TALVERA_NONNULL(1);
 /** Formats a time as strftime() does for "%a %b %d %H:%M:%S %Z %Y".
  *
  *  @param[out] buf  at least 64 bytes; unchanged when @p time is 0; an empty string when the result
- *                   does not fit or the time has no calendar date
+ *                   does not fit or localtime() fails
  *  @param time      seconds since 1970
  *  @return @p buf; the constant "(never)" when @p time is 0
  */
@@ -130,7 +130,7 @@ TALVERA_API const char *p_time(char *buf, time_t time) TALVERA_NONNULL(1);
  *  @param[out] buf      at least 40 bytes
  *  @param seconds       whole seconds
  *  @param microseconds  shown as milliseconds, truncated, with at least three digits; not carried
- *                       into the seconds, and a negative number shows as a huge one
+ *                       into the seconds; -1000 and below show as a huge number
  *  @return @p buf
  */
 TALVERA_API char *p_secs(char *buf, unsigned long seconds, long microseconds) TALVERA_NONNULL(1);
@@ -150,15 +150,15 @@ TALVERA_API extern const char *const enum_ad_states[7];
 /** Formats a time as strftime() does for "%x %X %p". Note the argument order.
  *
  *  @param time      the time
- *  @param[out] buf  at least 80 bytes; an empty string when the result does not fit or the time has
- *                   no calendar date
+ *  @param[out] buf  at least 80 bytes; an empty string when the result does not fit or localtime()
+ *                   fails
  *  @return length of the string
  */
 TALVERA_API size_t mkstr_date(time_t time, char *buf) TALVERA_NONNULL(2);
 
 /** @}
  *  @name Heap strings in a slot
- *  Each function stores a new heap string in *slot, frees the previous one (null: none), and
+ *  Each function stores a new heap string in *slot, frees the previous one unless it is null, and
  *  returns the new one. The caller frees the last string with free(). When memory runs out, the
  *  previous string is freed too and the slot is null.
  *  @{ */

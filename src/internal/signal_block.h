@@ -18,7 +18,8 @@ class SignalBlock {
   SignalBlock(const SignalBlock &) = delete;
   SignalBlock &operator=(const SignalBlock &) = delete;
 
-  // Unblocks early, for a child before exec. Cannot fail, and so leaves errno unchanged.
+  // Restores the former mask early, for a child before exec. Cannot fail, and so leaves errno
+  // unchanged.
   void restore() const { sigprocmask(SIG_SETMASK, &former_, nullptr); }
 
  private:

@@ -34,9 +34,10 @@ struct Subject {
 };
 
 // Reads the kernel's reply to the last request after packets have ended the wait for it. The kernel
-// replies during the send call, so the reply is already queued after those packets; left there, it
-// would be mistaken for the reply to the next request. Returns 0 for an acknowledgement, -1 with
-// errno set for an error reply, and kNoReply otherwise; preserves errno unless it returns -1.
+// replies during the send call, so the reply is already queued after those packets; left there, its
+// sequence number would make the next request fail with EPROTO. Returns 0 for an acknowledgement,
+// -1 with errno set for an error reply, and kNoReply otherwise; preserves errno unless it returns
+// -1.
 constexpr int kNoReply = 1;
 int queued_reply(nfnetlink_handle &netlink) {
   const int error = errno;

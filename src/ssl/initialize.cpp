@@ -153,7 +153,7 @@ extern "C" int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long length
   const X509Ptr certificate(uc_make_x509(der, length));
   if (certificate == nullptr) return 0;
   const ErrorQueueSaver errors;
-  // The call fails if the store already has the certificate; that is not an error.
+  // OpenSSL 1.0 fails if the store already has the certificate; that is not an error.
   X509_STORE_add_cert(SSL_CTX_get_cert_store(ctx), certificate.get());
   return 1;
 }
