@@ -70,7 +70,7 @@ static int show(void) {
     printf("the certificate starts with %02x %02x %02x %02x\n", data[0], data[1], data[2], data[3]);
   }
   if (ccert_get_client_private_key(&key, &length) == 0 && key != NULL) {
-    printf("the key is handed out: %lu bytes\n", (unsigned long)length);
+    printf("private key: %lu bytes\n", (unsigned long)length);
     free(key);
   }
   ccert_deinit();

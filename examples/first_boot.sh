@@ -1,5 +1,5 @@
 #!/bin/sh
-# The first boot of a gateway, by talvera alone: from an erased factory partition to a firewall and daemons.
+# The first boot of a gateway, using talvera alone: from an erased factory partition to a firewall and daemons.
 #
 # The environment variable FOLDER names the folder of its files (default /var/run), in which factory.blob contains
 # the device's certificate and key. `make demo` shows this script paragraph by paragraph, with its comments.
@@ -14,7 +14,8 @@ export TALVERA_NVRAM=config
 talvera mfg init
 talvera mfg show
 
-# The factory writes the MAC address printed on the label. An empty serial number is derived from it.
+# The factory writes the MAC address printed on the label. If the serial number is left empty,
+# it is derived from that address.
 talvera mfg set --mac 02-5A-32-0-0-5 --addresses 8 --serial ''
 talvera mfg show --json
 
@@ -28,7 +29,8 @@ talvera cert install 1 factory.blob
 talvera cert show
 
 # == Configuration
-# Names and values are in shared memory. A file identifies the store; defaults are imported as lines.
+# Names and values are in shared memory. A file identifies the store; defaults are imported from
+# lines of the form NAME=VALUE.
 touch config
 talvera nvram init
 printf '%s\n' hostname=gateway lan.address=192.168.1.1 lan.mask=255.255.255.0 \
@@ -38,7 +40,7 @@ printf '%s\n' hostname=gateway lan.address=192.168.1.1 lan.mask=255.255.255.0 \
 talvera nvram set hostname 'Living room'
 talvera nvram show
 
-# The home network is derived from address and mask.
+# The home network is derived from the address and the mask.
 talvera net address "$(talvera nvram get lan.address)" "$(talvera nvram get lan.mask)"
 
 # == Clock
@@ -69,6 +71,6 @@ until [ -S events ]; do sleep 1; done
 # Other processes send messages to the queue by its name.
 talvera queue send events 'link up' 'lease renewed'
 
-# It is terminated, and killed if it does not stop; the name of its queue is removed. The gateway is up.
+# The daemon is asked to terminate, and killed if it does not; it removes the name of its queue. The gateway is up.
 talvera proc stop "$daemon"
 cat events.log

@@ -1,4 +1,4 @@
-/* Watches an interface: prints the changes of its counters since the last line.
+/* Watches an interface: prints the changes in its counters since the last line.
  *
  *   interface_counters INTERFACE SECONDS LINES */
 #include <stdio.h>

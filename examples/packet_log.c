@@ -39,7 +39,7 @@ static int run_rule(uint32_t command, const char *destination, unsigned group) {
   return error;
 }
 
-/* Returns the size of the IPv4 header, or 0 when header or packet is incomplete. */
+/* Returns the size of the IPv4 header, or 0 when the header is incomplete or invalid. */
 static unsigned ipv4_header_size(const unsigned char *packet, unsigned length) {
   const unsigned size = length >= 20 ? (packet[0] & 0x0Fu) * 4 : 0;
   return size >= 20 && size <= length ? size : 0;
@@ -82,8 +82,8 @@ static int print_packet(struct nfnetlink_log_group *group, const struct nfgenmsg
   return 1;
 }
 
-/* Sets how long a request waits for the kernel's answer; without a limit a refused request never
- * returns. 0 waits forever, as for packets. */
+/* Sets how long a request waits for the kernel's reply; without a limit a refused request never
+ * returns. 0 means no limit, which suits waiting for packets. */
 static int set_timeout(const struct nfnetlink_log *log, int seconds) {
   struct timeval timeout = {0, 0};
   timeout.tv_sec = seconds;

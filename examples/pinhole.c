@@ -16,7 +16,8 @@ static int usage(void) {
   return 2;
 }
 
-/* Runs a rule and frees it. The record that added a rule also removes it, with another command. */
+/* Runs a rule and frees it. The same rule with the delete command removes what the append command
+ * added. */
 static int run(ipt_rule *rule) {
   int error;
   if (rule == NULL) {

@@ -1,4 +1,4 @@
-/* Sends each argument as one message to a queue. */
+/* Sends each argument after the queue's name as one message to that queue. */
 #include <string.h>
 
 #include "talvera/ipc_msgq.h"

@@ -1,6 +1,6 @@
-/* Reads a configuration file line by line, as a daemon does at start, and prints the values; the
- * greeting also as a status page shows it. A line has a keyword and its values; "#" begins a
- * comment. */
+/* Reads a configuration file line by line, as a daemon does at startup, and prints the values, the
+ * greeting also as a status page shows it. A line has a keyword and its values, or is a
+ * comment, which begins with "#". */
 #include <arpa/inet.h>
 #include <stdio.h>
 #include <string.h>

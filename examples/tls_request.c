@@ -3,8 +3,7 @@
  *
  *     tls_request IPV4-ADDRESS PORT SERVER-NAME
  *
- * Exit status: 0 when the server answered, 1 when there was no connection, 2 when the server is not
- * trusted. */
+ * Exit status: 0 when the server answered, 2 when it is not trusted, 1 after any other failure. */
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <signal.h>

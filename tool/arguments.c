@@ -93,7 +93,7 @@ static int take_option(const char *synopsis, char ***argv) {
   if (element.value != NULL && value == NULL) {
     value = *++*argv;
     if (value == NULL)
-      return misused("%s needs its %.*s", text, element.value_length, element.value);
+      return misused("%s: missing %.*s", text, element.value_length, element.value);
   }
   given[given_count].element = element;
   given[given_count++].value = value != NULL ? value : "";

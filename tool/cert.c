@@ -102,7 +102,7 @@ static int run_key(int argc, char **argv) {
   if (ccert_get_client_private_key(&key, &length) != 0) {
     status = refused("the blob has no private key");
   } else if (key == NULL) {
-    status = refused("the private key is not a plain one, and is not handed out");
+    status = refused("the private key is not stored in plain form, and cannot be extracted");
   } else {
     status = write_key(key, length);
   }
@@ -129,12 +129,12 @@ static int install(const char *path, unsigned long slot) {
     const uint32_t length = ccert_extract_certblob_total_length(data);
 
     if (length != blob.length) {
-      status = refused("the input has %zu bytes, and %lu by its header", blob.length,
+      status = refused("the input has %zu bytes, but its header says %lu", blob.length,
                        (unsigned long)length);
     } else if (ccert_install_cert_blob(data, (unsigned int)slot) == 0) {
       status = DONE;
     } else if (errno == EINVAL) {
-      status = refused("the input has another magic, a newer version, or gaps between items");
+      status = refused("the input has a wrong magic number, an unsupported version, or gaps");
     } else if (slot <= 2) {
       status = failed("/mfg/mfg.dat");
     }
@@ -303,18 +303,18 @@ static const struct action actions[] = {
      "(umask 77; talvera cert key >key.der)", run_key},
     {"check", "[FILE]", "checks a blob", NULL, "factory.blob", run_check},
     {"install", "SLOT [FILE]", "checks a blob and writes it to certificate slot 1 or 2",
-     DETAILS("The device uses slot 2 before slot 1, and no blob of more than 8000 bytes."),
+     DETAILS("The device prefers slot 2 to slot 1, and ignores blobs of more than 8000 bytes."),
      "1 factory.blob", run_install},
 #ifdef TALVERA_SSL
-    {"print", "[--json] [FILE]", "prints names and validity of a certificate in DER or PEM",
+    {"print", "[--json] [FILE]", "prints the names and validity of a DER or PEM certificate",
      DETAILS("The serial number is the subject's, not that of the certificate."), "server.pem",
      run_print},
-    {"convert", "[--der] [FILE]", "prints a certificate, in DER or PEM, as PEM or as DER", NULL,
-     "server.der >server.pem", run_convert},
+    {"convert", "[--der] [FILE]", "prints a DER or PEM certificate as PEM, or with --der as DER",
+     NULL, "server.der >server.pem", run_convert},
     {"hash", "[--format WORD] [FILE]", "prints the hash by which OpenSSL finds a certificate",
-     DETAILS("--format\tPEM, DER, PKCS12 or Netscape; PEM without this"), "server.pem", run_hash},
+     DETAILS("--format\tPEM (the default), DER, PKCS12 or Netscape"), "server.pem", run_hash},
     {"fingerprint", "[--format WORD] [--digest NAME] [FILE]", "prints a digest of a certificate",
-     DETAILS("--format\tas of talvera cert hash\n--digest\tsha1, also without this, or md5"),
+     DETAILS("--format\tas for talvera cert hash\n--digest\tsha1 (the default) or md5"),
      "--digest md5 server.pem", run_fingerprint},
 #endif
     {0},

@@ -109,13 +109,13 @@ static int run_disable(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"show", "[--database NAME] [--json] FOLDER", "prints the list as it is saved",
-     DETAILS("Without a saved list, all files by name. Hidden files have no place in it, nor do "
+     DETAILS("Without a saved list, prints all files by name. The list omits hidden files and "
              "files with white space in their names.\n"
-             "--database\tthe file of the folder that keeps the list, .order without this, for any "
-             "action"),
+             "--database\tthe file in the folder that keeps the list, for any action; by default "
+             ".order"),
      "/photos", run_show},
-    {"sync", "[--database NAME] FOLDER", "fits the list to the files that are there now",
-     DETAILS("New files come first; those that are gone drop out. A damaged list is made anew."),
+    {"sync", "[--database NAME] FOLDER", "updates the list to match the files that exist now",
+     DETAILS("New files come first; those that are gone are dropped. A damaged list is rebuilt."),
      "/photos", run_sync},
     {"move", "[--database NAME] FOLDER NAME PLACE", "gives a file another place, 1 being the first",
      NULL, "/photos beach.jpg 1", run_move},

@@ -18,8 +18,8 @@ const struct entry common_options[] = {
     {"-v, --verbose", "prints the library's log on standard error"},
     {"--version", "prints the version"},
     {"--json", "prints records as JSON, where an action offers it" IN_FULL(
-                   "; a byte that is not UTF-8 is a low surrogate from \\udc80 on, as Python's "
-                   "surrogateescape reads it")},
+                   "; a byte that is not UTF-8 becomes a low surrogate, \\udc80 to \\udcff, as "
+                   "with Python's surrogateescape")},
     {"--", "ends the options"},
     {NULL, NULL},
 };
@@ -27,19 +27,20 @@ const struct entry common_options[] = {
 const struct entry statuses[] = {
     {"0", "the action succeeded"},
     {"1", "it failed"},
-    {"2", "it was used wrongly"},
+    {"2", "the command line is wrong"},
     {NULL, NULL},
 };
 
 const struct entry environment[] = {
     {"TALVERA_SDB", "file of key=value lines that stands for the system database"},
-    {"NO_COLOR", "when set, terminals get no colours"},
+    {"NO_COLOR", "if set, headings of help are not bold on a terminal"},
     {NULL, NULL},
 };
 
 const char general[] =
-    "A link talvera-GROUP to the program runs the actions of that group." IN_FULL(
-        " A file named \"-\" is standard input. In records, control characters, backslashes and "
+    "Called through a link named talvera-GROUP, the program runs that group's actions." IN_FULL(
+        " An argument [FILE] that is absent or \"-\" is standard input. In records, control "
+        "characters, backslashes and "
         "bytes that are not UTF-8 are escaped as \\n, \\r, \\t, \\\\ or \\xHH.");
 
 /* Prints text wrapped to WIDTH; starts at `column`, and indents further lines to `indent`. */

@@ -214,7 +214,7 @@ static int run_rule(const struct maker *maker, char **argv) {
   int status;
 
   if (option("--apply") != NULL && option("--diff") != NULL)
-    return misused("--apply and --diff exclude each other");
+    return misused("--apply and --diff cannot be combined");
   status = maker->make(argv, command, &rule);
   if (status != DONE) return status;
   if (option("--diff") == NULL) return finish(rule);
@@ -276,30 +276,31 @@ static int run_policy(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"pinhole", "[--apply] [--delete] [--diff RULE] ADDRESS PROTOCOL PORT HOST HOST-PORT",
-     "sends connections to a port of the gateway to a host inside",
+     "forwards connections to a port of the gateway to a host on the inside",
      DETAILS("PORT is a port or a range such as 1000-1010, of which the first goes to HOST-PORT. "
-             "What starts with ! is negated, as the gateway's iptables takes it.\n"
+             "An ADDRESS or PORT that starts with ! is negated, as the gateway's iptables takes "
+             "it.\n"
              "--apply\truns the command, instead of printing it\n"
-             "--delete\ttakes the rule out\n"
+             "--delete\tremoves the rule\n"
              "--diff\tcompares with another rule, an action and its arguments as one word; prints "
              "both if they differ, with status 1"),
      "--apply 203.0.113.7 tcp 8080 192.168.1.10 80", run_pinhole},
     {"nat", "[--apply] [--delete] [--diff RULE] STATE INTERFACE",
-     "hides what leaves through an interface behind its address; STATE is on or off",
-     DETAILS("Options are those of pinhole; off takes the rule out, too."), "on ppp0", run_nat},
+     "masquerades what leaves through an interface; STATE is on or off",
+     DETAILS("Options are those of pinhole; off also removes the rule."), "on ppp0", run_nat},
     {"maplist", "[--apply] [--delete] [--diff RULE] ADDRESS RANGE",
-     "does so for a range of inner addresses, and what they send to ADDRESS",
+     "masquerades what a range of inner addresses sends to ADDRESS",
      DETAILS("Options are those of pinhole."), "10.0.0.0/8 192.168.1.100-192.168.1.200",
      run_maplist},
-    {"flush", "[--apply] CHAIN", "takes all rules out of INPUT, FORWARD or OUTPUT",
+    {"flush", "[--apply] CHAIN", "removes all rules from INPUT, FORWARD or OUTPUT",
      DETAILS("--apply\truns the command, instead of printing it"), "forward", run_flush},
     {"policy", "[--apply] CHAIN POLICY", "makes a chain drop or accept what no rule decides",
      DETAILS("--apply\truns the command, instead of printing it"), "input drop", run_policy},
     {"ports", "[--json] PORT [HOST-PORT]",
      "prints ports as iptables takes them, and those that a pinhole sends them to",
-     DETAILS("There are no ports to send to when a range goes to itself."), "1000-1010 2000",
+     DETAILS("A range that keeps its port numbers has no internal ports."), "1000-1010 2000",
      run_ports},
-    {"flags", "FLAGS", "checks an argument of --tcp-flags: those looked at, those set", NULL,
+    {"flags", "FLAGS", "checks an argument of --tcp-flags: flags to examine, flags to be set", NULL,
      "'SYN,ACK,FIN,RST SYN'", run_flags},
     {"protocol", "NAME", "prints the number of an IP protocol", NULL, "esp", run_protocol},
     {0},

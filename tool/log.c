@@ -165,7 +165,7 @@ static int print_packets(struct nfnetlink_log *log, unsigned int number) {
   setsockopt(log->netlink->fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   group = nfnetlink_log_bind_group(log, number);
   if (group == NULL) {
-    return refused("group %u is not available: another program has it, or this one lacks the right",
+    return refused("group %u is not available: another program has it, or permission is denied",
                    number);
   }
   nfnetlink_log_register_handler(group, print_packet, NULL);
@@ -201,8 +201,8 @@ static const struct action actions[] = {
     {"packets", "[--json] [--count N] GROUP",
      "prints a line for each packet that a rule sends to a group, until interrupted",
      DETAILS("Rules do so with -j NFLOG --nflog-group GROUP. The kernel holds packets back for up "
-             "to a second. Lost ones are mentioned on standard error.\n"
-             "--count\tends after so many packets"),
+             "to a second. Lost packets are reported on standard error.\n"
+             "--count\tends after N packets"),
      "--count 10 5", run_packets},
     {0},
 };

@@ -136,7 +136,7 @@ static int read_mac(const char *text, unsigned char *mac) {
   divert_output();
   result = parse_macaddr(text, 0, 0, mac);
   restore_output();
-  if (result == MACADDR_MULTICAST) return misused("--mac: %s is the address of a group", text);
+  if (result == MACADDR_MULTICAST) return misused("--mac: %s is a multicast address", text);
   return result == 0 ? DONE : misused("--mac: %s is not a MAC address", text);
 }
 
@@ -300,13 +300,13 @@ static const struct action actions[] = {
      DETAILS("A missing or empty file becomes an erased one; any other is left alone."), "",
      run_init},
     {"show", "[--json]", "prints the info record",
-     DETAILS("The serial number is stored, derived from the MAC address, or default, as the whole "
-             "record is when the stored one is not valid. Times are UTC."),
+     DETAILS("The origin is \"stored\", \"derived\" if the serial number is derived from the MAC "
+             "address, or \"default\" if a default record replaces an invalid one. Times are UTC."),
      "--json", run_show},
     {"set", "[--mac MAC] [--addresses NUMBER] [--type NUMBER] [--serial DIGITS]",
-     "writes the info record, with other values in it",
-     DETAILS("A derived serial number is not stored, and an empty one is derived. The driver hears "
-             "of it at the next init."),
+     "changes values of the info record",
+     DETAILS("A derived serial number is not stored, and an empty one is derived. The driver gets "
+             "the new values at the next init."),
      "--mac 02:5a:32:00:00:05 --addresses 8", run_set},
     {"calibration-get", "[--offset BYTES] [--length BYTES]",
      "prints bytes of the wireless calibration, from the file or else from the driver", NULL,
@@ -319,7 +319,7 @@ static const struct action actions[] = {
     {"slot-get", "SLOT FILE", "copies the blob of certificate slot 1 or 2 into a new file",
      DETAILS("Only its owner may read the file: a blob may hold a private key."), "1 backup.blob",
      run_slot_get},
-    {"slot-set", "SLOT [FILE]", "writes a file to the start of a slot, without a check of it",
+    {"slot-set", "SLOT [FILE]", "writes a file to the start of a slot, without checking it",
      DETAILS("See talvera cert install, which checks it."), "1 backup.blob", run_slot_set},
     {"slot-clear", "SLOT", "erases a slot", NULL, "1", run_slot_clear},
     {0},

@@ -253,7 +253,7 @@ static int run_probe(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"address", "[--json] ADDRESS MASK", "takes an IPv4 address apart",
-     DETAILS("The prefix counts the bits of the mask, also when they are not contiguous."),
+     DETAILS("The prefix counts the bits of the mask, even if they are not contiguous."),
      "192.168.1.77 255.255.255.0", run_address},
     {"mask", "LENGTH", "prints the mask of a prefix length",
      DETAILS("A length of 32 gives 0.0.0.0, as 0 does."), "24", run_mask},
@@ -266,13 +266,13 @@ static const struct action actions[] = {
     {"counters", "[--json] [--watch SECONDS] [--count N] INTERFACE",
      "prints the counters of an interface",
      DETAILS("Counters that its driver does not have are shown as -, or null.\n"
-             "--watch\tprints how they change, every so many seconds, until interrupted; errors "
+             "--watch\tprints how they change, every SECONDS seconds, until interrupted; errors "
              "and drops are those of the interval\n"
-             "--count\tends the watch after so many lines"),
+             "--count\tends the watch after N lines"),
      "--watch 5 eth0", run_counters},
-    {"probe", "INTERFACE ADDRESS", "asks whether another host has an IPv4 address",
+    {"probe", "INTERFACE ADDRESS", "asks whether another host uses ADDRESS",
      DETAILS("Status 1 means that one does, or that the probe failed. No answer may also mean that "
-             "arping could not ask, as without the right to."),
+             "arping could not ask, for example for lack of permission."),
      "eth0 192.168.1.77", run_probe},
     {0},
 };

@@ -235,8 +235,8 @@ static int run_import(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"init", "[--store FILE]", "creates the store, or leaves the one that is there",
-     DETAILS("The store is shared memory; the file is one that exists, and only names it.\n"
-             "--store\tthe file; without this, for any action, TALVERA_NVRAM names it"),
+     DETAILS("The store is shared memory; the file must exist, and only identifies it.\n"
+             "--store\tthe file, for any action; by default the one that TALVERA_NVRAM names"),
      "--store /etc/config", run_init},
     {"get", "[--store FILE] NAME", "prints a value", NULL, "hostname", run_get},
     {"set", "[--store FILE] NAME VALUE", "sets a pair, new or not", NULL, "hostname gateway",
@@ -244,10 +244,10 @@ static const struct action actions[] = {
     {"unset", "[--store FILE] NAME...", "removes pairs", NULL, "hostname", run_unset},
     {"show", "[--store FILE] [--json]", "lists all pairs by name", NULL, "", run_show},
     {"export", "[--store FILE]", "prints all pairs as lines of NAME=VALUE",
-     DETAILS("Bytes that are no text are escaped, and in names = and #, so that import restores "
-             "any pair."),
+     DETAILS("Bytes that are not text are escaped, and in names also = and #, so that import "
+             "restores any pair."),
      ">backup", run_export},
-    {"import", "[--store FILE] [FILE]", "sets the pairs of such lines",
+    {"import", "[--store FILE] [FILE]", "sets the pairs given as lines of NAME=VALUE",
      DETAILS("Empty lines and lines that start with # are skipped. Nothing is set when a line is "
              "wrong."),
      "backup", run_import},

@@ -51,11 +51,11 @@ static int run_newbox(int argc, char **argv) {
 static const struct action actions[] = {
     {"remember", "PATH", "adds a file to those that persist", NULL, "/etc/hosts", run_remember},
     {"forget", "PATH", "removes a file from those that persist", NULL, "/etc/hosts", run_forget},
-    {"forget-matching", "TEXT", "removes all files with a text in their path, in any case", NULL,
+    {"forget-matching", "TEXT", "removes all files whose path contains TEXT, ignoring case", NULL,
      ".pem", run_forget_matching},
     {"commit", "", "saves the files that persist", NULL, "", run_commit},
     {"newbox", "", "stops the running pfs and erases all that persists", NULL, "", run_newbox},
     {0},
 };
 
-const struct group group_pfs = {"pfs", "files that persist over a restart", actions};
+const struct group group_pfs = {"pfs", "files that persist across restarts", actions};

@@ -147,22 +147,21 @@ static int run_stop(int argc, char **argv) {
 }
 
 static const struct action actions[] = {
-    {"start", "COMMAND...", "starts a program in the background and prints its process",
-     DETAILS("The command may begin with variables for the program, as NAME=VALUE. PATH is not "
+    {"start", "COMMAND...", "starts a program in the background and prints its process ID",
+     DETAILS("The command may begin with environment variables, as NAME=VALUE. PATH is not "
              "searched."),
      "LANG=C /usr/sbin/daemon -- -f", run_start},
-    {"find", "NAME", "prints the running processes of a program, one a line",
-     DETAILS("Of a path, what follows the last / counts."), "dropbear", run_find},
-    {"pid", "FILE", "prints the process that a pid file names, if it is running", NULL,
+    {"find", "NAME", "prints the process IDs of a running program, one per line",
+     DETAILS("Of a path, only what follows the last / counts."), "dropbear", run_find},
+    {"pid", "FILE", "prints the process ID in a pid file, if the process is running", NULL,
      "/var/run/crond.pid", run_pid},
     {"signal", "[--value NUMBER] SIGNAL PID...",
      "sends a signal, by number or by a name such as HUP",
-     DETAILS(
-         "Signal 0 only asks whether the process is there.\n--value\tis queued with the signal"),
+     DETAILS("Signal 0 only checks that the process exists.\n--value\tis queued with the signal"),
      "HUP 1234", run_signal},
-    {"wait", "SECONDS PID...", "waits for processes to be gone, each so long at most", NULL,
+    {"wait", "SECONDS PID...", "waits for processes to end, at most SECONDS for each", NULL,
      "10 1234", run_wait},
-    {"stop", "PID...", "stops processes, killing those that are there after 3 seconds", NULL,
+    {"stop", "PID...", "stops processes, killing those still running after 3 seconds", NULL,
      "$(talvera proc find dropbear)", run_stop},
     {0},
 };

@@ -131,14 +131,14 @@ static int run_receive(int argc, char **argv) {
 }
 
 static const struct action actions[] = {
-    {"send", "NAME [MESSAGE...]", "sends messages to a queue, or each line of standard input",
-     DETAILS("A queue that nobody receives from, or that is full, is a failure."),
+    {"send", "NAME [MESSAGE...]", "sends messages, or each line of standard input, to a queue",
+     DETAILS("Fails if nobody receives from the queue, or if it is full."),
      "/var/run/events 'link up'", run_send},
     {"receive", "[--count NUMBER] [--raw] [--json] NAME",
-     "creates a queue and prints what it receives, a line each, until interrupted",
+     "creates a queue and prints what it receives, one message per line, until interrupted",
      DETAILS("The path must not exist; it is removed at the end.\n"
-             "--count\tends after so many messages\n"
-             "--raw\tprints control characters and bytes that are no text as they are"),
+             "--count\tends after NUMBER messages\n"
+             "--raw\tprints control characters and bytes that are not text as they are"),
      "/var/run/events", run_receive},
     {0},
 };

@@ -158,5 +158,5 @@ static const struct action actions[] = {
     {0},
 };
 
-const struct group group_sum = {"sum", "checks and digests of files, or of standard input",
+const struct group group_sum = {"sum", "checksums and digests of files, or of standard input",
                                 actions};

@@ -275,7 +275,7 @@ static int run_ports(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"base64", "[--decode] [FILE]", "encodes a file as Base64, on one line, or decodes it",
-     DETAILS("Decoding skips what is not of the alphabet, such as line ends."),
+     DETAILS("Decoding skips what is not in the alphabet, such as line ends."),
      "printf admin:secret | talvera text base64", run_base64},
     {"hex", "[--decode] [--delimiter CHARACTER] [FILE]",
      "encodes a file as hexadecimal digits, or decodes it",
@@ -284,14 +284,14 @@ static const struct action actions[] = {
     {"entities", "[FILE]", "escapes text for HTML, in content and in attributes", NULL,
      "echo '<b>' | talvera text entities", run_entities},
     {"scan", "[--json] LINE [KIND...]", "takes values from a line, one after the other",
-     DETAILS("Without kinds, each word is said to be an address, an integer or a word.\n"
+     DETAILS("Without kinds, each word is shown as an address, an integer or a word.\n"
              "ip\tan IPv4 address\n"
              "mac\ta MAC address\n"
              "integer\ta decimal number of 32 bits, with or without a sign\n"
              "number\tan unsigned decimal number\n"
              "hex\ta hexadecimal number, shown in decimal\n"
-             "word\tcharacters up to a blank\n"
-             "string\tthe same, with quotes, and escapes such as ^\" and ^x0a"),
+             "word\tASCII characters up to a space or control character\n"
+             "string\tcharacters up to a blank, with quotes, and escapes such as ^\" and ^x0a"),
      "'timeout 0x1e' word hex", run_scan},
     {"split", "[--json] [--delimiters SET] LINE", "splits a line into words, 20 at most",
      DETAILS("Without delimiters, words end at white space, and quotes keep them together."),

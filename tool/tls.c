@@ -192,10 +192,10 @@ static int run_connect(int argc, char **argv) {
 
 static const struct action actions[] = {
     {"connect", "[--json] [--version VERSION] [--name NAME] HOST PORT",
-     "connects to a server as the device does, and tells step by step what was judged and why",
-     DETAILS("A chain is forgiven a certificate that is not valid yet while the device has no "
-             "network time: its own clock may be wrong. Nothing is sent after the handshake.\n"
-             "--version\tssl3, tls1, tls1.1, or as without this tls1.2\n"
+     "connects to a server as the device does, and reports each step and its result",
+     DETAILS("A certificate that is not valid yet is tolerated while the device has no network "
+             "time: its own clock may be wrong. Nothing is sent after the handshake.\n"
+             "--version\tssl3, tls1, tls1.1 or tls1.2 (the default)\n"
              "--name\tthe common name that the server must have, if it is not HOST"),
      "acs.example.net 443", run_connect},
     {0},

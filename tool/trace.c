@@ -188,19 +188,19 @@ static const struct action actions[] = {
     {"command",
      "[--ipv6] [--icmp] [--interface NAME] [--queries N] [--max-hops N] [--wait SECONDS] "
      "[--tos N] [--port N] [--size BYTES] HOST",
-     "prints the command line that traces the way to a host", NULL, "--icmp --queries 1 192.0.2.1",
-     run_command},
+     "prints the command line that traces the route to a host", NULL,
+     "--icmp --queries 1 192.0.2.1", run_command},
     {"run",
      "[--json] [--ipv6] [--icmp] [--interface NAME] [--queries N] [--max-hops N] "
      "[--wait SECONDS] [--tos N] [--port N] [--size BYTES] HOST",
-     "runs it, and prints the hops with a bar for the shortest time of each",
-     DETAILS("Times are milliseconds. A host that is not reached in 30 hops, or --max-hops, is a "
-             "failure."),
+     "runs traceroute, and prints the hops with a bar for the shortest time of each",
+     DETAILS("Times are in milliseconds. Fails if the host is not reached in 30 hops, or "
+             "--max-hops."),
      "--queries 1 192.0.2.1", run_test},
-    {"show", "[--json] NAME", "prints the same of an earlier test",
+    {"show", "[--json] NAME", "prints the hops of an earlier test",
      DETAILS("Its results are in /tmp/NAME-out, /tmp/NAME-err and /tmp/NAME-status."), "wan",
      run_show},
     {0},
 };
 
-const struct group group_trace = {"trace", "the way to a host, with traceroute", actions};
+const struct group group_trace = {"trace", "the route to a host, with traceroute", actions};

@@ -1,4 +1,4 @@
-# What the factory supplies with the device: a blob of its certificate and key, preceded by big-endian numbers.
+# What the factory supplies with the device: a blob with its certificate and key after a header of big-endian numbers.
 
 cd "$FOLDER"
 word() {

@@ -6,7 +6,7 @@ host() {
   holder=$!
   background="$background $holder"
   while [ "$(readlink "/proc/$holder/ns/net")" = "$(readlink "/proc/$$/ns/net")" ]; do sleep 0.1; done
-  ip link add "$1" type veth # the other end is veth0: not every ip can name it
+  ip link add "$1" type veth # the other end is veth0: not every ip command can name it
   ip address add "$2/24" dev "$1"
   ip link set "$1" up
   ip link set veth0 netns "$holder"
@@ -49,13 +49,13 @@ inside=$holder
 nsenter -t "$inside" -n ip route add default via 192.168.1.1
 serve
 
-# A camera at home, 192.168.1.10, has a web server. A host on the internet, 203.0.113.50, calls the gateway, and
-# the pinhole forwards the call.
+# A camera at home, 192.168.1.10, has a web server. A host on the internet, 203.0.113.50, connects to the
+# gateway, and the pinhole forwards the connection.
 from_outside 203.0.113.1 8080
 
 expect '^hello 203.0.113.50, this is the camera'
 
-# Without the pinhole the same call ends at the gateway, where nothing listens.
+# Without the pinhole, the same connection attempt ends at the gateway, where nothing listens.
 talvera ipt pinhole --apply --delete 203.0.113.1 tcp 8080 192.168.1.10 80
 from_outside 203.0.113.1 8080
 

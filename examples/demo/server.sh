@@ -1,6 +1,6 @@
-# TLS servers with certificates of the development stand-in of the maker's root.
+# TLS servers with certificates issued by the development stand-in for the maker's root.
 
-# issue NAME YEAR: a certificate and key, valid from one year to the next but one
+# issue NAME YEAR: a certificate and key, valid for two years from the start of YEAR (two digits)
 issue() {
   : >index
   echo 01 >serial
@@ -28,8 +28,8 @@ serve 44331 good
 serve 44332 early
 export TALVERA_SDB=database
 
-# The gateway reports to its management server and trusts only the maker's root. Each step is shown with its
-# result.
+# The gateway reports to its management server, whose certificate the maker's root has issued. Each step is shown
+# with its result.
 printf '%s\n' system.sku=1 ip.ntp.time-acquired=1 >database
 talvera tls connect --name ACS.example.net 127.0.0.1 44331
 
@@ -40,7 +40,7 @@ talvera tls connect --name acs.example.com 127.0.0.1 44331 2>&1 | tail -n 1
 
 expect 'acs.example.com is expected, the server has acs.example.net'
 
-# This one's certificate is valid from next year on.
+# This server's certificate is not valid until next year.
 talvera tls connect --name acs.example.net 127.0.0.1 44332 2>&1 | tail -n 1
 
 expect 'certificate is not yet valid'

@@ -63,7 +63,7 @@ on_the_gateway "$BUILD/examples/certificate_blob" install "$work/blob" 1 | sed '
 on_the_gateway "$BUILD/examples/certificate_blob" show >"$work/out"
 sed 's/^/    /' "$work/out"
 expect "slot 1, 2 items"
-expect "the key is handed out: $(size_of "$work/key.der") bytes"
+expect "private key: $(size_of "$work/key.der") bytes"
 tail -c +$((0x1C000 + 1)) "$flash/mfg.dat" | head -c "$(size_of "$work/blob")" | cmp - "$work/blob"
 
 echo

@@ -23,7 +23,7 @@ zone inside lan0 192.168.1.1 192.168.1.10
 ip -n inside route add default via 192.168.1.1
 echo 1 >/proc/sys/net/ipv4/ip_forward
 
-# The inner host answers one connection with the address of its origin.
+# The inner host answers one connection with the addresses of both ends.
 ip netns exec inside perl -MIO::Socket::INET -e '
   my $listener = IO::Socket::INET->new(Listen => 1, LocalPort => 80) or die;
   my $peer = $listener->accept or die;

@@ -1,4 +1,4 @@
-# A TLS client, and servers that it accepts and rejects. The development stand-in of the maker's root issues
+# A TLS client, and servers that it accepts and rejects. The development stand-in for the maker's root issues
 # their certificates.
 set -eu
 
@@ -66,7 +66,7 @@ issue expired "$(past 3)" "$(past 1)"
 issue not-yet "$(future 1)" "$(future 3)"
 
 echo "== TLS to the management server"
-echo "  The right server, its name in other letters:"
+echo "  The right server, its name in different case:"
 request 0 good ACS.example.net 1
 echo "  A server with another name:"
 request 2 good acs.example.com 1
