@@ -72,8 +72,8 @@ TALVERA_API char *str_to_args_by_delim(char *s, const char *delims, int *argc, c
  *  @param[in,out] s  string to split; null gives no words
  *  @param delims     delimiter characters
  *  @param[out] argc  number of words stored
- *  @param[out] argv  array of @p max + 1 slots for the words; the first @p max are set to null
- *                    first
+ *  @param[out] argv  array of @p max + 1 slots for the words; unused ones are null, except that the
+ *                    last, if unused, is unchanged
  *  @param max        limit; when negative nothing is stored
  *  @return the first word that was not stored, terminated in place; null when all were
  */
@@ -118,7 +118,7 @@ TALVERA_API char *range_to_portstr(char *buf, unsigned int low, unsigned int hig
 
 /** Reads an ATM virtual circuit, "vpi/vci" in decimal, from a list of words.
  *
- *  @param s         words, split as by str_to_args(); only the first 79 characters count
+ *  @param s         words, split as str_to_args() does; only the first 79 characters count
  *  @param index     index of the word, from 0
  *  @param[out] vpi  virtual path identifier; set even when no channel follows
  *  @param[out] vci  virtual channel identifier

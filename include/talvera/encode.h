@@ -52,7 +52,7 @@ TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned ch
  *  @param size      size of @p buf in bytes; a reference that does not fit is replaced by "-"
  *  @param text      string to escape
  *  @return 0; -1 with errno EINVAL when @p size is 0 or a pointer is null; -1 with errno ENOSPC
- *          when the buffer is too small, intentionally also when the result fits exactly
+ *          when the buffer is too small, intentionally even when the result fits exactly
  */
 TALVERA_API int entities_hex_encode(char *buf, unsigned int size, const char *text);
 

@@ -34,8 +34,8 @@ struct ipc_msgq {
 
 /** Creates a receiving queue.
  *
- *  @param name  path to bind, at most 107 characters, which must not exist; "" binds the abstract
- *               address of 108 zero bytes
+ *  @param name  path to bind, which must not exist yet; at most 107 characters. "" binds the
+ *               abstract address of 108 zero bytes
  *  @return the queue; null with errno set when the name is null (EINVAL) or too long
  *          (ENAMETOOLONG), memory runs out, the socket cannot be created ("socket create failed "
  *          is printed), or the path cannot be bound ("bind failed:<errno>:<message>")
@@ -64,7 +64,7 @@ TALVERA_API int ipc_msgq_send(const struct ipc_msgq *queue, const void *data, si
 
 /** Receives a message, blocking until one arrives.
  *
- *  A failed wait prints two lines and gives -1, also when a signal interrupts it (EINTR).
+ *  A failed wait prints two lines and gives -1, even when a signal interrupted it (EINTR).
  *
  *  @param queue     receiving queue; null gives -1 (EINVAL)
  *  @param[out] buf  at least @p size bytes; a longer message is truncated

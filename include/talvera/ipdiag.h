@@ -8,8 +8,8 @@
  *
  *      /tmp/NAME-out     traceroute's standard output: a header line, then one line per hop
  *      /tmp/NAME-err     its standard error
- *      /tmp/NAME-status  a decimal integer on the first line: the response time, in the caller's
- *                        unit
+ *      /tmp/NAME-status  written by the caller: a decimal integer on the first line, the response
+ *                        time in a unit of the caller's choice
  *
  *  A path has at most 63 characters; a longer one cannot be opened. No function keeps state or logs
  *  anything.
@@ -65,7 +65,7 @@ struct tr_hop {
  *  @param[out] buf    the command line; unchanged when @p size is 10 or less
  *  @param ipv6        not 0: IPv6 (-6)
  *  @param size        size of @p buf in bytes
- *  @return 0, also when pieces were omitted; -1 with errno EINVAL when @p host is null
+ *  @return 0, even when pieces were omitted; -1 with errno EINVAL when @p host is null
  */
 TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_t queries,
                                     int32_t max_hops, int32_t wait, int32_t tos, uint16_t port,
@@ -82,8 +82,9 @@ TALVERA_API int ipdiag_tr_makeparam(const char *host, const char *ifname, int32_
  *  @param name          test name
  *  @param[in,out] hops  array of @p max_rows hops, zeroed by the caller
  *  @param max_rows      number of hops in the array
- *  @param[out] count    number of hop lines; each used a row, even if it filled nothing
- *  @return 0 when there are fewer hop lines than @p max_rows; otherwise 0 if the last hop's address
+ *  @param[out] count    number of hop lines read, at most @p max_rows; each used a row, even if it
+ *                       filled nothing
+ *  @return 0 when there are fewer hop lines than @p max_rows; otherwise 0 if the last row's address
  *          is the first 19 characters of the destination's (given in parentheses in the header), 1
  *          if not; -1 with errno set when the file cannot be opened; -1 (EINVAL) and a count of 0
  *          when @p max_rows is below 1
@@ -94,7 +95,7 @@ TALVERA_API int ipdiag_tr_formatout(const char *name, struct tr_hop *hops, int32
 /** Reads the response time of a test.
  *
  *  @param name       test name
- *  @param[out] time  the first 15 characters of the status file's first line, converted as by
+ *  @param[out] time  the first 15 characters of the status file's first line, converted as if by
  *                    atoi(); unchanged when the file is empty
  *  @return 0; -1 with errno set when the file cannot be opened
  */

@@ -276,9 +276,9 @@ TALVERA_API int ipt_make_rule_string(const ipt_rule *rule, char *buf) TALVERA_NO
  *  The command line is the format of sdb_system(), without arguments, so it must not contain "%".
  *
  *  @param rule  the rule; null is a failure
- *  @return 0 when the command succeeded, and also when a signal killed it; its exit code; the errno
- *          of system() when it failed; IPT_RULE_FAILED, with nothing run, when the rule cannot be
- *          rendered
+ *  @return 0 when the command succeeded, and also when a signal killed the shell; otherwise the
+ *          command's exit code, or the errno of system() when that failed; IPT_RULE_FAILED, with
+ *          nothing run, when the rule cannot be rendered
  */
 TALVERA_API int ipt_process_rule(const ipt_rule *rule);
 
@@ -348,7 +348,7 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *                        truncated when it does not fit; unchanged for a range that begins at
  *                        @p internal_port, which needs no translation
  *  @param size           size of @p buf in bytes
- *  @return 0; -1 with errno EINVAL when @p external is neither
+ *  @return 0; -1 with errno EINVAL when @p external has neither form
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size);
 
@@ -373,7 +373,8 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
 
 /** Returns the number of an IP protocol (IANA, Assigned Internet Protocol Numbers).
  *
- *  @param name  the registry's keyword in upper or lower case, with "-" for each space
+ *  @param name  the registry's keyword for a number from 0 to 142 or for 255, in upper or lower
+ *               case, with "-" for each space
  *  @return the number; 0 for "none"; -1 for unknown names and for null
  */
 TALVERA_API int wkp_prot_from_name(const char *name);
@@ -400,8 +401,8 @@ TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buf, size_
  *  see enum ipt_negation.
  *  @{ */
 
-/** Makes the rule of a pinhole, which forwards connections from a port of the gateway to a host on
- *  the home network.
+/** Makes the rule of a pinhole, which forwards connections that arrive at a port of the gateway to
+ *  a host on the home network.
  *
  *  Destination, protocol and external port may begin with "!", but a negated protocol is rendered
  *  without it. An unknown protocol leaves its value empty, which iptables rejects.

@@ -6,15 +6,15 @@
  *  The caller owns the list object and passes its address to every function; list_init() fills it
  *  and list_destroy() releases what it holds. Positions count from 0. The list knows its middle
  *  element as well as both ends, so a position is at most about a quarter of the list away. It also
- *  keeps a few spare elements, so that cycles of insertion and deletion stay off the heap.
+ *  keeps a few spare elements, so that alternating insertions and deletions allocate none.
  *
  *  Conventions, all intentional; callers rely on them:
  *    - A comparator returns a positive number when a comes BEFORE b.
- *    - list_insert_at(), list_append() and list_prepend() return 1 on success and -1 on failure;
- *      list_iterator_start() and list_iterator_stop() return 1 and 0; the other functions with a
- *      status return 0 and -1.
- *    - A status of -1 comes with errno: EINVAL for a null pointer, a position outside the list or a
- *      missing callback; EBUSY while an iteration is open; ENOMEM when memory runs out.
+ *    - The statuses for success and failure are 1 and -1 for list_insert_at(), list_append() and
+ *      list_prepend(), 1 and 0 for list_iterator_start() and list_iterator_stop(), and 0 and -1 for
+ *      the other functions.
+ *    - A status of -1 comes with errno: EINVAL for an invalid argument or a missing callback; EBUSY
+ *      while an iteration is open; ENOMEM when memory runs out.
  *    - list_empty() returns 1 when the list is NOT empty.
  *
  *  While an iteration is open (from list_iterator_start() to list_iterator_stop()), functions that
@@ -71,9 +71,9 @@ typedef uint32_t (*list_hashcomputer_fn)(const void *data);
  */
 typedef void *(*list_serializer_fn)(const void *data, uint32_t *size);
 
-/** Makes a datum from a serialized one. Stored for the caller; the library does not call it.
+/** Makes a datum from a serialised one. Stored for the caller; the library does not call it.
  *
- *  @param serialized  the serialized datum
+ *  @param serialized  the serialised datum
  *  @param[out] size   number of bytes used
  *  @return the datum
  */

@@ -64,8 +64,8 @@ TALVERA_API int mfg_info_read(unsigned char *record) TALVERA_NONNULL(1);
 /** Updates the time, write count and checksum of the record and writes it.
  *
  *  @param[in,out] record  MFG_INFO_SIZE bytes
- *  @return 0; -1 with errno set when the file cannot be opened, read or written. A failed mount is
- *          logged but is not a failure by itself
+ *  @return 0; -1 with errno set when the file cannot be opened, read or written, or memory runs
+ *          out. A failed mount is logged but is not a failure by itself
  */
 TALVERA_API int mfg_info_write(unsigned char *record) TALVERA_NONNULL(1);
 
@@ -100,8 +100,8 @@ TALVERA_API void mfg_init(void);
 /** Reads a range of the wireless calibration, from the file when the info record says that the file
  *  holds one, otherwise from the driver.
  *
- *  The length that the driver reports is not checked against @p offset: bytes past it read as
- *  zeros.
+ *  The length that the driver reports is not checked against @p offset: bytes past that length read
+ *  as zeros.
  *
  *  @param[out] buf  at least @p size bytes
  *  @param offset    first byte, counted from the start of the calibration
@@ -191,8 +191,8 @@ TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 
 /** Command that takes struct tvra_info. */
 #define TVRA_INFO_SET 0x80284D00U
-/** Command that takes struct tvra_wlcal; the driver fills the buffer and sets the length to what it
- *  holds. */
+/** Command that takes struct tvra_wlcal; the driver fills the buffer and sets the length to the
+ *  number of bytes that it holds. */
 #define TVRA_WLCAL_GET 0x80084D03U
 /** Command that takes struct tvra_wlcal; a null buffer and length 0 make the driver drop its copy.
  */
@@ -213,10 +213,10 @@ struct tvra_info {
 /** Calibration transfer; 8 bytes on the 32-bit target. */
 struct tvra_wlcal {
   void *buffer;    /**< data, or null */
-  uint32_t length; /**< bytes in the buffer; TVRA_WLCAL_GET sets it to what the driver holds */
+  uint32_t length; /**< bytes in the buffer; TVRA_WLCAL_GET sets it to how many the driver has */
 };
 
-/** Opens "/dev/talvera" on first use, non-blocking and close-on-exec.
+/** Opens "/dev/talvera", unless it is already open, non-blocking and close-on-exec.
  *
  *  Opens are not counted: a single tvra_close() closes the device.
  *

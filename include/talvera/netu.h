@@ -126,7 +126,8 @@ TALVERA_API unsigned char *netu_atoe(const char *text, unsigned char *mac) TALVE
  *
  *  @param index      interface index
  *  @param[out] name  at least 16 bytes (IFNAMSIZ); written on success
- *  @return 0; -1 with errno set when there is no such interface or @p name is null
+ *  @return 0; -1 with errno set when there is no such interface, no socket can be created for the
+ *          query, or @p name is null
  */
 TALVERA_API int netu_ifindex2name(unsigned int index, char *name);
 
@@ -194,9 +195,9 @@ TALVERA_API int netu_init_linuxif_stats(struct netu_linuxif_stats *stats) TALVER
 
 /** Reads all counters of an interface and computes the deltas.
  *
- *  Values are converted as strtoul() does in base 0. A counter beyond 32 bits becomes 2^32 - 1; one
- *  whose file can be opened but not read becomes 0. Intentionally, a counter whose file is missing
- *  or empty takes the value of the one before it in enum netu_stat (the first takes 0).
+ *  Values are converted as if by strtoul() in base 0. A counter beyond 32 bits becomes 2^32 - 1;
+ *  one whose file can be opened but not read becomes 0. Intentionally, a counter whose file is
+ *  missing or empty takes the value of the one before it in enum netu_stat (the first takes 0).
  *
  *  @param ifname         the interface
  *  @param[in,out] stats  the record

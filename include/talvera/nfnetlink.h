@@ -5,13 +5,13 @@
  *
  *  Messages are the kernel's own (<linux/netlink.h>, <linux/netfilter/nfnetlink.h>), in host byte
  *  order except for fields stated to be big-endian. A message is a struct nlmsghdr, a struct
- *  nfgenmsg (address family, version 0, big-endian resource id), then attributes on 4-byte
- *  boundaries, each a struct nlattr and a payload. The type of a message is the subsystem id
+ *  nfgenmsg (address family, version 0, big-endian resource ID), then attributes on 4-byte
+ *  boundaries, each a struct nlattr and a payload. The type of a message is the subsystem ID
  *  shifted left by 8, plus the message type within the subsystem.
  *
  *  A function that returns -1, or null where it returns a pointer, sets errno, to EINVAL for a null
  *  argument; only nfnetlink_log_nfa_get_ptr() leaves it unchanged. A handler that ends a dispatch
- *  with a negative result sets errno itself.
+ *  with a negative result must set errno itself.
  *
  *  A handle and everything that belongs to it must be used by one thread at a time. Nothing here
  *  logs.
@@ -33,7 +33,7 @@ TALVERA_BEGIN_DECLS
 /** @name Handles and subsystems
  *  @{ */
 
-/** Number of subsystem slots of a handle; subsystem ids are below it. */
+/** Number of subsystem slots of a handle; subsystem IDs are below it. */
 #define NFNETLINK_SUBSYSTEMS 17
 
 struct nfnetlink_handle;
@@ -61,7 +61,7 @@ struct nfnetlink_callback {
 struct nfnetlink_subsys {
   struct nfnetlink_handle *handle;      /**< the handle it belongs to */
   uint32_t subscriptions;               /**< multicast groups, as a mask */
-  uint8_t id;                           /**< subsystem id */
+  uint8_t id;                           /**< subsystem ID */
   uint8_t callback_count;               /**< size of callbacks; 0 while the slot is free */
   struct nfnetlink_callback *callbacks; /**< heap array by message type; null while free */
 };
@@ -71,8 +71,8 @@ struct nfnetlink_handle {
   int32_t fd;               /**< the socket */
   struct sockaddr_nl local; /**< own address: port ID given by the kernel, joined groups */
   struct sockaddr_nl peer;  /**< the kernel's address */
-  uint32_t sequence;        /**< of the last request; its builder increments it first */
-  struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem id */
+  uint32_t sequence;        /**< that of the last request; increment it before each */
+  struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem ID */
 };
 
 /** Opens a netfilter netlink socket and binds it to a port ID chosen by the kernel.
@@ -95,10 +95,10 @@ TALVERA_API int nfnetlink_rebind(struct nfnetlink_handle *handle);
 /** Opens a subsystem, with an empty callback table, and joins its groups.
  *
  *  @param handle          the handle
- *  @param id              subsystem id; only the low 8 bits count
+ *  @param id              subsystem ID; only the low 8 bits count
  *  @param callback_count  number of message types; only the low 8 bits count
  *  @param subscriptions   multicast groups to join, as a mask
- *  @return the slot, owned by the handle; null with errno set when @p handle is null, the id is 17
+ *  @return the slot, owned by the handle; null with errno set when @p handle is null, the ID is 17
  *          or more, the slot is in use, memory runs out or the groups cannot be joined
  */
 TALVERA_API struct nfnetlink_subsys *nfnetlink_subsys_open(struct nfnetlink_handle *handle,
@@ -156,11 +156,11 @@ TALVERA_API int nfnetlink_send(struct nfnetlink_handle *handle, const struct nlm
  *
  *  @param handle   the handle
  *  @param message  a complete message, nlmsg_len bytes, that requests an acknowledgement
- *  @return 0 when the kernel acknowledged, a multi-part reply ended, or a datagram had no complete
- *          first message; the result of a handler that stopped the dispatch; -1 when sending,
- *          receiving (other than because of a signal) or dispatching fails, when the first message
- *          of a datagram has a sequence number that is neither 0 nor the handle's (EPROTO), or when
- *          an argument is null
+ *  @return 0 when the kernel acknowledged the message, a multi-part reply ended, or a datagram had
+ *          no complete first message; the result of a handler that stopped the dispatch; -1 when
+ *          sending, receiving (unless interrupted by a signal) or dispatching fails, when the first
+ *          message of a datagram has a sequence number that is neither 0 nor the handle's (EPROTO),
+ *          or when an argument is null
  */
 TALVERA_API int nfnetlink_send_wait_ack(struct nfnetlink_handle *handle,
                                         const struct nlmsghdr *message);

@@ -23,8 +23,9 @@
  *      97         2  index of the chain's next entry, signed, big-endian; the chain ends where that
  *                    entry is not in use
  *
- *  A name's bucket is its hash modulo 256, plus 1. The hash starts at 0, and each character of the
- *  whole name makes it hash * 31 + character. Names are compared over their first 32 characters.
+ *  A name's bucket is its hash modulo 256, plus 1. The hash starts at 0 and becomes hash * 31 +
+ *  character for each character of the whole name. Names are compared over their first 32
+ *  characters.
  *
  *  There is no mutual exclusion: programs that share a store must serialise their writers, and a
  *  value can change under its reader. Corrupt content never leads these functions outside the

@@ -23,8 +23,9 @@
  *  name is read as its first word. The database is itself a regular file of the directory: the
  *  filter must exclude it too.
  *
- *  Numbers outside 32 bits read as the nearest limit. Names are truncated to 31 characters, both
- *  when read and when a set is built. The path "directory/name" is truncated to 4095 characters.
+ *  Numbers that do not fit in 32 bits are read as the nearest limit. Names are truncated to 31
+ *  characters, both when read and when a set is built. The path "directory/name" is truncated to
+ *  4095 characters.
  *
  *  Every failure gives -1, and nothing is logged. errno is EINVAL for invalid database content, a
  *  position that a set does not have and a missing filter, otherwise that of the failing call.
@@ -165,12 +166,12 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
  *  Files in the database keep their switch and flags; one by one, in byte order of their names,
  *  they are moved to their saved order, unless that is below 1 or above the current number of
  *  files. Then each new file is moved to the top, enabled and with flags 0, so that the last of
- *  them comes first. Because of the successive moves, known files may change places when files were
- *  added or removed. Removed files are dropped.
+ *  them comes first. Because of the successive moves, known files may change places when files have
+ *  been added or removed. Removed files are dropped.
  *
- *  When the database cannot be read, or memory to read it runs out, the result is that of a new
- *  directory: in byte order of the names, all enabled. A database without a valid header has no
- *  items, so all files are new and the last in byte order comes first.
+ *  When the database cannot be read, or memory runs out while it is being read, the result is that
+ *  of a new directory: in byte order of the names, all enabled. A database without a valid header
+ *  has no items, so all files are new and the last in byte order comes first.
  *
  *  Takes O(n log n) time for n files.
  *

@@ -3,9 +3,10 @@
  *
  *  @include process.c
  *
- *  Messages go to syslog: failures to start at LOG_ERR, failed signals at LOG_WARNING,
- *  starts, stops and time-outs at LOG_DEBUG. Results are 0, the errno value of the failed system
- *  call, or one of enum process_result. A process ID below 2 is never signalled.
+ *  Messages go to syslog: failures to start at LOG_ERR, failed signals at LOG_WARNING, and starts,
+ *  stops and time-outs at LOG_DEBUG. Except for the functions that find processes, results are 0,
+ *  the errno value of the failed system call, or one of enum process_result. A process ID below 2
+ *  is never signalled.
  *
  *  Every call of process_start() installs a SIGCHLD handler, in place of the program's own, that
  *  reaps every child of this process that has exited, however it was started. A program that waits
@@ -41,8 +42,8 @@ enum process_result {
  *  @param[out] pid  the child's process ID; may be null
  *  @param path      the program; PATH is not searched
  *  @param argv      null-terminated arguments, the program's name first
- *  @param env       null-terminated list of "NAME=value" that the child adds to this process's
- *                   environment, replacing existing values; strings without "=" are skipped; may be
+ *  @param env       null-terminated list of "NAME=value" added to the environment that the child
+ *                   inherits, replacing existing values; strings without "=" are skipped; may be
  *                   null
  *  @return 0, or the errno of fork()
  */

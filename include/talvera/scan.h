@@ -86,9 +86,10 @@ TALVERA_API char *get_word(char *s, char *buf, int size);
 /** Parses a string, which may be quoted and contain escapes.
  *
  *  Leading blanks are skipped. A double quote switches quoting on or off and is not part of the
- *  string; blanks inside quotes are. Escapes work inside quotes and outside: "^x" or "^X" and two
- *  hexadecimal digits give that byte (nothing when it is 0 or digits are missing); "^" and any
- *  other character give that character; a "^" at the very end gives nothing.
+ *  string; blanks inside quotes are, and a blank outside quotes ends the string. Escapes work
+ *  inside quotes and outside: "^x" or "^X" and two hexadecimal digits give that byte (nothing when
+ *  it is 0 or digits are missing); "^" and any other character give that character; a "^" at the
+ *  very end gives nothing.
  *
  *  @param s         string; null reads as empty
  *  @param[out] buf  receives the string, terminated; at least @p size + 1 bytes
@@ -206,7 +207,7 @@ TALVERA_API int StringIsHexDigits(const char *s);
  *
  *  @param s          string
  *  @param[out] addr  the address in network byte order; unchanged on failure
- *  @return the first character after the address; @p s on failure
+ *  @return the first white-space character after the address, or the terminator; @p s on failure
  */
 TALVERA_API char *getip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
 /** Same as getip(). @copydetails getip */
@@ -219,7 +220,7 @@ TALVERA_API char *get_ip(char *s, struct in_addr *addr) TALVERA_NONNULL(1, 2);
  *
  *  @param s         string
  *  @param[out] mac  the address; unchanged on failure
- *  @return the first character after the address; @p s on failure
+ *  @return the first white-space character after the address, or the terminator; @p s on failure
  */
 TALVERA_API char *get_mac(char *s, struct ether_addr *mac) TALVERA_NONNULL(1, 2);
 /** Same as get_mac(). @copydetails get_mac */

@@ -33,7 +33,7 @@ enum sdb_log_level {
  */
 int sdb_get(const char *key, char *buf, size_t size);
 
-/** Returns the message of an error code: one of sdb_get()'s or an errno value.
+/** Returns the message for an error code: one of sdb_get()'s or an errno value.
  *
  *  @param code  error code
  *  @return static string, never null

@@ -9,7 +9,7 @@
  *  server.
  *
  *  The objects are OpenSSL's own, to be used and freed with its functions. The library supports
- *  OpenSSL 1.0.2 to 3.x and behaves as with 1.0 on all of them: what newer versions reject by
+ *  OpenSSL 1.0.2 to 3.x and behaves with all of them as with 1.0: what newer versions reject by
  *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
  *  allowed inside the context that SSL_initialize() returns, and nowhere else. One difference
  *  remains: when the server closes the connection without a close_notify alert, SSL_get_error()
@@ -45,11 +45,11 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
 
 /** Creates a client context for one protocol.
  *
- *  The context trusts OpenSSL's default locations, the product's eleven root certificates, and a
- *  downloaded one: the DER certificate in "/var/tmp/ssl_cert", of which at most 4096 bytes are
- *  read. It offers the ciphers of OpenSSL's "ALL" list and presents the device's client
- *  certificate, signing with SHA-256, SHA-224 or SHA-1, since the device's RSA key is too short for
- *  longer digests; a program that uses another key in the context can call
+ *  The context trusts OpenSSL's default locations, the product's eleven root certificates and, if
+ *  "/var/tmp/ssl_cert" is readable, a downloaded one: the DER certificate in that file, of which at
+ *  most 4096 bytes are read. It offers the ciphers of OpenSSL's "ALL" list and presents the
+ *  device's client certificate, signing with SHA-256, SHA-224 or SHA-1, since the device's RSA key
+ *  is too short for longer digests; a program that uses another key in the context can call
  *  SSL_CTX_set1_client_sigalgs_list(). A server that fails verification does not end the handshake:
  *  SSL_check_cert() rejects it afterwards. Partial writes and automatic retries are on.
  *

@@ -5,8 +5,8 @@
  *
  *  This header also includes those of @ref talvera_scan "scanning", @ref talvera_encode "encoding"
  *  and @ref talvera_args "arguments". The functions declared here work on NUL-terminated 8-bit
- *  strings; none of them allocates, logs or sets errno. Letter case is that of the C library's
- *  current locale.
+ *  strings; none of them allocates, logs or sets errno. Letter case follows the C library's current
+ *  locale.
  *  @{ */
 #ifndef TALVERA_STRUTIL_H
 #define TALVERA_STRUTIL_H

@@ -96,7 +96,7 @@ TALVERA_API int32_t get_sysuptime(void);
 /** Same as get_sysuptime(). @copydetails get_sysuptime */
 TALVERA_API int32_t KS_GetTimeSeconds(void);
 
-/** Returns the wall clock, or 0 while the clock has not been set.
+/** Returns the wall-clock time, or 0 while the clock has not been set.
  *
  *  @return time(); 0 while that is before 946080000 (1999-12-25 00:00:00 UTC). Negative times are
  *          returned unchanged
@@ -135,8 +135,8 @@ TALVERA_API time_t ytt_get_noontime(unsigned int which, uint8_t recheck);
 /** Returns the offset of local time from UTC.
  *
  *  @param t  seconds since 1970
- *  @return seconds that local time is ahead of UTC at @p t (negative west of Greenwich); 0 when
- *          localtime_r() fails
+ *  @return number of seconds by which local time is ahead of UTC at @p t (negative west of
+ *          Greenwich); 0 when localtime_r() fails
  */
 TALVERA_API long get_gmt_offset(time_t t);
 
@@ -201,7 +201,7 @@ TALVERA_API int get_soap_datetimestr(const char *clock_set, char *buf, size_t si
  *
  *  @param base  the base
  *  @param exp   the exponent
- *  @return @p base raised to @p exp modulo 2^32; 1 when @p exp is below 1
+ *  @return @p base raised to @p exp, modulo 2^32; 1 when @p exp is below 1
  */
 TALVERA_API int32_t powi(int32_t base, int32_t exp);
 

@@ -4,9 +4,9 @@
  *
  *  @include utils.c
  *
- *  The file functions keep no state and do not log. They report a failure in the return value, with
- *  the errno of the failing system call (POSIX, Linux). The caller frees returned heap blocks with
- *  free() unless an entry names another function.
+ *  The file functions keep no state and do not log. They report a failure in the return value;
+ *  errno is that of the failing system call unless an entry names another value. The caller frees
+ *  returned heap blocks with free() unless an entry names another function.
  *
  *  A path built from two parts ("directory/name") is truncated to 4095 characters, a path built
  *  from a format to 255.
@@ -239,8 +239,8 @@ TALVERA_API int file_create_write(const char *path_format, const char *string, .
  *  A failure is logged with sdb_log() at SDB_LOG_DEBUG: "sdb_system (ret <code>): <command>".
  *
  *  @param format  printf format of the command, which is truncated to 511 characters
- *  @return 0 when the command succeeded, and also when a signal killed the shell; its exit code; or
- *          the errno of system() when it failed
+ *  @return 0 when the command succeeded, and also when a signal killed the shell; otherwise the
+ *          command's exit code, or the errno of system() when that failed
  */
 TALVERA_API int sdb_system(const char *format, ...) TALVERA_PRINTF(1, 2);
 
@@ -299,7 +299,7 @@ TALVERA_API void pfs_clearing_set(void);
  */
 TALVERA_API int pfs_newbox(void);
 
-/** Runs "/sbin/pfs -r <line>" for each line of "/sbin/pfs -l" that contains a string.
+/** Runs "/sbin/pfs -r <line>" for each output line of "/sbin/pfs -l" that contains a string.
  *
  *  @param substring  string to find, ignoring case; null or empty matches every line
  *  @return the result of pclose() for the listing, which is -1 (ECHILD) when the handler that

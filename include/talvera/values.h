@@ -58,7 +58,8 @@ TALVERA_API int ust_lookup_index_by_value(const struct ust_table *table, int val
  *
  *  @param table  the table
  *  @param index  index of the entry, from 0
- *  @return its value; -1 when there is no such entry, as for an index converted from -1
+ *  @return its value; -1 when there is no such entry, as when the index is the -1 of a failed
+ *          lookup
  */
 TALVERA_API int ust_lookup_value_by_index(const struct ust_table *table, unsigned int index)
     TALVERA_NONNULL(1);
