@@ -11,7 +11,7 @@ help:
 	@echo "make test            build with sanitizers and run every test"
 	@echo "make check           check exported symbols, run-time dependencies, architecture, ABI, headers and manual"
 	@echo "make openssl-1.0     run the TLS tests on OpenSSL 1.0.2; make openssl-1.1: on 1.1.1"
-	@echo "make mips-test       run the test tables as 32-bit big-endian MIPS under qemu-mips"
+	@echo "make mips-test       run the test tables on 32-bit big-endian MIPS, under qemu-mips"
 	@echo "make cross-test      run the tables on little-endian MIPS, ARM, AArch64 and RISC-V, emulated"
 	@echo "make target-test     run the tables with uClibc-ng, and again with the library in MIPS16e"
 	@echo "make target-lab      run library, tests and examples on an emulated board with its own kernel"

@@ -44,8 +44,8 @@ std::FILE *open_work_file(const char *name, const char *kind) {
   return std::fopen(path, "r");
 }
 
-// Reads the first line of a work file. Returns 1; 0 if the file is empty; -1 with errno set if it
-// cannot be opened.
+// Reads the first line of a work file. Returns 1; 0 if the file is empty or cannot be read; -1 with
+// errno set if it cannot be opened.
 int read_first_line(const char *name, const char *kind, char *line, std::size_t size) {
   const FilePtr file(open_work_file(name, kind));
   if (file == nullptr) return -1;

@@ -96,7 +96,7 @@ bool apply_moves(std::span<const Move> moves, std::span<of_file_info> items) {
   const std::size_t gaps = items.size() + 1;
   Arena arena(2 * (gaps + 1) + 3 * moves.size() + 1);
   if (!arena.valid()) return false;
-  // Per gap: the moved items in it, plus the waiting item after it.
+  // Per gap: `all` counts its moved items and the waiting item after it, `waiting` only the latter.
   FenwickTree all(arena.take(gaps + 1));
   FenwickTree waiting(arena.take(gaps + 1));
   const auto ranks = arena.take(moves.size());

@@ -15,7 +15,8 @@ inline void Scanner::skip_space() {
     advance();
 }
 
-// Like strtol() for base 10 and strtoul() for base 16.
+// Stores the value that a 32-bit strtol() gives for base 10, or strtoul() for base 16. Returns
+// false if there is no digit, even after a "0x".
 [[gnu::always_inline]] inline bool Scanner::number(unsigned base, std::int32_t &value) {
   const int sign = next_;
   if (sign == '-' || sign == '+') advance();

@@ -5,7 +5,7 @@
 
 namespace talvera {
 
-// Blocks a signal in this thread for its lifetime.
+// Blocks a signal in this thread for the lifetime of the object.
 class SignalBlock {
  public:
   explicit SignalBlock(int signal) {

@@ -11,8 +11,9 @@
 namespace talvera::ipt {
 namespace {
 
-// NUL-terminated names of protocols 0, 1, 2, ..., empty for unassigned numbers, followed by the
-// names of kOtherNumbers. Pointers to names would be larger and need a load-time relocation each.
+// NUL-terminated names of protocols 0, 1, 2, ..., empty for numbers without a keyword, followed by
+// the names of kOtherNumbers. Pointers to names would be larger and need a load-time relocation
+// each.
 constexpr char kNames[] =
     // 0
     "HOPOPT\0ICMP\0IGMP\0GGP\0IPINIP\0ST\0TCP\0CBT\0EGP\0IGP\0"

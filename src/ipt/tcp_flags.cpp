@@ -49,7 +49,7 @@ std::uint8_t bits_of_list(char *list) {
   return bits;
 }
 
-// Whether a text consists of exactly two lists with at least one flag each.
+// Whether the first 48 characters of a text are exactly two valid lists of flags.
 bool is_flag_pair(const char *text) {
   char copy[kTextSize];
   std::snprintf(copy, sizeof copy, "%s", text);

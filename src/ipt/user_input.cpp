@@ -1,4 +1,4 @@
-// User input of rules: negation, protocols, ports and port ranges.
+// User input for rules: negation, protocols, ports and port ranges.
 #include "ipt/user_input.h"
 
 #include <cerrno>

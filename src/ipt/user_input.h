@@ -9,7 +9,7 @@ namespace talvera::ipt {
 // "!" and `bit` is below 8, sets that bit of the mask.
 const char *skip_negation(unsigned bit, std::uint8_t &mask, const char *text);
 
-// Whether a text is a valid argument of "-p".
+// Whether a text is a protocol that rules accept: "tcp", "udp", "icmp", "ALL" or a decimal number.
 bool is_protocol(const char *text);
 
 }  // namespace talvera::ipt

@@ -36,8 +36,9 @@ int get_from_driver(unsigned char *buffer, unsigned int offset, unsigned int len
   return 0;
 }
 
-// Updates the info record's flag and the driver's copy to match whether the file has a calibration.
-// Returns `result` with errno unchanged, or the result of writing the record if the flag changes.
+// Updates the info record's flag and the driver's copy, depending on whether the file has a
+// calibration. Returns `result` with errno unchanged, or the result of writing the record if the
+// flag changes.
 int update_copies(bool present, int result) {
   int error = errno;
   std::uint8_t record[MFG_INFO_SIZE];

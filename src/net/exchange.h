@@ -12,7 +12,7 @@ int receive(nfnetlink_handle &handle, void *buffer, unsigned int length, int fla
 enum class WaitEnd { kReply, kDispatch, kForeignSequence, kReceiveFailure };
 
 // Dispatches messages until the last request is acknowledged or something else ends the wait.
-// Returns the result of nfnetlink_send_wait_ack().
+// Returns what nfnetlink_send_wait_ack() returns.
 //
 // With MSG_DONTWAIT in `flags`, dispatches at most one datagram; an error reply then also ends the
 // wait as kReply, with result 1 and errno set.

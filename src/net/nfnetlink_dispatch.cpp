@@ -60,8 +60,9 @@ int call_handler(const nfnetlink_callback &callback, Bytes message, std::uint32_
 }
 
 // Processes a complete message of `length` bytes. A control message gives 0 for an acknowledgement
-// and 1 with errno set for an error reply; any other gives its handler's result, or 1 without a
-// handler. Returns -1 with errno set if the message is malformed or its type is unknown.
+// and 1 with errno set for an error reply; any other gives its handler's result, or 1 if its
+// callback has no handler or no attributes. Returns -1 with errno set if the message is malformed,
+// its type is unknown, or memory runs out.
 int message_result(const nfnetlink_handle &handle, Bytes message, std::uint32_t length) {
   if (length < kGeneralHeaderEnd) return fail(EBADMSG);
   const unsigned kind = load_unaligned<std::uint16_t>(message + offsetof(nlmsghdr, nlmsg_type));

@@ -36,7 +36,7 @@ void install_reaper() {
   sigaction(SIGCHLD, &action, nullptr);
 }
 
-// Runs in the child: sets environment variables from strings "NAME=value", skipping strings without
+// Runs in the child: sets environment variables from "NAME=value" strings, skipping strings without
 // '=', then executes the program. Every failure intentionally exits with status 0.
 [[noreturn]] void exec_child(const char *path, char *const argv[], char *const env[]) {
   for (; env != nullptr && *env != nullptr; ++env) {

@@ -76,8 +76,8 @@ extern "C" int process_queue_signal(pid_t pid, int signal, union sigval value) {
   return send_signal(pid, signal, value, true);
 }
 
-// Counts seconds and the polls within a second separately: the total number of polls may exceed an
-// int.
+// Counts seconds and the polls within a second separately: the total number of polls may not fit in
+// an int.
 extern "C" int process_wait(pid_t pid, int seconds) {
   int left = seconds;
   int polls = 0;

@@ -1,4 +1,4 @@
-// Links of the CA directory: certificate files and the hash links by which OpenSSL finds them.
+// Links in the CA directory: to certificate files, and the hash links by which OpenSSL finds those.
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>

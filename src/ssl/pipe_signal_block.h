@@ -9,7 +9,8 @@
 
 namespace talvera::ssl {
 
-// Blocks SIGPIPE in this thread for its lifetime and discards one that became pending meanwhile.
+// Blocks SIGPIPE in this thread for the lifetime of the object, then discards one that became
+// pending meanwhile.
 class PipeSignalBlock {
  public:
   PipeSignalBlock() {

@@ -24,7 +24,7 @@ class Deadline {
   timespec end_;
 };
 
-// For its lifetime, makes reads from a connection fail once the deadline has passed, so that a peer
+// While it exists, makes reads from a connection fail once the deadline has passed, so that a peer
 // that keeps sending cannot prolong a single SSL_connect() call. Does nothing if the program has
 // its own callback on the connection.
 class ReadDeadline {

@@ -80,7 +80,7 @@ extern "C" char *getword(char *s, char *buf, int size) {
   }
   if (*p != '\0') ++p;
   p = skip_blank(p);
-  *buf = '\0';  // last, because in place it overwrites the character after the word
+  *buf = '\0';  // last: if `buf` is `s`, this overwrites the character after the word
   return p;
 }
 TALVERA_ALIAS(get_word, getword);

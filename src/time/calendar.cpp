@@ -24,7 +24,7 @@ const MonthStarts &month_starts(std::uint32_t year) {
   return kMonthStarts[year % 4 == 0];
 }
 
-// Sets year, month and day from a day count since 1970-01-01 that is not before 1969.
+// Sets year, month and day from the days since 1970-01-01; the date must not be before 1969.
 void set_date(datetime &date, std::int32_t days) {
   // Counting from 1969, the fourth of every four years (1461 days) is the leap year.
   const auto since_1969 = static_cast<std::uint32_t>(days + 365);
