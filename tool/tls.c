@@ -141,7 +141,7 @@ static int verify_server(SSL *ssl, const char *name) {
   if (verified == 0) {
     step("chain", "ok", "leads to a trusted root");
   } else {
-    step("chain", "forgiven", "%s (%ld), which the clock may be wrong about",
+    step("chain", "tolerated", "%s (%ld), which the clock may be wrong about",
          X509_verify_cert_error_string(verified), verified);
   }
   if (i > 0) uc_get_common_name(sk_X509_value(chain, 0), own_name, sizeof own_name);
