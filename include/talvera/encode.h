@@ -51,8 +51,9 @@ TALVERA_API int base64_decode(const char *text, unsigned int length, unsigned ch
  *  @param[out] buf  receives the string, terminated; empty when @p text is null
  *  @param size      size of @p buf in bytes; a reference that does not fit is replaced by "-"
  *  @param text      string to escape
- *  @return 0; -1 with errno EINVAL when @p size is 0 or a pointer is null; -1 with errno ENOSPC
- *          when the buffer is too small, intentionally even when the result fits exactly
+ *  @return 0, even when a reference was replaced; -1 with errno EINVAL when @p size is 0 or a
+ *          pointer is null; -1 with errno ENOSPC when the buffer is full, intentionally even when
+ *          the result fits exactly
  */
 TALVERA_API int entities_hex_encode(char *buf, unsigned int size, const char *text);
 
@@ -61,8 +62,8 @@ TALVERA_API int entities_hex_encode(char *buf, unsigned int size, const char *te
  *  @param size         size of @p buf in bytes
  *  @param[in,out] buf  string
  *  @return 0; -1 with errno EINVAL when @p size is 0 or @p buf is null, ENOSPC when the buffer is
- *          too small, as for entities_hex_encode(), or ENOMEM, with the string unchanged, when
- *          memory runs out
+ *          full, as for entities_hex_encode(), or ENOMEM, with the string unchanged, when memory
+ *          runs out
  */
 TALVERA_API int entities_hex_encode_in_place(unsigned int size, char *buf);
 

@@ -375,7 +375,8 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
  *
  *  @param name  the registry's keyword for a number from 0 to 142 or for 255, in upper or lower
  *               case, with "-" for each space
- *  @return the number; 0 for "none"; -1 for unknown names and for null
+ *  @return the number; 0 for "none"; intentionally 143 for "-252"; -1 for unknown names and for
+ *          null
  */
 TALVERA_API int wkp_prot_from_name(const char *name);
 
@@ -384,7 +385,7 @@ TALVERA_API int wkp_prot_from_name(const char *name);
  *  @param records   records of 10 characters, without separators: eight hexadecimal digits of an
  *                   IPv4 address, most significant first, and a prefix length of two decimal
  *                   digits. A NUL ends a record early, and the rest reads as empty (a record of ten
- *                   NULs gives "0.0.0.0/0"); a malformed digit ends its number
+ *                   NULs gives "0.0.0.0/0"); a number ends at its first invalid character
  *  @param[out] buf  receives the string, terminated, truncated to @p size bytes
  *  @param size      size of @p buf in bytes; 20 suffice for any well-formed record
  *  @param index     number of the record, from 0; must exist in @p records

@@ -484,7 +484,8 @@ TALVERA_API uint32_t list_hashcomputer_double(const void *data) TALVERA_NONNULL(
 /** Hashes a string.
  *
  *  @param data  first character of the string
- *  @return the hash; 123 for the empty string
+ *  @return the hash, on which the first character intentionally has no effect; 123 for the empty
+ *          string
  */
 TALVERA_API uint32_t list_hashcomputer_string(const void *data) TALVERA_NONNULL(1);
 

@@ -216,7 +216,7 @@ struct tvra_wlcal {
   uint32_t length; /**< bytes in the buffer; TVRA_WLCAL_GET sets it to how many the driver has */
 };
 
-/** Opens "/dev/talvera", unless it is already open, non-blocking and close-on-exec.
+/** Opens "/dev/talvera", non-blocking and close-on-exec, unless it is already open.
  *
  *  Opens are not counted: a single tvra_close() closes the device.
  *

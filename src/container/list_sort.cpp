@@ -48,7 +48,7 @@ const void *random_pivot(Range range) {
 }
 
 // Three-way partition into data before and after the pivot. Data equal to the pivot end up between
-// them in their final place, so many equal data cost no extra time.
+// them in their final place, so that many equal data cost no extra time.
 std::pair<Range, Range> Sorter::partition(Range range) const {
   const void *const pivot = random_pivot(range);
   list_elem *equal = range.first;  // start of the run equal to the pivot, which may be empty

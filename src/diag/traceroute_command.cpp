@@ -12,8 +12,8 @@
 namespace talvera::diag {
 namespace {
 
-// Intentionally, each piece deducts the total length written so far from the remaining space, not
-// its own length. This decides which trailing pieces a small buffer omits. The remaining space
+// Intentionally, each piece deducts the total length written so far, not its own length, from the
+// remaining space. This decides which trailing pieces a small buffer omits. The remaining space
 // wraps below zero and is then huge for all pieces except switches, which compare it as a signed
 // number.
 class CommandLine {
