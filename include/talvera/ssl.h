@@ -128,7 +128,7 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  @param ssl            the connected object
  *  @param expected_name  the name that the server must have
  *  @return 0 when the server is accepted; otherwise the X509_V_ERR_* number that OpenSSL 1.0 gives:
- *          later versions number 24 (X509_V_ERR_INVALID_CA) and 65 to 67 differently. 27
+ *          later versions use other numbers for 24 (X509_V_ERR_INVALID_CA) and for 65 to 67. 27
  *          (X509_V_ERR_CERT_UNTRUSTED) also means a wrong name or a server without a certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
@@ -200,8 +200,9 @@ TALVERA_API int SSL_IsCertValidFormat(const unsigned char *der, long length);
  *                    with free(); null on failure
  *  @param dir        path of the directory
  *  @param name       name of the file in it
- *  @return the file's size in bytes; 0 when it cannot be opened or read, is empty, or the read is
- *          short; intentionally also when open() returns descriptor 0
+ *  @return the file's size in bytes; 0 when it cannot be opened or read, is empty or 2 GiB or more,
+ *          the read is short, or memory runs out; intentionally also when open() returns descriptor
+ *          0
  */
 TALVERA_API int uc_get_cert_data_from_file(unsigned char **data, const char *dir, const char *name)
     TALVERA_NONNULL(1, 2, 3) TALVERA_MUST_USE;

@@ -16,7 +16,7 @@ inline void Scanner::skip_space() {
 }
 
 // Stores the value that a 32-bit strtol() gives for base 10, or strtoul() for base 16. Returns
-// false if there is no digit, even after a "0x".
+// false if there is no digit; a "0x" without a digit after it counts as none.
 [[gnu::always_inline]] inline bool Scanner::number(unsigned base, std::int32_t &value) {
   const int sign = next_;
   if (sign == '-' || sign == '+') advance();

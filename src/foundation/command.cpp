@@ -10,7 +10,7 @@
 namespace talvera::foundation {
 namespace {
 
-// Converts a result of system() to that of sdb_system(). A command killed by a signal has no exit
+// Converts a result of system() to that of sdb_system(). A shell killed by a signal has no exit
 // code and intentionally counts as successful.
 int result_code(int status) {
   if (status == -1) return errno;

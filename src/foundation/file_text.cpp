@@ -17,7 +17,7 @@ namespace talvera::foundation {
 namespace {
 
 constexpr mode_t kTextMode = 0660;
-constexpr int kMissingPath = 0xA000;         // from file_delete() for a null or nonexistent path
+constexpr int kMissingPath = 0xA000;         // from file_delete() for null or a failed lstat()
 constexpr std::size_t kLongestTarget = 128;  // longer link targets are truncated
 
 __attribute__((format(printf, 1, 0))) int write_formatted(const char *path_format,

@@ -17,8 +17,8 @@
 namespace talvera::process {
 namespace {
 
-// SIGCHLD handler that reaps every finished child: otherwise a stopped program would remain a
-// zombie and appear alive to process_wait().
+// SIGCHLD handler that reaps every finished child: otherwise a program that has ended would remain
+// a zombie and appear alive to process_wait().
 void reap_children(int signal) {
   if (signal != SIGCHLD) return;
   const ErrnoSaver saver;

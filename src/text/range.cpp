@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t kPortRangeSize = sizeof "65535-65535";
 constexpr std::size_t kCircuitListSize = 80;
 
-// Parses "number/number"; allows white space before each number and any text after them. The first
-// number is stored even if the second is missing.
+// Parses "number/number"; allows white space before each number and any text after the second. The
+// first is stored even if the second is missing.
 bool parse_circuit(const char *word, int *vpi, int *vci) {
   const Integer32 path = parse_integer32(word, 10);
   if (path.end == word) return false;

@@ -16,8 +16,8 @@ bool is_x(char c) {
   return (c | 0x20) == 'x';
 }
 
-// Converts a whole string. Accepts the type's maximum only if its digits are spelled exactly,
-// because overflow also yields it. Returns 0, or -1 with errno set.
+// Converts a whole string. Accepts the type's maximum only without a sign or leading zeros, because
+// overflow also yields it. Returns 0, or -1 with errno set.
 int validate(char *s, unsigned long *value, bool is_signed) {
   strip_trailing_white(s);
   const Integer32 number = parse_integer32(s, 10);
