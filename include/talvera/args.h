@@ -74,7 +74,7 @@ TALVERA_API char *str_to_args_by_delim(char *s, const char *delims, int *argc, c
  *  @param[out] argc  number of words stored
  *  @param[out] argv  array of @p max + 1 slots for the words; unused ones are null, except that the
  *                    last, if unused, is unchanged
- *  @param max        limit; when negative nothing is stored
+ *  @param max        limit; when negative no word is stored
  *  @return the first word that was not stored, terminated in place; null when all were
  */
 TALVERA_API char *str_to_args_by_delim1(char *s, const char *delims, int *argc, char *argv[],
@@ -116,7 +116,8 @@ TALVERA_API int strtol_range(long *value, const char *s, long min, long max) TAL
  */
 TALVERA_API char *range_to_portstr(char *buf, unsigned int low, unsigned int high, int delim);
 
-/** Reads an ATM virtual circuit, "vpi/vci" in decimal, from a list of words.
+/** Reads an ATM virtual circuit, "vpi/vci" in decimal, from a list of words. Anything after it in
+ *  its word is ignored.
  *
  *  @param s         words, split as str_to_args() does; only the first 79 characters count
  *  @param index     index of the word, from 0

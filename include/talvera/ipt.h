@@ -9,9 +9,9 @@
  *  IPT_..._NONE, "none" is rendered, which iptables rejects: a record to be run must have a chain
  *  and a command, and no item of type IPT_..._NONE.
  *
- *  Strings are inserted unquoted into a shell command: never pass untrusted input. They must not
- *  contain "%". Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ..."). Records share nothing; a
- *  record must be used by one thread at a time.
+ *  Strings are inserted unquoted into a shell command: never pass untrusted input. In a rule that
+ *  is run, "%" must be written as "%%". Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ...").
+ *  Records share nothing; a record must be used by one thread at a time.
  *  @{ */
 #ifndef TALVERA_IPT_H
 #define TALVERA_IPT_H
@@ -56,7 +56,8 @@ enum ipt_chain {
 enum ipt_command {
   IPT_COMMAND_NONE = 0,         /**< "none" */
   IPT_COMMAND_APPEND = 1,       /**< -A */
-  IPT_COMMAND_INSERT = 2,       /**< -I; the command argument is a rule number */
+  IPT_COMMAND_INSERT = 2,       /**< -I; the command argument is a rule number, or null to insert at
+                                     the start of the chain */
   IPT_COMMAND_DELETE = 3,       /**< -D; the command argument is a rule number, or null to delete
                                      the matching rule */
   IPT_COMMAND_REPLACE = 4,      /**< -R; the command argument is a rule number */
@@ -256,7 +257,8 @@ TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b)
 /** Renders a rule as its command line.
  *
  *  Spaces are not normalised: without a command argument, the chain's name is followed by a space;
- *  without a target argument, the target's name is followed by two spaces, or "--to" by one.
+ *  with or without a target argument, the target's name is followed by two spaces, or "--to" by
+ *  one.
  *
  *  Parameters share 63 characters, and so do matches. A value, option word or option value that
  *  does not fit into what is left is omitted. Rendering fails for lack of this space only when an
@@ -273,7 +275,8 @@ TALVERA_API int ipt_make_rule_string(const ipt_rule *rule, char *buf) TALVERA_NO
 
 /** Renders a rule, prints `CWS ipt: invoking rule "<command line>"` to standard output and runs it.
  *
- *  The command line is the format of sdb_system(), without arguments, so it must not contain "%".
+ *  Intentionally, the command line is the format of sdb_system(), without arguments: "%%" reaches
+ *  the shell as "%", and no other "%" is allowed.
  *
  *  @param rule  the rule; null is a failure
  *  @return 0 when the command succeeded, and also when a signal killed the shell; otherwise the
@@ -348,7 +351,8 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *                        truncated when it does not fit; unchanged for a range that begins at
  *                        @p internal_port, which needs no translation
  *  @param size           size of @p buf in bytes
- *  @return 0; -1 with errno EINVAL when @p external has neither form
+ *  @return 0; -1 with errno EINVAL when @p external has neither form, except that the end of a
+ *          range that begins at @p internal_port is not checked
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size);
 
@@ -356,8 +360,8 @@ TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char
  *
  *  @param text  names from ::flags in upper or lower case, separated by commas; the lists are
  *               separated by spaces. Anything after the 48th character is ignored
- *  @return 0 when there are exactly two lists and no flag occurs twice in a list (NONE and ALL must
- *          stand alone); otherwise, and for null, -1 with errno EINVAL
+ *  @return 0 when there are exactly two lists, all names are known and no flag occurs twice in a
+ *          list (NONE and ALL must stand alone); otherwise, and for null, -1 with errno EINVAL
  */
 TALVERA_API int check_tcp_flags(const char *text);
 
@@ -375,8 +379,8 @@ TALVERA_API extern const ipt_tcp_flag flags[8];
  *
  *  @param name  the registry's keyword for a number from 0 to 142 or for 255, in upper or lower
  *               case, with "-" for each space
- *  @return the number; 0 for "none"; intentionally 143 for "-252"; -1 for unknown names and for
- *          null
+ *  @return the number; 4 also for "IPINIP", 89 also for "OSPF"; 0 for "none"; intentionally 143 for
+ *          "-252"; -1 for unknown names and for null
  */
 TALVERA_API int wkp_prot_from_name(const char *name);
 

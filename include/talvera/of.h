@@ -76,7 +76,7 @@ typedef int (*of_filter)(const char *name);
 TALVERA_API int of_init_files_info(struct of_files_info **set, of_filter filter, const char *dir)
     TALVERA_NONNULL(1, 3) TALVERA_MUST_USE;
 
-/** Frees the set that @p set points to and sets that pointer to null; null is ignored.
+/** Frees a set and sets the caller's pointer to null. A null @p set and a null @p *set are ignored.
  *
  *  @param[in,out] set  address of the pointer to the set
  */

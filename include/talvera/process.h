@@ -70,8 +70,8 @@ TALVERA_API pid_t process_find(const char *name) TALVERA_NONNULL(1);
 /** Reads a pid file.
  *
  *  @param path  file that begins with a process ID in decimal
- *  @return the process ID; 0 when there is no such file, it holds no number, or the process does
- *          not exist
+ *  @return the process ID; 0 when there is no such file, it does not begin with a number, or the
+ *          process does not exist
  */
 TALVERA_API pid_t process_get_from_file(const char *path) TALVERA_NONNULL(1);
 

@@ -50,8 +50,8 @@ TALVERA_API extern const unsigned char client_pvt_key[SSL_CLIENT_PVT_KEY_SIZE];
  *  most 4096 bytes are read. It offers the ciphers of OpenSSL's "ALL" list and presents the
  *  device's client certificate, signing with SHA-256, SHA-224 or SHA-1, since the device's RSA key
  *  is too short for longer digests; a program that uses another key in the context can call
- *  SSL_CTX_set1_client_sigalgs_list(). A server that fails verification does not end the handshake:
- *  SSL_check_cert() rejects it afterwards. Partial writes and automatic retries are on.
+ *  SSL_CTX_set1_client_sigalgs_list(). A failed verification does not end the handshake:
+ *  SSL_check_cert() rejects the server afterwards. Partial writes and automatic retries are on.
  *
  *  An empty downloaded file, or /dev/null in its place, counts as an installed certificate; a FIFO
  *  or a directory counts as one that cannot be installed. When OpenSSL rejects the client key or
@@ -127,8 +127,8 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name that the server must have
- *  @return 0 when the server is accepted; otherwise the X509_V_ERR_* number that OpenSSL 1.0 gives:
- *          later versions use other numbers for 24 (X509_V_ERR_INVALID_CA) and for 65 to 67. 27
+ *  @return 0 when the server is accepted; otherwise the error's X509_V_ERR_* number in OpenSSL 1.0:
+ *          later versions renumbered the errors 24 (X509_V_ERR_INVALID_CA) and 65 to 67. 27
  *          (X509_V_ERR_CERT_UNTRUSTED) also means a wrong name or a server without a certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
