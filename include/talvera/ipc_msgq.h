@@ -10,9 +10,9 @@
  *  A queue exists until its process exits; its path remains and must be removed before the queue is
  *  created again.
  *
- *  Failures of socket(), bind(), select() and sendto() are reported on standard output, and so is a
- *  null handle passed to ipc_msgq_send(); other failures are not. Several threads may send through
- *  one handle; one thread at a time may receive.
+ *  Failures of socket(), bind() and sendto(), and of the wait for a message, are reported on
+ *  standard output, and so is a null handle passed to ipc_msgq_send(); other failures are not.
+ *  Several threads may send through one handle; one thread at a time may receive.
  *  @{ */
 #ifndef TALVERA_IPC_MSGQ_H
 #define TALVERA_IPC_MSGQ_H

@@ -402,8 +402,8 @@ TALVERA_API int captiveportal_make_addrbuf(const char *records, char *buf, size_
  *  @name Canned rules
  *  Each function returns a new rule, to be freed with ipt_rule_free(), or null when a string is
  *  invalid or memory runs out. Strings are copied. A null interface, host, port, source range or,
- *  in ipt_make_maplist_rule(), destination is invalid. A leading "!" is rendered before the value:
- *  see enum ipt_negation.
+ *  in ipt_make_maplist_rule(), destination is invalid. A leading "!" of a destination, external
+ *  port or source range is rendered before the value: see enum ipt_negation.
  *  @{ */
 
 /** Makes the rule of a pinhole, which forwards connections that arrive at a port of the gateway to

@@ -14,7 +14,7 @@
  *      entries 1 to 256    buckets, where chains start
  *      entries 257 to 383  overflow entries, which continue chains
  *
- *  An entry is unaligned and the same 99 bytes on every machine:
+ *  An entry is unaligned and has the same layout of 99 bytes on every machine:
  *
  *      offset  size  field
  *      0         32  name, NUL-terminated unless it has 32 characters

@@ -8,7 +8,7 @@
  *  the errno value of the failed system call, or one of enum process_result. A process ID below 2
  *  is never signalled.
  *
- *  Every call of process_start() installs a SIGCHLD handler, in place of the program's own, that
+ *  Every call to process_start() installs a SIGCHLD handler, in place of the program's own, that
  *  reaps every child of this process that has exited, however it was started. A program that waits
  *  for its own children elsewhere must expect ECHILD.
  *  @{ */

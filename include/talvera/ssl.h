@@ -1,5 +1,5 @@
 /** @defgroup talvera_ssl TLS
- *  TLS client connections to the gateway's servers, and certificate tools.
+ *  TLS client connections, and certificate tools.
  *
  *  @include ssl.c
  *
@@ -121,14 +121,14 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  to be wrong. Any other error is final, an expired certificate in particular; signatures are
  *  checked whatever the clock says, though not again for a resumed session.
  *
- *  The name is the subject's common name, truncated to 99 characters and compared without regard to
- *  case, wildcards or alternative names. A name that contains a NUL, or a missing one, matches
- *  nothing.
+ *  The name is the subject's common name, truncated to 99 characters and compared ignoring case;
+ *  wildcards and alternative names are not supported. A name that contains a NUL, or a missing one,
+ *  matches nothing.
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name that the server must have
  *  @return 0 when the server is accepted; otherwise the error's X509_V_ERR_* number in OpenSSL 1.0:
- *          later versions renumbered the errors 24 (X509_V_ERR_INVALID_CA) and 65 to 67. 27
+ *          later versions renumbered errors 24 (X509_V_ERR_INVALID_CA) and 65 to 67. 27
  *          (X509_V_ERR_CERT_UNTRUSTED) also means a wrong name or a server without a certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)

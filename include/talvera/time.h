@@ -186,8 +186,8 @@ TALVERA_API int convert_tz_from_posix(char *tz, char *buf, size_t size) TALVERA_
  *
  *  An offset between -1 hour and 0 is written with a plus sign.
  *
- *  @param clock_set  "1" when the clock is set; anything else, like a failure of localtime_r(),
- *                    gives the unknown time "0001-01-01T00:00:00Z"
+ *  @param clock_set  "1" when the clock is set; anything else gives the unknown time
+ *                    "0001-01-01T00:00:00Z", and so does a failure of localtime_r()
  *  @param[out] buf   at least @p size bytes; 26 suffice for years up to 9999
  *  @param size       size of @p buf in bytes, terminator included
  *  @return length of the whole string, which is truncated when the length is not below @p size

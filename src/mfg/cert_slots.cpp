@@ -23,8 +23,8 @@ static_assert(offsetof(mfg_ccert_set_info, len) == sizeof(void *) &&
 
 constexpr std::uint32_t kSlots = 3;
 
-// Slot 0 intentionally passes validation but has no storage: its offset is the last byte of the
-// file, so that at most that byte can be transferred.
+// Slot 0 intentionally passes validation but has no storage: its offset is that of the last byte of
+// the file, so that at most that byte can be transferred.
 std::uint32_t slot_offset(std::uint32_t slot) {
   return kFileSize - (slot != 0 ? slot * kCertSlotSize : 1);
 }
