@@ -320,8 +320,8 @@ TALVERA_API void ipt_parse_neg_val(unsigned int bit, uint8_t *mask, const char *
  *
  *  @param text  user input, or null
  *  @return a heap copy of @p text, which the caller frees with free(), when it is "tcp", "udp",
- *          "icmp" or "ALL" in exactly this case, or a decimal number; otherwise, and when memory
- *          runs out, null
+ *          "icmp" or "ALL" (case-sensitive), or a decimal number; otherwise, and when memory runs
+ *          out, null
  */
 TALVERA_API char *ipt_make_protocol_value(const char *text) TALVERA_MUST_USE;
 
@@ -351,8 +351,8 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *                        truncated when it does not fit; unchanged for a range that begins at
  *                        @p internal_port, which needs no translation
  *  @param size           size of @p buf in bytes
- *  @return 0; -1 with errno EINVAL when @p external has neither form, except that the end of a
- *          range that begins at @p internal_port is not checked
+ *  @return 0; -1 with errno EINVAL when @p external has neither form. Characters after the digits
+ *          of b are ignored; of a range that begins at @p internal_port only the ":" is checked
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size);
 

@@ -106,7 +106,7 @@ typedef struct list_obj {
   list_elem **spares;     /**< array of LIST_SPARES_MAX slots for spare elements, used as a stack */
   uint32_t spare_count;   /**< number of spare elements */
   int32_t iterating;      /**< non-zero while an iteration is open */
-  uint32_t iter_position; /**< number of data items that the open iteration has returned */
+  uint32_t iter_position; /**< number of elements passed by the iteration, tail sentinel included */
   list_elem *iter_cursor; /**< element whose datum list_iterator_next() returns next */
   list_attrs attrs;       /**< attributes */
 } list_obj;

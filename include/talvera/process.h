@@ -104,8 +104,8 @@ TALVERA_API int process_wait(pid_t pid, int seconds);
 
 /** Stops a process: SIGTERM, then SIGKILL if it is still there after 3 seconds.
  *
- *  A zombie child of this process is reaped at the end. Until it is reaped it looks alive: unless
- *  something else reaps it (for example the process_start() handler), the result is
+ *  A process that is a child of the caller is reaped at the end. Until then its zombie looks alive:
+ *  unless something else reaps it (for example the process_start() handler), the result is
  *  PROCESS_TIMEOUT.
  *
  *  @param pid  the process

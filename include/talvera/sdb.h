@@ -4,8 +4,9 @@
  *
  *  @include sdb.c
  *
- *  Other programs can link `talvera_sdb`, a stand-in for development machines, which takes values
- *  from the text file named by the environment variable TALVERA_SDB and logs to standard error.
+ *  Elsewhere, a program can link `talvera_sdb`, a stand-in for development machines, which takes
+ *  values from the text file named by the environment variable TALVERA_SDB and logs to standard
+ *  error.
  *  @{ */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H

@@ -122,14 +122,15 @@ TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MU
  *  checked whatever the clock says, though not again for a resumed session.
  *
  *  The name is the subject's common name, truncated to 99 characters and compared ignoring case;
- *  wildcards and alternative names are not supported. A name that contains a NUL, or a missing one,
+ *  wildcards and alternative names are not supported. A missing name, or one that contains a NUL,
  *  matches nothing.
  *
  *  @param ssl            the connected object
  *  @param expected_name  the name that the server must have
  *  @return 0 when the server is accepted; otherwise the error's X509_V_ERR_* number in OpenSSL 1.0:
- *          later versions renumbered errors 24 (X509_V_ERR_INVALID_CA) and 65 to 67. 27
- *          (X509_V_ERR_CERT_UNTRUSTED) also means a wrong name or a server without a certificate
+ *          later versions have other numbers for errors 24 (X509_V_ERR_INVALID_CA), 65, 66 and 67.
+ *          The result 27 (X509_V_ERR_CERT_UNTRUSTED) also means a wrong name or a server without a
+ *          certificate
  */
 TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
     TALVERA_NONNULL(1, 2) TALVERA_MUST_USE;

@@ -77,7 +77,7 @@ TALVERA_API int ust_lookup_index_by_name(const struct ust_table *table, const ch
  *
  *  @param table  the table
  *  @param name   the name
- *  @return the index of the first entry named @p name in any case, or -1
+ *  @return the index of the first entry named @p name, ignoring case, or -1
  */
 TALVERA_API int ust_lookup_index_by_name_i(const struct ust_table *table, const char *name)
     TALVERA_NONNULL(1, 2);
