@@ -7,8 +7,8 @@
  *  handle for the same name. Each message is one datagram without a header. All sockets are
  *  non-blocking.
  *
- *  A queue exists until its process exits; its path remains and must be removed before the queue is
- *  created again.
+ *  A queue or handle exists until its process exits: no function frees it. A queue's path remains
+ *  after that and must be removed before the queue is created again.
  *
  *  Failures of socket(), bind() and sendto(), and of the wait for a message, are reported on
  *  standard output, and so is a null handle passed to ipc_msgq_send(); other failures are not.

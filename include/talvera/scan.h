@@ -94,7 +94,8 @@ TALVERA_API char *get_word(char *s, char *buf, int size);
  *  @param s         string; null reads as empty
  *  @param[out] buf  receives the string, terminated; at least @p size + 1 bytes, and at least 1
  *  @param size      maximum number of characters, without the terminator; below 1 none
- *  @param delim     character (low 8 bits) that ends the string, even inside quotes; 0 for none
+ *  @param delim     character (low 8 bits) that ends the string, even inside quotes; 0 for none. A
+ *                   double quote that begins the string does not end it
  *  @return where the string ended: at the delimiter, at the first character that did not fit, after
  *          the blanks that followed, or at the terminator
  */

@@ -109,8 +109,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *
  *  @param ssl  an object created from the context, bound to @p fd
  *  @param fd   connected socket, below FD_SETSIZE
- *  @return 1 when the handshake completed; 0 when it failed or timed out, or the socket reported an
- *          exceptional condition (such as urgent data)
+ *  @return 1 when the handshake completed; 0 when it failed or timed out, a signal interrupted a
+ *          wait, or the socket reported an exceptional condition (such as urgent data)
  */
 TALVERA_API int SSL_Nblk_connect(SSL *ssl, int fd) TALVERA_NONNULL(1) TALVERA_MUST_USE;
 

@@ -127,7 +127,8 @@ TALVERA_API int GN_Sec2DayHrMinSecStr(char *buf, int32_t seconds) TALVERA_NONNUL
  *
  *  @param which    0 for yesterday, 2 for tomorrow (86400 seconds away, regardless of clock changes
  *                  in between); any other value for today
- *  @param recheck  when non-zero, @p which is ignored (today) unless the current local hour is 12
+ *  @param recheck  when non-zero, the day is today regardless of @p which, unless the current local
+ *                  hour is 12
  *  @return seconds since 1970, from mktime(); -1 with errno set when localtime_r() fails
  */
 TALVERA_API time_t ytt_get_noontime(unsigned int which, uint8_t recheck);

@@ -83,7 +83,7 @@ const Protocol kProtocols[] = {
 #if OPENSSL_VERSION_NUMBER >= 0x10101000L
 namespace {
 
-// Everything that 1.0 accepted, and what TLS 1.3 needs.
+// Everything that 1.0 accepted, and what later versions added.
 constexpr char kSignatureAlgorithms[] =
     "RSA+SHA256:RSA+SHA384:RSA+SHA512:RSA+SHA224:RSA+SHA1:"
     "rsa_pss_rsae_sha256:rsa_pss_rsae_sha384:rsa_pss_rsae_sha512:"
