@@ -10,8 +10,9 @@
  *  and a command, and no item of type IPT_..._NONE.
  *
  *  Strings are inserted unquoted into a shell command: never pass untrusted input. In a rule that
- *  is run, "%" must be written as "%%". Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ...").
- *  Records share nothing; a record must be used by one thread at a time.
+ *  is run, "%" must be written as "%%". Messages go to sdb_log() at SDB_LOG_INFO ("ipt: ..."). A
+ *  record must be used by one thread at a time. Creating a rule's lists reseeds random(): see
+ *  list_init().
  *  @{ */
 #ifndef TALVERA_IPT_H
 #define TALVERA_IPT_H

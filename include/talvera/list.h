@@ -356,7 +356,7 @@ TALVERA_API int list_concat(const list_obj *first, const list_obj *second, list_
  *
  *  @param list       the list
  *  @param direction  positive: ascending, smallest first; negative: descending; 0 keeps the order
- *  @return 0; -1 while iterating and without a comparator
+ *  @return 0; -1 while iterating or without a comparator
  */
 TALVERA_API int list_sort(list_obj *list, int direction) TALVERA_NONNULL(1);
 

@@ -65,8 +65,8 @@ struct of_files_info {
  */
 typedef int (*of_filter)(const char *name);
 
-/** Builds the set of a directory's regular files, in byte order of their names, all enabled, with
- *  flags 0 and orders from 1.
+/** Builds the set of a directory's regular files, sorted by name as if by strcmp(), all enabled,
+ *  with flags 0 and orders from 1.
  *
  *  @param[out] set  the set, which may have no items; null on failure
  *  @param filter    which files to include; called with the full name; null is a failure (EINVAL)
@@ -163,15 +163,15 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
 
 /** Brings the database up to date with the directory.
  *
- *  Files in the database keep their switch and flags; one by one, in byte order of their names,
+ *  Files in the database keep their switch and flags; one by one, in strcmp() order of their names,
  *  they are moved to their saved order, unless that is below 1 or above the current number of
  *  files. Then each new file is moved to the top, enabled and with flags 0, so that the last of
  *  them comes first. Because of the successive moves, known files may change places when files have
  *  been added or removed. Removed files are dropped.
  *
  *  When the database cannot be read, or memory runs out while it is being read, the result is that
- *  of a new directory: in byte order of the names, all enabled. A database without a valid header
- *  has no items, so all files are new and the last in byte order comes first.
+ *  of a new directory: in strcmp() order of the names, all enabled. A database without a valid
+ *  header has no items, so all files are new and the last in strcmp() order comes first.
  *
  *  Takes O(n log n) time for n files.
  *

@@ -97,7 +97,7 @@ TALVERA_API char *get_word(char *s, char *buf, int size);
  *  @param delim     character (low 8 bits) that ends the string, even inside quotes; 0 for none. A
  *                   double quote that begins the string does not end it
  *  @return where the string ended: at the delimiter, at the first character that did not fit, after
- *          the blanks that followed, or at the terminator
+ *          the blanks that end it, or at the terminator
  */
 TALVERA_API char *getstring(char *s, char *buf, int size, int delim) TALVERA_NONNULL(2);
 /** Same as getstring(). @copydetails getstring */

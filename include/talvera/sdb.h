@@ -5,8 +5,8 @@
  *  @include sdb.c
  *
  *  Elsewhere, a program can link `talvera_sdb`, a stand-in for development machines, which takes
- *  values from the text file named by the environment variable TALVERA_SDB and logs to standard
- *  error.
+ *  values from the file of "key=value" lines named by the environment variable TALVERA_SDB and logs
+ *  to standard error.
  *  @{ */
 #ifndef TALVERA_SDB_H
 #define TALVERA_SDB_H

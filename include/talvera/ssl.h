@@ -19,7 +19,7 @@
  *  SSL_initialize(), SSL_Nblk_connect(), SSL_check_cert() and SSL_cert_rehash() log with sdb_log();
  *  the other functions do not log. Errors that OpenSSL queues during a call are removed before the
  *  call returns, except by SSL_Nblk_connect(), after which ERR_get_error() gives the cause of a
- *  failed handshake.
+ *  failed handshake. No function reports its failure in errno.
  *  @{ */
 #ifndef TALVERA_SSL_H
 #define TALVERA_SSL_H

@@ -40,7 +40,7 @@ TALVERA_API int dir_exists(const char *path) TALVERA_NONNULL(1);
  */
 TALVERA_API int uf_path_exists(const char *path) TALVERA_NONNULL(1);
 
-/** Lists the regular files of a directory, in byte order of their names.
+/** Lists the regular files of a directory, sorted by name as if by strcmp().
  *
  *  Only entries that the file system itself reports as regular files (DT_REG) are listed: not
  *  directories, symbolic links, devices, or entries of unknown type.
@@ -115,8 +115,7 @@ TALVERA_API long uf_fsize(int fd);
  *  @param[out] length  size of the file in bytes; 0 on failure
  *  @return 0; -1 with errno set when the file cannot be opened, is empty (ENODATA) or cannot be
  *          read, or when memory runs out; intentionally also (EBADF) when open() returns descriptor
- *          0, so that a program that closed its standard input does not get a data file in its
- *          place
+ *          0
  */
 TALVERA_API int uf_readall(const char *directory, const char *name, unsigned char **data,
                            unsigned int *length) TALVERA_NONNULL(1, 2, 3, 4) TALVERA_MUST_USE;
@@ -368,7 +367,7 @@ TALVERA_API uint32_t urand_generate_uint32(void);
  *
  *  @param name      host name, or an address as a string
  *  @param[out] buf  at least @p size bytes (INET_ADDRSTRLEN suffices); empty when the lookup fails
- *                   and when the address does not fit
+ *                   or the address does not fit
  *  @param size      size of @p buf in bytes
  *  @return 0 when the name was found; otherwise the result of gethostbyname_r(), or its h_errno
  *          value (such as HOST_NOT_FOUND, netdb.h)
