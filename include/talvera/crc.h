@@ -4,8 +4,8 @@
  *  @include crc.c
  *
  *  Each function takes the running value and returns the updated one, so chained calls can process
- *  data that arrives in pieces. The caller chooses the initial value and any final inversion; none
- *  is applied inside, and a length of 0 returns the running value (truncated to its width).
+ *  data that arrives in pieces. The caller chooses the initial value and any final inversion; the
+ *  functions apply neither. A length of 0 returns the running value (truncated to its width).
  *
  *  The functions work byte by byte with a table of 256 entries, which suits the target's small
  *  caches. No function keeps state or fails.

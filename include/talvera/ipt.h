@@ -258,8 +258,8 @@ TALVERA_API int ipt_rule_compare(const ipt_rule *rule_a, const ipt_rule *rule_b)
 /** Renders a rule as its command line.
  *
  *  Spaces are not normalised: without a command argument, the chain's name is followed by a space;
- *  with or without a target argument, the target's name is followed by two spaces, or "--to" by
- *  one.
+ *  with or without a target argument, the target's name is followed by two spaces, or for DNAT and
+ *  SNAT by a space, "--to" and another space.
  *
  *  Parameters share 63 characters, and so do matches. A value, option word or option value that
  *  does not fit into what is left is omitted. Rendering fails for lack of this space only when an

@@ -153,7 +153,7 @@ TALVERA_API int nvram_set(const char *name, const char *value);
 /** Removes a pair. When it is the first of its chain, the second one moves into its place.
  *
  *  @param name  name of the pair
- *  @return 0, also when there is no such pair; -1 with errno EINVAL when segment or name is null
+ *  @return 0, even when there is no such pair; -1 with errno EINVAL when segment or name is null
  */
 TALVERA_API int nvram_unset(const char *name);
 

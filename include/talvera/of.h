@@ -48,7 +48,7 @@ struct of_file_info {
   char name[OF_NAME_SIZE]; /**< file name, at most 31 characters */
   int32_t enable;          /**< 1 enabled, 0 disabled */
   int32_t order;           /**< position, 1 being first; 1 to count in a consistent set */
-  uint32_t flags;          /**< bits for the caller */
+  uint32_t flags;          /**< caller-defined bits */
 };
 
 /** A set of files: one heap block, to be freed with of_free_files_info(). */
@@ -121,7 +121,7 @@ TALVERA_API int of_set_enable_for_item(struct of_file_info *item, int enable) TA
 /** Sets the flags of an item.
  *
  *  @param[out] item  the item
- *  @param flags      bits for the caller
+ *  @param flags      caller-defined bits
  *  @return 0
  */
 TALVERA_API int of_set_flags_for_item(struct of_file_info *item, uint32_t flags) TALVERA_NONNULL(1);

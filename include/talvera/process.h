@@ -56,7 +56,7 @@ TALVERA_API int process_start(pid_t *pid, const char *path, char *const argv[], 
  *                    into a shell command: never pass untrusted input
  *  @param[out] pids  array of @p capacity process IDs: zeroed, then filled in pidof's order
  *  @param capacity   maximum number of process IDs
- *  @return number found, 0 to @p capacity; 0 also when pidof cannot be run
+ *  @return number found, 0 to @p capacity; also 0 when pidof cannot be run
  */
 TALVERA_API int process_find_all(const char *name, pid_t *pids, int capacity) TALVERA_NONNULL(1);
 

@@ -121,7 +121,7 @@ TALVERA_API void strip_trailing_white(char *s) TALVERA_NONNULL(1);
  *  Intentionally, nothing else is checked for range: "-5" gives 4294967291.
  *
  *  @param[in,out] s   string
- *  @param[out] value  the converted number, also when the string is invalid
+ *  @param[out] value  the converted number, even when the string is invalid
  *  @return 0 when valid; -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateUlong(char *s, unsigned long *value) TALVERA_NONNULL(1, 2);
@@ -129,7 +129,7 @@ TALVERA_API int ValidateUlong(char *s, unsigned long *value) TALVERA_NONNULL(1, 
  *  "-99999999999" gives -2147483648.
  *
  *  @param[in,out] s   string
- *  @param[out] value  the converted number, also when the string is invalid
+ *  @param[out] value  the converted number, even when the string is invalid
  *  @return 0 when valid; -1 with errno EINVAL when not
  */
 TALVERA_API int ValidateLong(char *s, long *value) TALVERA_NONNULL(1, 2);

@@ -11,8 +11,9 @@
  *  The objects are OpenSSL's own, to be used and freed with its functions. The library supports
  *  OpenSSL 1.0.2 to 3.x and behaves with all of them as with 1.0: what newer versions reject by
  *  default (old protocols, short keys, old digests, servers without secure renegotiation) is
- *  allowed inside the context that SSL_initialize() returns, and nowhere else. One difference
- *  remains: when the server closes the connection without a close_notify alert, SSL_get_error()
+ *  allowed inside the context that SSL_initialize() returns, and nowhere else. Two differences
+ *  remain. The key-exchange groups are those of OpenSSL's configuration, by default fewer than in
+ *  1.0. And when the server closes the connection without a close_notify alert, SSL_get_error()
  *  after SSL_read() gives SSL_ERROR_SYSCALL before OpenSSL 3.0 and SSL_ERROR_SSL since. No version
  *  reports that as the proper end of data, which is SSL_ERROR_ZERO_RETURN.
  *
@@ -73,7 +74,7 @@ TALVERA_API SSL_CTX *SSL_initialize(const char *version) TALVERA_MUST_USE;
  *  @param ctx     the context
  *  @param der     @p length bytes: an X.509 certificate in DER; bytes after it are ignored
  *  @param length  number of bytes; below 1 there is no certificate
- *  @return 1 when the bytes are a certificate, also when the context already had it; otherwise 0
+ *  @return 1 when the bytes are a certificate, even when the context already had it; otherwise 0
  */
 TALVERA_API int SSL_Load_Cert(SSL_CTX *ctx, const unsigned char *der, long length)
     TALVERA_NONNULL(1);
@@ -104,8 +105,8 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). After success or a failed step it is in non-blocking mode, after a failed wait in
- *  blocking mode. A server that closes the connection does not raise SIGPIPE during the handshake;
- *  it does during a later SSL_write(), unless the program ignores the signal.
+ *  blocking mode. If the server closes the connection, the handshake does not raise SIGPIPE; a
+ *  later SSL_write() does, unless the program ignores the signal.
  *
  *  @param ssl  an object created from the context, bound to @p fd
  *  @param fd   connected socket, below FD_SETSIZE
@@ -264,8 +265,8 @@ TALVERA_API int uc_get_organizational_unit_name(X509 *cert, char *buf, int size)
 /** Formats the start of a certificate's validity, such as "Jan  2 03:04:05 2026 GMT".
  *
  *  A truncated string is terminated at buf[size]. The call consumes the certificate: it releases
- *  the time object with free(), so that the certificate must neither be asked for this date again
- *  nor passed to X509_free(). Parse the certificate again for other uses.
+ *  the time object with free(), so the certificate must not be asked for this date again or passed
+ *  to X509_free(). Parse the certificate again for other uses.
  *
  *  @param cert      the certificate, which the call consumes
  *  @param[out] buf  at least @p size + 1 bytes

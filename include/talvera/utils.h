@@ -45,8 +45,8 @@ TALVERA_API int uf_path_exists(const char *path) TALVERA_NONNULL(1);
  *  Only entries that the file system itself reports as regular files (DT_REG) are listed: not
  *  directories, symbolic links, devices, or entries of unknown type.
  *
- *  On 32-bit machines struct dirent depends on _FILE_OFFSET_BITS; callers must not define it, as
- *  the library does not.
+ *  On 32-bit machines struct dirent depends on _FILE_OFFSET_BITS; callers must not define it, since
+ *  the library is compiled without it.
  *
  *  @param directory  path of the directory
  *  @param[out] list  array of heap entries, to be freed with uf_free_dirent_list(); null when the
@@ -306,7 +306,7 @@ TALVERA_API int pfs_newbox(void);
  */
 TALVERA_API int pfs_forget_files(const char *substring);
 
-/** Runs "/sbin/pfs -r <path>", also during a clearing.
+/** Runs "/sbin/pfs -r <path>", even during a clearing.
  *
  *  @param path  the file
  *  @return the result of sdb_system()
