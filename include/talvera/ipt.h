@@ -346,7 +346,7 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
 
 /** Computes the internal ports for an external port or port range.
  *
- *  @param external       "a" or "a:b", as from ipt_make_port_value()
+ *  @param external       "a" or "a:b", as from ipt_make_port_value(); an empty string counts as "a"
  *  @param internal_port  the internal port for the first external port
  *  @param[out] buf       receives the internal port, or "first-last" for a range, terminated,
  *                        truncated when it does not fit; unchanged for a range that begins at

@@ -101,12 +101,12 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *  @{ */
 
 /** Runs the TLS handshake of a client, for at most about 20 seconds in total, regardless of server
- *  activity.
+ *  activity unless the program has set a callback on the read BIO.
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). After success or a failed step it is in non-blocking mode, after a failed wait in
  *  blocking mode. If the server closes the connection, the handshake does not raise SIGPIPE; a
- *  later SSL_write() does, unless the program ignores the signal.
+ *  later SSL_write() may, unless the program ignores the signal.
  *
  *  @param ssl  an object created from the context, bound to @p fd
  *  @param fd   connected socket, below FD_SETSIZE

@@ -288,8 +288,8 @@ TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
  *  Paths are inserted unquoted into a shell command: never pass untrusted input.
  *  @{ */
 
-/** Marks a clearing (factory reset) as in progress: from this call until it exits, the process adds
- *  no file and commits nothing. */
+/** Marks a clearing (factory reset) as in progress: from this call until the process exits,
+ *  pfs_remember_file() and pfs_commit() do nothing. */
 TALVERA_API void pfs_clearing_set(void);
 
 /** Stops the running "pfs" and runs "pfs -e > /dev/null 2>&1".

@@ -75,8 +75,8 @@ int file_open(int flags) {
   return fd;
 }
 
-// Intentionally unmounts even a partition mounted by someone else: after an access, "/mfg" is
-// always unmounted.
+// Intentionally unmounts even a partition mounted by someone else: once the file has been open,
+// "/mfg" is always unmounted.
 void file_close(int fd) {
   const ErrnoSaver saver;
   if (fd >= 0) close(fd);
