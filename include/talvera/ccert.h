@@ -45,7 +45,7 @@ enum ccert_item_type {
 
 /** Entry of the loaded blob's table of contents, in host byte order. */
 struct ccert_toc_item {
-  uint32_t offset; /**< of the item's bytes from the start of the loaded blob */
+  uint32_t offset; /**< where the item's bytes begin, from the start of the loaded blob */
   uint32_t length; /**< number of bytes */
   uint32_t type;   /**< enum ccert_item_type, or another value */
   uint32_t flags;  /**< CCERT_FLAG_ENCRYPTED, or other bits, which have no meaning here */

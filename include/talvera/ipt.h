@@ -353,8 +353,8 @@ TALVERA_API char *ipt_make_port_value(const char *text) TALVERA_MUST_USE;
  *                        @p internal_port, which needs no translation
  *  @param size           size of @p buf in bytes
  *  @return 0; -1 with errno EINVAL when @p external has neither form. Anything after "a:b" is
- *          ignored; of a range that begins at @p internal_port, only the first number and the ":"
- *          are checked
+ *          ignored; of a range that begins at @p internal_port, only the first number and the
+ *          presence of a ":" are checked
  */
 TALVERA_API int ipt_calc_portrange(const char *external, int internal_port, char *buf, size_t size);
 

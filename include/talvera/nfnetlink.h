@@ -71,7 +71,7 @@ struct nfnetlink_handle {
   int32_t fd;               /**< the socket */
   struct sockaddr_nl local; /**< own address: port ID given by the kernel, joined groups */
   struct sockaddr_nl peer;  /**< the kernel's address */
-  uint32_t sequence;        /**< that of the last request; increment it before each */
+  uint32_t sequence;        /**< sequence number of the last request; increment before each */
   struct nfnetlink_subsys subsystems[NFNETLINK_SUBSYSTEMS]; /**< by subsystem ID */
 };
 
@@ -224,7 +224,7 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
  *  handle.
  *
- *  After several packets in one datagram the kernel puts an NLMSG_DONE message without NLM_F_MULTI:
+ *  To several packets in one datagram the kernel appends an NLMSG_DONE message without NLM_F_MULTI:
  *  nfnetlink_msg_unpack() then returns -1, after the handlers have seen all of the packets.
  *
  *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: a

@@ -125,8 +125,8 @@ TALVERA_API int uf_readall(const char *directory, const char *name, unsigned cha
  *  @param fd        open descriptor, read from its current position
  *  @param[out] buf  at least @p size bytes
  *  @param size      number of bytes to read, at most INT_MAX; 0 returns 0 immediately
- *  @return number of bytes read, fewer than @p size only at end of file; -1 with errno set on any
- *          other failure, even if some bytes were already read
+ *  @return number of bytes read, fewer than @p size only at end of file; -1 with errno set on
+ *          failure, even if some bytes were already read
  */
 TALVERA_API int uf_full_read(int fd, void *buf, unsigned int size);
 
@@ -136,7 +136,7 @@ TALVERA_API int uf_full_read(int fd, void *buf, unsigned int size);
  *  @param data    @p length bytes
  *  @param length  number of bytes to write, at most INT_MAX; 0 returns 0 immediately
  *  @return number of bytes written, fewer than @p length only when write() returned 0; -1 with
- *          errno set on any other failure, even if some bytes were already written
+ *          errno set on failure, even if some bytes were already written
  */
 TALVERA_API int uf_full_write(int fd, const void *data, unsigned int length);
 
@@ -284,8 +284,8 @@ TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
 /** @}
  *  @name Persistent files
- *  These functions run the tool "/sbin/pfs" through a shell; pfs_newbox() finds pfs through PATH.
- *  Paths are inserted unquoted into a shell command: never pass untrusted input.
+ *  All but pfs_clearing_set() run the tool "/sbin/pfs" through a shell; pfs_newbox() finds pfs
+ *  through PATH. Paths are inserted unquoted into a shell command: never pass untrusted input.
  *  @{ */
 
 /** Marks a clearing (factory reset) as in progress: from this call until the process exits,

@@ -160,8 +160,8 @@ TALVERA_API size_t mkstr_date(time_t time, char *buf) TALVERA_NONNULL(2);
 /** @}
  *  @name Heap strings in a slot
  *  Each function stores a new heap string in *slot, frees the previous one unless it is null, and
- *  returns the new one. The caller frees the last string with free(). When memory runs out, the
- *  previous string is freed too and the slot is null.
+ *  returns the new one. The caller frees the last string with free(). When memory runs out, or
+ *  mkstr_string() is given null, the previous string is freed too and the slot is null.
  *  @{ */
 
 /** Stores a signed number in decimal.

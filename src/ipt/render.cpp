@@ -47,7 +47,7 @@ enum Step { kTable, kCommand, kParameters, kMatchModules, kTarget };
 
 // The line being built in the caller's buffer. The buffer cannot overflow: a section adds at most
 // 63 characters, except that a failing section of parameters or matches may add one more name.
-// Those start after at most 147 characters, the target section after at most 191.
+// These two sections start after at most 147 characters, the target section after at most 191.
 struct Line {
   explicit Line(char *buf) : end(buf) {}
 

@@ -1,4 +1,5 @@
-// Links in the CA directory: to certificate files, and the hash links by which OpenSSL finds those.
+// Links in the CA directory: those to certificate files, and the hash links by which OpenSSL finds
+// them.
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
