@@ -27,8 +27,9 @@ enum {
  *  two double quotes or two apostrophes (up to the end of the string when the second is missing).
  *
  *  @param[in,out] cursor  where to start; set to the character after the one that ended the token,
- *                         or to null when the end of the string did: that was the last token, and
- *                         the function must not be called again. Unchanged when the result is null
+ *                         or to null when the token ended at the end of the string: it was the last
+ *                         one, and the function must not be called again. Unchanged when the result
+ *                         is null
  *  @return the token, terminated in place; null when only white space is left
  */
 TALVERA_API char *token_extract(char **cursor) TALVERA_NONNULL(1);

@@ -193,7 +193,7 @@ TALVERA_API int mfg_ccert_set(const struct mfg_ccert_set_info *info);
 /** Command that takes struct tvra_info. */
 #define TVRA_INFO_SET 0x80284D00U
 /** Command that takes struct tvra_wlcal; the driver fills the buffer and sets the length to the
- *  number of bytes that it holds. */
+ *  number of bytes that the driver has. */
 #define TVRA_WLCAL_GET 0x80084D03U
 /** Command that takes struct tvra_wlcal; a null buffer and length 0 make the driver drop its copy.
  */
@@ -228,7 +228,8 @@ TALVERA_API int tvra_open(void);
 /** Closes the device, if it is open. */
 TALVERA_API void tvra_close(void);
 
-/** Opens the device, runs one command and closes the device again.
+/** Opens the device, runs one command and closes the device again, even if the program had opened
+ *  it with tvra_open().
  *
  *  @param request           one of the TVRA_ commands
  *  @param[in,out] argument  record that the command takes

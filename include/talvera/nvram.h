@@ -88,7 +88,7 @@ TALVERA_API int nvram_id(const char *path);
  */
 TALVERA_API void *nvram_attach(const char *path);
 
-/** Detaches the segment and sets ::nvram_shmid to -1. ::nvram_hash is unchanged.
+/** Detaches the segment and, even on failure, sets ::nvram_shmid to -1. ::nvram_hash is unchanged.
  *
  *  @param segment  address returned by nvram_attach()
  *  @return 0; -1 with errno set on failure; -1 with errno EINVAL, and nothing changed, for null

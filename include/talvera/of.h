@@ -173,7 +173,7 @@ TALVERA_API int of_deserialize(struct of_files_info **set, of_filter filter, con
  *  of a new directory: in strcmp() order of the names, all enabled. A database without a valid
  *  header has no items, so all files are new and the last in strcmp() order comes first.
  *
- *  Apart from qsort(), takes O(n log n) time for n files.
+ *  Apart from qsort(), this takes O(n log n) time for n files.
  *
  *  @param filter  which files to include; null is a failure (EINVAL)
  *  @param dir     path of the directory

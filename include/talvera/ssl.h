@@ -101,7 +101,7 @@ TALVERA_API int SSL_cert_rehash(const char *cert_path, const char *link_path) TA
  *  @{ */
 
 /** Runs the TLS handshake of a client, for at most about 20 seconds in total, regardless of server
- *  activity unless the program has set a callback on the read BIO.
+ *  activity, unless the program has set a callback on the read BIO.
  *
  *  The socket is switched between non-blocking mode (for each step) and blocking mode (for each
  *  wait). After success or a failed step it is in non-blocking mode, after a failed wait in
@@ -138,17 +138,17 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
 
 /** @}
  *  @name Certificate files
- *  A format string selects the encoding of a certificate file. It is tested in this order; only its
- *  beginning counts, except that the four PKCS#12 words must match exactly:
+ *  A word selects the format of a certificate file. It is tested in this order; only its beginning
+ *  counts, except that the four PKCS#12 words must match exactly:
  *
  *      D or d                         DER
  *      N or n                         Netscape certificate sequence
- *      1, or the string is PKCS12, pkcs12, P12 or p12
+ *      1, or the word is PKCS12, pkcs12, P12 or p12
  *                                     PKCS#12 bundle with the empty password
  *      P or p, unless V or v follows  PEM, plain or with trust settings
  *
  *  Text, S/MIME, Microsoft key blobs, engines and PVK (T, S, M, E, PV) have codes too but cannot be
- *  read. With these, with null and with any other string there is no certificate, as when the file
+ *  read. With these, with null and with any other word there is no certificate, as when the file
  *  cannot be opened or holds something else. A null path means standard input, which becomes
  *  unbuffered and stays open. Reading a FIFO or a terminal blocks.
  *
@@ -160,7 +160,7 @@ TALVERA_API long SSL_check_cert(SSL *ssl, const char *expected_name)
  *  directory; "openssl x509 -subject_hash" prints the same.
  *
  *  @param path    the file; null for standard input
- *  @param format  format string
+ *  @param format  word that selects the format
  *  @return the 32-bit hash; 0 when there is no certificate
  */
 TALVERA_API unsigned long SSL_cert_hash(const char *path, const char *format);
@@ -168,7 +168,7 @@ TALVERA_API unsigned long SSL_cert_hash(const char *path, const char *format);
 /** Formats the fingerprint of a certificate, the digest of its DER form, as "01:AB:...".
  *
  *  @param path      the file; null for standard input
- *  @param format    format string
+ *  @param format    word that selects the format
  *  @param digest    "sha1" or "md5", in upper or lower case
  *  @param[out] buf  at least 61 bytes (SHA-1) or 49 (MD5): two digits and a colon for each byte of
  *                   the digest, with the last colon replaced by the terminator, and one more NUL

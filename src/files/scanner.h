@@ -1,5 +1,5 @@
-// Scans the fields of a database file from a stream. As with scanf(), white space before a field is
-// skipped; numbers saturate at 32-bit limits on every machine.
+// Scans the fields of a database file from a stream. As with scanf(), white space before a number
+// or name is skipped; numbers saturate at 32-bit limits on every machine.
 #pragma once
 
 #include <cstdint>

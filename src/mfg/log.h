@@ -3,8 +3,8 @@
 
 namespace talvera::mfg {
 
-// Logs with a format in which "%s" stands for the operation and "%m" for the text of errno;
-// preserves errno.
+// Logs with a format in which "%s" stands for the operation or device and "%m" for the text of
+// errno; preserves errno.
 __attribute__((noinline, format(printf, 2, 0))) void log_errno(int level, const char *format,
                                                                const char *operation);
 

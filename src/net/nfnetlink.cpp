@@ -114,7 +114,8 @@ extern "C" int nfnetlink_subsys_close(nfnetlink_subsys *subsys) {
   return 0;
 }
 
-// Preserves errno. Intentionally leaves descriptor 0 open: it counts as "no socket".
+// Preserves errno, except for a null handle. Intentionally leaves descriptor 0 open: it counts as
+// "no socket".
 extern "C" int nfnetlink_close(nfnetlink_handle *handle) {
   if (handle == nullptr) return talvera::fail(EINVAL);
   for (nfnetlink_subsys &subsys : handle->subsystems)

@@ -49,7 +49,7 @@ extern const Protocol kProtocols[5];
 
 // Makes a new context accept what 1.0 accepted, overriding the distribution's defaults and
 // configuration file: every protocol version, key length and digest, servers without secure
-// renegotiation and, in the handshake, any server certificate. The key exchange groups stay as
+// renegotiation and, in the handshake, any server certificate. The key-exchange groups stay as
 // configured.
 void apply_openssl_1_0_policy(SSL_CTX *context);
 
