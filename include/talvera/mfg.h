@@ -18,8 +18,9 @@
  *
  *  Multi-byte fields of the file are big-endian. Messages go to syslog at LOG_ERR ("MFG: ...",
  *  "mfg_ccert_...") and, for the device, LOG_WARNING ("libtalvera: ..."). Nothing is locked:
- *  callers must serialise all accesses, even reads, across threads and processes. One that overlaps
- *  another may find the partition unmounted or read-only, and each write rewrites the whole file.
+ *  callers must serialise all accesses, even reads, across threads and processes. An access that
+ *  overlaps another may find the partition unmounted or read-only, and each write rewrites the
+ *  whole file.
  *  @{ */
 #ifndef TALVERA_MFG_H
 #define TALVERA_MFG_H

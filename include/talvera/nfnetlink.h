@@ -224,12 +224,12 @@ TALVERA_API int nfnetlink_msg_parse_attr(const struct nlattr **table, int table_
  *  then it calls nfnetlink_receive() and nfnetlink_msg_unpack() with the log handle's netlink
  *  handle.
  *
- *  To several packets in one datagram the kernel appends an NLMSG_DONE message without NLM_F_MULTI:
+ *  The kernel ends a datagram of several packets with an NLMSG_DONE message without NLM_F_MULTI:
  *  nfnetlink_msg_unpack() then returns -1, after the handlers have seen all of the packets.
  *
- *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: a
- *  rejected request does not return until something else ends the wait, such as a time-out set with
- *  SO_RCVTIMEO on the netlink handle's socket.
+ *  Each request waits for the kernel's acknowledgement as nfnetlink_send_wait_ack() does: if the
+ *  kernel rejects it, the function does not return until something else ends the wait, such as a
+ *  time-out set with SO_RCVTIMEO on the netlink handle's socket.
  *
  *  Packets that arrive during the wait are dispatched. A packet for a group without a handler, a
  *  packet whose handler stops the dispatch, and several packets in one datagram end the wait;

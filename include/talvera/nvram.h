@@ -145,8 +145,8 @@ TALVERA_API char *nvram_get(const char *name);
  *  @param name   name of the pair
  *  @param value  its value
  *  @return 0; -1 with errno EINVAL when segment, name or value is null; -1 with errno ELOOP when
- *          the pair is new and its chain is circular; NVRAM_FULL, with a line on standard error,
- *          when the pair is new, its bucket is in use and no overflow entry is free
+ *          the pair is new and its chain is circular; NVRAM_FULL, with errno ENOMEM and a line on
+ *          standard error, when the pair is new, its bucket is in use and no overflow entry is free
  */
 TALVERA_API int nvram_set(const char *name, const char *value);
 

@@ -284,8 +284,9 @@ TALVERA_API int cons_printk(const char *format, ...) TALVERA_PRINTF(1, 2);
 
 /** @}
  *  @name Persistent files
- *  All but pfs_clearing_set() run the tool "/sbin/pfs" through a shell; pfs_newbox() finds pfs
- *  through PATH. Paths are inserted unquoted into a shell command: never pass untrusted input.
+ *  All but pfs_clearing_set() run the pfs tool through a shell: pfs_newbox() the "pfs" found in
+ *  PATH, the others "/sbin/pfs". Paths are inserted unquoted into a shell command: never pass
+ *  untrusted input.
  *  @{ */
 
 /** Marks a clearing (factory reset) as in progress: from this call until the process exits,

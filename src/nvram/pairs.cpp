@@ -78,8 +78,8 @@ void link(Entry &entry, int next) {
   store_be16(entry.next, static_cast<std::uint16_t>(next));
 }
 
-// The next entry of the chain; null at the end and for a corrupt link, which leads out of the table
-// or to an unused entry.
+// The next entry of the chain; null at the end, which is a link to an unused entry, and for a
+// corrupt link, which leads out of the table.
 Entry *next_of(Entry *entries, const Entry &entry) {
   // Read as unsigned, a negative index is also too large.
   const unsigned int index = load_be16(entry.next);

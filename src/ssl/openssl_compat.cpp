@@ -106,7 +106,7 @@ void apply_openssl_1_0_policy(SSL_CTX *context) {
   // SSL_OP_NO_DTLSv1 equals SSL_OP_NO_TLSv1.
   SSL_CTX_clear_options(context,
                         SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 | SSL_OP_NO_TLSv1_2);
-  // On by default since 1.1.1; enabled later, with the client identity.
+  // On by default since 1.1.1; configure_context() sets it, after the identity.
   SSL_CTX_clear_mode(context, SSL_MODE_AUTO_RETRY);
 #endif
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
